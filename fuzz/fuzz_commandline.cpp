@@ -1,0 +1,38 @@
+// Any text as a command line: joined from arguments, parsed, asked for operations, applied.
+#include "basAutomation.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+// One argument a line.
+std::vector<std::string> Arguments(const std::string& text) {
+    std::vector<std::string> arguments(1);
+    for (char character : text) {
+        if (character == '\n')
+            arguments.emplace_back();
+        else
+            arguments.back() += character;
+    }
+    return arguments;
+}
+
+void Process(std::string line) {
+    basAutomation::ParseCommandLine(line);
+    basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
+    std::string matchGuid;
+    basAutomation::ApplyOptions(basApp::globals.CommandLineOptions, matchGuid);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    basAutomation::InitializeCommandLineOptions();
+    Process(text);
+    Process(basApp::JoinArguments(Arguments(text)));
+    return 0;
+}

@@ -1,0 +1,174 @@
+// GUID and MAC: their text, from an option or a file, and the way into the device.
+#include "CodePage.h"
+#include "Files.h"
+#include "OneTarget.h"
+#include "RunFailures.h"
+#include "basBootloader.h"
+#include "basUtils.h"
+
+#include <algorithm>
+
+namespace basAutomation {
+
+namespace {
+
+constexpr std::size_t GUID_BYTES = 8;
+constexpr std::size_t MAC_BYTES = 6;
+constexpr std::size_t LONGEST_ITEM = 512; // more than any value that can be good
+
+// What is wrong with a text that should be so many bytes in hex; empty when nothing is.
+std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArray& bytes) {
+    if (platform::Trim(text).empty())
+        return "it is empty";
+    std::string fault;
+    platform::Attempt([&] { basUtils::HexString2Ascii(text, bytes); },
+                      [&](const platform::Failure& failure) {
+                          fault = failure.Number == platform::TYPE_MISMATCH ? "it holds what is no hexadecimal digit"
+                                                                            : "its number of digits is odd";
+                      });
+    if (fault.empty() && bytes.size() != byteCount)
+        fault = fmt::format("it makes {} bytes in place of {}", bytes.size(), byteCount);
+    return fault;
+}
+
+// A text from outside as a message can show it: short, on one line.
+std::string Shown(const std::string& text) {
+    constexpr std::size_t LONGEST = 40;
+    ByteArray characters = platform::AnsiFromText(text);
+    const bool cut = characters.size() > LONGEST;
+    characters.resize(std::min(characters.size(), LONGEST));
+    std::replace_if(
+        characters.begin(), characters.end(), [](std::uint8_t c) { return c < ' ' || c == 0x7F; }, '?');
+    return platform::TextFromAnsi(characters) + (cut ? "..." : "");
+}
+
+// False, with the reason at ERROR; nothing doubtful gets further than this.
+bool Decode(const char* kind, const std::string& source, const std::string& text, std::size_t byteCount,
+            ByteArray& bytes) {
+    const std::string fault = FaultOfValue(text, byteCount, bytes);
+    if (fault.empty())
+        return true;
+    StatusDisplay(LEVEL_ERROR, "The {} \"{}\" of {} can't be programmed: {}.  Nothing was sent to the device.", kind,
+                  Shown(text), source, fault);
+    return false;
+}
+
+std::string FileSource(const std::string& path) {
+    return "the file \"" + path + "\"";
+}
+
+constexpr const char* GUID_OPTION = "the option /G";
+
+// The first item of a file: up to a comma or a line end, or what stands in double quotes.
+std::string FirstItem(const std::string& path) {
+    ByteArray bytes(LONGEST_ITEM);
+    bytes.resize(platform::InputFile(path).Read(bytes.data(), bytes.size()));
+    const std::string text = platform::TextFromAnsi(bytes);
+    const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
+    if (start < text.size() && text[start] == '"')
+        return text.substr(start + 1, text.find('"', start + 1) - start - 1);
+    return platform::Trim(text.substr(start, text.find_first_of(",\r\n", start) - start));
+}
+
+std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, const std::string& text) {
+    ByteArray guid;
+    if (!Decode("GUID", source, text, GUID_BYTES, guid))
+        return -1;
+    basUtils::ChangeEndian(guid);
+    const std::int32_t code = basBootloader::ProgramGUID(handle, guid);
+    if (code != basBootloader::SUCCESS) {
+        StatusDisplay(LEVEL_ERROR, "ProgramGuidFromString: basBootloader.ProgramGUID returned code 0x{:X}",
+                      static_cast<std::uint32_t>(code));
+    }
+    return code;
+}
+
+bool DecodeMacFile(const std::string& path, ByteArray& mac) {
+    if (!Decode("MAC address", FileSource(path), FirstItem(path), MAC_BYTES, mac))
+        return false;
+    mac.insert(mac.begin(), 2, 0); // 12 digits of a MAC make the low end of 8 bytes
+    return true;
+}
+
+// The passes of /G on a chosen device.
+std::int32_t WriteGuidTo(std::int32_t handle, const std::string& guidText) {
+    platform::ResumeNext next{Reporter("WriteGuid")};
+    if (!globals.PersistentParamsInitialized) {
+        globals.PersistentParamsInitialized = true;
+        bool succeeded = false;
+        next([&] { succeeded = SetUpPersistentParams(handle); });
+        if (succeeded)
+            return DEVICE_WAS_RESET; // the GUID goes in on the next pass
+    }
+    const std::int32_t code = Code(next, [&] { return ProgramGuidFromString(handle, guidText); });
+    if (code != basBootloader::SUCCESS) {
+        StatusDisplay(LEVEL_ERROR, "ERROR: ProgramGuidFromString failed, code {}(0x{:X}) in basAutomation.WriteGuid",
+                      code, static_cast<std::uint32_t>(code));
+        return code;
+    }
+    StatusDisplay(LEVEL_USER, "Successfully set the GUID to the new value.");
+    next([&] { StartApplication(handle); });
+    return code;
+}
+
+} // namespace
+
+bool CheckGuidFile(const std::string& path) {
+    ByteArray guid;
+    return Decode("GUID", FileSource(path), FirstItem(path), GUID_BYTES, guid);
+}
+
+bool CheckMacFile(const std::string& path) {
+    ByteArray mac;
+    return DecodeMacFile(path, mac);
+}
+
+std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText) {
+    ByteArray guid; // a bad one is told before the persistent parameters are lost for it
+    if (!Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid))
+        return -1;
+    std::int32_t handle = 0, bootloaderVersion = 0;
+    const TargetChoice choice = ChooseTarget("WriteGuid", matchGuid, handle, bootloaderVersion);
+    if (choice != TargetChoice::One)
+        return choice == TargetChoice::NoMatch ? -1 : 0;
+    if (bootloaderVersion != 0)
+        return WriteGuidTo(handle, guidText);
+    platform::Attempt([&] { ResetIntoBootloader(handle); }, Reporter("WriteGuid"));
+    return DEVICE_WAS_RESET;
+}
+
+std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text) {
+    platform::ResumeNext next{platform::IgnoreFailure};
+    return Code(next, [&] { return ProgramGuidBytes(handle, GUID_OPTION, text); });
+}
+
+std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path) {
+    if (!CheckFile(path))
+        return -1;
+    platform::ResumeNext next{platform::IgnoreFailure};
+    const std::int32_t code = Code(next, [&] { return ProgramGuidBytes(handle, FileSource(path), FirstItem(path)); });
+    if (code != basBootloader::SUCCESS) {
+        StatusDisplay(LEVEL_ERROR, "ProgramGuidFromFile: basAutomation.ProgramGuidFromString returned code 0x{:X}",
+                      static_cast<std::uint32_t>(code));
+    }
+    return code;
+}
+
+std::int32_t ProgramMacFromFile(std::int32_t handle, const std::string& path) {
+    if (!CheckFile(path))
+        return 0;
+    ByteArray mac;
+    if (!DecodeMacFile(path, mac))
+        return -1;
+    basUtils::ChangeEndian(mac);
+    const std::int32_t code = basBootloader::ProgramMAC(handle, mac);
+    if (code != basBootloader::SUCCESS) {
+        StatusDisplay(LEVEL_ERROR,
+                      "Failed to Program new MAC address.  basBootloader.ProgramMAC failed, code {} (0x{:X}) in "
+                      "ProgramMacFromFile",
+                      code, static_cast<std::uint32_t>(code));
+    }
+    return code;
+}
+
+} // namespace basAutomation

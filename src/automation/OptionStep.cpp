@@ -1,0 +1,114 @@
+// What each option sets. Some commands must be the whole element; the others are its first two
+// characters, with the argument behind them.
+#include "CodePage.h"
+#include "basAutomation.h"
+
+#include <algorithm>
+
+namespace basAutomation {
+
+namespace {
+
+constexpr const char* DTCP_IMAGE = "DTCP\\GUID\\MACID\\Config_Image.twd";
+constexpr const char* DTCP_GUID = "DTCP\\GUID\\MACID\\GUID.txt";
+constexpr const char* DTCP_MAC = "DTCP\\GUID\\MACID\\MACID.txt";
+
+// Noted and logged only: what the option set stays in force.
+void RefuseCompany(const std::string& command) {
+    if (platform::UpperCase(platform::Trim(basApp::globals.CommandLine)) != command)
+        StatusDisplay(LEVEL_ERROR, "The {} command cannot be used with other command-line options!", command);
+}
+
+void Override() {
+    basApp::globals.OverrideHardwareCompatibility = true;
+    StatusDisplay(LEVEL_USER, "Override Hardware Compatibility checking is enabled.");
+}
+
+void ShowStatus() {
+    globals.ShowOutputOnExit = true;
+    StatusDisplay(LEVEL_USER, "Automatically showing output file on exit.");
+}
+
+void ProgramAll() {
+    globals.ImageFile = DTCP_IMAGE;
+    globals.GuidFile = DTCP_GUID;
+    globals.MacFile = DTCP_MAC;
+    globals.ProgramGuidFromFileFlag = true;
+    globals.ProgramMacFromFileFlag = true;
+    RefuseCompany("/A");
+}
+
+void ProgramFirmware() {
+    globals.ImageFile = DTCP_IMAGE;
+    RefuseCompany("/F");
+}
+
+struct WholeCommand {
+    const char* text;
+    void (*apply)();
+};
+constexpr WholeCommand WHOLE_COMMANDS[] = {
+    {"/O", Override}, {"/S", ShowStatus}, {"/A", ProgramAll}, {"/F", ProgramFirmware}};
+
+std::string Without(std::string text, char character) {
+    std::erase(text, character);
+    return text;
+}
+
+std::string Argument(const std::string& option) {
+    return Without(platform::Trim(option.size() > 2 ? option.substr(2) : ""), '"');
+}
+
+std::string ArgumentWithoutBlanks(const std::string& option) {
+    return Without(Argument(option), ' ');
+}
+
+// A run that did nothing must not look like one that did its work.
+void NotAvailable(const std::string& command) {
+    StatusDisplay(LEVEL_ERROR, "The option {} has no operation in this version; nothing was done for it.", command);
+}
+
+// The value of an option; an empty one counts as not given, which deserves a line.
+std::string Value(const std::string& command, std::string value) {
+    if (value.empty())
+        StatusDisplay(LEVEL_ERROR, "The option {} has no value and is passed over.", command);
+    return value;
+}
+
+void ApplyWithArgument(const std::string& command, const std::string& option, std::string& matchGuid) {
+    if (command == "/D") {
+        globals.ImageFile = Value(command, Argument(option));
+    } else if (command == "/B") {
+        globals.BootloaderFile = Value(command, Argument(option));
+    } else if (command == "/G") {
+        globals.GuidText = Value(command, ArgumentWithoutBlanks(option));
+    } else if (command == "/X") {
+        matchGuid = Value(command, ArgumentWithoutBlanks(option));
+    } else if (command == "/R") {
+        globals.ExecuteKeyBatchFlag = true;
+        globals.KeyBatchFile = Argument(option);
+    } else if (command == "/M") {
+        globals.MacText = ArgumentWithoutBlanks(option);
+        NotAvailable(command);
+    } else if (command == "/C" || command == "/Q") {
+        NotAvailable(command);
+    }
+}
+
+void ApplyOption(const std::string& option, std::string& matchGuid) {
+    const auto* whole = std::find_if(std::begin(WHOLE_COMMANDS), std::end(WHOLE_COMMANDS),
+                                     [&](const WholeCommand& command) { return option == command.text; });
+    if (whole != std::end(WHOLE_COMMANDS))
+        whole->apply();
+    else
+        ApplyWithArgument(option.substr(0, 2), option, matchGuid);
+}
+
+} // namespace
+
+void ApplyOptions(const std::vector<std::string>& options, std::string& matchGuid) {
+    for (std::size_t i = 1; i < options.size(); ++i)
+        ApplyOption(options[i], matchGuid);
+}
+
+} // namespace basAutomation

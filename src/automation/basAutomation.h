@@ -1,0 +1,114 @@
+// The command line and the unattended programming of one device.
+#pragma once
+
+#include "ImageDownload.h"
+#include "OutputFileOwner.h"
+#include "basApp.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace basAutomation {
+
+struct CommandLineOption {
+    std::string Name;
+    std::string ShortForm;              // one capital letter
+    std::vector<std::string> LongForms; // element 1 is the long spelling
+    std::int16_t MinArguments = 0;
+    std::int16_t MaxArguments = 0;
+    bool IsOperation = false; // calls for an unattended run
+};
+
+struct Globals {
+    std::vector<CommandLineOption> CommandLineOptionTable = std::vector<CommandLineOption>(1); // element 0 empty
+    // Run parameters.
+    std::string ImageFile;      // /D, /A, /F
+    std::string BootloaderFile; // /B
+    std::string GuidFile = "script-data\\GUID.txt";
+    std::string GuidText; // /G
+    bool ProgramGuidFromFileFlag = false;
+    std::string MacFile = "script-data\\MACID.txt";
+    std::string MacText; // /M; nothing reads it
+    bool ProgramMacFromFileFlag = false;
+    std::string KeyBatchFile; // /R
+    bool ExecuteKeyBatchFlag = false;
+    bool ShowOutputOnExit = false; // /S
+    // The status file of a run.
+    std::string StatusFile = "script-data\\1394_write_status.txt";
+    std::int16_t StatusFileNumber = 0; // below 1: none is open
+    OutputFileOwner StatusFileHandle;
+    // The scheduler.
+    bool SchedulerBusy = false;
+    std::int16_t SchedulerTicks = 0;
+    std::int32_t SchedulerAttempts = 0;       // resets of the device so far in this run
+    bool PersistentParamsInitialized = false; // survives the restarts of a run
+};
+extern Globals globals;
+
+struct Hooks {
+    std::function<void(bool enabled)> enableMainWindow; // frmMain takes user input
+    std::function<void(bool enabled)> enableScheduler;  // tmrAutomationScheduler
+    std::function<void()> endRun;                       // stop the timer, a turn, repaint, 2000 ms, unload MDIForm1
+    std::function<std::int32_t(const std::string& file)> performKeyBatch; // empty: not there yet
+    // A line that the status file can't take, since it couldn't be made or written.
+    std::function<void(std::string_view text)> statusFileLost;
+};
+extern Hooks hooks;
+
+template <class... Arguments>
+void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
+    if (!basApp::QuietDuringDownload(level))
+        basDebug::Display("basAutomation", level, text, std::forward<Arguments>(arguments)...);
+}
+
+// --- Command line (CommandLine.cpp) ---
+
+std::int32_t ParseCommandLine(std::string& text); // 1; fills basApp's CommandLineOptions and -Errors
+std::int32_t InitializeCommandLineOptions();      // 1
+bool CommandLineHasOperations(const std::vector<std::string>& options);
+void AddCommandLineError(const std::string& message);
+// What the options of a pass set, in their order (OptionStep.cpp). `matchGuid` is that of /X.
+void ApplyOptions(const std::vector<std::string>& options, std::string& matchGuid);
+
+// --- A run (basAutomation.cpp) ---
+
+inline constexpr std::int32_t DEVICE_WAS_RESET = 2; // the pass is to be repeated once it is back
+
+std::int32_t Initialize(); // 1 when a run is prepared
+// One pass over the options: the result of the work, or of the key batch; 0 with nothing to do.
+std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options);
+// The tick of tmrAutomationScheduler (Scheduler.cpp).
+void SchedulerTick();
+
+// --- The work (Programming.cpp, OneTarget.cpp). 1 for success. ---
+
+// 0 when it stops before it has touched a device, 2 when it has reset it.
+std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const std::string& imageFile,
+                                           const std::string& bootloaderFile, const std::string& matchGuid);
+// With a matchGuid (upper-case digits) 0 or 1; the out values are those of the last target looked at.
+std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t& handle,
+                                     std::int32_t& bootloaderVersion);
+std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const std::string& fileName);
+std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const std::string& fileName);
+std::int32_t initCNEFactoryDefaults(std::int32_t handle);
+
+// --- Identity (Identity.cpp). Text that isn't exactly 8 bytes (6 of a MAC) never reaches the device. ---
+
+// The pass of /G. 2 when the device was reset or its persistent parameters were set up.
+std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText);
+std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text);
+std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path);
+std::int32_t ProgramMacFromFile(std::int32_t handle, const std::string& path); // 0 for a missing file
+
+// --- Status file (StatusFile.cpp) ---
+
+// Makes the file of a run anew, with its folder.
+void CreateStatusFile();
+
+void WriteStatusFileLine(std::string_view text); // nothing while none is open
+// Starts a command and waits for its end, with turns of the window system. Its exit code.
+std::int32_t ExecuteAndWait(const std::string& command, std::int32_t windowStyle);
+
+} // namespace basAutomation

@@ -1,0 +1,92 @@
+// The debug GUIDs of the targets: equal to the permanent one where that can be, made up where it is
+// null or shared.
+#include "basBootloader.h"
+#include "basUtils.h"
+
+#include <algorithm>
+
+namespace basBootloader {
+
+namespace {
+
+using Guid = std::array<std::uint8_t, 8>;
+
+bool HasBootloader(const BootloaderTarget& target) {
+    return target.Handle > 0 && target.Info.BootloaderVersion != 0;
+}
+
+bool IsNull(const ByteArray& guid) {
+    return std::ranges::all_of(guid, [](std::uint8_t byte) { return byte == 0; });
+}
+
+ByteArray Bytes(const Guid& guid) {
+    return {guid.begin(), guid.end()};
+}
+
+// Counts down from all ones, so that a made-up value can't meet one that a maker gave out.
+Guid NextGeneratedGuid() {
+    Guid& guid = globals.GeneratedGuid;
+    if (guid == Guid{})
+        guid.fill(0xFF);
+    for (auto byte = guid.rbegin(); byte != guid.rend(); ++byte)
+        if ((*byte)-- != 0) // no borrow
+            break;
+    return guid;
+}
+
+bool SynchronizeGuid(BootloaderTarget& target) {
+    if (std::ranges::equal(target.DebugGUID, target.Info.GUID))
+        return true;
+    return SetDebugGUID(target.Handle, Bytes(target.Info.GUID)) == SUCCESS &&
+           GetDebugGUID(target.Handle, target.DebugGUID) == SUCCESS &&
+           std::ranges::equal(target.DebugGUID, target.Info.GUID);
+}
+
+void ReplaceNullGuid(BootloaderTarget& target) {
+    const Guid generated = NextGeneratedGuid();
+    if (SetDebugGUID(target.Handle, Bytes(generated)) != SUCCESS ||
+        GetDebugGUID(target.Handle, target.DebugGUID) != SUCCESS)
+        return;
+    if (std::ranges::equal(target.DebugGUID, generated))
+        StatusDisplay(LEVEL_USER, "Null bootloader GUID found on node #{}, set Debug GUID to {}", target.Device.NodeNum,
+                      basUtils::ByteArrayToHexString(generated.data(), generated.size()));
+    else
+        target.DebugGUID = Bytes(generated);
+}
+
+void PartDuplicates(BootloaderTarget& first, BootloaderTarget& second) {
+    const Guid firstGuid = NextGeneratedGuid(), secondGuid = NextGeneratedGuid();
+    // Each step only behind a good one.
+    (void)(SetDebugGUID(first.Handle, Bytes(firstGuid)) == SUCCESS &&
+           SetDebugGUID(second.Handle, Bytes(secondGuid)) == SUCCESS &&
+           GetDebugGUID(first.Handle, first.DebugGUID) == SUCCESS &&
+           GetDebugGUID(second.Handle, second.DebugGUID) == SUCCESS);
+}
+
+} // namespace
+
+std::int32_t SynchronizeGUIDs() {
+    std::int32_t result = SUCCESS;
+    for (BootloaderTarget& target : globals.TargetList)
+        if (HasBootloader(target) && !SynchronizeGuid(target))
+            result = FAILED;
+    return result;
+}
+
+std::int32_t HandleNullGUIDs() {
+    for (BootloaderTarget& target : globals.TargetList)
+        if (HasBootloader(target) && IsNull(target.DebugGUID))
+            ReplaceNullGuid(target);
+    return SUCCESS;
+}
+
+std::int32_t HandleDuplicateGUIDs() {
+    auto& targets = globals.TargetList;
+    for (std::size_t i = 0; i < targets.size(); ++i)
+        for (std::size_t j = i + 1; j < targets.size(); ++j)
+            if (HasBootloader(targets[i]) && targets[i].DebugGUID == targets[j].DebugGUID)
+                PartDuplicates(targets[i], targets[j]);
+    return SUCCESS;
+}
+
+} // namespace basBootloader

@@ -1,0 +1,136 @@
+// The bootloader protocol: one exchange with a target, its identification, the list of targets and
+// their handles, and the commands. Everything returns a result code: 1 for success, a code below,
+// or one of the 1394 layer's.
+#pragma once
+
+#include "BootloaderRecords.h"
+#include "BootloaderStatus.h"
+#include "TwdPackage.h"
+#include "bas1394.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace basBootloader {
+
+inline constexpr std::int32_t SUCCESS = 1;
+inline constexpr std::int32_t FAILED = -1;
+inline constexpr std::int32_t GIVE_UP = -2; // ends a poll loop at once
+inline constexpr std::int32_t LIST_MUTEX_TIMED_OUT = -100;
+inline constexpr std::int32_t INVALID_HANDLE_ERROR = -101;
+inline constexpr std::int32_t WRONG_BLOCK = -102; // the answer names another block
+
+inline constexpr std::int32_t BIG_ENDIAN_PROTOCOL = 0x2000000; // protocol 2 stored big-endian
+
+inline constexpr std::int32_t IMAGE_APPLICATION = 0, IMAGE_CONFIG = 1, IMAGE_DEBUGGER = 2, IMAGE_BOOTLOADER = 3;
+// "Application", "Config", "Debugger", "Bootloader", else "Invalid".
+const char* FirmwareImageTypeLookup(std::int32_t imageType);
+
+struct Globals {
+    bas1394::Address1394 RegisterBase{0xFFFF, 0xC8020000};
+    std::int32_t LastCommandID = 0;        // shared by all targets; 1 to 32766 on the wire
+    platform::Handle TransactionMutex = 0; // "ShellTransactionMutex", system-wide
+    platform::Handle TargetListMutex = 0;  // unnamed
+    std::int32_t MutexWaitTime = 2000;     // ms
+    std::vector<BootloaderTarget> TargetList = std::vector<BootloaderTarget>(1); // never shrinks
+    std::int32_t NextHandle = 63;
+    std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
+    bool DiscoveryInterrupted = false;                         // another bus reset arrived
+    bool DiscoveryComplete = false;
+    std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
+};
+extern Globals globals;
+
+struct Hooks {
+    std::function<void()> nodesChanged; // frmMain.IEEE1394Bus_NodesChanged
+};
+extern Hooks hooks;
+
+// Progress of a polled command, in steps of 100 ms of its time-out.
+struct CommandProgress {
+    std::function<void(std::int32_t maximum)> start; // minimum is 0
+    std::function<void(std::int32_t value)> value;
+    std::function<void()> repaint; // behind each value, where a window was given
+};
+
+// --- Session (Session.cpp) ---
+
+// One exchange: request out, response polled for `timeOutMs` (0: once). Handle 0 is a broadcast.
+std::int32_t SessionLayerTransaction(std::int32_t handle, BootloaderRequest& request, BootloaderResponse& response,
+                                     std::int32_t timeOutMs = 0, const CommandProgress* progress = nullptr);
+// With the Transaction mutex held. The write's code, or -1.
+std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request);
+std::int32_t GetResponse(std::int32_t handle, BootloaderResponse& response);
+std::int32_t ValidateResponse(const BootloaderRequest& request, const BootloaderResponse& response); // 1 or -1
+// One block write of the whole array (padded to a quadlet) to the Request Buffer.
+std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t numBytes, ByteArray& data);
+// `data` gets numBytes rounded up to a quadlet.
+std::int32_t ReadResponseBuffer(std::int32_t handle, std::int32_t numBytes, ByteArray& data);
+
+// --- Identification (Identification.cpp) ---
+
+std::int32_t ReadInfoRegisters(const Device& device, BootloaderInfoRegisters& info);
+bool VerifyCompatibility(const BootloaderInfoRegisters& info);
+bool CheckForDebugSupport(const Device& device, std::int32_t timeOutMs = 0);
+bool CheckForDebugger(const Device& device); // adds the device to DebuggerList
+// The 104 bytes as fields. Pure.
+BootloaderInfoRegisters DecodeInfoRegisters(const ByteArray& bytes, bool bigEndian);
+
+// --- Target list (TargetList.cpp) ---
+
+void InitializeTargetList(); // opens or creates both mutexes
+void TerminateTargetList();
+std::int32_t BusResetHandler();           // 1 or -100
+std::int32_t BuildBootloaderDeviceList(); // compatible nodes; 0 interrupted, -1 empty node table
+std::int32_t FindBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info);   // index or -1
+std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info); // index or -1
+std::int32_t ConnectToBootloaderDevice(BootloaderTarget& target);                               // 1 or -1
+std::int32_t SynchronizeGUIDs();
+std::int32_t HandleNullGUIDs();
+std::int32_t HandleDuplicateGUIDs();
+
+// --- Targets and handles (Targets.cpp) ---
+
+std::int32_t OpenBootloaderDevice(const Device& device); // handle, or -101
+std::int32_t CloseBootloaderDevice(std::int32_t handle); // 1 or -1
+// The target's node record, or NullDevice. Valid until the window system's next turn.
+const Device& GetNodeNum(std::int32_t handle);
+std::int32_t GetDeviceHandle(const Device& device); // of the target with this node number, or 0
+std::int32_t GetDeviceHandleFromGuid(const std::array<std::uint8_t, 8>& guid,
+                                     const std::optional<std::string>& excludeHandle = {}); // or 0
+std::int32_t GetDeviceIndex(std::int32_t handle);                                           // or -1
+
+// --- Commands (Commands.cpp). 8-byte values as they go over the wire. ---
+
+std::int32_t HaltBootloader(std::int32_t handle);
+inline constexpr std::int32_t RESET_INTO_APPLICATION = 0, RESET_INTO_BOOTLOADER = 1;
+std::int32_t ResetDevice(std::int32_t handle, std::int32_t mode);
+std::int32_t ReadImageCRC(std::int32_t handle, std::int32_t imageType, std::int32_t& crc, std::int32_t& crcValidity);
+std::int32_t SwitchTo1394Shell(std::int32_t handle, std::int32_t arg1, std::int32_t arg2);
+std::int32_t ProgramGUID(std::int32_t handle, ByteArray& guid); // target order, as after ChangeEndian
+std::int32_t ProgramMAC(std::int32_t handle, ByteArray& mac);   // the same; left in natural order
+std::int32_t InitializePersistentParams(std::int32_t handle);
+std::int32_t InitializeConfigToFactoryDefaults(std::int32_t handle);
+std::int32_t SetDebugGUID(std::int32_t handle, const ByteArray& guid);
+std::int32_t GetDebugGUID(std::int32_t handle, ByteArray& guid);
+std::int32_t StartImage(std::int32_t handle, std::int32_t imageType, std::int32_t& crcFlag);
+
+// --- Download commands (DownloadCommands.cpp) ---
+
+struct DownloadAnnouncement {
+    std::int32_t ImageType = 0;
+    std::array<std::uint8_t, 8> ImageDate{}, ImageTime{};
+    std::int32_t SoftwareID = 0, SoftwareVersion = 0, StartAddress = 0, Length = 0, Crc = 0;
+};
+std::int32_t DownloadStart(std::int32_t handle, const DownloadAnnouncement& announcement, std::int32_t& maxBlockSize,
+                           std::int32_t timeOutMs = 0, const CommandProgress* progress = nullptr);
+// `data` holds the payload (padded in place). 1, -1, -2, -101, -102, or the target's status.
+std::int32_t DownloadBlock(std::int32_t handle, std::int32_t blockNumber, std::int32_t address, std::int32_t numBytes,
+                           ByteArray& data);
+std::int32_t DownloadEnd(std::int32_t handle, std::int32_t& crc, std::int32_t& crcValidity,
+                         std::int32_t timeOutMs = 3000, const CommandProgress* progress = nullptr);
+
+} // namespace basBootloader

@@ -1,0 +1,160 @@
+// The library's coming and going, and the notices that it posts.
+
+#include "CodePage.h"
+#include "Failure.h"
+#include "Files.h"
+#include "LibraryCalls.h"
+#include "Modules.h"
+#include "Paths.h"
+#include "WindowSystem.h"
+#include "bas1394.h"
+
+namespace bas1394 {
+
+namespace {
+
+constexpr const char* LIBRARY_NAME = "Twl1394api.dll";
+constexpr std::int32_t DRIVER_ERRORS_ENDURED = 19;
+
+// The library's callbacks, on any thread: what they bring is taken at the window system's next
+// turn, and dropped when nobody takes notices any more.
+void PostNotice(void*, std::uint32_t number) {
+    platform::Post([number] {
+        if (globals.CallbackWindowHooked)
+            CallbackWindowProc(number);
+    });
+}
+
+void AppendDebugText(void*, const char* text) {
+    if (text == nullptr)
+        return;
+    platform::Post([spew = platform::TextFromAnsi(reinterpret_cast<const std::uint8_t*>(text),
+                                                  std::char_traits<char>::length(text))] {
+        if (globals.CallbackWindowHooked && hooks.debugSpew)
+            hooks.debugSpew(spew);
+    });
+}
+
+void NoteBusReset() {
+    globals.BusResetPending = true;
+    globals.BusEnumerated = false;
+}
+
+void NoteDriverError() {
+    StatusDisplay(LEVEL_ERROR, "Error Message received from 1394 Virtual Device driver!");
+    StatusDisplay(LEVEL_ERROR, "  this error sometimes occurs in bus reset processing - treat it as a bus reset!");
+    if (++globals.DriverErrors <= DRIVER_ERRORS_ENDURED) {
+        NoteBusReset();
+        return;
+    }
+    StatusDisplay(LEVEL_FATAL, "We continue to receive errors from the 1394 driver.  Cannot continue!");
+    StatusDisplay(LEVEL_FATAL, "  Possible corrective actions: restart the application, reboot the PC, and/or send an "
+                               "error report to the software provider.");
+}
+
+void LogWhereTheLibraryIs() {
+    const auto found = platform::FindFirstFileA(platform::ModuleFileName(LIBRARY_NAME));
+    StatusDisplay(LEVEL_TRACE, "About to load 'Twl1394api.dll'...");
+    StatusDisplay(LEVEL_TRACE, "App path = '{}'", platform::ProgramDirectory());
+    StatusDisplay(LEVEL_TRACE, "CurDir = '{}'", platform::CurrentDirectory());
+    StatusDisplay(LEVEL_TRACE, "Dir(Twl1394api.dll) = '{}'", found ? found->FileName : std::string());
+}
+
+void* LoadAndBind() {
+    void* module = platform::LoadLibraryA(platform::JoinPath(platform::ProgramDirectory(), LIBRARY_NAME));
+    std::string reason = module == nullptr ? platform::LastModuleError() : std::string();
+    if (module != nullptr && !library::Bind(module, reason)) {
+        platform::FreeLibrary(module);
+        module = nullptr;
+    }
+    if (module == nullptr) {
+        StatusDisplay(LEVEL_ERROR,
+                      "ERROR loading Twl1394api.dll!  Call to LoadLibrary returned 0.  The app will generate numerous "
+                      "errors and the 1394 interface will not be enabled.");
+        StatusDisplay(LEVEL_ERROR, "Twl1394api.dll could not be loaded: {}.  Put the access library into '{}'.", reason,
+                      platform::ProgramDirectory());
+    }
+    return module;
+}
+
+} // namespace
+
+void* LoadTwl1394Dll(bool withCallbacks) {
+    void* module = nullptr;
+    const auto load = [&] {
+        globals.NullDevice.NodeNum = NO_NODE;
+        globals.Client = {nullptr, PostNotice, AppendDebugText};
+        LogWhereTheLibraryIs();
+        module = LoadAndBind();
+        globals.LibraryModule = module;
+        if (module == nullptr)
+            return;
+        StatusDisplay(LEVEL_TRACE, "LoadLibrary call returned, module handle = 0x{:X}",
+                      reinterpret_cast<std::uintptr_t>(module));
+        if (!withCallbacks) {
+            StatusDisplay(LEVEL_WARNING,
+                          "No window passed to bas1394.LoadTwl1394Dll.  Receiving callbacks will not be possible (Bus "
+                          "Reset and Incoming Transaction notices)");
+            return;
+        }
+        const std::int32_t code = library::RegisterClient();
+        if (code != RESULT_SUCCESS)
+            StatusDisplay(LEVEL_WARNING, "RegisterClient failed in bas1394.LoadTwl1394Dll, code {}", code);
+    };
+    const bool done = platform::Attempt(load, [](const platform::Failure& f) {
+        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in LoadTwl1394Dll", f.Number, f.Description);
+    });
+    return done ? module : nullptr;
+}
+
+void UnloadTwl1394Dll() {
+    FreeAllRanges();
+    platform::Attempt(library::DeRegisterClient, platform::IgnoreFailure);
+    library::Unbind();
+    if (globals.LibraryModule != nullptr)
+        platform::FreeLibrary(globals.LibraryModule);
+    globals.LibraryModule = nullptr;
+}
+
+void HookCallbackWindow(bool enable) {
+    globals.CallbackWindowHooked = enable;
+}
+
+void CallbackWindowProc(std::uint32_t message) {
+    switch (message) {
+    case TWL1394_NOTICE_DEVICE_CHANGE:
+        StatusDisplay(LEVEL_WATCH, "Device Change message from Windows.");
+        break;
+    case TWL1394_NOTICE_BUS_RESET:
+        StatusDisplay(LEVEL_USER, "Bus Reset Message received from 1394 Virtual Device driver");
+        NoteBusReset();
+        break;
+    case TWL1394_NOTICE_BUS_RESET_VHPD:
+        StatusDisplay(LEVEL_USER, "Bus Reset Message received from VHPD driver");
+        NoteBusReset();
+        break;
+    case TWL1394_NOTICE_INCOMING_DATA:
+        StatusDisplay(LEVEL_WATCH, "Incoming Data Message received (likely from a Tarnwell bootloader target).  "
+                                   "Broadcasting a halt command...");
+        globals.IncomingDataPending = true;
+        break;
+    case TWL1394_NOTICE_DRIVER_ERROR:
+        NoteDriverError();
+        break;
+    default:
+        break;
+    }
+}
+
+std::vector<std::string> TakeDebugLines(const std::string& boxText) {
+    static constexpr std::string_view LINE_END = "\r\n";
+    std::vector<std::string> lines;
+    std::size_t position = 0;
+    for (std::size_t end = boxText.find(LINE_END); end != std::string::npos; end = boxText.find(LINE_END, position)) {
+        lines.push_back(boxText.substr(position, end - position));
+        position = end + LINE_END.size();
+    }
+    return lines;
+}
+
+} // namespace bas1394

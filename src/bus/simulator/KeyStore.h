@@ -1,0 +1,29 @@
+// The named items of a target's persistent store, as the two key commands reach them.
+#pragma once
+
+#include "TargetState.h"
+
+namespace simulator {
+
+// Status words of the key commands.
+inline constexpr std::uint32_t KEY_GOOD = 0, KEY_UNKNOWN = 1, KEY_BAD_NAME = 2, KEY_BAD_OFFSET = 3;
+
+class KeyStore {
+public:
+    explicit KeyStore(TargetState& state) : state_(state) {}
+
+    // operands as sent. The result is the answer's four words; the bytes go to responseBuffer.
+    Bytes Read(ByteView operands, ByteSpan responseBuffer);
+    // The result is the answer's three words. `changed` tells whether the store must be kept.
+    Bytes Write(ByteView operands, ByteView requestBuffer, bool& changed);
+    void PowerUp() { name_.clear(); }
+
+private:
+    bool TakeName(ByteView operands, std::size_t nameStart);
+    std::uint32_t TakeValue(std::uint32_t length, std::uint32_t offset, ByteView requestBuffer);
+
+    TargetState& state_;
+    Bytes name_; // as far as it came, with its terminating 0
+};
+
+} // namespace simulator

@@ -1,0 +1,140 @@
+#include "Library.h"
+#include "FileBytes.h"
+
+#include <fmt/format.h>
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <utility>
+
+namespace simulator {
+
+Globals globals;
+
+static constexpr const char* DESCRIPTION_FILE = "simulated-bus.json";
+
+static void Fire(std::uint64_t ticket) {
+    const std::lock_guard lock(globals.mutex);
+    const auto found = globals.due.find(ticket);
+    if (found != globals.due.end()) { // else it was of a bus that is gone
+        const std::function<void()> call = std::move(found->second);
+        globals.due.erase(found);
+        call();
+    }
+}
+
+Clock& TheClock() {
+    if (globals.clock == nullptr) {
+        globals.clock = std::make_unique<RealClock>(&Fire);
+    }
+    return *globals.clock;
+}
+
+void UseCallersClock(const SimulatorClock* clock) {
+    globals.clock.reset();
+    if (clock != nullptr) {
+        globals.clock = std::make_unique<CallersClock>(*clock, &Fire);
+    }
+}
+
+static void CallAt(std::int64_t due, std::function<void()> call) {
+    globals.due[++globals.lastTicket] = std::move(call);
+    TheClock().CallAt(due, globals.lastTicket);
+}
+
+void DebugText(int level, const std::string& text) {
+    if (level >= globals.debugLevel || level == DEBUG_ALWAYS) {
+        globals.undelivered.push_back("simulated bus: " + text + "\r\n");
+        DeliverDebugText();
+    }
+}
+
+void DeliverDebugText() {
+    if (globals.client != nullptr) {
+        for (const std::string& text : std::exchange(globals.undelivered, {})) {
+            globals.client->AppendDebugText(globals.client->Context, text.c_str());
+        }
+    }
+}
+
+static void PostNotice(std::uint32_t number) {
+    if (globals.client != nullptr) {
+        globals.client->PostNotice(globals.client->Context, number);
+    }
+}
+
+static std::filesystem::path OwnDirectory() {
+    Dl_info self{};
+    dladdr(reinterpret_cast<const void*>(&OwnDirectory), &self);
+    std::error_code failure;
+    const std::filesystem::path path =
+        std::filesystem::absolute(self.dli_fname == nullptr ? "" : self.dli_fname, failure);
+    return path.parent_path();
+}
+
+// The file beside the library, or the default bus. Throws DescriptionError when there is such a
+// file and it can't be read.
+static std::string ReadDescription(const std::string& path) {
+    std::error_code failure;
+    if (!std::filesystem::exists(path, failure)) {
+        return DefaultBus();
+    }
+    const std::optional<Bytes> content = ReadFile(path);
+    if (!content) {
+        throw DescriptionError("", "can't be read");
+    }
+    return {content->begin(), content->end()};
+}
+
+static std::optional<BusDescription> TryDescription(const char* json, const char* baseDirectory) {
+    const std::filesystem::path base = baseDirectory == nullptr ? OwnDirectory() : std::filesystem::path(baseDirectory);
+    const std::string name = json == nullptr ? (base / DESCRIPTION_FILE).string() : "description";
+    globals.lastError.clear();
+    try {
+        return ParseDescription(json == nullptr ? ReadDescription(name) : json, base.string());
+    } catch (const DescriptionError& failure) {
+        globals.lastError = fmt::format("{}: {}", name, failure.what());
+        return std::nullopt;
+    }
+}
+
+bool CheckDescription(const char* json, const char* baseDirectory) {
+    return TryDescription(json, baseDirectory).has_value();
+}
+
+bool Describe(const char* json, const char* baseDirectory) {
+    globals.bus.reset();
+    globals.due.clear();
+    globals.undelivered.clear();
+    const std::optional<BusDescription> read = TryDescription(json, baseDirectory);
+    if (!read) {
+        DebugText(DEBUG_ALWAYS, globals.lastError);
+    }
+    const BusDescription description = read.value_or(EmptyBus());
+    globals.virtualDevice = description.virtualDevice;
+    globals.bus = std::make_shared<Bus>(description, BusOutlets{.now = [] { return TheClock().Now(); },
+                                                                .callAt = CallAt,
+                                                                .postNotice = PostNotice,
+                                                                .debugText = DebugText});
+    return read.has_value();
+}
+
+std::int32_t Carry(Transaction& transaction) {
+    std::unique_lock lock(globals.mutex);
+    if (globals.client == nullptr || globals.bus == nullptr) {
+        return TWL1394_SHUTTING_DOWN;
+    }
+    if (!globals.virtualDevice) {
+        return TWL1394_NO_RESPONSE;
+    }
+    const std::shared_ptr<Bus> bus = globals.bus;
+    Clock& clock = TheClock();
+    const Bus::Started started = bus->Begin(transaction.timeoutMs);
+    lock.unlock();
+    clock.Sleep(started.nanoseconds);
+    lock.lock();
+    // A caller's clock may run anything meanwhile, the end of the bus included.
+    return globals.bus == bus ? bus->End(started, transaction) : TWL1394_SHUTTING_DOWN;
+}
+
+} // namespace simulator

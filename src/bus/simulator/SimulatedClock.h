@@ -1,0 +1,67 @@
+// The clock that the simulated bus lives by: the machine's, or one that the caller moves.
+#pragma once
+
+#include "Simulator.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace simulator {
+
+// Nanoseconds of CLOCK_MONOTONIC.
+std::int64_t MonotonicNow();
+
+// What falls due is known by its ticket; the handler is told when its time has come.
+class Clock {
+public:
+    using Handler = void (*)(std::uint64_t ticket);
+
+    virtual ~Clock() = default;
+    virtual std::int64_t Now() = 0;
+    virtual void Sleep(std::int64_t nanoseconds) = 0;
+    virtual void CallAt(std::int64_t due, std::uint64_t ticket) = 0;
+    // Between Run and Stop the handler is called; what falls due in Stop waits for the next Run.
+    virtual void Run() {}
+    virtual void Stop() {}
+};
+
+// Sleeps for real; one thread, alive between Run and Stop, calls the handler.
+class RealClock final : public Clock {
+public:
+    explicit RealClock(Handler handler) : handler_(handler) {}
+    ~RealClock() override { Stop(); }
+    std::int64_t Now() override { return MonotonicNow(); }
+    void Sleep(std::int64_t nanoseconds) override;
+    void CallAt(std::int64_t due, std::uint64_t ticket) override;
+    void Run() override;
+    void Stop() override;
+
+private:
+    void Serve();
+
+    Handler handler_;
+    std::mutex mutex_; // taken after the library's own, never before it
+    std::condition_variable changed_;
+    std::multimap<std::int64_t, std::uint64_t> due_;
+    bool stopping_ = false;
+    std::thread thread_;
+};
+
+// No thread at all: the caller's clock calls.
+class CallersClock final : public Clock {
+public:
+    CallersClock(const SimulatorClock& clock, Handler handler) : clock_(clock), handler_(handler) {}
+    std::int64_t Now() override { return clock_.Now(clock_.Context); }
+    void Sleep(std::int64_t nanoseconds) override { clock_.Sleep(clock_.Context, nanoseconds); }
+    void CallAt(std::int64_t due, std::uint64_t ticket) override;
+
+private:
+    SimulatorClock clock_;
+    Handler handler_;
+};
+
+} // namespace simulator

@@ -1,0 +1,263 @@
+// The directories of a ROM and their leaves.
+//
+// A hostile ROM can unfold into more directories than memory holds: they may point at each other,
+// at themselves, or fan out. So each address is read once, and caps hold the whole (the limits in
+// basConfigRom.h). A directory that is cut off looks like one that could not be read. A leaf that
+// several entries share is legitimate and is served from the bytes already read.
+#include "CodePage.h"
+#include "RomAccess.h"
+#include "bas1394.h"
+#include "basUtils.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace basConfigRom {
+
+namespace {
+
+constexpr std::uint32_t CSR_BASE = 0xF0000000;
+constexpr std::uint32_t HEADER_MASK_BLOCK = 0xFFFF0000;
+constexpr std::int32_t TYPE_IMMEDIATE = 0, TYPE_OFFSET = 1, TYPE_LEAF = 2, TYPE_DIRECTORY = 3;
+constexpr std::int32_t KEY_TEXT = 1;
+constexpr std::int32_t FAILED_READ_COST = 256; // quadlets: it may have waited for a time-out
+
+// The next element of a list whose first element is free while its Address is 0.
+template <class Element> std::size_t NextElement(std::vector<Element>& list) {
+    if (list.front().Address != 0)
+        list.emplace_back();
+    return list.size() - 1;
+}
+
+// The address of the entry plus its data, in quadlets.
+std::int32_t Target(const ConfigRomEntry& entry) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(entry.Address) +
+                                     4u * static_cast<std::uint32_t>(entry.Data));
+}
+
+void LogDirectoryFailure(const std::string& trail, std::int32_t nodeIndex, std::int32_t code, std::uint32_t address) {
+    if (code == TWL1394_TIMED_OUT)
+        StatusDisplay(trail, LEVEL_WARNING,
+                      "GetConfigRomDirectory: target failed to respond in the given time, node index {}, address "
+                      "0xFFFFFFFF{:X}.",
+                      nodeIndex, address);
+    else
+        StatusDisplay(trail, LEVEL_WARNING,
+                      "GetConfigRomDirectory: failed call to GetConfigRomEntry, code {}(0x{:X}), node {}, address "
+                      "0xFFFFFFFF{:X}.",
+                      code, static_cast<std::uint32_t>(code), nodeIndex, address);
+}
+
+std::string LeafText(const ByteArray& raw) {
+    const auto start = raw.begin() + 12;
+    const auto end = std::find(start, raw.end(), 0);
+    return platform::TextFromAnsi(ByteArray(start, end));
+}
+
+void DecodeLeaf(const ConfigRomEntry& entry, ConfigRomLeaf& leaf) {
+    const ByteArray& raw = leaf.RawData;
+    leaf.Length = basUtils::ByteArrayToLong(raw, 0, 1, true);
+    leaf.Crc = basUtils::ByteArrayToLong(raw, 2, 3, true);
+    leaf.DescriptorType = raw.at(4);
+    if (raw.size() >= 12) {
+        leaf.SpecifierID = basUtils::ByteArrayToLong(raw, 5, 7, true);
+        leaf.width = raw[8] >> 4;
+        leaf.CharacterSet = static_cast<std::int16_t>((raw[8] & 0x0F) << 8 | raw[9]);
+        leaf.Language = basUtils::ByteArrayToInt(raw, 10, true);
+    }
+    if (entry.KeyValue == KEY_TEXT && raw.size() > 12)
+        leaf.Text = LeafText(raw);
+}
+
+void DecodeDirectory(ByteArray bytes, std::int32_t address, ConfigRomDirectory& directory) {
+    directory.RawData = std::move(bytes);
+    const ByteArray& raw = directory.RawData;
+    directory.Address = address;
+    directory.Length = basUtils::ByteArrayToLong(raw, 0, 1, true);
+    directory.Crc = basUtils::ByteArrayToLong(raw, 2, 3, true);
+    directory.Entries.assign(raw.size() / 4 - 1, {});
+    for (std::size_t j = 0; j < directory.Entries.size(); ++j) {
+        const auto at = static_cast<std::int32_t>(4 * j + 4);
+        const std::uint32_t quadlet = Quadlet(raw, at);
+        directory.Entries[j] = {.Address = address + at,
+                                .KeyType = static_cast<std::int32_t>(quadlet >> 30),
+                                .KeyValue = static_cast<std::int32_t>(quadlet >> 24 & 0x3F),
+                                .Data = static_cast<std::int32_t>(quadlet & 0xFFFFFF)};
+    }
+    directory.Offsets.assign(1, {});
+    directory.Leaves.assign(1, {});
+}
+
+// The walk over a directory and all that hangs under it, with what it has read so far. It holds
+// indexes, since the record's directories grow below it.
+class TreeWalk {
+public:
+    TreeWalk(std::int32_t nodeIndex, ConfigRomRecord& rom) : nodeIndex_(nodeIndex), rom_(rom) {}
+
+    // 1 or -1.
+    std::int32_t Read(std::int32_t address, std::int32_t index, const std::string& trail) {
+        if (!directoriesRead_.insert(address).second) {
+            ReportCutOff(trail, address, "a directory is referred to twice");
+            return -1;
+        }
+        ByteArray bytes;
+        const std::int32_t code = GetConfigRomEntry(nodeIndex_, address, HEADER_MASK_BLOCK, bytes, trail);
+        Count(bytes);
+        if (code != 1) {
+            LogDirectoryFailure(trail, nodeIndex_, code, static_cast<std::uint32_t>(address));
+            return -1;
+        }
+        DecodeDirectory(std::move(bytes), address, Directory(index));
+        TakeEntries(index, trail);
+        return 1;
+    }
+
+private:
+    ConfigRomDirectory& Directory(std::int32_t index) { return rom_.Directories[static_cast<std::size_t>(index)]; }
+
+    void TakeEntries(std::int32_t index, const std::string& trail) {
+        auto next = GoesOn("GetConfigRomDirectory", trail);
+        std::int32_t precedingKey = 0; // of the immediate that stands last before an entry
+        for (std::size_t j = 0; j < Directory(index).Entries.size(); ++j) {
+            if (TooLarge()) {
+                ReportCutOff(trail, Directory(index).Entries[j].Address, "it is too large");
+                CutEntries(Directory(index).Entries, j);
+                return;
+            }
+            next([&] { Take(index, j, precedingKey, trail); });
+        }
+    }
+
+    bool TooLarge() const {
+        return rom_.Directories.size() >= MAX_DIRECTORIES || leaves_ >= MAX_LEAVES || quadlets_ >= MAX_QUADLETS;
+    }
+
+    // What wasn't walked refers to nothing, so it doesn't stay.
+    static void CutEntries(std::vector<ConfigRomEntry>& entries, std::size_t walked) {
+        entries.resize(walked);
+        if (entries.empty())
+            entries.emplace_back();
+    }
+
+    void Take(std::int32_t index, std::size_t j, std::int32_t& precedingKey, const std::string& trail) {
+        const ConfigRomEntry entry = Directory(index).Entries[j];
+        if (entry.KeyType != TYPE_IMMEDIATE && bas1394::globals.BusResetPending)
+            return; // the ROM is read anew behind the reset
+        std::int32_t target = 0;
+        switch (entry.KeyType) {
+        case TYPE_IMMEDIATE:
+            if (index == 0)
+                StoreRootKeyValue(entry, rom_);
+            precedingKey = entry.KeyValue;
+            break;
+        case TYPE_DIRECTORY:
+            target = TakeDirectory(index, entry, precedingKey, trail);
+            break;
+        case TYPE_LEAF:
+            target = TakeLeaf(index, entry, precedingKey, trail);
+            break;
+        case TYPE_OFFSET:
+            target = TakeOffset(index, entry, precedingKey);
+            break;
+        }
+        Directory(index).Entries[j].Index = target;
+    }
+
+    std::int32_t TakeDirectory(std::int32_t parent, const ConfigRomEntry& entry, std::int32_t precedingKey,
+                               const std::string& trail) {
+        AddConfigRomDirectory(rom_, parent);
+        const auto index = static_cast<std::int32_t>(rom_.Directories.size() - 1);
+        Directory(index).Address = Target(entry);
+        Directory(index).PrecedingKey = precedingKey;
+        Read(Target(entry), index, Deeper(trail));
+        return index;
+    }
+
+    std::int32_t TakeLeaf(std::int32_t owner, const ConfigRomEntry& entry, std::int32_t precedingKey,
+                          const std::string& trail) {
+        ++leaves_;
+        const std::size_t index = NextElement(Directory(owner).Leaves);
+        ConfigRomLeaf& leaf = Directory(owner).Leaves[index]; // no directory is added while a leaf is read
+        leaf.PrecedingKey = precedingKey;
+        leaf.Address = Target(entry);
+        leaf.DirectoryIndex = owner;
+        const auto [known, isNew] = leafBytes_.try_emplace(leaf.Address);
+        if (isNew) {
+            GetConfigRomLeaf(trail, nodeIndex_, leaf.Address, entry, leaf);
+            known->second = leaf.RawData;
+            Count(leaf.RawData);
+        } else if (known->second.size() > 1) {
+            leaf.RawData = known->second;
+            DecodeLeaf(entry, leaf);
+        }
+        return static_cast<std::int32_t>(index);
+    }
+
+    std::int32_t TakeOffset(std::int32_t owner, const ConfigRomEntry& entry, std::int32_t precedingKey) {
+        const std::size_t index = NextElement(Directory(owner).Offsets);
+        ConfigRomOffset& offset = Directory(owner).Offsets[index];
+        const std::uint32_t address = CSR_BASE + 4u * static_cast<std::uint32_t>(entry.Data);
+        offset.PrecedingKey = precedingKey;
+        offset.Address = static_cast<std::int32_t>(address);
+        ByteArray bytes;
+        const bool read = ReadQuadlets(BusAccessTo(nodeIndex_), address, 4, bytes) == 1;
+        if (read)
+            offset.Value = static_cast<std::int32_t>(Quadlet(bytes, 0));
+        quadlets_ += read ? 1 : FAILED_READ_COST;
+        return static_cast<std::int32_t>(index);
+    }
+
+    // `block` is empty, or one byte, when it couldn't be read.
+    void Count(const ByteArray& block) {
+        quadlets_ += block.size() > 1 ? static_cast<std::int32_t>(block.size() / 4) : FAILED_READ_COST;
+    }
+
+    void ReportCutOff(const std::string& trail, std::int32_t address, const char* why) {
+        if (!std::exchange(cutOffReported_, true))
+            StatusDisplay(trail, LEVEL_WARNING,
+                          "GetConfigRomDirectory: the config rom of node index {} is cut off at address 0xFFFF{:X}: "
+                          "{}.",
+                          nodeIndex_, static_cast<std::uint32_t>(address), why);
+    }
+
+    std::int32_t nodeIndex_;
+    ConfigRomRecord& rom_;
+    std::set<std::int32_t> directoriesRead_;      // addresses
+    std::map<std::int32_t, ByteArray> leafBytes_; // by address; one byte for a leaf that couldn't be read
+    std::int32_t leaves_ = 0, quadlets_ = 0;
+    bool cutOffReported_ = false; // one WARNING a ROM
+};
+
+} // namespace
+
+std::int32_t GetConfigRomDirectory(std::int32_t nodeIndex, std::int32_t directoryAddress, std::int32_t directoryIndex,
+                                   ConfigRomRecord& rom, const std::string& logTrail) {
+    const std::string trail = Deeper(logTrail);
+    if (!InNodeTable(nodeIndex)) {
+        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomDirectory: invalid node index: {}.  Exiting abnomally.",
+                      nodeIndex);
+        return -1;
+    }
+    return TreeWalk(nodeIndex, rom).Read(directoryAddress, directoryIndex, trail);
+}
+
+void GetConfigRomLeaf(const std::string& logTrail, std::int32_t nodeIndex, std::int32_t leafAddress,
+                      const ConfigRomEntry& entry, ConfigRomLeaf& leaf) {
+    const std::string trail = Deeper(logTrail);
+    auto next = GoesOn("GetConfigRomLeaf", trail);
+    if (!InNodeTable(nodeIndex)) {
+        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomLeaf: invalid node index: {}.  Exiting abnomally.", nodeIndex);
+        return;
+    }
+    next([&] {
+        if (GetConfigRomEntry(nodeIndex, leafAddress, HEADER_MASK_BLOCK, leaf.RawData, trail) == 1)
+            DecodeLeaf(entry, leaf);
+        else
+            StatusDisplay(trail, LEVEL_WARNING, "GetConfigRomLeaf: failed call to GetConfigRomEntry, node {}.",
+                          BusAccessTo(nodeIndex).NodeNum);
+    });
+}
+
+} // namespace basConfigRom

@@ -1,0 +1,354 @@
+#include "ImageDownload.h"
+
+#include "Dialogs.h"
+#include "Failure.h"
+#include "WindowSystem.h"
+#include "basUtils.h"
+
+#include <algorithm>
+
+namespace basBootloader {
+
+DownloadHooks downloadHooks;
+
+namespace {
+
+constexpr std::int32_t MaxRetries = 3;
+constexpr std::int32_t MAX_BLOCK_SIZE = 1024;
+constexpr std::int32_t START_TIMEOUT = 40000, END_TIMEOUT = 70000; // ms: an erase, a final check
+constexpr std::int32_t FLASH_WRITE_FAILED = -3;                    // a target's status
+constexpr std::size_t SMALLEST_PACKAGE = 97;                       // what isn't even this wasn't loaded
+constexpr std::int32_t UNATTENDED_CNE_ADDRESS = 0x201A0000;
+constexpr const char* INCOMPATIBLE = "Incompatible Image";
+
+using Step = DownloadProgress::Step;
+
+std::uint32_t Bits(std::int64_t value) {
+    return static_cast<std::uint32_t>(value);
+}
+
+const char* ImageName(std::int32_t imageType) {
+    switch (imageType) {
+    case IMAGE_APPLICATION:
+        return "Application Image";
+    case IMAGE_CONFIG:
+        return "Config Data";
+    case IMAGE_DEBUGGER:
+        return "Debugger Image";
+    case IMAGE_BOOTLOADER:
+        return "Bootloader Image";
+    default:
+        return nullptr;
+    }
+}
+
+void ReportFailureResumingNext(const platform::Failure& failure) {
+    StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in frmSelectFirmware.DownloadImage.  Resuming next...", failure.Number,
+                  failure.Description);
+}
+
+// One load under way.
+struct Load {
+    std::int32_t handle;
+    std::int32_t imageType;
+    const std::string& file;
+    const DownloadStyle& style;
+    const char* name; // of the image
+    TwdHeader package;
+    TwdSection section;    // with the address that the image gets on the target
+    std::int64_t sent = 0; // bytes that went through
+    std::int64_t startCount = 0;
+};
+
+void Log(const Load& load, std::int32_t level, const std::string& text) {
+    if (load.style.log)
+        load.style.log(text, level);
+}
+
+void Show(const Load& load, const std::string& text) {
+    if (load.style.show)
+        load.style.show(text);
+}
+
+void Tell(const Load& load, std::int32_t level, const std::string& text) {
+    Show(load, text);
+    Log(load, level, text);
+}
+
+void Advance(const Load& load, Step step) {
+    if (load.style.progress)
+        load.style.progress({step, load.sent, load.section.Length});
+}
+
+// --- Before the target is touched ---
+
+bool ReadPackage(Load& load) {
+    Advance(load, Step::Reading);
+    load.style.load(load.file, load.package);
+    if (load.package.FileData.size() >= SMALLEST_PACKAGE)
+        return true;
+    Log(load, LEVEL_ERROR, fmt::format("Load {} failed: could not load TWD file '{}'", load.name, load.file));
+    return false;
+}
+
+std::string HardwareIdText(const Load& load) {
+    const std::int32_t id = load.package.HardwareID;
+    return load.style.hardwareIdInHex ? fmt::format("{} (0x{:X})", id, Bits(id)) : fmt::format("{}", id);
+}
+
+// Which hardware the package and the target speak of: the first two lines of both boxes.
+std::string HardwareLines(const Load& load, std::int32_t model) {
+    return fmt::format("The selected TWD file indicates hardware compatibility with Model ID {}.  \r\n"
+                       "The selected hardware indicates a Model ID of {}.  \r\n",
+                       HardwareIdText(load), model);
+}
+
+bool UserInsists(const Load& load, std::int32_t model) {
+    return platform::CurrentDialogs().YesNo(HardwareLines(load, model) +
+                                                "The application is configured to ignore this compatibility test.\r\n"
+                                                "Are you sure you want to continue?",
+                                            INCOMPATIBLE);
+}
+
+void RefuseHardware(const Load& load, std::int32_t model) {
+    platform::CurrentDialogs().MessageBox(
+        HardwareLines(load, model) +
+            "This TWD file is not intended for this hardware platform.  However, you can over-ride this check by "
+            "clicking the \"Preferences\" button and checking the \"Override Hardware Compatibility\" checkbox.\r\n"
+            "DANGER: USE THE \"Override Hardware Compatibility\" OPTION ONLY IF YOU'RE ABSOLUTELY CERTAIN THAT YOU "
+            "KNOW WHAT YOU'RE DOING.  YOU COULD RENDER YOUR HARDWARE USELESS.",
+        INCOMPATIBLE);
+}
+
+void TellAbort(const Load& load, std::int32_t model) {
+    Tell(load, LEVEL_ERROR, "Operation aborted due to hardware incompatibility");
+    if (load.style.bothIdsOnAbort)
+        Log(load, LEVEL_ERROR,
+            fmt::format("Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target "
+                        "Hardware ID = {}(0x{:X})",
+                        load.package.HardwareID, Bits(load.package.HardwareID), model, Bits(model)));
+}
+
+bool HardwareFits(const Load& load) {
+    const std::int32_t index = GetDeviceIndex(load.handle);
+    if (index < 0)
+        return true;
+    const std::int32_t model = globals.TargetList[static_cast<std::size_t>(index)].Info.HardwareModelID;
+    if (model == load.package.HardwareID)
+        return true;
+    const bool dialogs = load.style.dialogsWhenUnattended || !basApp::globals.PerformUnattendedOperations;
+    if (basApp::globals.OverrideHardwareCompatibility) {
+        if (!dialogs || UserInsists(load, model))
+            return true;
+    } else if (dialogs) {
+        RefuseHardware(load, model);
+    }
+    TellAbort(load, model);
+    return false;
+}
+
+bool PickSection(Load& load) {
+    const bool config = load.imageType == IMAGE_CONFIG;
+    load.section = config ? load.package.Cne : load.package.Image1;
+    if (config)
+        load.section.Address = load.style.cneAddress;
+    if (load.section.Length >= 1)
+        return true;
+    Tell(load, LEVEL_USER,
+         config ? fmt::format("DownloadImage (CNE): '{}' contains no CNE.  Exiting...", load.file)
+                : fmt::format("DownloadImage: '{}' contains no image.  Exiting...", load.file));
+    return false;
+}
+
+void TellBeginning(const Load& load) {
+    if (load.imageType == IMAGE_CONFIG) {
+        Tell(load, LEVEL_USER, fmt::format("Loading new {}(CNE) from '{}' onto target...", load.name, load.file));
+        return;
+    }
+    Tell(load, LEVEL_USER,
+         fmt::format("Loading new {}(Image1) from '{}' onto target.  First erasing flash...", load.name, load.file));
+    platform::DoEvents();
+}
+
+// --- On the target ---
+
+// False, told, when the target didn't take the announcement.
+bool Announce(const Load& load, std::int32_t& maxBlockSize) {
+    const TwdHeader& package = load.package;
+    const DownloadAnnouncement announcement{load.imageType,      package.ImageDate,       package.ImageTime,
+                                            package.SoftwareID,  package.SoftwareVersion, load.section.Address,
+                                            load.section.Length, load.section.Crc};
+    Advance(load, Step::Erasing);
+    const std::int32_t result =
+        DownloadStart(load.handle, announcement, maxBlockSize, START_TIMEOUT, load.style.startProgress);
+    if (result != SUCCESS) {
+        Tell(load, load.style.startFailureLevel,
+             fmt::format("cmdLoadSelected failed: DownloadStart command failed, code {}", result));
+        return false;
+    }
+    if (maxBlockSize < 1) {
+        Tell(load, load.style.blockSizeFailureLevel,
+             fmt::format("Load {} failed: Download start returned invalid block size: {}", load.name, maxBlockSize));
+        return false;
+    }
+    maxBlockSize = std::min(maxBlockSize, MAX_BLOCK_SIZE);
+    return true;
+}
+
+// The element behind the file's bytes is none of them: a section that reaches it reaches outside.
+bool CopyBlock(const Load& load, std::int32_t size, ByteArray& block) {
+    const std::int64_t fileOffset = load.section.Offset + load.sent;
+    const std::int64_t fileLength = static_cast<std::int64_t>(load.package.FileData.size()) - 1;
+    if (fileOffset >= 0 && fileOffset + size <= fileLength) {
+        block.resize(static_cast<std::size_t>(size));
+        if (basUtils::CopyByteArray(load.package.FileData, fileOffset, size, block, 0) == 1)
+            return true;
+    }
+    Log(load, LEVEL_ERROR,
+        fmt::format("Failed to copy 0x{:X} byte block at address 0x{:X} in file '{}' in Load Image function.", size,
+                    Bits(fileOffset), load.file));
+    return false;
+}
+
+std::int32_t BlockAddress(const Load& load) {
+    return static_cast<std::int32_t>(Bits(load.section.Address + load.sent));
+}
+
+void TellBlockFailure(const Load& load, std::int32_t result) {
+    const char* reason = result == FLASH_WRITE_FAILED ? load.style.flashFailure : load.style.blockFailure;
+    Tell(load, load.style.blockFailureLevel,
+         fmt::format("{}  basBootloader.DownloadBlock returned code {} for block at address 0x{:X}.",
+                     fmt::format(fmt::runtime(reason), fmt::arg("file", load.file)), result, Bits(BlockAddress(load))));
+}
+
+void TellGivingUp(const Load& load, std::int32_t result) {
+    if (load.style.tellGivingUp)
+        Log(load, LEVEL_ERROR,
+            fmt::format("DownloadImage ERROR: Failed to load '{}' onto target.  basBootloader.DownloadBlock returned "
+                        "code {} after {} retries.  Aborting operation.",
+                        load.file, result, MaxRetries));
+}
+
+// 1 when every block went through, else how the last one failed.
+std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
+    ByteArray block;
+    std::int32_t blockNumber = 0, retries = 0;
+    while (load.sent < load.section.Length) {
+        const auto size =
+            static_cast<std::int32_t>(std::min<std::int64_t>(load.section.Length - load.sent, maxBlockSize));
+        if (!CopyBlock(load, size, block))
+            return FAILED;
+        const std::int32_t result = DownloadBlock(load.handle, blockNumber, BlockAddress(load), size, block);
+        if (result == SUCCESS) {
+            retries = 0;
+            ++blockNumber;
+            load.sent += size;
+            Advance(load, Step::Loading);
+        } else {
+            TellBlockFailure(load, result);
+            if (++retries == MaxRetries) {
+                TellGivingUp(load, result);
+                return result;
+            }
+        }
+        if (load.style.turnsBetweenBlocks)
+            platform::DoEvents();
+    }
+    return SUCCESS;
+}
+
+// The target's verdict. Only the target judges the CRC.
+std::int32_t CloseLoad(const Load& load) {
+    Advance(load, Step::Checking);
+    std::int32_t crc = 0, crcValidity = 0;
+    const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT);
+    if (result != SUCCESS) {
+        const std::string text = fmt::format("Download end command failed while loading '{}' onto target.", load.file);
+        Show(load, text);
+        if (load.style.logEndFailure)
+            Log(load, LEVEL_ERROR, text);
+        return result;
+    }
+    if (crcValidity != 0) {
+        Log(load, LEVEL_ERROR,
+            fmt::format("CRC failure in Image Load process (CRC=0x{:X}, CRCvalidity=0x{:X}.", Bits(crc),
+                        Bits(crcValidity)));
+        return FAILED;
+    }
+    return SUCCESS;
+}
+
+void TellSuccess(const Load& load) {
+    const float elapsed = std::max(basApp::ElapsedMilliseconds(load.startCount), 1.0F);
+    Tell(load, LEVEL_USER,
+         fmt::format("Successfully loaded new {} '{}' onto target at {:.2f} kB/sec.", load.name, load.file,
+                     static_cast<double>(load.section.Length) / static_cast<double>(elapsed)));
+}
+
+// Everything from the erase on. A failure of one step leaves it failed and the next one runs, so
+// that the target is told of the end whatever happened to its blocks.
+std::int32_t LoadSection(Load& load) {
+    platform::ResumeNext next{ReportFailureResumingNext};
+    std::int32_t maxBlockSize = 0;
+    bool announced = false;
+    next([&] { announced = Announce(load, maxBlockSize); });
+    if (!announced)
+        return FAILED;
+    std::int32_t blocks = FAILED, end = FAILED;
+    next([&] { blocks = SendBlocks(load, maxBlockSize); });
+    next([&] { end = CloseLoad(load); });
+    if (blocks == SUCCESS && end == SUCCESS) {
+        next([&] { TellSuccess(load); });
+        return SUCCESS;
+    }
+    next([&] { Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name)); });
+    return FAILED;
+}
+
+DownloadStyle UnattendedStyle() {
+    DownloadStyle style;
+    style.cneAddress = UNATTENDED_CNE_ADDRESS;
+    style.clockFromEntry = true;
+    style.bothIdsOnAbort = true;
+    style.tellGivingUp = true;
+    style.logEndFailure = true;
+    style.turnsBetweenBlocks = true;
+    style.failureLevel = LEVEL_USER;
+    style.blockFailureLevel = LEVEL_WARNING;
+    style.blockFailure = "DownloadImage Warning: Error loading '{file}'.";
+    style.flashFailure = "DownloadImage Warning: Failed to write data to flash on target.";
+    style.log = [](const std::string& text, std::int32_t level) { StatusDisplay(level, "{}", text); };
+    style.progress = downloadHooks.progress;
+    return style;
+}
+
+} // namespace
+
+std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const std::string& file,
+                                  const DownloadStyle& style) {
+    platform::ResumeNext next{ReportFailureResumingNext};
+    Load load{handle, imageType, file, style, ImageName(imageType), {}, {}};
+    load.startCount = platform::QueryPerformanceCounter();
+    if (!load.name) {
+        Log(load, LEVEL_ERROR, fmt::format("DownloadImage Error: unknown ImageType '{}'", imageType));
+        return FAILED;
+    }
+    bool ready = false;
+    next([&] { ready = ReadPackage(load) && HardwareFits(load) && PickSection(load); });
+    if (!ready)
+        return FAILED;
+    next([&] { TellBeginning(load); });
+    if (!style.clockFromEntry)
+        load.startCount = platform::QueryPerformanceCounter();
+    basApp::globals.DownloadInProgress = true;
+    const std::int32_t result = LoadSection(load);
+    basApp::globals.DownloadInProgress = false;
+    next([&] { Advance(load, Step::Done); });
+    return result;
+}
+
+std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const std::string& file) {
+    return DownloadImageInStyle(handle, imageType, file, UnattendedStyle());
+}
+
+} // namespace basBootloader

@@ -1,0 +1,144 @@
+#include "TwdPackage.h"
+
+#include "BootloaderStatus.h"
+#include "CodePage.h"
+#include "Failure.h"
+#include "basUtils.h"
+
+#include <algorithm>
+
+namespace basBootloader {
+
+namespace {
+
+constexpr std::int32_t HEADER_SIZE = 352;
+constexpr std::int32_t INFO_OFFSET = 0x60, INFO_SIZE = 256;
+constexpr std::int64_t HEADER_READ_LIMIT = 1000, NO_LIMIT = 0;
+
+template <std::size_t Size>
+void CopyField(const ByteArray& data, std::int32_t offset, std::array<std::uint8_t, Size>& field) {
+    std::copy_n(data.begin() + offset, Size, field.begin());
+}
+
+TwdSection DecodeSection(const ByteArray& data, std::int32_t offset) {
+    using basUtils::ByteArrayToLong;
+    return {ByteArrayToLong(data, offset), ByteArrayToLong(data, offset + 4), ByteArrayToLong(data, offset + 8),
+            ByteArrayToLong(data, offset + 12)};
+}
+
+// A text ends at its first NUL; a field that begins with one is left whole and shows as nothing.
+std::string DecodeInfoText(const ByteArray& infoBytes) {
+    const auto nul = std::find(infoBytes.begin(), infoBytes.end(), 0);
+    const std::size_t length =
+        nul == infoBytes.begin() ? infoBytes.size() : static_cast<std::size_t>(nul - infoBytes.begin());
+    return platform::TextFromAnsi(infoBytes.data(), length);
+}
+
+void DecodeFields(const ByteArray& data, TwdHeader& header) {
+    using basUtils::ByteArrayToLong;
+    header.Reserved1 = ByteArrayToLong(data, 0x04);
+    CopyField(data, 0x08, header.ImageDate);
+    CopyField(data, 0x10, header.ImageTime);
+    header.SoftwareID = ByteArrayToLong(data, 0x18);
+    header.SoftwareVersion = ByteArrayToLong(data, 0x1C);
+    header.HardwareID = ByteArrayToLong(data, 0x20);
+    header.VendorID = ByteArrayToLong(data, 0x24);
+    CopyField(data, 0x28, header.Reserved2);
+    header.Reserved3 = ByteArrayToLong(data, 0x2C);
+    header.Image1 = DecodeSection(data, 0x30);
+    header.Image2 = DecodeSection(data, 0x40);
+    header.Cne = DecodeSection(data, 0x50);
+    header.InfoBytes.assign(data.begin() + INFO_OFFSET, data.begin() + INFO_OFFSET + INFO_SIZE);
+    header.InfoText = DecodeInfoText(header.InfoBytes);
+}
+
+bool ReadPackageFile(const std::string& path, ByteArray& bytes, std::int64_t limit) {
+    if (basUtils::ReadFileBytes(path, bytes, limit) == 1)
+        return true;
+    StatusDisplay(LEVEL_ERROR, "Load TWD error: failed to load file '{}' into memory.", path);
+    return false;
+}
+
+bool ReadAndParse(const std::string& path, std::int64_t limit, TwdHeader& header) {
+    ByteArray bytes;
+    if (!ReadPackageFile(path, bytes, limit))
+        return false;
+    ByteArrayToTwdStruct(std::move(bytes), header);
+    if (IsTwdValid(header))
+        return true;
+    StatusDisplay(LEVEL_ERROR, "Load TWD error: Failed to validate file '{}'!", path);
+    return false;
+}
+
+void ReportLoadFailure(const platform::Failure& failure) {
+    StatusDisplay(LEVEL_ERROR, "Error #{}: {} in LoadTWD", failure.Number, failure.Description);
+}
+
+} // namespace
+
+void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header) {
+    header = {};
+    const std::int64_t upperBound = static_cast<std::int64_t>(data.size()) - 1;
+    if (upperBound < HEADER_SIZE) {
+        StatusDisplay(LEVEL_ERROR,
+                      "ERROR: not enough data passed into basBootloader.ByteArrayToTwdStruct!  ubound(bytData)={}!  "
+                      "Exiting abnormally.",
+                      upperBound);
+        return;
+    }
+    platform::Attempt(
+        [&] {
+            header.Magic = basUtils::ByteArrayToLong(data, 0, {}, true);
+            if (header.Magic != TwdMagic)
+                return;
+            DecodeFields(data, header);
+            header.FileData = std::move(data);
+        },
+        [](const platform::Failure& failure) {
+            StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in basBootloader.ByteArrayToTwdStruct.  Exiting...",
+                          failure.Number, failure.Description);
+        });
+}
+
+bool IsTwdValid(const TwdHeader& header) {
+    return header.Magic == TwdMagic;
+}
+
+void LoadTWDHeader(const std::string& path, TwdHeader& header) {
+    header = {};
+    platform::ResumeNext next{ReportLoadFailure};
+    ByteArray bytes;
+    bool read = false;
+    next([&] { read = ReadPackageFile(path, bytes, HEADER_READ_LIMIT); });
+    if (!read)
+        return;
+    next([&] { ByteArrayToTwdStruct(std::move(bytes), header); });
+    if (IsTwdValid(header))
+        return;
+    StatusDisplay(LEVEL_ERROR, "Load TWD error: the currently selected image file is not valid!");
+    header = {};
+}
+
+// The first bytes are looked at before a file that may be large and of another kind is read whole.
+void LoadTWD(const std::string& path, TwdHeader& header) {
+    header = {};
+    platform::ResumeNext next{ReportLoadFailure};
+    TwdHeader parsed;
+    bool valid = false;
+    next([&] { valid = ReadAndParse(path, HEADER_READ_LIMIT, parsed); });
+    if (!valid)
+        return;
+    StatusDisplay(LEVEL_WATCH, "Reading '{}'...", path);
+    valid = false;
+    next([&] { valid = ReadAndParse(path, NO_LIMIT, parsed); });
+    if (!valid)
+        return;
+    header = std::move(parsed);
+    StatusDisplay(LEVEL_USER,
+                  "TWD version:  software id = {} (0x{:X}),  software version = {} (0x{:X}),  date/time = {} {}",
+                  header.SoftwareID, static_cast<std::uint32_t>(header.SoftwareID), header.SoftwareVersion,
+                  static_cast<std::uint32_t>(header.SoftwareVersion), FormatTwdDate(header.ImageDate),
+                  FormatTwdTime(header.ImageTime));
+}
+
+} // namespace basBootloader

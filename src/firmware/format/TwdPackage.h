@@ -1,0 +1,55 @@
+// The firmware package file (*.twd): a 352-byte header in front of up to three sections.
+#pragma once
+
+#include "Bytes.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+inline constexpr std::int32_t TwdMagic = 0x74576C44; // "tWlD", big-endian
+
+struct TwdSection {
+    std::int32_t Offset = 0;  // in the file
+    std::int32_t Address = 0; // on the target
+    std::int32_t Length = 0;  // bytes; 0 or less: no such section
+    std::int32_t Crc = 0;     // for the target to judge
+};
+
+struct TwdHeader {
+    std::int32_t Magic = 0; // TwdMagic in a valid package, 0 after a failed read
+    std::int32_t Reserved1 = 0;
+    std::array<std::uint8_t, 8> ImageDate{}; // YYYYMMDD, UTC
+    std::array<std::uint8_t, 8> ImageTime{}; // HHMMSS and two bytes
+    std::int32_t SoftwareID = 0;
+    std::int32_t SoftwareVersion = 0;
+    std::int32_t HardwareID = 0;
+    std::int32_t VendorID = 0;
+    std::array<std::uint8_t, 4> Reserved2{};
+    std::int32_t Reserved3 = 0;
+    TwdSection Image1, Image2, Cne;
+    ByteArray InfoBytes;               // 256 bytes
+    std::string InfoText;              // UTF-8, up to the first NUL behind the first position
+    ByteArray FileData = ByteArray(1); // what was read, index 0 at file offset 0, one 0 behind the end
+};
+
+namespace basBootloader {
+
+inline constexpr std::int32_t PRIVATE_BUILD = 0x00FFFFFF;
+
+// An empty header when there are fewer than 353 bytes (the header and the 0 behind a file); only
+// Magic when that is wrong. Never reads beyond `data`.
+void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header);
+bool IsTwdValid(const TwdHeader& header);
+// The header alone: FileData holds the first 1001 bytes at most.
+void LoadTWDHeader(const std::string& path, TwdHeader& header);
+// The whole package. Magic tells whether it worked.
+void LoadTWD(const std::string& path, TwdHeader& header);
+
+std::string FormatVersion(std::int32_t version);                    // 0x01020304 gives 1.2.3.4
+std::string FormatTwdDate(const std::array<std::uint8_t, 8>& date); // 2002-08-31
+std::string FormatTwdTime(const std::array<std::uint8_t, 8>& time); // 15:25:03 utc
+// "2002-08-31 15:25:03 utc / 17:25:03 (local)"; without the local part where it can't be told.
+std::string FormatDateTime(const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time);
+
+} // namespace basBootloader

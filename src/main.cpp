@@ -1,0 +1,83 @@
+// The program: the window system, the windows, and the wiring between them and the layers below.
+
+#include "CodePage.h"
+#include "QtDialogs.h"
+#include "QtWindowSystem.h"
+#include "Windows.h"
+#include "Wiring.h"
+#include "basApp.h"
+#include "basAutomation.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+bool HasDisplay() {
+    return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
+           std::getenv("QT_QPA_PLATFORM") != nullptr;
+}
+
+bool HasOperations(const std::string& commandLine) {
+    std::string text = platform::UpperCase(platform::Trim(commandLine));
+    basAutomation::InitializeCommandLineOptions();
+    basAutomation::ParseCommandLine(text);
+    const bool operations = basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
+    basApp::globals = {};
+    basAutomation::globals = {};
+    return operations;
+}
+
+// Without a display only a run that nobody has to watch makes sense.
+bool ChoosePlatform(const std::string& commandLine) {
+    if (HasDisplay())
+        return true;
+    if (!HasOperations(commandLine)) {
+        std::fputs("HoistlineApp: there is no display to open the windows on (DISPLAY and WAYLAND_DISPLAY are not "
+                   "set).\nStart it in a desktop session, or give it an operation such as /D <package>.\n",
+                   stderr);
+        return false;
+    }
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    return true;
+}
+
+wiring::WindowHooks HooksOfTheWindows() {
+    wiring::WindowHooks hooks;
+    hooks.loadParentWindow = windows::LoadParentWindow;
+    hooks.mainWindowExists = [] { return windows::globals.main != nullptr; };
+    hooks.focusMainWindow = windows::FocusMainWindow;
+    hooks.nodesChanged = windows::NodesChanged;
+    hooks.debugSpew = windows::AppendDebugSpew;
+    hooks.startBusTimers = windows::StartBusTimers;
+    hooks.statusWindowWants = windows::StatusWindowWants;
+    hooks.postToStatusWindow = windows::PostToStatusWindow;
+    hooks.statusWindowCount = [] { return windows::globals.statusWindows.size(); };
+    hooks.enableMainWindow = windows::EnableMainWindow;
+    hooks.enableScheduler = windows::EnableScheduler;
+    hooks.endRun = windows::EndUnattendedRun;
+    hooks.endProgram = [] { QCoreApplication::exit(0); };
+    return hooks;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::string commandLine = basApp::JoinArguments(std::vector<std::string>(argv + 1, argv + argc));
+    if (!ChoosePlatform(commandLine))
+        return 1;
+    int qtArguments = 1; // the command line is the program's own
+    QApplication application(qtArguments, argv);
+    application.setApplicationName(basApp::TITLE);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const QtWindowSystem windowSystem;
+    const QtDialogs dialogs;
+    wiring::WireProgram(HooksOfTheWindows());
+    windows::hooks.shutdownApplication = basApp::ShutdownApplication;
+    // No result reaches the operating system.
+    return basApp::Main(commandLine) ? QApplication::exec() : 0;
+}

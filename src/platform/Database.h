@@ -1,0 +1,67 @@
+// The database engine: a file, a query text into a record set, rows added, edited and deleted.
+// SQLite; write-ahead log, so that a kill at any instant leaves a database that opens with every
+// update that had returned. Failures: 3000 with the engine's words.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <variant>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace platform {
+
+using FieldValue = std::variant<std::monostate, std::int64_t, std::string>; // null, number, text
+
+class Database;
+
+// The rows of one query of the form "SELECT * FROM <table> [WHERE ...]", which must stay a single
+// statement. The current row is the first after opening.
+class Recordset {
+public:
+    ~Recordset();
+    bool AtEnd() const;
+    void MoveFirst();
+    void MoveLast();
+    // Field of the current row. Failure for an unknown name.
+    FieldValue Field(const std::string& name) const;
+    std::string Text(const std::string& name) const; // "" for null
+    // Starts a new row, or an edit of the current one; SetField, then Update stores it.
+    void AddNew();
+    void Edit();
+    void SetField(const std::string& name, FieldValue value);
+    void Update();
+    void Delete(); // the current row
+    std::int64_t RecordCount() const;
+
+private:
+    friend class Database;
+    struct Impl;
+    explicit Recordset(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> impl_;
+};
+
+class Database {
+public:
+    // Opens an existing file, shared, read and write. Failure when it isn't there or isn't one.
+    explicit Database(const std::string& path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    bool Updatable() const;
+    std::unique_ptr<Recordset> OpenRecordset(const std::string& query);
+    // Runs statements that make tables; for tools and tests.
+    void Execute(const std::string& statements);
+
+    // A compacted copy of `from` in the new file `to`; neither may be open.
+    static void Compact(const std::string& from, const std::string& to);
+    // A new file with these statements run.
+    static void Create(const std::string& path, const std::string& statements);
+
+private:
+    sqlite3* connection_ = nullptr;
+};
+
+} // namespace platform

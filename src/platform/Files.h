@@ -1,0 +1,59 @@
+// Files by path, every path through ResolvePath. Failures: 53 no such file, 76 no such folder,
+// 70 or 75 not permitted, 61 disk full, 57 anything else.
+#pragma once
+
+#include "Bytes.h"
+#include "Clock.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+struct FoundFile {
+    std::string FileName; // as it stands in the folder
+    std::int64_t Size;    // bytes, 0 for a folder
+    FileTime LastWriteTime;
+    bool IsDirectory;
+};
+// The first match of `pattern`, whose last component may hold "*" and "?".
+std::optional<FoundFile> FindFirstFileA(const std::string& pattern);
+
+void CopyFile(const std::string& from, const std::string& to); // replaces `to`, all or nothing
+void DeleteFile(const std::string& path);
+void MakeDirectories(const std::string& path);
+// Writes the whole file and puts it in place by a rename: after a crash the old or the new is there.
+void WriteFileAtomically(const std::string& path, const ByteArray& bytes);
+
+// A file open for reading, from its start.
+class InputFile {
+public:
+    explicit InputFile(const std::string& path); // failure 53
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+    // Up to `count` bytes into `to`; the number read, 0 at the end.
+    std::size_t Read(std::uint8_t* to, std::size_t count);
+    std::int64_t Size() const;
+
+private:
+    int descriptor_;
+};
+
+// A text file written line by line; each line reaches the file system at once.
+class OutputFile {
+public:
+    explicit OutputFile(const std::string& path); // made anew
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    void WriteLine(const std::string& text); // ends in CR LF; the ANSI code page on disk
+
+private:
+    int descriptor_;
+};
+
+} // namespace platform

@@ -1,0 +1,210 @@
+#include "Handles.h"
+
+#include "Clock.h"
+#include "HandleTable.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <map>
+#include <mutex>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+// The lock file of a named mutex. Byte 0 is locked by the owner, byte 1 shared by everybody who
+// has the mutex open; the system gives both back when a process ends, however it ends.
+class LockFile {
+public:
+    explicit LockFile(const std::string& name) {
+        const std::string path = Folder() + "/hoistline-" + std::to_string(getuid()) + "-" + FileNameOf(name);
+        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    }
+    ~LockFile() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    LockFile(const LockFile&) = delete;
+    LockFile& operator=(const LockFile&) = delete;
+
+    bool Usable() const { return descriptor_ >= 0; }
+    bool TryOwn() { return Lock(F_WRLCK, OWNER); }
+    void Disown() { Lock(F_UNLCK, OWNER); }
+    void JoinUsers() { Lock(F_RDLCK, USERS); }
+    bool HasUsers() {
+        struct flock probe = Range(F_WRLCK, USERS);
+        return fcntl(descriptor_, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
+    }
+
+private:
+    static constexpr off_t OWNER = 0, USERS = 1;
+
+    static std::string Folder() {
+        const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+        if (runtime != nullptr && access(runtime, W_OK) == 0)
+            return runtime;
+        return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    }
+    static std::string FileNameOf(std::string name) {
+        for (char& character : name)
+            if (character == '/' || character == '\0')
+                character = '_';
+        return name + ".lock";
+    }
+    static struct flock Range(short type, off_t byte) {
+        struct flock range {};
+        range.l_type = type;
+        range.l_whence = SEEK_SET;
+        range.l_start = byte;
+        range.l_len = 1;
+        return range;
+    }
+    bool Lock(short type, off_t byte) {
+        struct flock range = Range(type, byte);
+        return fcntl(descriptor_, F_OFD_SETLK, &range) == 0;
+    }
+
+    int descriptor_ = -1;
+};
+
+class Event : public KernelObject {
+public:
+    Event(bool manualReset, bool signalled) : manualReset_(manualReset), signalled_(signalled) {}
+    bool TryWait() override {
+        const bool was = signalled_;
+        signalled_ = was && manualReset_;
+        return was;
+    }
+    void Set() { signalled_ = true; }
+
+private:
+    bool manualReset_, signalled_;
+};
+
+// One object for all handles of one name in this process, so that its owner can take it again.
+class Mutex : public KernelObject {
+public:
+    explicit Mutex(std::unique_ptr<LockFile> file) : file_(std::move(file)) {}
+    bool TryWait() override {
+        const std::uint32_t thread = GetCurrentThreadId();
+        const std::lock_guard guard(guard_);
+        if (count_ > 0 && owner_ != thread)
+            return false;
+        if (count_ == 0 && file_ && !file_->TryOwn())
+            return false;
+        owner_ = thread;
+        ++count_;
+        return true;
+    }
+    bool Release() {
+        const std::lock_guard guard(guard_);
+        if (count_ == 0 || owner_ != GetCurrentThreadId())
+            return false;
+        if (--count_ == 0 && file_)
+            file_->Disown();
+        return true;
+    }
+
+private:
+    std::mutex guard_;
+    std::unique_ptr<LockFile> file_; // none for an unnamed mutex
+    std::uint32_t owner_ = 0;
+    int count_ = 0;
+};
+
+struct Globals {
+    std::mutex guard;
+    std::map<Handle, std::shared_ptr<KernelObject>> objects;
+    std::map<std::string, std::weak_ptr<Mutex>> namedMutexes;
+    Handle next = 4;
+} globals;
+
+std::shared_ptr<Mutex> NamedMutex(const std::string& name, bool create) {
+    const std::lock_guard guard(globals.guard);
+    if (std::shared_ptr<Mutex> known = globals.namedMutexes[name].lock())
+        return known;
+    auto file = std::make_unique<LockFile>(name);
+    if (!file->Usable() || (!create && !file->HasUsers()))
+        return nullptr;
+    file->JoinUsers();
+    auto mutex = std::make_shared<Mutex>(std::move(file));
+    globals.namedMutexes[name] = mutex;
+    return mutex;
+}
+
+} // namespace
+
+Handle AddHandle(std::shared_ptr<KernelObject> object) {
+    const std::lock_guard guard(globals.guard);
+    const Handle handle = globals.next;
+    globals.next += 4;
+    globals.objects[handle] = std::move(object);
+    return handle;
+}
+
+std::shared_ptr<KernelObject> ObjectOf(Handle handle) {
+    const std::lock_guard guard(globals.guard);
+    const auto found = globals.objects.find(handle);
+    return found == globals.objects.end() ? nullptr : found->second;
+}
+
+Handle CreateEventA(bool manualReset, bool initialState) {
+    return AddHandle(std::make_shared<Event>(manualReset, initialState));
+}
+
+bool SetEvent(Handle event) {
+    const auto object = std::dynamic_pointer_cast<Event>(ObjectOf(event));
+    if (object)
+        object->Set();
+    return object != nullptr;
+}
+
+Handle CreateMutexA(bool initialOwner, const std::string& name) {
+    std::shared_ptr<Mutex> mutex = name.empty() ? std::make_shared<Mutex>(nullptr) : NamedMutex(name, true);
+    if (!mutex)
+        return 0;
+    if (initialOwner)
+        mutex->TryWait();
+    return AddHandle(std::move(mutex));
+}
+
+Handle OpenMutexA(std::uint32_t, bool, const std::string& name) {
+    std::shared_ptr<Mutex> mutex = NamedMutex(name, false);
+    return mutex ? AddHandle(std::move(mutex)) : 0;
+}
+
+bool ReleaseMutex(Handle mutex) {
+    const auto object = std::dynamic_pointer_cast<Mutex>(ObjectOf(mutex));
+    return object && object->Release();
+}
+
+std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) {
+    const auto object = ObjectOf(handle);
+    if (!object)
+        return WAIT_FAILED;
+    const std::int64_t end = CurrentClock().Now() + std::int64_t(milliseconds) * 1'000'000;
+    while (!object->TryWait()) {
+        if (CurrentClock().Now() >= end)
+            return WAIT_TIMEOUT;
+        Sleep(1);
+    }
+    return WAIT_OBJECT_0;
+}
+
+bool CloseHandle(Handle handle) {
+    const auto object = ObjectOf(handle);
+    if (!object)
+        return false;
+    if (const auto mutex = std::dynamic_pointer_cast<Mutex>(object))
+        while (object.use_count() <= 3 && mutex->Release()) {
+        } // the last handle of this process gives the mutex back
+    const std::lock_guard guard(globals.guard);
+    globals.objects.erase(handle);
+    return true;
+}
+
+std::uint32_t GetCurrentThreadId() { return std::uint32_t(syscall(SYS_gettid)); }
+
+} // namespace platform

@@ -1,0 +1,37 @@
+#include "Modules.h"
+
+#include "CodePage.h"
+#include "Paths.h"
+
+#include <dlfcn.h>
+
+namespace platform {
+
+namespace {
+
+struct Globals {
+    std::string lastError; // of the last load that failed
+} globals;
+
+} // namespace
+
+std::string ModuleFileName(const std::string& name) {
+    const std::size_t dot = name.rfind('.');
+    const bool foreign = dot != std::string::npos && LowerCase(name.substr(dot)) == ".dll";
+    return foreign ? name.substr(0, dot) + ".so" : name;
+}
+
+Module LoadLibraryA(const std::string& path) {
+    Module module = dlopen(ResolvePath(ModuleFileName(path)).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        const char* reason = dlerror();
+        globals.lastError = reason != nullptr ? reason : "unknown reason";
+    }
+    return module;
+}
+
+void* GetProcAddress(Module module, const char* name) { return dlsym(module, name); }
+bool FreeLibrary(Module module) { return module != nullptr && dlclose(module) == 0; }
+const std::string& LastModuleError() { return globals.lastError; }
+
+} // namespace platform

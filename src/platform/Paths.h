@@ -1,0 +1,29 @@
+// Paths as the program writes them: case-blind, "\" or "/" between components.
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+// The path in this file system that `path` means: both separators; each component by its exact
+// name first, then without regard to case; what doesn't exist keeps its spelling, so that the
+// result also serves for creating. Relative paths start from the current directory; a drive
+// letter ("C:") in front means the root.
+std::string ResolvePath(const std::string& path);
+
+// Folder of the executable, or, when that can't be written, the per-user data folder
+// (XDG_DATA_HOME or ~/.local/share, then HoistlineApp), made and seeded from the executable's
+// folder on first use: the clean database, example files, the bus description. No trailing
+// separator. HOISTLINE_HOME isn't read: no environment variable is part of the interface.
+std::string ProgramDirectory();
+std::string ExecutableDirectory();
+std::string ExecutablePath();
+// For tests: fixes ProgramDirectory to `directory`; empty undoes it.
+void UseProgramDirectory(const std::string& directory);
+
+std::string CurrentDirectory();
+// Failure 76 when there is no such folder.
+void ChangeDirectory(const std::string& directory);
+std::string JoinPath(const std::string& directory, const std::string& name);
+
+} // namespace platform

@@ -1,0 +1,143 @@
+#include "Processes.h"
+
+#include "CodePage.h"
+#include "Failure.h"
+#include "Files.h"
+#include "HandleTable.h"
+#include "Paths.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace platform {
+
+namespace {
+
+constexpr const char* MAKE_FOLDER = "cmd /c mkdir ";
+constexpr const char* OPEN_IN_EDITOR = "cmd /c start notepad.exe ";
+constexpr const char* OPEN = "cmd /c start ";
+constexpr const char* DESKTOP_OPENER = "xdg-open";
+
+// One process that Shell has started, or one that was done without one (id 0 or below).
+class Process : public KernelObject {
+public:
+    explicit Process(pid_t id) : id_(id) {}
+    bool TryWait() override { return ExitCode() != STILL_ACTIVE; }
+    std::uint32_t ExitCode() {
+        int status = 0;
+        if (exitCode_ == STILL_ACTIVE && id_ > 0 && waitpid(id_, &status, WNOHANG) == id_)
+            exitCode_ = std::uint32_t(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+        return exitCode_;
+    }
+    void Finish(std::uint32_t exitCode) { exitCode_ = exitCode; }
+
+private:
+    pid_t id_;
+    std::uint32_t exitCode_ = STILL_ACTIVE;
+};
+
+struct Globals {
+    std::map<std::int32_t, std::shared_ptr<Process>> started; // by process id
+    std::int32_t lastInProcess = 0;                           // counts down: no process has such an id
+} globals;
+
+bool StartsWith(const std::string& text, const char* start) {
+    return LowerCase(text.substr(0, std::strlen(start))) == start;
+}
+
+std::string Unquoted(const std::string& text) {
+    const std::string trimmed = Trim(text);
+    const bool quoted = trimmed.size() >= 2 && trimmed.front() == '"' && trimmed.back() == '"';
+    return quoted ? trimmed.substr(1, trimmed.size() - 2) : trimmed;
+}
+
+std::vector<std::string> SplitAtBlanks(const std::string& command) {
+    std::vector<std::string> arguments;
+    std::string argument;
+    bool quoted = false, begun = false;
+    for (const char character : command) {
+        if (character == '"') {
+            quoted = !quoted;
+            begun = true;
+        } else if (character == ' ' && !quoted) {
+            if (begun)
+                arguments.push_back(std::move(argument));
+            argument.clear();
+            begun = false;
+        } else {
+            argument += character;
+            begun = true;
+        }
+    }
+    if (begun)
+        arguments.push_back(std::move(argument));
+    return arguments;
+}
+
+pid_t Spawn(const std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    for (const std::string& argument : arguments)
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    pid_t id = 0;
+    const int error = posix_spawnp(&id, pointers[0], nullptr, nullptr, pointers.data(), environ);
+    if (error != 0)
+        Raise(FILE_NOT_FOUND, "File not found: " + arguments[0] + " (" + std::strerror(error) + ")");
+    return id;
+}
+
+// Ended processes that nobody asks about any more leave no zombies.
+void Reap() {
+    for (auto entry = globals.started.begin(); entry != globals.started.end();)
+        entry = entry->second.use_count() == 1 && entry->second->TryWait() && entry->first > 0
+                    ? globals.started.erase(entry)
+                    : std::next(entry);
+}
+
+} // namespace
+
+std::vector<std::string> CommandArguments(const std::string& command) {
+    if (StartsWith(command, MAKE_FOLDER))
+        return {"mkdir", Unquoted(command.substr(std::strlen(MAKE_FOLDER)))};
+    for (const char* start : {OPEN_IN_EDITOR, OPEN})
+        if (StartsWith(command, start))
+            return {DESKTOP_OPENER, ResolvePath(Unquoted(command.substr(std::strlen(start))))};
+    return SplitAtBlanks(command);
+}
+
+std::int32_t Shell(const std::string& command) {
+    Reap();
+    const std::vector<std::string> arguments = CommandArguments(command);
+    if (arguments.empty())
+        Raise(INVALID_CALL, "Invalid procedure call or argument");
+    if (StartsWith(command, MAKE_FOLDER)) {
+        auto done = std::make_shared<Process>(0);
+        done->Finish(Attempt([&] { MakeDirectories(arguments[1]); }, IgnoreFailure) ? 0 : 1);
+        globals.started[--globals.lastInProcess] = std::move(done);
+        return globals.lastInProcess;
+    }
+    const pid_t id = Spawn(arguments);
+    globals.started[id] = std::make_shared<Process>(id);
+    return id;
+}
+
+Handle OpenProcess(std::uint32_t, bool, std::int32_t processId) {
+    const auto found = globals.started.find(processId);
+    return found == globals.started.end() ? 0 : AddHandle(found->second);
+}
+
+bool GetExitCodeProcess(Handle process, std::uint32_t& exitCode) {
+    const auto object = std::dynamic_pointer_cast<Process>(ObjectOf(process));
+    if (object)
+        exitCode = object->ExitCode();
+    return object != nullptr;
+}
+
+} // namespace platform

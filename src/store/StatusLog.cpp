@@ -1,0 +1,155 @@
+// The rolling status log, and the copying and compacting of the file.
+#include "Dialogs.h"
+#include "Failure.h"
+#include "Files.h"
+#include "StoreFiles.h"
+#include "basApp.h"
+#include "clsDbManager.h"
+
+using platform::IgnoreFailure;
+using platform::ResumeNext;
+
+namespace {
+
+constexpr std::size_t LONGEST_MESSAGE = 250; // characters
+constexpr std::size_t LONGEST_MODULE = 50;
+
+bool StartsCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+}
+
+// The first `count` characters of a UTF-8 text.
+std::string FirstCharacters(std::string_view text, std::size_t count) {
+    if (text.size() <= count)
+        return std::string(text);
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (StartsCharacter(text[i]) && characters++ == count)
+            return std::string(text.substr(0, i));
+    }
+    return std::string(text);
+}
+
+void WriteStatusFileLine(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime) {
+    if (!basApp::globals.PerformUnattendedOperations || level < LEVEL_ERROR || !basApp::hooks.writeStatusFileLine)
+        return;
+    basApp::hooks.writeStatusFileLine(fmt::format("{}, {}, {}, {}", basDebug::FormatRunTime(runTime),
+                                                  basDebug::GetLevelName(level), module, message));
+}
+
+bool MayWrite(const std::string& path) {
+    if (!basApp::FileExists(path))
+        return true;
+    if (basApp::globals.PerformUnattendedOperations)
+        return false; // nobody is there to say yes
+    return platform::CurrentDialogs().YesNo(fmt::format("The file '{}' already exists.  Overwrite?", path),
+                                            basApp::TITLE);
+}
+
+} // namespace
+
+void clsDbManager::AppendToLog(std::string_view message, std::int32_t level, std::string_view module,
+                               std::int32_t runTime) {
+    ResumeNext next{IgnoreFailure};
+    next([&] { WriteStatusFileLine(message, level, module, runTime); });
+    next([&] {
+        if (StatusRecordset && Updatable())
+            StoreLogRow(message, level, module, runTime);
+    });
+}
+
+// The row that comes and the row that goes are one transaction, which costs half of two.
+void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std::string_view module,
+                               std::int32_t runTime) {
+    Database->Execute("BEGIN");
+    const bool stored = platform::Attempt(
+        [&] {
+            AddLogRow(message, level, module, runTime);
+            RemoveSurplusRows();
+            Database->Execute("COMMIT");
+        },
+        IgnoreFailure);
+    if (!stored) {
+        Database->Execute("ROLLBACK");
+        StatusRecordset = Database->OpenRecordset(StatusQuery); // it may know rows that are gone
+    }
+}
+
+void clsDbManager::AddLogRow(std::string_view message, std::int32_t level, std::string_view module,
+                             std::int32_t runTime) {
+    StatusRecordset->AddNew();
+    StatusRecordset->SetField("lngRuntime", std::int64_t{runTime});
+    StatusRecordset->SetField("Level", std::int64_t{level});
+    StatusRecordset->SetField("Message", FirstCharacters(message, LONGEST_MESSAGE));
+    StatusRecordset->SetField("strModule", FirstCharacters(module, LONGEST_MODULE));
+    StatusRecordset->Update();
+}
+
+// One row for the one that came, and one more as long as there are still too many.
+void clsDbManager::RemoveSurplusRows() {
+    if (StatusRecordset->RecordCount() > MaxLogRecords) {
+        StatusRecordset->MoveFirst();
+        StatusRecordset->Delete();
+    }
+    if (StatusRecordset->RecordCount() > MaxLogRecords) {
+        StatusRecordset->MoveLast();
+        StatusRecordset->MoveFirst();
+        StatusRecordset->Delete();
+    }
+}
+
+std::int32_t clsDbManager::MakeCopy(const std::string& strFilename) {
+    std::int32_t result = -1;
+    bool closed = false;
+    platform::Attempt(
+        [&] {
+            if (!MayWrite(strFilename))
+                return;
+            closed = CloseDatabase();
+            platform::CopyFile(store::LiveDatabase(), strFilename);
+            result = ReopenDatabase();
+        },
+        [&](const platform::Failure& failure) {
+            StatusDisplay(LEVEL_ERROR,
+                          fmt::format("Error #{}: {} in MakeCopy.  Could not create '{}'  Exiting abnormally.",
+                                      failure.Number, failure.Description, strFilename));
+            if (closed)
+                platform::Attempt([this] { ReopenDatabase(); }, IgnoreFailure);
+        });
+    return result;
+}
+
+std::int32_t clsDbManager::CompactDatabase() {
+    std::int32_t result = -1;
+    platform::Attempt(
+        [&] {
+            const std::string target = store::CompactedDatabase();
+            if (Database) {
+                StatusDisplay(LEVEL_ERROR, "Cannot compact a database that is currently open.  Compact operation "
+                                           "cannot complete.");
+                return;
+            }
+            if (basApp::FileExists(target)) // left behind by a crash
+                platform::Attempt([&] { platform::DeleteFile(target); }, IgnoreFailure);
+            if (basApp::FileExists(target)) {
+                StatusDisplay(LEVEL_ERROR,
+                              fmt::format("Could not kill old compacted database'{}'.  Compact operation cannot "
+                                          "complete.",
+                                          target));
+                return;
+            }
+            platform::Database::Compact(store::LiveDatabase(), target);
+            if (basApp::FileExists(target)) {
+                // Takes the place of the old file in one stroke: at no instant is there none.
+                platform::CopyFile(target, store::LiveDatabase());
+                platform::DeleteFile(target);
+            }
+            result = 1;
+        },
+        [this](const platform::Failure& failure) {
+            StatusDisplay(LEVEL_ERROR, fmt::format("Error #{}: {} in clsDbManager.CompactDatabase.  EXITING "
+                                                   "ABNORMALLY.",
+                                                   failure.Number, failure.Description));
+        });
+    return result;
+}

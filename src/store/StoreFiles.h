@@ -1,0 +1,12 @@
+// The files of the store, by their full paths in the program's directory.
+#pragma once
+
+#include <string>
+
+namespace store {
+
+std::string LiveDatabase();      // db1.mdb
+std::string CleanDatabase();     // db1_clean.mdb
+std::string CompactedDatabase(); // db1-compacted.mdb
+
+} // namespace store

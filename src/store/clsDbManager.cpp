@@ -1,0 +1,215 @@
+// The database file's life, and the settings.
+#include "clsDbManager.h"
+
+#include "CodePage.h"
+#include "Failure.h"
+#include "Files.h"
+#include "Paths.h"
+#include "StoreFiles.h"
+#include "basApp.h"
+#include "basUtils.h"
+
+#include <cmath>
+#include <limits>
+
+using platform::IgnoreFailure;
+using platform::ResumeNext;
+
+namespace store {
+
+std::string LiveDatabase() {
+    return platform::JoinPath(platform::ProgramDirectory(), "db1.mdb");
+}
+std::string CleanDatabase() {
+    return platform::JoinPath(platform::ProgramDirectory(), "db1_clean.mdb");
+}
+std::string CompactedDatabase() {
+    return platform::JoinPath(platform::ProgramDirectory(), "db1-compacted.mdb");
+}
+
+} // namespace store
+
+namespace {
+
+constexpr const char* CLASS_NAME = "clsDbManager";
+constexpr const char* SELECT_FIRMWARE_SECTION = "frmSelectFirmware";
+constexpr const char* LOAD_BEHAVIOR_KEY = "DefaultLoadBehavior";
+// Relative to the current directory, which is the place of the local data.
+constexpr const char* LIVE_DATABASE_HERE = ".\\db1.mdb";
+constexpr const char* CLEAN_DATABASE_HERE = ".\\db1_clean.mdb";
+
+// A missing live database is made from the clean one.
+void ProvideDatabaseFile() {
+    if (basApp::FileExists(store::LiveDatabase()))
+        return;
+    if (basApp::FileExists(store::CleanDatabase())) {
+        platform::CopyFile(CLEAN_DATABASE_HERE, LIVE_DATABASE_HERE);
+        return;
+    }
+    basApp::MessageBoxOrStatusFile("The database file (db1.mdb or alternatively db1_clean.mdb) cannot be found.  "
+                                   "This could have negative effects on the application.",
+                                   "Database not found");
+}
+
+// A file that is there and doesn't open would otherwise be lost settings without a word.
+void TellUnusableDatabase(const platform::Failure& failure) {
+    if (!basApp::FileExists(std::string(LIVE_DATABASE_HERE)))
+        return;
+    basApp::MessageBoxOrStatusFile(
+        fmt::format("The database file '{}' cannot be used: {}.  It was left untouched.  The application runs with "
+                    "default settings and stores neither settings nor a log.",
+                    store::LiveDatabase(), failure.Description),
+        "Database not usable");
+}
+
+// The three values stand in the query text as they are. One that could end its quotes would
+// change what the query means, and a zero byte would end the text, so neither gets that far.
+std::string SettingQuery(const std::string& appName, const std::string& section, const std::string& key) {
+    constexpr std::string_view QUERY_BREAKERS("'\0", 2);
+    for (const std::string* value : {&appName, &section, &key}) {
+        if (value->find_first_of(QUERY_BREAKERS) != std::string::npos)
+            platform::Raise(platform::DATABASE_ERROR, "Syntax error in query expression", CLASS_NAME);
+    }
+    return fmt::format("SELECT * FROM tblSettings WHERE ((strAppName = '{}') AND (strSection = '{}') AND "
+                       "(strKeyName = '{}'))",
+                       appName, section, key);
+}
+
+} // namespace
+
+clsDbManager::clsDbManager() {
+    ResumeNext next{IgnoreFailure};
+    next(ProvideDatabaseFile);
+    platform::Attempt([this] { OpenDatabase(LIVE_DATABASE_HERE); }, TellUnusableDatabase);
+    next([this] { LogOpening(); });
+    next([this] {
+        StatusDisplay(LEVEL_USER,
+                      fmt::format("App={} ver {}.{}.{}, EXE={}", basApp::TITLE, basApp::VERSION_MAJOR,
+                                  basApp::VERSION_MINOR, basApp::VERSION_REVISION, platform::ExecutablePath()));
+    });
+}
+
+clsDbManager::~clsDbManager() {
+    ResumeNext next{IgnoreFailure};
+    next([this] { StatusDisplay(LEVEL_TRACE, "Closing database..."); });
+    // A file that never opened may be one that somebody wants to rescue: hands off.
+    if (CloseDatabase())
+        next([this] { CompactDatabase(); });
+}
+
+// Small pages: a log row changes two of them, and each goes to the disk whole.
+const char* clsDbManager::Schema() {
+    return "PRAGMA page_size = 1024;"
+           "CREATE TABLE tblSettings (strAppName TEXT, strSection TEXT, strKeyName TEXT, strValue TEXT);"
+           "CREATE TABLE tblStatus (lngRuntime INTEGER, Level INTEGER, Message TEXT, strModule TEXT);";
+}
+
+void clsDbManager::OpenDatabase(const std::string& path) {
+    auto database = std::make_unique<platform::Database>(path);
+    StatusRecordset = database->OpenRecordset(StatusQuery);
+    Database = std::move(database);
+}
+
+bool clsDbManager::CloseDatabase() {
+    if (!Database)
+        return false;
+    StatusRecordset.reset(); // first: it lives on the database
+    Database.reset();
+    return true;
+}
+
+std::int32_t clsDbManager::ReopenDatabase() {
+    OpenDatabase(store::LiveDatabase());
+    LogOpening();
+    return 1;
+}
+
+bool clsDbManager::Updatable() const {
+    return Database && Database->Updatable();
+}
+
+void clsDbManager::StatusDisplay(std::int32_t level, const std::string& message) {
+    if (!basApp::hooks.mainWindowExists || !basApp::hooks.mainWindowExists())
+        AppendToLog(message, level, CLASS_NAME, -1);
+    else if (basDebug::Wanted(level))
+        basDebug::StatusDisplay(message, level, CLASS_NAME);
+}
+
+void clsDbManager::LogOpening() {
+    StatusDisplay(LEVEL_USER, "Database initialized and status log opened on " +
+                                  basUtils::FormatSystemTime(platform::GetLocalTime(), "yyyy-mm-dd hh:nn:ss") + ".");
+}
+
+std::unique_ptr<platform::Recordset> clsDbManager::OpenSetting(const std::string& appName, const std::string& section,
+                                                               const std::string& key) {
+    const std::string query = SettingQuery(appName, section, key);
+    if (!Database)
+        platform::Raise(platform::DATABASE_ERROR, "The database is not open", CLASS_NAME);
+    return Database->OpenRecordset(query);
+}
+
+std::string clsDbManager::GetSetting(const std::string& appName, const std::string& section, const std::string& key,
+                                     const std::string& defaultValue) {
+    std::string result;
+    platform::Attempt(
+        [&] {
+            const auto rows = OpenSetting(appName, section, key);
+            if (!rows->AtEnd())
+                result = rows->Text("strValue");
+        },
+        IgnoreFailure);
+    return result.empty() ? defaultValue : result;
+}
+
+std::string clsDbManager::SaveSetting(const std::string& appName, const std::string& section, const std::string& key,
+                                      const std::string& value) {
+    platform::Attempt(
+        [&] {
+            if (!Updatable())
+                return;
+            const auto rows = OpenSetting(appName, section, key);
+            if (rows->AtEnd())
+                rows->AddNew();
+            else
+                rows->Edit();
+            rows->SetField("strAppName", appName);
+            rows->SetField("strSection", section);
+            rows->SetField("strKeyName", key);
+            if (!value.empty())
+                rows->SetField("strValue", value);
+            rows->Update();
+        },
+        IgnoreFailure);
+    return {};
+}
+
+std::int32_t clsDbManager::RemoveSetting(const std::string& appName, const std::string& section,
+                                         const std::string& key) {
+    std::int32_t result = -1;
+    platform::Attempt(
+        [&] {
+            if (!Updatable())
+                return;
+            const auto rows = OpenSetting(appName, section, key);
+            if (rows->AtEnd())
+                return;
+            rows->Delete();
+            result = 1;
+        },
+        IgnoreFailure);
+    return result;
+}
+
+std::int32_t clsDbManager::SetDefaultDownloadBehavior(std::int16_t downloadType) {
+    SaveSetting(basApp::TITLE, SELECT_FIRMWARE_SECTION, LOAD_BEHAVIOR_KEY, std::to_string(downloadType));
+    return 0;
+}
+
+std::int16_t clsDbManager::GetDefaultDownloadBehavior() {
+    using Limits = std::numeric_limits<std::int16_t>;
+    const double stored = std::nearbyint(
+        platform::LeadingNumber(GetSetting(basApp::TITLE, SELECT_FIRMWARE_SECTION, LOAD_BEHAVIOR_KEY, "0")));
+    // A number that was tampered with counts as none.
+    const bool fits = stored >= Limits::min() && stored <= Limits::max();
+    return fits ? static_cast<std::int16_t>(stored) : std::int16_t{0};
+}

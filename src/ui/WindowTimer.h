@@ -1,0 +1,22 @@
+#pragma once
+
+#include "WindowSystem.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+// A window's timer: a Qt object of its given name, on the window system's clock.
+class WindowTimer : public QObject {
+    Q_OBJECT
+public:
+    WindowTimer(QObject* parent, const char* name, std::int32_t intervalMilliseconds, std::function<void()> tick);
+    void setEnabled(bool enabled) { timer_->SetEnabled(enabled); }
+    bool isEnabled() const { return timer_->Enabled(); }
+    void setInterval(std::int32_t milliseconds) { timer_->SetInterval(milliseconds); }
+    std::int32_t interval() const { return timer_->Interval(); }
+
+private:
+    std::unique_ptr<platform::Timer> timer_;
+};

@@ -1,0 +1,82 @@
+#include "Windows.h"
+
+#include "Clock.h"
+#include "MDIForm1.h"
+#include "frmMain.h"
+#include "frmStatus.h"
+
+namespace windows {
+
+Globals globals;
+Hooks hooks;
+
+namespace {
+
+::frmStatus* StatusWindow(std::size_t slot) {
+    return slot < globals.statusWindows.size() ? globals.statusWindows[slot] : nullptr;
+}
+
+} // namespace
+
+void LoadParentWindow() {
+    globals.parent = new MDIForm1;
+    globals.parent->MDIForm_Load();
+}
+
+void UnloadParentWindow() {
+    if (globals.parent != nullptr)
+        globals.parent->close();
+}
+
+void EndUnattendedRun() {
+    if (globals.main != nullptr) {
+        globals.main->tmrAutomationScheduler->setEnabled(false);
+        platform::DoEvents();
+        globals.main->repaint();
+    }
+    platform::Sleep(2000);
+    UnloadParentWindow();
+}
+
+void FocusMainWindow() {
+    if (globals.main != nullptr && globals.main->isVisible())
+        globals.main->setFocus();
+}
+
+void NodesChanged() {
+    if (globals.main != nullptr)
+        globals.main->IEEE1394Bus_NodesChanged();
+}
+
+void AppendDebugSpew(const std::string& text) {
+    if (globals.main != nullptr)
+        globals.main->AppendDebugSpew(text);
+}
+
+void StartBusTimers() {
+    if (globals.main != nullptr)
+        globals.main->StartBusTimers();
+}
+
+void EnableMainWindow(bool enabled) {
+    if (globals.main != nullptr)
+        globals.main->setEnabled(enabled);
+}
+
+void EnableScheduler(bool enabled) {
+    if (globals.main != nullptr)
+        globals.main->tmrAutomationScheduler->setEnabled(enabled);
+}
+
+bool StatusWindowWants(std::size_t slot, std::int32_t level) {
+    const ::frmStatus* window = StatusWindow(slot);
+    return window != nullptr && level >= window->MessageLevel;
+}
+
+void PostToStatusWindow(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
+                        std::string_view module) {
+    if (::frmStatus* window = StatusWindow(slot))
+        window->PostMessage(message, elapsedTime, level, module);
+}
+
+} // namespace windows

@@ -1,0 +1,66 @@
+// Joins the layers: fills every Hooks struct below the windows, and owns the store.
+#pragma once
+
+#include "ImageDownload.h"
+#include "clsDbManager.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace wiring {
+
+// Prints one line and flushes, so that a supervisor sees it at once.
+void PrintToStandardOutput(std::string_view line);
+void PrintToStandardError(std::string_view line);
+
+// What the windows give to the layers below. An empty function means that there is no such window.
+struct WindowHooks {
+    // The parent window, frmMain and its timers.
+    std::function<void()> loadParentWindow;
+    std::function<bool()> mainWindowExists;
+    std::function<void()> focusMainWindow; // if it exists and is visible
+    std::function<void()> nodesChanged;    // redraws the device list, with a turn
+    std::function<void()> resetComplete;
+    std::function<void(const std::string& text)> debugSpew; // text for txtDebugSpew
+    std::function<void()> startBusTimers;
+    std::function<void(bool enabled)> enableMainWindow;
+    std::function<void(bool enabled)> enableScheduler;
+    std::function<void()> endRun;     // of an unattended run; unloads the windows
+    std::function<void()> endProgram; // the last step of the shutdown
+    // The status windows.
+    std::function<bool(std::size_t slot, std::int32_t level)> statusWindowWants;
+    std::function<void(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
+                       std::string_view module)>
+        postToStatusWindow;
+    std::function<std::size_t()> statusWindowCount;
+    // Where an unattended run is followed without windows.
+    std::function<void(std::string_view line)> standardOutput = PrintToStandardOutput;
+    std::function<void(std::string_view line)> standardError = PrintToStandardError;
+};
+
+struct Globals {
+    std::unique_ptr<clsDbManager> DbManager; // from Main to ShutdownApplication
+    WindowHooks windows;                     // as given to WireProgram
+    // The progress line printed last.
+    basBootloader::DownloadProgress::Step ShownStep = basBootloader::DownloadProgress::Step::Done;
+    std::int64_t ShownTwentieth = 0; // of the section's length
+};
+extern Globals globals;
+
+// Call it once, before basApp::Main.
+void WireProgram(const WindowHooks& windows);
+
+// frmMain.IEEE1394IncomingDataHandler: a target has announced itself; keeps it in its bootloader.
+void HandleIncomingData();
+
+// --- What an unattended run prints (Console.cpp) ---
+
+// Messages of level WATCH and above, one per line: "<level> <message>".
+void EchoMessage(std::string_view message, std::int32_t level);
+// "progress <step> <bytes>/<length>" at each new step and each twentieth of the length.
+void EchoProgress(const basBootloader::DownloadProgress& progress);
+
+} // namespace wiring

@@ -1,0 +1,119 @@
+#include "AppTest.h"
+#include "Failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <fstream>
+
+namespace {
+
+// Everything is logged, as with a main window.
+class Probes : public AppTest {
+protected:
+    Probes() {
+        basApp::globals.DebugLoggingLevel = 1;
+        basApp::hooks.mainWindowExists = [] { return true; };
+    }
+    // A file of three bytes that was last written at this time.
+    void MakeFile(const std::string& name, std::time_t unixTime) {
+        std::ofstream(folder.file(name)) << "abc";
+        const timespec times[] = {{unixTime, 0}, {unixTime, 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, folder.file(name).c_str(), times, 0), 0);
+    }
+};
+
+} // namespace
+
+TEST_F(Probes, TakeTheAsterisksOutOfThePathOfAFile) {
+    MakeFile("One.twd", 86400);
+    std::string path = folder.file("one*.TWD");
+    EXPECT_TRUE(basApp::FileExists(path));
+    EXPECT_EQ(path, folder.file("one.TWD"));
+    EXPECT_EQ(basApp::GetFileSize64(path), 3);
+    EXPECT_EQ(basApp::GetFileDate64(folder.file("two")), -1);
+}
+
+TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
+    constexpr std::time_t DAY = 86400, JULY_24 = 1059030245; // 2003-07-24 07:04:05 UTC
+    const std::string path = folder.file("f");
+    const auto dated = [&](int day) { return fmt::format("{} is dated 2003-7-{}  7:04:05.|", path, day); };
+    const auto refused = [&](int day) {
+        return fmt::format("9 {0}11 File Dependency Error: file \"{1}\" is dated 2003-7-{2}  7:04:05.|"
+                           "11 The expected date is Year=2003 mon=7 day=24|",
+                           dated(day), path, day);
+    };
+    const platform::SystemTime july24{2003, 7, 0, 24, 0, 0, 0, 0};
+    struct Row {
+        std::time_t written; // 0: not there
+        basApp::Dependency dependency;
+        std::int32_t result;
+        std::string log;
+    };
+    for (const Row& row : {
+             Row{JULY_24, {"\\f", july24, false, true, false}, 0, "9 " + dated(24)},
+             Row{JULY_24 + DAY, {"f", july24, false, true, true}, 0, "9 " + dated(25)},
+             Row{JULY_24 + DAY, {"f", july24, false, true, false}, 0, refused(25)},
+             Row{JULY_24 - DAY, {path, july24, false, false, true}, 0, refused(23)},
+             Row{JULY_24 - DAY, {"f", {}, false, true, false}, 0, "9 " + dated(23)},
+             Row{0,
+                 {"f", july24, false, true, true},
+                 -1,
+                 "13 ERROR: the file \"" + path +
+                     "\" does not exist!|"
+                     "11 Failed to convert driver date to a readable format!  FileTimeToSystemTime result = 0|"},
+             Row{0,
+                 {"f", july24, true, false, true},
+                 -1,
+                 "11 Failed to get the Windows directory name in the startup routine, code 0!|"},
+         }) {
+        remove(path.c_str());
+        if (row.written != 0)
+            MakeFile("f", row.written);
+        log.clear();
+        EXPECT_EQ(basApp::VerifySupportingFile(row.dependency), row.result) << row.log;
+        EXPECT_EQ(fmt::format("{}|", fmt::join(log, "|")), row.log);
+    }
+}
+
+TEST_F(Probes, ReportAModuleThatCannotBeHooked) {
+    basApp::hooks.hookSystemModule = [](const ByteArray& name) { return name == ByteArray{'x', 0} ? -2 : 1; };
+    EXPECT_EQ(basApp::InitializeModule({'x'}), -2);
+    EXPECT_EQ(log.back(), "11 HookSystemModule failed, code -2(0xFFFFFFFE in InitializeModule");
+    basApp::hooks.hookSystemModule = [](const ByteArray&) -> std::int32_t { platform::Raise(53, "File not found"); };
+    basApp::InitializeModule({'x', 0});
+    EXPECT_EQ(log.back(), "11 ERROR #53: File not found in InitializeModule");
+}
+
+TEST_F(Probes, BringAWindowBackOntoItsArea) {
+    struct Row {
+        basApp::WindowPlace place;
+        std::string expected, log;
+    };
+    constexpr std::int32_t FAR = 0x7FFFFFFF; // a stored layout can hold any number
+    const std::string bottom = "5 The bottom of 'w' is off the screen|";
+    // The area is 3000 wide and 2025 high, of which 25 are kept free.
+    for (const Row& row : {
+             Row{{10, 20, 500, 600}, "10 20 500 600", ""},
+             Row{{0, 0, 5, 6},
+                 "0 0 100 100",
+                 "5 The height of 'w' is below the minimum of 100|5 The width of 'w' is below the minimum of 100|"},
+             Row{{-5, -6, 9000, 9000},
+                 "0 0 3000 2000",
+                 "7 'w' is wider than the screen|5 'w' is higher than the screen|5 The top of 'w' is above the screen|"
+                 "5 The Left of 'w' is off the screen|" +
+                     bottom},
+             Row{{2500, 1400, 500, 600}, "2500 1400 500 600", bottom},
+             Row{{FAR, FAR, 500, 600}, "2500 1400 500 600", bottom + "5 The right side of 'w' is off the screen|"},
+         }) {
+        log.clear();
+        const basApp::WindowPlace place = basApp::VerifyFormPosition("w", row.place, 3000, 2025);
+        EXPECT_EQ(fmt::format("{} {} {} {}", place.Left, place.Top, place.Width, place.Height), row.expected);
+        std::string told;
+        for (const std::string& line : log) {
+            ASSERT_TRUE(line.ends_with(".  Adjusting..."));
+            told += line.substr(0, line.size() - 15) + '|';
+        }
+        EXPECT_EQ(told, row.log);
+    }
+}

@@ -1,0 +1,197 @@
+#include "AppTest.h"
+#include "Failure.h"
+#include "SingleInstance.h"
+#include "WorkingDirectory.h"
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+
+using basApp::globals;
+using basApp::hooks;
+
+namespace {
+
+// Every step that belongs to a higher layer, recorded by name.
+class StartUp : public AppTest {
+protected:
+    StartUp() {
+        const auto record = [this](std::function<void()>& hook, const char* step) {
+            hook = [this, step] { steps.emplace_back(step); };
+        };
+        record(hooks.createStore, "store");
+        record(hooks.initializeTargetList, "targets");
+        record(hooks.prepareNodeTable, "nodes");
+        record(hooks.requestFirstEnumeration, "enumerate");
+        record(hooks.focusMainWindow, "focus");
+        record(hooks.terminateTargetList, "targets gone");
+        record(hooks.unloadLibrary, "library gone");
+        record(hooks.releaseStore, "store gone");
+        record(hooks.endProgram, "end");
+        const auto answer = [this](const char* name, auto& result) {
+            return [this, name, &result](auto&&...) {
+                steps.emplace_back(name);
+                return result;
+            };
+        };
+        hooks.globalSetting = [this](const std::string& key, const std::string& defaultValue) {
+            steps.push_back(key);
+            return settings.contains(key) ? settings[key] : defaultValue;
+        };
+        hooks.loadParentWindow = [this] {
+            steps.emplace_back("windows");
+            windowsExist = true;
+        };
+        hooks.mainWindowExists = [this] { return windowsExist; };
+        hooks.parseCommandLine = answer("parse", parsed);
+        hooks.initializeCommandLineOptions = answer("options", optionsReady);
+        hooks.commandLineHasOperations = answer("operations?", hasOperations);
+        hooks.initializeUnattendedRun = answer("unattended", runReady);
+        hooks.loadLibrary = answer("library", library);
+        hooks.hookSystemModule = [this](const ByteArray& name) {
+            steps.emplace_back(name.begin(), name.end());
+            return 1;
+        };
+        hooks.setDebugSpew = [this](std::int32_t level) { steps.push_back(fmt::format("spew {}", level)); };
+    }
+    ~StartUp() override {
+        platform::ReleaseSingleInstance();
+        platform::ChangeDirectory(startDirectory);
+    }
+    bool Logged(const std::string& part) const {
+        return std::any_of(log.begin(), log.end(),
+                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+    }
+
+    const std::string startDirectory = platform::CurrentDirectory();
+    std::map<std::string, std::string> settings;
+    std::vector<std::string> steps;
+    bool windowsExist = false, hasOperations = false;
+    std::int32_t parsed = 1, optionsReady = 1, runReady = 1;
+    void* library = &library;
+};
+
+using Steps = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(StartUp, RunsItsStepsInTheirOrder) {
+    settings = {{"DllMessageLevel", "3"}, {"Default1394TransactionTimeout", "-1"}};
+    hasOperations = true;
+    ASSERT_TRUE(basApp::Main(" /d x.twd "));
+    EXPECT_EQ(steps, (Steps{"store", "DllMessageLevel", "DebugMessageLevel", "DebugLoggingLevel",
+                            "Default1394TransactionTimeout", "windows", "parse", "options", "operations?", "unattended",
+                            "targets", "nodes", "library", std::string("Bootloader\0", 11),
+                            std::string("1394debugger\0", 13), "spew 3", "enumerate", "focus"}));
+    EXPECT_EQ(globals.CommandLine, "/D X.TWD");
+    EXPECT_EQ(globals.CurrentTransactionTimeout, 200);
+    EXPECT_EQ(platform::CurrentDirectory(), platform::ResolvePath(folder.path()));
+    EXPECT_TRUE(Logged(" version 1.8.1 at "));
+    EXPECT_TRUE(Logged("Command line options = \" /d x.twd \""));
+    EXPECT_TRUE(Logged("Default 1394 transaction timeout = 200"));
+}
+
+TEST_F(StartUp, EndsTheProgramOnlyWhenAnUnattendedRunCannotBeSetUp) {
+    struct Row {
+        const char* name;
+        bool hasOperations, flag;
+        std::int32_t parsed, optionsReady, runReady;
+        bool lives, flagAfter;
+    };
+    for (const Row& row : {Row{"set-up failed", true, true, 1, 1, -1, false, true},
+                           Row{"set-up failed, no run", true, false, 1, 1, -1, true, false},
+                           Row{"no operation", false, true, 1, 1, -1, true, false},
+                           Row{"bad options", true, true, 1, -1, -1, true, false},
+                           Row{"not parsed", true, true, -1, 1, -1, true, true}}) {
+        SCOPED_TRACE(row.name);
+        platform::ReleaseSingleInstance();
+        globals.PerformUnattendedOperations = row.flag;
+        hasOperations = row.hasOperations;
+        parsed = row.parsed;
+        optionsReady = row.optionsReady;
+        runReady = row.runReady;
+        steps.clear();
+        EXPECT_EQ(basApp::Main(""), row.lives);
+        EXPECT_EQ(globals.PerformUnattendedOperations, row.flagAfter);
+        EXPECT_EQ(std::count(steps.begin(), steps.end(), "enumerate"), row.lives ? 1 : 0);
+    }
+}
+
+TEST_F(StartUp, IsRefusedToASecondInstance) {
+    ASSERT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
+    EXPECT_FALSE(basApp::Main(""));
+    ASSERT_EQ(dialogs.shown.size(), 1u);
+    EXPECT_EQ(dialogs.shown[0].text,
+              "There is already an instance of HoistlineApp running.  Cannot run a second instance.");
+    EXPECT_EQ(dialogs.shown[0].caption, "Multiple Instances of HoistlineApp");
+    EXPECT_TRUE(steps.empty());
+}
+
+TEST_F(StartUp, WithoutALibraryAsksForNoEnumeration) {
+    library = nullptr;
+    hooks.setDebugSpew = [](std::int32_t) { platform::Raise(53, "File not found: Twl1394api.dll"); };
+    EXPECT_TRUE(basApp::Main(""));
+    EXPECT_EQ(steps.back(), "library");
+    EXPECT_TRUE(Logged("ERROR #53: File not found: Twl1394api.dll in Main.  Exiting initialization abnormally."));
+}
+
+TEST_F(StartUp, StepsOverAnInvalidCallAndOverNothingElse) {
+    hooks.prepareNodeTable = [] { platform::Raise(5, "Invalid procedure call"); };
+    EXPECT_TRUE(basApp::Main(""));
+    EXPECT_EQ(steps.back(), "focus");
+    EXPECT_TRUE(
+        Logged("ERROR #5: Invalid procedure call in Main.  Aborting current operation on moving onto the next."));
+    platform::ReleaseSingleInstance();
+    windowsExist = false;
+    settings = {{"DebugLoggingLevel", "much"}};
+    EXPECT_TRUE(basApp::Main(""));
+    EXPECT_EQ(steps.back(), "DebugLoggingLevel");
+    ASSERT_EQ(dialogs.shown.size(), 1u);
+    EXPECT_TRUE(dialogs.shown[0].text.starts_with("ERROR #13: "));
+}
+
+TEST_F(StartUp, IsTakenDownInAFixedOrderPastEveryFailure) {
+    ASSERT_TRUE(basApp::Main(""));
+    EXPECT_NE(globals.ApplicationShutdownEvent, 0);
+    steps.clear();
+    hooks.unloadLibrary = [] { platform::Raise(53, "gone already"); };
+    basApp::ShutdownApplication();
+    EXPECT_EQ(steps, (Steps{"targets gone", "store gone", "end"}));
+    EXPECT_EQ(globals.ApplicationShutdownEvent, 0);
+}
+
+TEST_F(StartUp, FromANetworkShareSearchesTheDrivesForALocalInstall) {
+    windowsExist = true;
+    std::vector<std::string> drives, entered;
+    const basApp::DirectoryCalls calls{
+        [&](const std::string& path) { return std::count(drives.begin(), drives.end(), path) == 1; },
+        [&](const std::string& path) { entered.push_back(path); }};
+    basApp::EnterWorkingDirectory("/opt/x", calls);
+    basApp::EnterWorkingDirectory("\\\\pc\\x", calls);
+    EXPECT_TRUE(Logged("Could not find an install path on the local PC that contains the hoistline information.  "));
+    drives = {"D:\\Program Files\\HoistlineApp", "Z:\\Program Files\\Hoistline"};
+    basApp::EnterWorkingDirectory("\\\\pc\\x", calls);
+    EXPECT_EQ(entered, (Steps{"/opt/x", "Z:\\Program Files\\Hoistline"}));
+    EXPECT_EQ(log.back(), "13 Using Z:\\Program Files\\Hoistline for the local data path.");
+}
+
+TEST_F(StartUp, TurnsTheArgumentsOfAShellIntoOneCommandLine) {
+    platform::ChangeDirectory(folder.path());
+    std::ofstream(folder.file("app.twd"));
+    const std::string app = '"' + platform::CurrentDirectory() + "/app.twd\"";
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string line;
+    };
+    for (const Row& row : {
+             Row{{"/D", "./app.twd", "/S"}, "/D " + app + " /S"}, Row{{"/D app.twd /S"}, "/D " + app + " /S"},
+             Row{{"/D", "/srv/fw/app.twd"}, "/D \"/srv/fw/app.twd\""},
+             Row{{"/D /srv/fw/app.twd /S"}, "/D \"/srv/fw/app.twd\" /S"},
+             Row{{"/D \"/srv/my fw/app.twd\"", "/S"}, "/D \"/srv/my fw/app.twd\" /S"},
+             Row{{"/D", "my fw.twd"}, "/D \"my fw.twd\""}, Row{{"/D", "no\"t/there"}, "/D \"not/there\""},
+             Row{{"/A/B \"x/y\""}, "/A/B \"x/y\""},
+             Row{{"/g", "000F1B0000000001", "/Execute"}, "/g 000F1B0000000001 /Execute"},
+             Row{{"/D \"open"}, "/D \"open"}, // the parser tells the user
+         })
+        EXPECT_EQ(basApp::JoinArguments(row.arguments), row.line);
+}

@@ -1,0 +1,163 @@
+#include "Failure.h"
+#include "TemporaryDirectory.h"
+#include "basApp.h"
+#include "basUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+using namespace basUtils;
+using platform::testing::TemporaryDirectory;
+
+namespace {
+
+// The number of the failure, or 0.
+template <class Statement> std::int32_t FailureOf(Statement statement) {
+    std::int32_t number = 0;
+    platform::Attempt(statement, [&](const platform::Failure& failure) { number = failure.Number; });
+    return number;
+}
+
+const ByteArray FOUR{0x12, 0x34, 0x56, 0x78};
+
+} // namespace
+
+TEST(Bytes, BecomeNumbersInTheOrderThatTheCallerChooses) {
+    EXPECT_EQ(ByteArrayToLong(FOUR), 0x78563412);
+    EXPECT_EQ(ByteArrayToLong(FOUR, 0, {}, true), 0x12345678);
+    EXPECT_EQ(ByteArrayToLong({0xFF, 0xFF, 0xFF, 0xFF}), -1);
+    EXPECT_EQ(ByteArrayToLong({0xFF, 0x80}, 0, 1), 0x80FF);
+    EXPECT_EQ(ByteArrayToInt(FOUR, 2), 0x7856);
+    EXPECT_EQ(ByteArrayToInt({0xFF, 0xFE}, 0, true), -2);
+    EXPECT_EQ(BytesToLong(0xFE, 1, 2, 3), static_cast<std::int32_t>(0xFE010203));
+    ByteArray bytes(9, 0xAA);
+    LongToByteArray(0x01020304, bytes, 0);
+    LongToByteArray(0x01020304, bytes, 5, true);
+    EXPECT_EQ(bytes, (ByteArray{4, 3, 2, 1, 0xAA, 1, 2, 3, 4}));
+    EXPECT_EQ(ExtractBitField(0x80000000, 0xF0000000), 8u);
+    EXPECT_EQ(LargeIntegerToDouble(0x1'0000'0002), 4294967298.0);
+    EXPECT_EQ(LargeIntegerToDouble(0x0'FFFF'FFFF), -1.0); // the low half has a sign of its own
+}
+
+TEST(Bytes, AreNeverReadOrWrittenOutsideTheirArray) {
+    ByteArray bytes(4);
+    EXPECT_EQ(FailureOf([] { ByteArrayToLong(FOUR, 0, 4); }), 30752);
+    EXPECT_EQ(FailureOf([] { ByteArrayToLong(FOUR, 2, 1); }), 30752);
+    EXPECT_EQ(FailureOf([] { ByteArrayToLong(FOUR, 1); }), 30753);
+    EXPECT_EQ(FailureOf([] { ByteArrayToLong(FOUR, -2, 1); }), 9);
+    EXPECT_EQ(FailureOf([] { ByteArrayToInt(FOUR, 3); }), 30753);
+    EXPECT_EQ(FailureOf([&] { LongToByteArray(1, bytes, 1); }), 9);
+    EXPECT_EQ(FailureOf([&] { CopyByteArray(FOUR, 2, 3, bytes, 0); }), 9);
+    EXPECT_EQ(FailureOf([&] { CopyByteArray(FOUR, 0, 1, bytes, -1); }), 9);
+    EXPECT_EQ(bytes, ByteArray(4));
+}
+
+TEST(Bytes, GrowWhenSomethingIsPutBehindTheirEnd) {
+    ByteArray bytes{9};
+    CopyByteArray(FOUR, 1, 2, bytes, 2);
+    EXPECT_EQ(bytes, (ByteArray{9, 0, 0x34, 0x56}));
+    CopyByteArray(bytes, 0, 4, bytes, 1); // onto itself
+    EXPECT_EQ(bytes, (ByteArray{9, 9, 0, 0x34, 0x56}));
+    StringToBytes(bytes, 4, "A\xC3\xBC"); // u umlaut is one byte
+    EXPECT_EQ(bytes, (ByteArray{9, 9, 0, 0x34, 'A', 0xFC}));
+    ByteArray five{1, 2, 3, 4, 5};
+    EXPECT_EQ(ChangeEndian(five), 1);
+    EXPECT_EQ(five, (ByteArray{4, 3, 2, 1, 0, 0, 0, 5}));
+}
+
+TEST(Texts, OfHexHaveTheLengthOfTheirTemplate) {
+    EXPECT_EQ(FormatHex(255, "0000"), "00FF");
+    EXPECT_EQ(FormatHex(255, "0x0000"), "0x00FF");
+    EXPECT_EQ(FormatHex(0x12345, "000"), "345");
+    EXPECT_EQ(ByteArrayToHexString({0x0A, 0xB0, 0xFF}), "0A B0 FF");
+    EXPECT_EQ(ByteArrayToHexString({1, 2, 3, 4, 5}, 4), "01020304 05");
+}
+
+TEST(Texts, OfHexBecomeBytesOrAFailure) {
+    struct Row {
+        const char* text;
+        ByteArray bytes;
+        std::int32_t failure;
+    };
+    for (const Row& row : {Row{"0x12 34", {0x12, 0x34}, 0}, Row{"&HaB\r\n0Xcd", {0xAB, 0xCD}, 0}, Row{"", {0}, 0},
+                           Row{"0x", {0}, 0}, Row{"123", {0}, 30742}, Row{"12G4", {0}, 13}}) {
+        ByteArray bytes{7, 7, 7};
+        EXPECT_EQ(FailureOf([&] { HexString2Ascii(row.text, bytes); }), row.failure) << row.text;
+        EXPECT_EQ(bytes, row.bytes) << row.text;
+    }
+    ByteArray bytes;
+    EXPECT_EQ(HexString2Ascii(" \r\n", bytes), -1);
+}
+
+TEST(Texts, OfADumpShowTheAddressTheBytesAndTheirCharacters) {
+    const ByteArray bytes{'A', 'B', 0, 'D', 'E'};
+    // The characters of a short last line reach back into the line before.
+    EXPECT_EQ(FormatHexDump(0xFC, bytes, ""), "0xFC: 41 42 00 44 AB\x15"
+                                              "D\r\n0x100: 45          B\x15"
+                                              "DE\r\n");
+    EXPECT_EQ(FormatHexDump(0, {'A'}, "< columnwidth = 2 >"), "0x0: 41    A\r\n");
+    EXPECT_EQ(FormatHexDump(0, {}, ""), "");
+    EXPECT_EQ(GetOption("<a=1><b = x y>", "b"), "xy");
+    EXPECT_EQ(GetOption("<b=1", "b"), "");
+}
+
+TEST(Texts, OfDatesFollowTheLettersOfTheirFormat) {
+    const platform::SystemTime time{2003, 7, 0, 4, 5, 6, 9, 0};
+    EXPECT_EQ(FormatSystemTime(time, "yyyy-mm-dd hh:nn:ss"), "2003-07-04 05:06:09");
+    EXPECT_EQ(FormatSystemTime(time, "D.M.YY h:n:s mmm ddd"), "4.7.03 5:6:9 07 04");
+    EXPECT_EQ(FormatWinDateTime(-1, "yyyy"), "Error in basUtils.FormatWinDateTime");
+}
+
+TEST(Paths, AreSplitAtEitherSeparatorAndGetANumberThatNoFileHas) {
+    const auto split = [](const std::string& path) {
+        std::string directory, name;
+        SplitPath(path, directory, name);
+        return directory + '|' + name;
+    };
+    EXPECT_EQ(split("a\\b/c.twd"), "a\\b|c.twd");
+    EXPECT_EQ(split("c.twd"), "|c.twd");
+    EXPECT_EQ(split("/c"), "/|c");
+    const TemporaryDirectory folder;
+    EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.001.txt"));
+    std::ofstream(folder.file("log.a.001.txt"));
+    EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.002.txt"));
+    EXPECT_EQ(NewUniqueFilename(folder.file("plain")), folder.file("plain.001."));
+}
+
+TEST(Files, AreReadWithOneZeroBehindThemOrUpToABound) {
+    const TemporaryDirectory folder;
+    struct Row {
+        std::size_t length;
+        std::int64_t maxBytes;
+        std::int32_t result;
+        std::size_t letters, zeros; // in the array
+    };
+    for (const Row& row : {Row{0, 0, -1, 0, 1}, Row{1, 0, -1, 1, 1}, Row{2, 0, 1, 2, 1}, Row{400000, 0, 1, 400000, 1},
+                           Row{400, 100, 1, 101, 0}, Row{101, 100, 1, 101, 0}, Row{100, 100, 1, 100, 1}}) {
+        std::ofstream(folder.file("f")) << std::string(row.length, 'x');
+        ByteArray bytes, expected(row.letters, 'x');
+        expected.resize(row.letters + row.zeros);
+        EXPECT_EQ(ReadFileBytes(folder.file("f*"), bytes, row.maxBytes), row.result) << row.length;
+        EXPECT_TRUE(bytes == expected) << row.length;
+    }
+    ByteArray bytes{1, 2};
+    EXPECT_EQ(ReadFileBytes(folder.file("none"), bytes), -1);
+    EXPECT_EQ(bytes, ByteArray{0});
+}
+
+TEST(Files, ShowTheProgressOfALongRead) {
+    const TemporaryDirectory folder;
+    std::ofstream(folder.file("f")) << std::string(20 * 131072, 'x');
+    std::vector<std::string> shown;
+    const ReadProgress progress{[&](std::int32_t maximum) { shown.push_back(fmt::format("to {}", maximum)); },
+                                [&](double value) { shown.push_back(fmt::format("{}", value)); },
+                                [&] { shown.push_back("repaint"); }};
+    ByteArray bytes;
+    ReadFileBytes(folder.file("f"), bytes, 2 * 131072, &progress);
+    EXPECT_EQ(fmt::format("{}", fmt::join(shown, " ")), "to 20 1 2 2.0000076293945312 repaint");
+    shown.clear();
+    ReadFileBytes(folder.file("f"), bytes, 0, &progress);
+    EXPECT_EQ(shown.size(), 22u);
+    EXPECT_EQ(shown.back(), "repaint");
+}

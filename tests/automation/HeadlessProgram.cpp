@@ -1,0 +1,193 @@
+#include "HeadlessProgram.h"
+
+#include "BusEnumeration.h"
+#include "CodePage.h"
+#include "Files.h"
+#include "PackageBuilder.h"
+#include "Paths.h"
+#include "SingleInstance.h"
+#include "Wiring.h"
+#include "bas1394.h"
+#include "basAutomation.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <nlohmann/json.hpp>
+#include <zlib.h>
+
+namespace testing_support {
+
+namespace {
+
+using platform::testing::VirtualClock;
+
+void ResetGlobals() {
+    basApp::globals = {};
+    basDebug::globals = {};
+    bas1394::globals = {};
+    basBootloader::globals = {};
+    basAutomation::globals = {};
+    wiring::globals = {};
+}
+
+// The simulated bus on the virtual clock.
+void UseVirtualClock(VirtualClock* clock) {
+    const SimulatorClock calls{
+        clock, [](void* context) { return static_cast<VirtualClock*>(context)->Now(); },
+        [](void* context, std::int64_t time) { static_cast<VirtualClock*>(context)->Sleep(time); },
+        [](void* context, std::int64_t due, void (*call)(void*), void* argument) {
+            static_cast<VirtualClock*>(context)->CallAt(due, [=] { call(argument); });
+        }};
+    SimulatorUseClock(&calls);
+}
+
+} // namespace
+
+HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) : lowestLevel_(lowestLevel) {
+    setenv("XDG_RUNTIME_DIR", directory.path().c_str(), 1); // named mutexes and the instance of this test alone
+    ResetGlobals();
+    platform::UseProgramDirectory(directory.path());
+    std::filesystem::create_symlink(ACCESS_LIBRARY, directory.file("Twl1394api.so"));
+    platform::Database::Create(directory.file("db1_clean.mdb"), clsDbManager::Schema());
+    UseVirtualClock(&clock);
+    if (SimulatorDescribe(bus.c_str(), directory.path().c_str()) != 1)
+        throw std::runtime_error(SimulatorLastError());
+    Wire();
+}
+
+HeadlessProgram::~HeadlessProgram() {
+    if (mainWindowExists_)
+        UnloadWindows();
+    SimulatorDescribe(R"({"nodes": []})", nullptr);
+    platform::ReleaseSingleInstance();
+    platform::UseProgramDirectory("");
+    platform::ChangeDirectory("/");
+    ResetGlobals();
+    wiring::WireProgram({});
+}
+
+void HeadlessProgram::Wire() {
+    wiring::WindowHooks windows;
+    windows.loadParentWindow = [this] { LoadWindows(); };
+    windows.mainWindowExists = [this] { return mainWindowExists_; };
+    windows.nodesChanged = platform::DoEvents;
+    windows.enableScheduler = [this](bool enabled) { tmrAutomationScheduler_->SetEnabled(enabled); };
+    windows.endRun = [this] {
+        tmrAutomationScheduler_->SetEnabled(false);
+        platform::DoEvents();
+        platform::Sleep(2000);
+        LetBusSettle();
+        UnloadWindows();
+    };
+    windows.endProgram = [this] { ended_ = true; };
+    windows.statusWindowWants = [this](std::size_t, std::int32_t level) { return level >= lowestLevel_; };
+    windows.postToStatusWindow = [this](std::size_t, std::string_view text, float, std::int32_t level,
+                                        std::string_view) {
+        messages.push_back({level, std::string(text)});
+    };
+    windows.statusWindowCount = [] { return std::size_t{1}; };
+    windows.standardOutput = [this](std::string_view line) { standardOutput.emplace_back(line); };
+    windows.standardError = [this](std::string_view line) { standardError.emplace_back(line); };
+    wiring::WireProgram(windows);
+}
+
+void HeadlessProgram::LoadWindows() {
+    tmrBusReset_ = platform::MakeTimer(20, bas1394::BusResetHandlerThread);
+    tmrIncomingData_ = platform::MakeTimer(20, bas1394::IncomingDataThreadHandler);
+    tmrAutomationScheduler_ = platform::MakeTimer(1000, basAutomation::SchedulerTick);
+    tmrBusReset_->SetEnabled(true);
+    tmrIncomingData_->SetEnabled(true);
+    mainWindowExists_ = true;
+    bas1394::HookCallbackWindow(true);
+}
+
+// The program leaves a last reset unhandled; a test wants to see the table behind it.
+void HeadlessProgram::LetBusSettle() {
+    windowSystem.RunUntil([] { return bas1394::globals.BusEnumerated && !bas1394::globals.BusResetPending; }, 10'000);
+    nodesAtEnd =
+        static_cast<std::size_t>(std::count_if(bas1394::globals.DeviceTable.begin(), bas1394::globals.DeviceTable.end(),
+                                               [](const Device& device) { return device.NodeNum <= 62; }));
+}
+
+void HeadlessProgram::UnloadWindows() {
+    bas1394::HookCallbackWindow(false);
+    for (platform::Timer* timer : {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get()})
+        timer->SetEnabled(false);
+    mainWindowExists_ = false;
+    basApp::ShutdownApplication();
+}
+
+bool HeadlessProgram::Run(const std::string& commandLine, std::int64_t limitMilliseconds) {
+    return !basApp::Main(commandLine) || windowSystem.RunUntil([this] { return ended_; }, limitMilliseconds);
+}
+
+void HeadlessProgram::Write(const std::string& name, const ByteArray& bytes) const {
+    std::filesystem::create_directories(std::filesystem::path(directory.file(name)).parent_path());
+    platform::WriteFileAtomically(directory.file(name), bytes);
+}
+
+void HeadlessProgram::Write(const std::string& name, const std::string& text) const {
+    Write(name, platform::AnsiFromText(text));
+}
+
+std::string HeadlessProgram::Read(const std::string& name) const {
+    std::ifstream file(directory.file(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::size_t HeadlessProgram::Count(const std::string& part) const {
+    return static_cast<std::size_t>(std::count_if(messages.begin(), messages.end(), [&](const Message& message) {
+        return message.text.find(part) != std::string::npos;
+    }));
+}
+
+bool HeadlessProgram::SaidAtLevel(std::int32_t level) const {
+    return std::any_of(messages.begin(), messages.end(),
+                       [&](const Message& message) { return message.level == level; });
+}
+
+std::vector<std::string> HeadlessProgram::RequestsSent() const {
+    std::vector<std::string> requests;
+    std::ifstream trace(directory.file("trace.jsonl"));
+    for (std::string line; std::getline(trace, line);) {
+        const auto entry = nlohmann::json::parse(line);
+        if (entry["operation"] == "write" && entry["address"] == "0xffffc8021000")
+            requests.push_back(entry["data"]);
+    }
+    return requests;
+}
+
+ByteArray HeadlessProgram::Flash(std::uint32_t node, const char* section) const {
+    ByteArray bytes(static_cast<std::size_t>(std::max<std::int64_t>(SimulatorSection(node, section, nullptr, 0), 0)));
+    SimulatorSection(node, section, bytes.data(), bytes.size());
+    return bytes;
+}
+
+std::string Target(const std::string& guid, const std::string& mode, const std::string& extra) {
+    return R"({"kind": "target", "guid": ")" + guid + R"(", "mode": ")" + mode +
+           R"(", "protocol": 1, "vendor": "Tarnwell", "model": "TX-9", "hardwareModelID": 17)" + extra + "}";
+}
+
+std::string Bus(const std::vector<std::string>& nodes, const std::string& faults) {
+    std::string text = R"({"trace": "trace.jsonl", "nodes": [)";
+    for (const std::string& node : nodes)
+        text += node + ", ";
+    return text + R"({"kind": "host"}], "faults": [)" + faults + "]}";
+}
+
+ByteArray Package(const ByteArray& image, const ByteArray& cne) {
+    const auto crc = [](const ByteArray& bytes) {
+        return static_cast<std::uint32_t>(crc32(0, bytes.data(), static_cast<uInt>(bytes.size())));
+    };
+    PackageBuilder package;
+    if (!image.empty())
+        package.image(0x20000000, image, crc(image));
+    if (!cne.empty())
+        package.cne(cne, crc(cne));
+    return package.bytes();
+}
+
+} // namespace testing_support

@@ -1,0 +1,74 @@
+// The whole program without its windows: its real wiring, the loaded access library (the simulated
+// bus), a program directory of its own, and the virtual clock.
+#pragma once
+
+#include "Bytes.h"
+#include "ManualWindowSystem.h"
+#include "ScriptedDialogs.h"
+#include "Simulator.h"
+#include "TemporaryDirectory.h"
+#include "VirtualClock.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace testing_support {
+
+struct Message {
+    std::int32_t level;
+    std::string text;
+};
+
+class HeadlessProgram {
+public:
+    // `bus` is the description; messages of `lowestLevel` and above are kept.
+    explicit HeadlessProgram(const std::string& bus, std::int32_t lowestLevel = 5);
+    ~HeadlessProgram();
+    HeadlessProgram(const HeadlessProgram&) = delete;
+    HeadlessProgram& operator=(const HeadlessProgram&) = delete;
+
+    // A file of the program directory, with its folders.
+    void Write(const std::string& name, const ByteArray& bytes) const;
+    void Write(const std::string& name, const std::string& text) const;
+    std::string Read(const std::string& name) const;
+
+    // From Main until the program has ended. False when it is still there after so much bus time.
+    bool Run(const std::string& commandLine, std::int64_t limitMilliseconds = 600'000);
+
+    std::size_t Count(const std::string& part) const; // messages that hold this text
+    bool Said(const std::string& part) const { return Count(part) > 0; }
+    bool SaidAtLevel(std::int32_t level) const;
+    // The requests that crossed the bus, in order, in hex. Byte 6 of each is its command code.
+    std::vector<std::string> RequestsSent() const;
+    ByteArray Flash(std::uint32_t node, const char* section) const;
+
+    platform::testing::TemporaryDirectory directory;
+    platform::testing::VirtualClock clock;
+    platform::testing::ManualWindowSystem windowSystem;
+    platform::testing::ScriptedDialogs dialogs;
+    std::vector<Message> messages;
+    std::vector<std::string> standardOutput, standardError;
+    std::size_t nodesAtEnd = 0; // in the node table, once the bus has settled behind the run
+
+private:
+    void LoadWindows();
+    void UnloadWindows();
+    void LetBusSettle();
+    void Wire();
+
+    std::int32_t lowestLevel_;
+    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_;
+    bool mainWindowExists_ = false;
+    bool ended_ = false;
+};
+
+// A described target; `extra` is further members, each behind a comma.
+std::string Target(const std::string& guid, const std::string& mode, const std::string& extra = {});
+// A bus of these nodes and this computer.
+std::string Bus(const std::vector<std::string>& nodes, const std::string& faults = {});
+// A package for the targets above.
+ByteArray Package(const ByteArray& image, const ByteArray& cne = {});
+
+} // namespace testing_support

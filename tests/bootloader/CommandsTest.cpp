@@ -1,0 +1,105 @@
+// The single-shot commands: their bytes on the wire and what becomes of each answer.
+#include "TargetScript.h"
+
+using namespace testing_support;
+using namespace basBootloader;
+
+namespace {
+
+constexpr const char* TYPED = "00 11 22 33 44 55 66 77"; // a GUID, and the same in target order
+constexpr const char* TURNED = "33 22 11 00 77 66 55 44";
+
+class Commands : public OneTarget {
+protected:
+    std::int32_t crc = 77, validity = 77, flag = 77;
+    ByteArray guid = Bytes(TURNED), mac = Bytes("02 01 00 00 06 05 04 03"), read;
+};
+
+TEST_F(Commands, GoOverTheWireAndJudgeTheirAnswers) {
+    const struct {
+        std::function<std::int32_t()> call;
+        const char* request;     // behind version and ID: code, count, operands
+        std::uint8_t quadlets;   // of a good answer
+        std::int32_t failed;     // result when the target doesn't answer
+        const char* failure;     // logged then
+        std::int32_t miscounted; // result of an answer with one operand too many
+        const char* wrongCount;  // logged then
+    } rows[] = {
+        {[&] { return HaltBootloader(HANDLE); }, "01 00", 0, 121, "Haltbootloader failed: Transaction failed, code 121",
+         1, ""},
+        {[&] { return ResetDevice(HANDLE, 1); }, "02 01 01 00 00 00", 0, 1, "Resetting bootloader device 0x63", 1, ""},
+        {[&] { return ReadImageCRC(HANDLE, 3, crc, validity); }, "03 01 03 00 00 00", 2, 121,
+         "ReadImageCRC failed: Transaction failed, code 121", -1,
+         "ReadImageCRC failure: expected 2 operands, received 3"},
+        {[&] { return SwitchTo1394Shell(HANDLE, 1, 2); }, "07 02 00 00 00 01 00 00 00 02", 0, 121,
+         "SwitchTo1394Shell failed", 1, "SwitchTo1394Shell failure: expected 0 operands, received 1"},
+        {[&] { return ProgramGUID(HANDLE, guid); }, "0A 02 33 22 11 00 77 66 55 44", 0, 121,
+         "Setting GUID to 00 11 22 33 44 55 66 77...", 1, "ProgramGUID failure: expected 0 operands, received 1"},
+        {[&] { return InitializePersistentParams(HANDLE); }, "0C 00", 0, 121, "InitializePersistentParams failed", 1,
+         "InitializePersistentParams warning: expected 0 operands, received 1"},
+        {[&] { return InitializeConfigToFactoryDefaults(HANDLE); }, "0D 00", 0, 1,
+         "not respond to this command, assuming success, transaction code 121", 1, ""},
+        {[&] { return SetDebugGUID(HANDLE, Bytes(TYPED)); }, "0E 02 00 11 22 33 44 55 66 77", 0, 121,
+         "SetDebugGUID (node #0) failed: Transaction failed, code 121", 1, ""},
+        {[&] { return GetDebugGUID(HANDLE, read); }, "0F 00", 2, 121, "GetDebugGUID failed", -1,
+         "GetDebugGUID failure: expected 2 operands, received 3"},
+        {[&] { return StartImage(HANDLE, 2, flag); }, "11 01 02 00 00 00", 1, 121,
+         "(this is probably due to the fact that the bootloader is no longer running), code 121", 1,
+         "StartImage warning: expected 4 operands, received 2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request);
+        target.reply = Reply{ByteArray(row.quadlets * 4u + 4, 5)};
+        EXPECT_EQ(row.call(), row.miscounted);
+        EXPECT_TRUE(Logged(row.wrongCount));
+        target.reply = Reply{.readResult = 121};
+        EXPECT_EQ(row.call(), row.failed);
+        EXPECT_TRUE(Logged(row.failure));
+        EXPECT_EQ(crc + validity + flag, 3 * 77) << "values come with a good answer only";
+
+        target.reply = Reply{ByteArray(row.quadlets * 4u)};
+        EXPECT_EQ(row.call(), 1);
+        const ByteArray sent = bus.LastRequest();
+        EXPECT_EQ(ByteArray(sent.begin() + 6, sent.end()), Bytes(row.request));
+        crc = validity = flag = 77;
+    }
+}
+
+TEST_F(Commands, GiveTheValuesOfTheAnswer) {
+    target.reply = Reply{Bytes("78 56 34 12 01 00 00 00")};
+    EXPECT_EQ(ReadImageCRC(HANDLE, 0, crc, validity), 1);
+    EXPECT_EQ(crc, 0x12345678);
+    EXPECT_EQ(validity, 1);
+    EXPECT_EQ(GetDebugGUID(HANDLE, read), 1);
+    EXPECT_EQ(read, Bytes("78 56 34 12 01 00 00 00"));
+    target.reply = Reply{Bytes("FF FF FF FF")};
+    EXPECT_EQ(StartImage(HANDLE, 0, flag), 1);
+    EXPECT_EQ(flag, -1);
+    EXPECT_TRUE(Logged("StartImage Failed: bad CRC of debugger image on embedded target!"));
+}
+
+TEST_F(Commands, ProgramOnlyAWholeIdentityAndShowItAsTyped) {
+    for (const char* bytes : {"", "11 22 33 44 55 66 77", "11 22 33 44 55 66 77 88 99"}) {
+        ByteArray value = Bytes(bytes);
+        EXPECT_EQ(ProgramGUID(HANDLE, value) + ProgramMAC(HANDLE, value) + SetDebugGUID(HANDLE, value), -3) << bytes;
+    }
+    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_EQ(ProgramMAC(HANDLE, mac), 1);
+    EXPECT_EQ(bus.LastRequest(), Bytes("01 00 00 00 01 00 0B 02 02 01 00 00 06 05 04 03"));
+    EXPECT_EQ(mac, Bytes("00 00 01 02 03 04 05 06"));
+    EXPECT_TRUE(Logged("Setting MAC address to 01 02 03 04 05 06..."));
+    EXPECT_TRUE(Logged("Successfully set MAC address to the new value."));
+}
+
+TEST_F(Commands, OtherThanAHaltNeverGoToAllNodes) {
+    EXPECT_EQ(ResetDevice(0, 1), -101);
+    EXPECT_EQ(ReadImageCRC(0, 0, crc, validity), -101);
+    EXPECT_EQ(ProgramGUID(0, guid), -101);
+    EXPECT_EQ(GetDebugGUID(0, read), 0);
+    EXPECT_EQ(DownloadStart(0, {}, crc), -101);
+    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_EQ(HaltBootloader(0), 1);
+    EXPECT_TRUE(Logged("Broadcasted halt command."));
+}
+
+} // namespace

@@ -1,0 +1,94 @@
+// The commands of a load, and the block protocol's polls.
+#include "TargetScript.h"
+
+#include "Handles.h"
+#include "WindowSystem.h"
+
+using namespace testing_support;
+using namespace basBootloader;
+
+namespace {
+
+using DownloadCommands = OneTarget;
+
+TEST_F(DownloadCommands, TakeOnlyASensibleBlockSize) {
+    const struct {
+        const char* name;
+        Reply reply;
+        std::int32_t result, size;
+        const char* text;
+    } rows[] = {
+        {"none", {Bytes("00 00 00 00")}, -1, 0, "MAX BLOCK SIZE = 0x 0x0 0x0 0x0 0x0!"},
+        {"negative", {Bytes("FE FF FF FF")}, -1, 0, "MAX BLOCK SIZE = 0x 0xFE 0xFF 0xFF 0xFF!"},
+        {"the largest", {Bytes("00 10 00 00")}, 1, 4096, ""},
+        {"beyond", {Bytes("01 10 00 00")}, 1, 4096, "Max Block size is 4097.  This seems awefully large."},
+        {"huge", {Bytes("FF FF FF 7F")}, 1, 4096, ""},
+        {"no operand", {}, -1, 0, "DownloadStart failure: expected 4 operands, received 0"},
+        {"ten operands", {.count = 10}, -1, 0, "DownloadStart failure: expected 4 operands, received 10"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        target.reply = row.reply;
+        std::int32_t size = 0;
+        EXPECT_EQ(DownloadStart(HANDLE, {}, size), row.result);
+        EXPECT_EQ(row.result == 1 ? size : 0, row.size);
+        EXPECT_TRUE(Logged(row.text));
+    }
+}
+
+TEST_F(DownloadCommands, PutThePayloadInFrontOfItsRequest) {
+    target.reply = Reply{Bytes("07 00 00 00 00 00 00 00")};
+    ByteArray payload = Bytes("11 22 33 44 55");
+    EXPECT_EQ(DownloadBlock(HANDLE, 7, Code(0x80000400), 5, payload), 1);
+    EXPECT_EQ(bus.Trace(), "W0 FFFFC8021040 11223344 55000000|"
+                           "W0 FFFFC8021000 01000000 01000503 07000000 00040080 05000000|R0 FFFFC8029000 40|");
+}
+
+TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
+    const ByteArray good = Bytes("05 00 00 00 00 00 00 00");
+    const struct {
+        const char* name;
+        std::int32_t block;
+        Reply reply;
+        std::int32_t result, polls;
+    } rows[] = {
+        {"good", 5, {good}, 1, 1},
+        {"good at the last poll", 5, {.operands = good, .latePolls = 3}, 1, 4},
+        {"too late", 5, {.operands = good, .latePolls = 4}, -102, 4},
+        {"too late, block 0", 0, {.latePolls = 4}, -2, 4},
+        {"another block", 5, {Bytes("04 00 00 00 00 00 00 00")}, -102, 4},
+        {"flash not written", 5, {Bytes("05 00 00 00 FD FF FF FF")}, -3, 1},
+        {"a status that looks like success", 5, {Bytes("05 00 00 00 01 00 00 00")}, -101, 1},
+        {"another block and a status", 5, {Bytes("04 00 00 00 FD FF FF FF")}, -3, 1},
+        {"one operand", 0, {Bytes("00 00 00 00")}, -2, 4},
+        {"a bus reset", 5, {.readResult = Code(0x80000001)}, -102, 4},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        target.reply = row.reply;
+        bus.calls.clear();
+        int turns = 0;
+        for (int i = 0; i < 9; ++i)
+            platform::Post([&] { turns = 1; });
+        ByteArray payload(8);
+        EXPECT_EQ(DownloadBlock(HANDLE, row.block, 0, 8, payload), row.result);
+        EXPECT_EQ(std::ssize(bus.calls), 2 + row.polls);
+        EXPECT_EQ(turns, row.polls > 1) << "a turn between two polls";
+        EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
+        platform::DoEvents();
+    }
+}
+
+TEST_F(DownloadCommands, WaitForTheVerdictThreeSecondsUnlessToldOtherwise) {
+    target.reply = Reply{.operands = Bytes("78 56 34 12 01 00 00 00"), .latePolls = 40};
+    std::int32_t crc = 0, validity = 0;
+    EXPECT_EQ(DownloadEnd(HANDLE, crc, validity), -1);
+    EXPECT_EQ(DownloadEnd(HANDLE, crc, validity, 70000), 1);
+    EXPECT_EQ(crc, 0x12345678);
+    EXPECT_EQ(validity, 1);
+    target.reply = Reply{Bytes("00 00 00 00")};
+    EXPECT_EQ(DownloadEnd(HANDLE, crc, validity), -1);
+    EXPECT_TRUE(Logged("DownloadEnd failure: expected 8 operands, received 1"));
+}
+
+} // namespace

@@ -1,0 +1,123 @@
+// One exchange with a target, byte by byte.
+#include "TargetScript.h"
+
+#include "Handles.h"
+
+#include <future>
+#include <thread>
+
+using namespace testing_support;
+using namespace basBootloader;
+
+namespace {
+
+class Session : public OneTarget {
+protected:
+    std::int32_t transact(std::int32_t code, std::int32_t timeOutMs = 0, std::uint8_t quadlets = 0,
+                          const char* operands = "", std::int32_t handle = HANDLE) {
+        BootloaderRequest request{.CommandCode = code, .NumQuadlets = quadlets, .Operands = Bytes(operands)};
+        return SessionLayerTransaction(handle, request, response, timeOutMs);
+    }
+    BootloaderResponse response;
+};
+
+TEST_F(Session, WritesTheRequestAndReadsItsAnswer) {
+    globals.LastCommandID = 4;
+    target.reply = Reply{Bytes("00 0F 1B 00 00 00 00 01")};
+    EXPECT_EQ(transact(15), 1);
+    EXPECT_EQ(bus.Trace(), "W0 FFFFC8021000 01000000 05000F00|R0 FFFFC8029000 40|");
+    EXPECT_EQ(response.Operands, Bytes("00 0F 1B 00 00 00 00 01"));
+}
+
+TEST_F(Session, NumbersCommandsFrom1To32766AndSendsNoOperandsThatItDoesNotAnnounce) {
+    globals.LastCommandID = 32765;
+    transact(9, 0, 0, "AA BB CC DD");
+    EXPECT_EQ(bus.LastRequest(), Bytes("01 00 00 00 FE 7F 09 00"));
+    transact(9, 0, 1, "01 02 03 04 05");
+    EXPECT_EQ(bus.LastRequest(), Bytes("01 00 00 00 01 00 09 01 01 02 03 04 05 00 00 00"));
+}
+
+TEST_F(Session, TakesOnlyTheAnswerToItsOwnRequest) {
+    const struct {
+        const char* name;
+        Reply reply;
+        std::int32_t result;
+        const char* text; // of one of its messages
+    } rows[] = {
+        {"another command", {.codeOffset = 1}, -1, "invalid command code (request = 15 (0xF), response = 16 (0x10)"},
+        {"another version",
+         {.versionOffset = 2},
+         -1,
+         "invalid protocol version (request = 1 (0x1), response = 3 (0x3)"},
+        {"an earlier request", {.idOffset = -1}, -1, "invalid command ID (request = 5 (0x5), response = 4 (0x4)"},
+        {"14 operands", {.operands = ByteArray(32, 0xEE), .count = 14}, 1, ""},
+        {"15 operands", {.count = 15}, -1, "GetResponse Error: invalid number of quadlets returned: 15"},
+        {"silence", {.readResult = 121}, 121, "(likely a timout error): GetResponse returned error code 121 (0x79)"},
+        {"an address error", {.readResult = Code(0x80000017)}, Code(0x80000017), "code -2147483625 (0x80000017)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        globals.LastCommandID = 4;
+        target.reply = row.reply;
+        EXPECT_EQ(transact(15), row.result);
+        EXPECT_TRUE(Logged(row.text));
+    }
+    ByteArray padded(56); // what a read doesn't bring is zero
+    std::fill_n(padded.begin(), 32, 0xEE);
+    EXPECT_EQ(response.Operands, padded);
+}
+
+TEST_F(Session, PollsForALateAnswerOnlyWhileTheTimeOutLasts) {
+    target.reply = Reply{.latePolls = 3};
+    EXPECT_EQ(transact(3), -1) << "a single poll";
+    const std::int64_t before = clock.Now();
+    EXPECT_EQ(transact(3, 2000), 1);
+    EXPECT_EQ((clock.Now() - before) / 1'000'000, 3 * 110 + 10);
+    EXPECT_EQ(bus.Requests(0).size(), 2u) << "a request is never repeated";
+    target.reply = Reply{.readResult = 121};
+    EXPECT_EQ(transact(2, 5000), 1) << "a reset needs no answer";
+}
+
+TEST_F(Session, BroadcastsWithoutWaitingForAnyone) {
+    EXPECT_EQ(transact(1, 0, 0, "", 0), 1);
+    EXPECT_EQ(bus.Trace(), "W63 FFFFC8021000 01000000 01000100|");
+    EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
+}
+
+TEST_F(Session, SpeaksToEachProtocolVersion) {
+    for (const auto& [version, sent, result] : {std::tuple{1, 1, 1}, {3, 3, 1}, {2, 2, -1}, {0x2000000, 1, 1}}) {
+        record().Info.ProtocolVersion = version;
+        EXPECT_EQ(transact(15), result) << version;
+        EXPECT_EQ(bus.LastRequest()[0], sent);
+    }
+    EXPECT_TRUE(Logged("ValidateResponse failed: Protocol Version 2 is not yet implemented"));
+    EXPECT_TRUE(Logged("in SendRequest: 33554432(0x2000000)!  Setting protocol version to 1."));
+}
+
+TEST_F(Session, FollowsATargetToItsNewNodeNumberAndGivesUpOnAnAbsentOne) {
+    record().Device.NodeNum = 5;
+    transact(15);
+    EXPECT_EQ(bus.Requests(5).size(), 1u);
+    record().Device.NodeNum = 128;
+    bus.calls.clear();
+    EXPECT_EQ(transact(15, 2000), -1);
+    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_TRUE(Logged("SendRequest failed: invalid nodenum (128) for device handle 63"));
+}
+
+TEST_F(Session, SendsNothingWhileAnotherHoldsTheMutex) {
+    std::promise<void> taken, done;
+    std::thread other([&] {
+        platform::WaitForSingleObject(globals.TransactionMutex, 0);
+        taken.set_value();
+        done.get_future().wait();
+        platform::ReleaseMutex(globals.TransactionMutex);
+    });
+    taken.get_future().wait();
+    EXPECT_EQ(transact(15), -1);
+    EXPECT_TRUE(bus.calls.empty());
+    done.set_value();
+    other.join();
+}
+
+} // namespace

@@ -1,0 +1,134 @@
+// Discovery after bus resets: who is in the list, under which handle, with which GUIDs.
+#include "TargetScript.h"
+
+using namespace testing_support;
+using namespace basBootloader;
+
+namespace {
+
+constexpr const char *FIRST = "00 0F 1B 00 00 00 00 01", *SECOND = "00 0F 1B 00 00 00 00 02",
+                     *NULL_GUID = "00 00 00 00 00 00 00 00";
+
+class TargetList : public BareBus {
+protected:
+    // Node numbers in the order given, this computer behind them; then what a bus reset does.
+    std::int32_t discover(const std::vector<const char*>& guids) {
+        Nodes(guids.size());
+        for (std::size_t i = 0; i < guids.size(); ++i)
+            bus.targets[i].info = InfoBytes(1, guids[i]);
+        return BusResetHandler();
+    }
+    // "handle@node" of each record.
+    std::string list() const {
+        std::string text;
+        for (const BootloaderTarget& target : globals.TargetList)
+            text += fmt::format("{}{}@{}", text.empty() ? "" : " ", target.Handle, target.Device.NodeNum);
+        return text;
+    }
+    std::string debugGuid(std::size_t index) const {
+        return basUtils::ByteArrayToHexString(globals.TargetList.at(index).DebugGUID);
+    }
+};
+
+TEST_F(TargetList, KeepsATargetsHandleWhereverItsNodeGoes) {
+    const struct {
+        const char* name;
+        std::vector<const char*> guids;
+        const char* list;
+    } steps[] = {{"both arrive", {FIRST, SECOND}, "63@0 64@1"},
+                 {"they change places", {SECOND, FIRST}, "63@1 64@0"},
+                 {"one leaves", {SECOND}, "63@128 64@0"},
+                 {"nobody", {}, "63@128 64@128"},
+                 {"it returns", {FIRST, SECOND}, "63@0 64@1"}};
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.name);
+        EXPECT_EQ(discover(step.guids), 1);
+        EXPECT_EQ(list(), step.list);
+        EXPECT_TRUE(globals.DiscoveryComplete);
+    }
+    EXPECT_EQ(globals.TargetList[0].ShellBuffer.size(), 16534u);
+    EXPECT_EQ(GetNodeNum(64).NodeNum, 1);
+    EXPECT_EQ(GetDeviceHandleFromGuid(globals.TargetList[1].Info.GUID), 64);
+    EXPECT_EQ(GetDeviceHandleFromGuid(globals.TargetList[1].Info.GUID, "64"), 0);
+    EXPECT_EQ(OpenBootloaderDevice(globals.TargetList[1].Device), 64);
+}
+
+TEST_F(TargetList, NamesTheLocalHostAndFindsNothingOnABusOfItsOwn) {
+    Nodes(0);
+    EXPECT_EQ(BuildBootloaderDeviceList(), 0);
+    EXPECT_TRUE(Logged("Node #0 is the local host adapter."));
+    EXPECT_EQ(list(), "0@128");
+    EXPECT_EQ(OpenBootloaderDevice(Device{}), -101) << "the empty record is no target";
+    EXPECT_EQ(GetDeviceIndex(0), -1);
+}
+
+TEST_F(TargetList, DoesNotHaltATargetThatRunsItsApplication) {
+    Nodes(1);
+    Put(bus.targets[0].info, 12, "00 00 00 00");
+    EXPECT_EQ(BusResetHandler(), 1);
+    EXPECT_EQ(list(), "63@0");
+    EXPECT_TRUE(bus.Requests(0).empty());
+    EXPECT_TRUE(Logged("BuildBootloaderDeviceList: failed to connect to bootloader target, node #0"));
+    EXPECT_TRUE(Logged("Node #0 is capable of sending and receiving debugging information via the 1394 shell."));
+}
+
+TEST_F(TargetList, HaltsABootloaderAndEvensOutItsGuids) {
+    Nodes(1);
+    bus.targets[0].debugGuid = Bytes(SECOND);
+    EXPECT_EQ(BusResetHandler(), 1);
+    EXPECT_EQ(bus.Requests(0), (std::vector<int>{1, 15, 14, 15}));
+    EXPECT_EQ(debugGuid(0), FIRST);
+    EXPECT_EQ(bus.targets[0].debugGuid, Bytes(FIRST));
+}
+
+TEST_F(TargetList, MakesUpDebugGuidsFromTheTopDownForNullAndSharedOnes) {
+    discover({NULL_GUID});
+    EXPECT_EQ(debugGuid(0), "FF FF FF FF FF FF FF FE");
+    EXPECT_TRUE(Logged("Null bootloader GUID found on node #0, set Debug GUID to FF FF FF FF FF FF FF FE"));
+    discover({FIRST, SECOND});
+    globals.TargetList[1].DebugGUID = globals.TargetList[0].DebugGUID;
+    globals.GeneratedGuid = {1, 0, 0, 0, 0, 0, 0, 1};
+    EXPECT_EQ(HandleDuplicateGUIDs(), 1);
+    EXPECT_EQ(debugGuid(0), "01 00 00 00 00 00 00 00");
+    EXPECT_EQ(debugGuid(1), "00 FF FF FF FF FF FF FF");
+}
+
+TEST_F(TargetList, MergesTwoNullGuidsAndGivesTheirPlaceToTheNextTarget) {
+    discover({NULL_GUID, NULL_GUID});
+    EXPECT_EQ(list(), "63@1");
+    discover({NULL_GUID, FIRST});
+    EXPECT_EQ(list(), "64@1");
+}
+
+TEST_F(TargetList, StopsAtAnotherBusReset) {
+    Nodes(2);
+    bus.onRequest = [] { bas1394::globals.BusResetPending = true; };
+    EXPECT_EQ(BusResetHandler(), 1);
+    EXPECT_TRUE(Logged("The bootloader discovery process has been interrupted by another bus reset!"));
+    EXPECT_EQ(list(), "63@0") << "the rest is for the next pass";
+    EXPECT_TRUE(globals.DiscoveryComplete);
+    EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
+}
+
+TEST_F(TargetList, GoesOnBehindANodeThatFailsAndLooksForADebuggerBehindAMinimalRom) {
+    Nodes(4);
+    bas1394::globals.DeviceTable[0].ConfigRom.RawData = Bytes("01 00 0A 27");
+    bus.targets[0].debuggerAnswer = Bytes("01 01 00 00 80 80 01 00");
+    bus.targets[1].failingReads = 9;
+    bus.targets[2].info = InfoBytes(4);
+    EXPECT_EQ(BusResetHandler(), 1);
+    EXPECT_EQ(list(), "63@3");
+    EXPECT_EQ(globals.DebuggerList.at(0).NodeNum, 0);
+    EXPECT_TRUE(Logged("Debugger is running on node #0"));
+    EXPECT_TRUE(Logged("BuildBootloaderDeviceList warning: failed to read info registers for node 1, code 121(0x79)"));
+}
+
+TEST_F(TargetList, IsLeftWithoutNodeNumbersWhenItsMutexCannotBeTaken) {
+    discover({FIRST});
+    platform::CloseHandle(globals.TargetListMutex);
+    EXPECT_EQ(discover({FIRST}), -100);
+    EXPECT_EQ(list(), "63@128");
+    EXPECT_FALSE(globals.DiscoveryComplete);
+}
+
+} // namespace

@@ -1,0 +1,165 @@
+// From the notice of a bus reset to a finished node table, undisturbed and not.
+#include "BusEnumeration.h"
+#include "ScriptedLibrary.h"
+
+using namespace testing_support;
+using namespace bas1394;
+
+namespace {
+
+using Nodes = std::vector<int>;
+
+ByteArray Rom(std::uint32_t vendor, bool root = true) {
+    ByteArray rom = Quadlets({0x04040000, 0x31333934, 0, vendor << 8 | 0xAB, 5});
+    const ByteArray directory = Quadlets({0x00020000, 0x03000000 | vendor, 0x17000007});
+    if (root)
+        rom.insert(rom.end(), directory.begin(), directory.end());
+    return rom;
+}
+
+// Six nodes: two to keep, one of another vendor, one to keep whose root is missing, one without a
+// ROM, and this computer, without one too.
+class BusEnumeration : public LibraryTest {
+protected:
+    BusEnumeration() {
+        PrepareTables();
+        library.SetNodes(6);
+        library.roms = {{0, Rom(0xF1B)}, {1, Rom(0xA27)}, {2, Rom(0xF1B)}, {3, Rom(0xF1B, false)}};
+        globals.Client.PostNotice = [](void*, std::uint32_t number) {
+            platform::Post([number] { CallbackWindowProc(number); });
+        };
+        hooks.nodesChanged = [this] { seen.push_back(Table()); };
+        hooks.resetComplete = [this] { ++completions; };
+        hooks.bootloaderBusReset = [this] { return ++bootloaderPasses, bootloaderResult; };
+        hooks.discoveryInterrupted = [this] { ++passes; };
+    }
+    static Nodes Table() {
+        Nodes nodes;
+        for (const Device& device : globals.DeviceTable)
+            nodes.push_back(device.NodeNum);
+        return nodes;
+    }
+    void Notice() { globals.Client.PostNotice(nullptr, 1326); }
+    void Enumerate() {
+        globals.BusResetPending = true;
+        BusResetHandlerThread();
+    }
+    std::vector<Nodes> seen;
+    int completions = 0, passes = 0, bootloaderPasses = 0;
+    std::int32_t bootloaderResult = 1;
+    const Nodes COMPLETE = {0, 2, 3, 5};
+};
+
+TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
+    Enumerate();
+    EXPECT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
+    EXPECT_EQ(globals.LocalHostNode, 5);
+    EXPECT_TRUE(globals.BusEnumerated);
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(globals.DeviceTable[1].DeviceName, "device\\0");
+    EXPECT_EQ(CountLogged("13 Node #"), 3u);
+    EXPECT_TRUE(Logged("13 Node #1: GUID='000A27AB 00000005', Manufacturer='<UNREADABLE CONFIG ROM VENDOR TEXT>', "
+                       "Model='DirectoryType 0x11 not found'"));
+    EXPECT_EQ(CountLogged("5 BusResetHandler: unreadable config ROM on node #"), 2u);
+    EXPECT_TRUE(Logged("5 BusResetHandler: the number of nodes on the bus has changed from 0 to 6"));
+}
+
+TEST_F(BusEnumeration, IsCompleteWhereverABusResetComesBetween) {
+    Enumerate();
+    const std::size_t undisturbed = library.transactions.size();
+    for (const std::int32_t code : {1, Code(0x80000001)})
+        for (std::size_t k = 0; k < undisturbed; ++k) {
+            SCOPED_TRACE(testing::Message() << "transaction " << k << ", code " << code);
+            library.transactions.clear();
+            completions = 0;
+            library.result = [=, this](std::size_t transaction) {
+                if (transaction != k)
+                    return 1;
+                Notice();
+                return code;
+            };
+            Enumerate();
+            EXPECT_EQ(Table(), COMPLETE);
+            EXPECT_EQ(seen.back(), COMPLETE);
+            EXPECT_EQ(completions, 1);
+            EXPECT_TRUE(globals.BusEnumerated && !globals.BusResetPending);
+            // Nothing more is read for the table that the reset has spoilt but what one call asks for.
+            EXPECT_LE(library.transactions.size(), k + 5 + undisturbed);
+        }
+}
+
+TEST_F(BusEnumeration, StartsOverWhenANoticeComesWhileTheBusSettles) {
+    clock.CallAt(clock.Now() + 100'000'000, [this] { Notice(); });
+    const std::int64_t start = clock.Now();
+    Enumerate();
+    EXPECT_EQ(passes, 2);
+    EXPECT_EQ(clock.Now() - start, 400'000'000);
+    EXPECT_EQ(CountLogged("Getting config rom for node #0"), 1u);
+    EXPECT_TRUE(Logged("9 BusResetHandler: routine interrupted by bus topology change."));
+    EXPECT_TRUE(Logged("11 VdevBusResetHandler call failed, code -1(0xFFFFFFFF)"));
+    EXPECT_TRUE(Logged("9 BusResetHandlerThread: routine interrupted by another bus reset before completing."));
+    EXPECT_EQ(Table(), COMPLETE);
+}
+
+TEST_F(BusEnumeration, DoesNotNest) {
+    int inside = 0, deepest = 0;
+    hooks.bootloaderBusReset = [&] {
+        deepest = std::max(deepest, ++inside);
+        if (++bootloaderPasses == 1) {
+            globals.BusResetPending = true;
+            BusResetHandlerThread(); // a tick of the timer during a turn
+        }
+        --inside;
+        return 1;
+    };
+    Enumerate();
+    EXPECT_EQ(bootloaderPasses, 2);
+    EXPECT_EQ(deepest, 1);
+    BusResetHandlerThread(); // nothing is pending
+    EXPECT_EQ(bootloaderPasses, 2);
+}
+
+TEST_F(BusEnumeration, GoesOnPastWhatFails) {
+    const struct {
+        const char* name;
+        std::function<void()> trouble;
+        Nodes table;
+        const char* log;
+    } rows[] = {
+        {"a window that throws", [] { hooks.nodesChanged = [] { platform::Raise(91, "Not set"); }; }, COMPLETE,
+         "11 Error #91: Not set in bas1394.VdevBusResetHandler"},
+        {"targets that can't be found", [this] { bootloaderResult = -1; }, COMPLETE,
+         "7 tmrTopologyRefresh: failed call to basBootloader.BusResetHandler, code -1"},
+        {"a computer that has no number", [this] { library.hostResult = 1; }, {0, 2, 3},
+         "7 GetLocalHostNode failed, Get1394AddressFromDeviceObject returned code 1"},
+        {"and no device to keep either", [this] { library.hostResult = 1, library.roms.clear(); }, {128},
+         "7 GetLocalHostNode failed, Get1394AddressFromDeviceObject returned code 1"},
+        {"no virtual device", [this] { library.deviceCount = 0; }, {128},
+         "11 VdevBusResetHandler call failed, code -1(0xFFFFFFFF)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        library.hostResult = 0;
+        hooks.nodesChanged = nullptr;
+        log.clear();
+        bootloaderPasses = 0;
+        row.trouble();
+        Enumerate();
+        EXPECT_EQ(Table(), row.table);
+        EXPECT_TRUE(Logged(row.log));
+        EXPECT_EQ(bootloaderPasses, 1);
+        EXPECT_TRUE(globals.BusEnumerated);
+    }
+}
+
+TEST_F(BusEnumeration, HandsEveryIncomingDataNoticeOn) {
+    int handled = 0;
+    hooks.incomingData = [&] { globals.IncomingDataPending = ++handled == 1; }; // one more comes meanwhile
+    IncomingDataThreadHandler();
+    EXPECT_EQ(handled, 0);
+    globals.IncomingDataPending = true;
+    IncomingDataThreadHandler();
+    EXPECT_EQ(handled, 2);
+}
+
+} // namespace

@@ -1,0 +1,103 @@
+// What lies in the state directory comes back in the next run; damage is told and survived.
+#include "SimulatedBus.h"
+
+#include <zlib.h>
+
+namespace {
+
+class State : public SimulatedBus {
+protected:
+    void DescribeAgain() {
+        Describe(OneTarget(R"("mode": "bootloader", "eraseMs": 0, "checkMs": 0, "keys": {"A": "old"})",
+                           R"(, "stateDirectory": ")" + scratch.path + R"(/state")"));
+    }
+    void Load(const std::string& image) {
+        Bytes start(40, 0);
+        const auto crc = crc32(0, reinterpret_cast<const Bytef*>(image.data()), static_cast<uInt>(image.size()));
+        start[20] = 0x77;
+        start[32] = static_cast<uint8_t>(image.size());
+        for (int i = 0; i < 4; ++i) {
+            start[static_cast<std::size_t>(36 + i)] = static_cast<uint8_t>(crc >> 8 * i);
+        }
+        Answer(0, 1, 4, 10, start);
+        Write(0, 0xFFFFC8021040, Bytes(image.begin(), image.end()));
+        Answer(0, 1, 5, 3, {0, 0, 0, 0, 0, 0, 0, 0, static_cast<uint8_t>(image.size()), 0, 0, 0});
+        EXPECT_EQ(Little(Answer(0, 1, 6, 0), 4), 0u);
+    }
+    const ScratchDirectory scratch;
+    const std::string directory = "state/000F1B0000000001/";
+};
+
+TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
+    DescribeAgain();
+    Load("new firmware");
+    Answer(0, 1, 10, 2, {0x00, 0x1B, 0x0F, 0x00, 9, 0, 0, 0});
+    Answer(0, 1, 14, 2, {1, 2, 3, 4, 5, 6, 7, 8});
+    Write(0, 0xFFFFC8021040, Bytes(128, 'v'));
+    Answer(0, 1, 19, 5, {2, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 'A', 0});
+    Command(0, 1, 2, 1, {0});
+    clock.PassMs(5); // on its way into the application when the run ends
+    EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
+
+    DescribeAgain();
+    EXPECT_TRUE(text.empty()) << text;
+    const Bytes registers = Get(0, 0xFFFFC8020000, 104);
+    EXPECT_EQ(Little(registers, 12), 0u);
+    EXPECT_EQ(registers[20], 9);
+    EXPECT_EQ(Little(registers, 48), 0x77u);
+    EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 9}));
+    uint8_t content[20];
+    EXPECT_EQ(SimulatorSection(0, "application", content, 20), 12);
+    Command(0, 1, 2, 1, {1});
+    clock.PassMs(700);
+    EXPECT_EQ(Answer(0, 1, 15, 0), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(Little(Answer(0, 1, 18, 4, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'A', 0}), 4), 3u);
+    EXPECT_EQ(Get(0, 0xFFFFC8029040, 4)[0], 'v');
+}
+
+TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
+    DescribeAgain();
+    Load("new firmware");
+    Answer(0, 1, 4, 10, Bytes(40, 0));
+    DescribeAgain();
+    EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)), Bytes(4, 0xFF));
+}
+
+TEST_F(State, ADamagedFileIsToldAndSurvived) {
+    struct Row {
+        const char* file;
+        const char* content;
+        const char* told;
+    };
+    const Row rows[] = {{"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
+                        {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
+                        {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
+                        {"application.bin", "new firmwarX", "the section counts as erased"}};
+    for (const Row& row : rows) {
+        DescribeAgain();
+        Load("new firmware");
+        scratch.Put(directory + row.file, row.content);
+        text.clear();
+        DescribeAgain();
+        EXPECT_NE(text.find(row.told), std::string::npos) << row.file << ": " << text;
+        EXPECT_EQ(NodeCount(), 2);
+        EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(row.file) == "application.bin");
+    }
+}
+
+TEST_F(State, WithoutARoomForItTheStateStaysInMemory) {
+    scratch.Put("state", "a file where the directory should be");
+    DescribeAgain();
+    EXPECT_NE(text.find("the state stays in memory"), std::string::npos);
+    Load("new firmware");
+}
+
+TEST_F(State, TwoTargetsOfOneGuidKeepTheirFlashApart) {
+    const std::string target = R"({"kind": "target", "guid": "000F1B0000000001", "mode": "bootloader", "eraseMs": 0})";
+    Describe(R"({"stateDirectory": ")" + scratch.path + R"(/state", "nodes": [)" + target + "," + target + "]}");
+    Answer(1, 1, 4, 10, Bytes(40, 0));
+    EXPECT_TRUE(std::filesystem::exists(scratch.path + "/state/000F1B0000000001-2/identity.json"));
+    EXPECT_FALSE(std::filesystem::exists(scratch.path + "/state/000F1B0000000001/identity.json"));
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+// An access library whose answers a test lays down, and which notes what it was asked.
+#pragma once
+
+#include "AppTest.h"
+#include "LibraryCalls.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace testing_support {
+
+// Big-endian bytes of each quadlet, as a ROM or a self-ID packet is laid out.
+ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets);
+constexpr std::int32_t Code(std::uint32_t code) {
+    return static_cast<std::int32_t>(code);
+}
+
+// A node's config ROM at its base, 0xFFFFF0000400. Behind its end nothing answers.
+struct ScriptedLibrary {
+    std::map<std::uint32_t, ByteArray> roms;                     // by node number
+    std::function<std::int32_t(std::size_t k)> result;           // of transaction k from 0; 1 lets it happen
+    std::uint32_t deviceCount = 1;                               // virtual devices
+    std::function<void()> onAddVirtualDriver;
+    std::int32_t rangeResult = 0;                                // of AllocateAddressRange
+    std::int32_t hostResult = 0;                                 // of Get1394AddressFromDeviceObject
+    std::uint16_t nodeAddress = 0;
+    ByteArray topologyMap = ByteArray(1024);
+    std::vector<std::string> transactions;                       // "R<node> <address> <size> <time-out>", "W... <hex>"
+    std::vector<std::string> operations;                         // every other call that changes something
+    std::vector<Twl1394AddressRange> ranges;                     // as asked for
+    const Twl1394Client* client = nullptr;
+
+    // A topology map of these self-ID packets.
+    void SetTopology(const std::vector<std::uint32_t>& selfIds, int count = -1);
+    // `count` nodes with an active link; the last one is this computer.
+    void SetNodes(std::size_t count);
+    bas1394::library::Operations Operations();
+};
+
+// A fresh program with the scripted library loaded. Node 5 is record 0 of the node table.
+class LibraryTest : public AppTest {
+protected:
+    LibraryTest();
+    ~LibraryTest() override;
+    bool Logged(const std::string& line) const; // "level message", whole
+    std::size_t CountLogged(const std::string& part) const;
+    Device& record() { return bas1394::globals.DeviceTable[0]; }
+
+    ScriptedLibrary library;
+};
+
+} // namespace testing_support
