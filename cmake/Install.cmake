@@ -1,1 +1,2 @@
-# Filled by the subsystems' own install() rules: one flat program directory under the prefix.
+# One flat program directory under the prefix; each subsystem installs its own part of it.
+install(DIRECTORY docs/ DESTINATION docs FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN "*.html")

@@ -6,6 +6,7 @@
 #include "basUtils.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace basBootloader {
 
@@ -31,8 +32,8 @@ BootloaderRequest StartRequest(const DownloadAnnouncement& announcement) {
     request.NumQuadlets = 10;
     ByteArray& operands = request.Operands;
     operands = {static_cast<std::uint8_t>(announcement.ImageType), 0, 0, 0};
-    operands.insert(operands.end(), announcement.ImageDate.begin(), announcement.ImageDate.end());
-    operands.insert(operands.end(), announcement.ImageTime.begin(), announcement.ImageTime.end());
+    std::copy(announcement.ImageDate.begin(), announcement.ImageDate.end(), std::back_inserter(operands));
+    std::copy(announcement.ImageTime.begin(), announcement.ImageTime.end(), std::back_inserter(operands));
     for (const std::int32_t value : {announcement.SoftwareID, announcement.SoftwareVersion, announcement.StartAddress,
                                      announcement.Length, announcement.Crc})
         Append(operands, value);

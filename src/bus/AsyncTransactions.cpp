@@ -4,7 +4,6 @@
 #include "Failure.h"
 #include "LibraryCalls.h"
 #include "WindowSystem.h"
-#include "WindowSystem.h"
 #include "bas1394.h"
 
 #include <fmt/format.h>

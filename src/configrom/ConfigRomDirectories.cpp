@@ -1,9 +1,10 @@
 // The directories of a ROM and their leaves.
 //
-// A hostile ROM can unfold into more directories than memory holds: they may point at each other,
-// at themselves, or fan out. So each address is read once, and caps hold the whole (the limits in
-// basConfigRom.h). A directory that is cut off looks like one that could not be read. A leaf that
-// several entries share is legitimate and is served from the bytes already read.
+// Entries lead only onward, so directories form no circle; but a directory that two refer to is
+// there twice in the tree, and a ROM of 1 KiB unfolds into more of them than memory holds. So each
+// address is read once, and caps hold the whole (the limits in basConfigRom.h). A directory that is
+// cut off looks like one that could not be read. A leaf that several entries share is legitimate
+// and is served from the bytes already read.
 #include "CodePage.h"
 #include "RomAccess.h"
 #include "bas1394.h"

@@ -13,7 +13,7 @@ namespace basConfigRom {
 
 inline constexpr std::uint32_t ROM_BASE = 0xF0000400; // lower 32 bits; the upper 16 are 0xFFFF
 
-// What bounds a reading of one ROM, however its directories point at each other: each address is
+// What bounds a reading of one ROM, however its directories refer to each other: each address is
 // read once, and nothing beyond these. A ROM of 1 KiB holds at most 255 headers.
 inline constexpr std::size_t MAX_DIRECTORIES = 256;
 inline constexpr std::int32_t MAX_LEAVES = 1024;

@@ -1,5 +1,6 @@
 #include "Clock.h"
 
+#include <cerrno>
 #include <ctime>
 
 namespace platform {
@@ -18,7 +19,7 @@ public:
         if (nanoseconds <= 0)
             return;
         timespec rest{time_t(nanoseconds / NANOSECONDS), long(nanoseconds % NANOSECONDS)};
-        while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) != 0) {
+        while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
         }
     }
 
@@ -44,12 +45,22 @@ SystemTime FieldsOf(const tm& calendar, std::int64_t nanoseconds) {
 
 } // namespace
 
-void UseClock(Clock* clock) { globals.current = clock; }
-Clock& CurrentClock() { return globals.current != nullptr ? *globals.current : globals.real; }
+void UseClock(Clock* clock) {
+    globals.current = clock;
+}
+Clock& CurrentClock() {
+    return globals.current != nullptr ? *globals.current : globals.real;
+}
 
-std::int64_t QueryPerformanceFrequency() { return COUNTER_FREQUENCY; }
-std::int64_t QueryPerformanceCounter() { return CurrentClock().Now(); }
-void Sleep(std::uint32_t milliseconds) { CurrentClock().Sleep(std::int64_t(milliseconds) * 1'000'000); }
+std::int64_t QueryPerformanceFrequency() {
+    return COUNTER_FREQUENCY;
+}
+std::int64_t QueryPerformanceCounter() {
+    return CurrentClock().Now();
+}
+void Sleep(std::uint32_t milliseconds) {
+    CurrentClock().Sleep(std::int64_t(milliseconds) * 1'000'000);
+}
 
 FileTime FileTimeFromUnix(std::int64_t nanosecondsSince1970) {
     return nanosecondsSince1970 / 100 + SECONDS_1601_TO_1970 * UNITS_PER_SECOND;

@@ -42,7 +42,7 @@ SystemTime GetSystemTime(); // UTC
 SystemTime GetLocalTime();
 
 // The present state of the local zone.
-inline constexpr std::uint32_t TIME_ZONE_ID_UNKNOWN = 0;  // the zone doesn't change between the two
+inline constexpr std::uint32_t TIME_ZONE_ID_UNKNOWN = 0; // the zone doesn't change between the two
 inline constexpr std::uint32_t TIME_ZONE_ID_STANDARD = 1;
 inline constexpr std::uint32_t TIME_ZONE_ID_DAYLIGHT = 2;
 inline constexpr std::uint32_t TIME_ZONE_ID_INVALID = 0xFFFFFFFF;

@@ -3,19 +3,20 @@
 #include "Failure.h"
 
 #include <array>
-#include <cerrno>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
+#include <system_error>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
 // Windows-1252, bytes 80 to 9F; the unassigned ones are the C1 controls of the same number.
-constexpr std::array<std::uint16_t, 32> UPPER_CONTROLS{
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr std::array<std::uint16_t, 32> UPPER_CONTROLS{0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                                       0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                                       0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                                       0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 std::uint32_t CharacterOf(std::uint8_t byte) {
     return byte >= 0x80 && byte < 0xA0 ? UPPER_CONTROLS[std::size_t(byte - 0x80)] : byte;
@@ -40,8 +41,10 @@ std::pair<std::uint32_t, std::size_t> DecodeUtf8(std::string_view text, std::siz
     const std::uint8_t lead = byte(at);
     if (lead < 0x80)
         return {lead, 1};
-    const std::size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
-    if (length == 0 || lead >= 0xF5 || at + length > text.size())
+    if (lead < 0xC2 || lead > 0xF4)
+        return {0, 0};
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (at + length > text.size())
         return {0, 0};
     std::uint32_t character = lead & (0x7Fu >> length);
     for (std::size_t i = 1; i < length; ++i) {
@@ -49,6 +52,10 @@ std::pair<std::uint32_t, std::size_t> DecodeUtf8(std::string_view text, std::siz
             return {0, 0};
         character = character << 6 | (byte(at + i) & 0x3F);
     }
+    constexpr std::array<std::uint32_t, 5> SMALLEST{0, 0, 0x80, 0x800, 0x10000}; // less is over-long
+    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+    if (character < SMALLEST[length] || surrogate || character > 0x10FFFF)
+        return {0, 0};
     return {character, length};
 }
 
@@ -68,7 +75,9 @@ template <class Change> std::string Mapped(std::string_view text, Change change)
     return mapped;
 }
 
-bool IsBlank(char character) { return character == ' ' || character == '\t' || character == '\r' || character == '\n'; }
+bool IsBlank(char character) {
+    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+}
 
 } // namespace
 
@@ -80,7 +89,9 @@ std::string TextFromAnsi(const std::uint8_t* bytes, std::size_t count) {
     return text;
 }
 
-std::string TextFromAnsi(const ByteArray& bytes) { return TextFromAnsi(bytes.data(), bytes.size()); }
+std::string TextFromAnsi(const ByteArray& bytes) {
+    return TextFromAnsi(bytes.data(), bytes.size());
+}
 
 ByteArray AnsiFromText(std::string_view text) {
     ByteArray bytes;
@@ -113,25 +124,30 @@ double LeadingNumber(std::string_view text) {
     for (const char c : text) {
         if (IsBlank(c))
             continue; // blanks don't end a number
+        if (c == '+' && number.empty())
+            continue;
         if (c == '.' && !point)
             point = true;
-        else if (!(c >= '0' && c <= '9') && !(number.empty() && (c == '-' || c == '+')))
+        else if (!(c >= '0' && c <= '9') && !(number.empty() && c == '-'))
             break;
         number += c;
     }
-    return std::strtod(number.c_str(), nullptr);
+    double value = 0;
+    std::from_chars(number.data(), number.data() + number.size(), value); // knows no locale
+    return value;
 }
 
 std::int32_t NumberFromText(std::string_view text) {
-    const std::string trimmed = Trim(text);
-    char* end = nullptr;
-    errno = 0;
-    const double value = std::strtod(trimmed.c_str(), &end);
-    const bool decimal = trimmed.find_first_not_of("0123456789+-.eE") == std::string::npos;
-    if (trimmed.empty() || !decimal || end != trimmed.c_str() + trimmed.size())
-        Raise(TYPE_MISMATCH, "Type mismatch");
-    if (errno == ERANGE || value < -2147483648.5 || value >= 2147483647.5)
-        Raise(OVERFLOW_FAILURE, "Overflow");
+    std::string number = Trim(text);
+    if (number.size() > 1 && number[0] == '+' && number[1] != '-')
+        number.erase(0, 1);
+    const bool decimal = number.find_first_not_of("0123456789+-.eE") == std::string::npos; // no "inf", no "nan"
+    double value = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (!decimal || error == std::errc::invalid_argument || end != number.data() + number.size())
+        Raise(TYPE_MISMATCH, DescriptionOf(TYPE_MISMATCH));
+    if (error == std::errc::result_out_of_range || value < -2147483648.5 || value >= 2147483647.5)
+        Raise(OVERFLOW_FAILURE, DescriptionOf(OVERFLOW_FAILURE));
     return std::int32_t(std::nearbyint(value)); // halves to even
 }
 

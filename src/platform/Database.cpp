@@ -66,7 +66,8 @@ FieldValue ColumnValue(sqlite3_stmt* statement, int column) {
         return std::int64_t(sqlite3_column_int64(statement, column));
     default: {
         const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-        return std::string(text, std::size_t(sqlite3_column_bytes(statement, column)));
+        return text == nullptr ? std::string()
+                               : std::string(text, std::size_t(sqlite3_column_bytes(statement, column)));
     }
     }
 }
@@ -82,7 +83,9 @@ std::string TableOf(const std::string& query) {
     return start == std::string::npos ? std::string() : query.substr(start, end - start);
 }
 
-std::string Quoted(const std::string& name) { return "\"" + name + "\""; }
+std::string Quoted(const std::string& name) {
+    return "\"" + name + "\"";
+}
 
 } // namespace
 
@@ -109,7 +112,7 @@ struct Recordset::Impl {
 
     std::size_t ColumnNumber(const std::string& name) const {
         for (std::size_t i = 0; i < columns.size(); ++i)
-            if (LowerCase(columns[i]) == LowerCase(name))
+            if (sqlite3_stricmp(columns[i].c_str(), name.c_str()) == 0)
                 return i;
         Raise(DATABASE_ERROR, "Database error: no field named " + name);
     }
@@ -165,19 +168,30 @@ struct Recordset::Impl {
 Recordset::Recordset(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Recordset::~Recordset() = default;
 
-bool Recordset::AtEnd() const { return impl_->current >= impl_->rows.size(); }
-void Recordset::MoveFirst() { impl_->current = 0; }
-void Recordset::MoveLast() { impl_->current = impl_->rows.empty() ? 0 : impl_->rows.size() - 1; }
-std::int64_t Recordset::RecordCount() const { return std::int64_t(impl_->rows.size()); }
+bool Recordset::AtEnd() const {
+    return impl_->current >= impl_->rows.size();
+}
+void Recordset::MoveFirst() {
+    impl_->current = 0;
+}
+void Recordset::MoveLast() {
+    impl_->current = impl_->rows.empty() ? 0 : impl_->rows.size() - 1;
+}
+std::int64_t Recordset::RecordCount() const {
+    return std::int64_t(impl_->rows.size());
+}
 
 FieldValue Recordset::Field(const std::string& name) const {
     const std::size_t column = impl_->ColumnNumber(name);
     sqlite3_stmt* statement = Fresh(impl_->fetch);
     sqlite3_bind_int64(statement, 1, impl_->CurrentRow());
-    if (sqlite3_step(statement) != SQLITE_ROW)
-        RaiseEngine(impl_->connection);
-    FieldValue value = ColumnValue(statement, int(column));
+    const int code = sqlite3_step(statement);
+    FieldValue value = code == SQLITE_ROW ? ColumnValue(statement, int(column)) : FieldValue();
     sqlite3_reset(statement);
+    if (code == SQLITE_DONE)
+        Raise(DATABASE_ERROR, "Database error: the record was deleted");
+    if (code != SQLITE_ROW)
+        RaiseEngine(impl_->connection);
     return value;
 }
 
@@ -241,15 +255,21 @@ Database::Database(const std::string& path) {
     }
 }
 
-Database::~Database() { sqlite3_close_v2(connection_); }
+Database::~Database() {
+    sqlite3_close_v2(connection_);
+}
 
-bool Database::Updatable() const { return sqlite3_db_readonly(connection_, "main") == 0; }
+bool Database::Updatable() const {
+    return sqlite3_db_readonly(connection_, "main") == 0;
+}
 
 std::unique_ptr<Recordset> Database::OpenRecordset(const std::string& query) {
     return std::unique_ptr<Recordset>(new Recordset(std::make_unique<Recordset::Impl>(connection_, query)));
 }
 
-void Database::Execute(const std::string& statements) { Run(connection_, statements); }
+void Database::Execute(const std::string& statements) {
+    Run(connection_, statements);
+}
 
 void Database::Compact(const std::string& from, const std::string& to) {
     const Database source(from);

@@ -32,7 +32,11 @@ struct Globals {
 
 } // namespace
 
-void UseDialogs(Dialogs* dialogs) { globals.current = dialogs; }
-Dialogs& CurrentDialogs() { return globals.current != nullptr ? *globals.current : globals.plain; }
+void UseDialogs(Dialogs* dialogs) {
+    globals.current = dialogs;
+}
+Dialogs& CurrentDialogs() {
+    return globals.current != nullptr ? *globals.current : globals.plain;
+}
 
 } // namespace platform

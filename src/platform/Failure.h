@@ -36,6 +36,10 @@ struct Failure : std::exception {
 
 [[noreturn]] void Raise(std::int32_t number, std::string description, std::string source = {});
 
+// The number for an errno, and the words that go with a number.
+std::int32_t NumberOfError(int error);
+std::string DescriptionOf(std::int32_t number);
+
 // The exception being handled as a Failure: itself, or the nearest number for one of the
 // language's library (bad_alloc 7, out_of_range 9, invalid_argument 5, file system errors by errno).
 Failure CurrentFailure();

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fnmatch.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -20,30 +20,15 @@ namespace platform {
 
 namespace {
 
+// Failure of a system call on `path`.
 [[noreturn]] void RaiseError(int error, const std::string& path) {
-    const std::string what = std::string(std::strerror(error)) + ": " + path;
-    switch (error) {
-    case ENOENT: {
-        std::error_code ignored;
-        const fs::path folder = fs::path(path).parent_path();
-        if (!folder.empty() && !fs::is_directory(folder, ignored))
-            Raise(PATH_NOT_FOUND, "Path not found: " + path);
-        Raise(FILE_NOT_FOUND, "File not found: " + path);
-    }
-    case ENOTDIR:
-        Raise(PATH_NOT_FOUND, "Path not found: " + path);
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        Raise(PERMISSION_DENIED, "Permission denied: " + path);
-    case EISDIR:
-        Raise(PATH_ACCESS_ERROR, "Path/File access error: " + path);
-    case ENOSPC:
-    case EDQUOT:
-        Raise(DISK_FULL, "Disk full: " + path);
-    default:
-        Raise(DEVICE_IO_ERROR, what);
-    }
+    std::int32_t number = NumberOfError(error);
+    std::error_code ignored;
+    const fs::path folder = fs::path(path).parent_path();
+    if (number == FILE_NOT_FOUND && !folder.empty() && !fs::is_directory(folder, ignored))
+        number = PATH_NOT_FOUND;
+    const std::string description = number == DEVICE_IO_ERROR ? std::strerror(error) : DescriptionOf(number);
+    Raise(number, description + ": " + path);
 }
 
 // A file descriptor that closes itself.
@@ -74,6 +59,8 @@ void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t count, cons
 
 // Fills a new file beside `path` and puts it in its place; on a failure `path` is as it was.
 template <class Fill> void ReplaceFile(const std::string& path, Fill fill) {
+    if (access(path.c_str(), W_OK) != 0 && errno != ENOENT)
+        RaiseError(errno, path); // a rename would take the place of a write-protected file too
     const std::string temporary = path + ".new" + std::to_string(getpid());
     try {
         {
@@ -90,6 +77,26 @@ template <class Fill> void ReplaceFile(const std::string& path, Fill fill) {
     }
 }
 
+// "*" stands for any characters, "?" for one.
+bool Matches(std::string_view pattern, std::string_view name) {
+    std::size_t p = 0, n = 0, star = std::string_view::npos, retry = 0;
+    while (n < name.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            star = p++;
+            retry = n;
+        } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+            ++p;
+            ++n;
+        } else if (star != std::string_view::npos) {
+            p = star + 1; // the star takes one character more
+            n = ++retry;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
 FoundFile Found(const fs::path& path, const struct stat& status) {
     const std::int64_t time = status.st_mtim.tv_sec * 1'000'000'000LL + status.st_mtim.tv_nsec;
     const bool directory = S_ISDIR(status.st_mode);
@@ -99,23 +106,20 @@ FoundFile Found(const fs::path& path, const struct stat& status) {
 } // namespace
 
 std::optional<FoundFile> FindFirstFileA(const std::string& pattern) {
-    if (pattern.empty())
-        return {};
-    const std::size_t separator = pattern.find_last_of("/\\");
-    const std::string folder = separator == std::string::npos ? "" : ResolvePath(pattern.substr(0, separator + 1));
-    const std::string last = separator == std::string::npos ? pattern : pattern.substr(separator + 1);
     struct stat status {};
-    if (last.find_first_of("*?") == std::string::npos) {
+    const std::size_t separator = pattern.find_last_of("/\\");
+    const std::size_t last = separator == std::string::npos ? 0 : separator + 1;
+    const std::string wanted = LowerCase(pattern.substr(last));
+    if (wanted.find_first_of("*?") == std::string::npos) {
         const std::string path = ResolvePath(pattern);
-        if (path.empty() || stat(path.c_str(), &status) != 0)
-            return {};
-        return Found(path, status);
+        return !path.empty() && stat(path.c_str(), &status) == 0 ? std::optional(Found(path, status)) : std::nullopt;
     }
+    const std::string folder = ResolvePath(pattern.substr(0, last));
     std::vector<fs::path> matches;
     std::error_code error;
     for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
          entry.increment(error))
-        if (fnmatch(LowerCase(last).c_str(), LowerCase(entry->path().filename().string()).c_str(), FNM_NOESCAPE) == 0)
+        if (wanted == "*.*" || Matches(wanted, LowerCase(entry->path().filename().string())))
             matches.push_back(entry->path());
     std::sort(matches.begin(), matches.end());
     for (const fs::path& match : matches)
@@ -164,7 +168,9 @@ InputFile::InputFile(const std::string& path) : descriptor_(-1) {
         RaiseError(errno, resolved);
 }
 
-InputFile::~InputFile() { close(descriptor_); }
+InputFile::~InputFile() {
+    close(descriptor_);
+}
 
 std::size_t InputFile::Read(std::uint8_t* to, std::size_t count) {
     for (;;) {
@@ -172,13 +178,23 @@ std::size_t InputFile::Read(std::uint8_t* to, std::size_t count) {
         if (got >= 0)
             return std::size_t(got);
         if (errno != EINTR)
-            Raise(errno == EISDIR ? PATH_ACCESS_ERROR : DEVICE_IO_ERROR, std::strerror(errno));
+            Raise(NumberOfError(errno), std::strerror(errno));
     }
 }
 
 std::int64_t InputFile::Size() const {
     struct stat status {};
     return fstat(descriptor_, &status) == 0 ? status.st_size : 0;
+}
+
+ByteArray ReadWholeFile(const std::string& path) {
+    InputFile file(path);
+    ByteArray bytes(std::size_t(file.Size()));
+    std::size_t filled = 0;
+    for (std::size_t got = 1; got > 0 && filled < bytes.size(); filled += got)
+        got = file.Read(bytes.data() + filled, bytes.size() - filled);
+    bytes.resize(filled);
+    return bytes;
 }
 
 OutputFile::OutputFile(const std::string& path) : descriptor_(-1) {
@@ -188,7 +204,9 @@ OutputFile::OutputFile(const std::string& path) : descriptor_(-1) {
         RaiseError(errno, resolved);
 }
 
-OutputFile::~OutputFile() { close(descriptor_); }
+OutputFile::~OutputFile() {
+    close(descriptor_);
+}
 
 void OutputFile::WriteLine(const std::string& text) {
     ByteArray line = AnsiFromText(text);

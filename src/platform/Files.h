@@ -43,6 +43,8 @@ private:
     int descriptor_;
 };
 
+ByteArray ReadWholeFile(const std::string& path); // failure 53
+
 // A text file written line by line; each line reaches the file system at once.
 class OutputFile {
 public:

@@ -20,7 +20,7 @@ class LockFile {
 public:
     explicit LockFile(const std::string& name) {
         const std::string path = Folder() + "/hoistline-" + std::to_string(getuid()) + "-" + FileNameOf(name);
-        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     }
     ~LockFile() {
         if (descriptor_ >= 0)
@@ -194,17 +194,13 @@ std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) {
 }
 
 bool CloseHandle(Handle handle) {
-    const auto object = ObjectOf(handle);
-    if (!object)
-        return false;
-    if (const auto mutex = std::dynamic_pointer_cast<Mutex>(object))
-        while (object.use_count() <= 3 && mutex->Release()) {
-        } // the last handle of this process gives the mutex back
+    // The last handle of a mutex takes its lock file along, and with it the ownership.
     const std::lock_guard guard(globals.guard);
-    globals.objects.erase(handle);
-    return true;
+    return globals.objects.erase(handle) == 1;
 }
 
-std::uint32_t GetCurrentThreadId() { return std::uint32_t(syscall(SYS_gettid)); }
+std::uint32_t GetCurrentThreadId() {
+    return std::uint32_t(syscall(SYS_gettid));
+}
 
 } // namespace platform

@@ -22,7 +22,10 @@ std::string ModuleFileName(const std::string& name) {
 }
 
 Module LoadLibraryA(const std::string& path) {
-    Module module = dlopen(ResolvePath(ModuleFileName(path)).c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::string file = ResolvePath(ModuleFileName(path));
+    if (file.find('/') == std::string::npos)
+        file = "./" + file; // never whatever the system's search path holds, never the program itself
+    Module module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         const char* reason = dlerror();
         globals.lastError = reason != nullptr ? reason : "unknown reason";
@@ -30,8 +33,14 @@ Module LoadLibraryA(const std::string& path) {
     return module;
 }
 
-void* GetProcAddress(Module module, const char* name) { return dlsym(module, name); }
-bool FreeLibrary(Module module) { return module != nullptr && dlclose(module) == 0; }
-const std::string& LastModuleError() { return globals.lastError; }
+void* GetProcAddress(Module module, const char* name) {
+    return module == nullptr ? nullptr : dlsym(module, name);
+}
+bool FreeLibrary(Module module) {
+    return module != nullptr && dlclose(module) == 0;
+}
+const std::string& LastModuleError() {
+    return globals.lastError;
+}
 
 } // namespace platform

@@ -4,10 +4,9 @@
 #include "Failure.h"
 #include "Files.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <string_view>
+#include <pwd.h>
 #include <unistd.h>
 #include <vector>
 
@@ -16,6 +15,9 @@ namespace fs = std::filesystem;
 namespace platform {
 
 namespace {
+
+constexpr const char* FOLDER_NAME = "HoistlineApp";
+constexpr const char* LIBRARY = "Twl1394api.so";
 
 struct Globals {
     std::string fixed;   // of UseProgramDirectory
@@ -58,27 +60,35 @@ bool StartsWithDrive(const std::string& path) {
            ((path[0] >= 'a' && path[0] <= 'z') || (path[0] >= 'A' && path[0] <= 'Z'));
 }
 
-bool CanBeWritten(const std::string& directory) { return access(directory.c_str(), W_OK) == 0; }
-
-std::string UserDataDirectory() {
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data != nullptr && data[0] == '/')
-        return std::string(data) + "/HoistlineApp";
+// By the account where the environment doesn't tell: never a folder that others may write.
+std::string HomeFolder() {
     const char* home = std::getenv("HOME");
-    return std::string(home != nullptr ? home : "/tmp") + "/.local/share/HoistlineApp";
+    if (home != nullptr && home[0] == '/')
+        return home;
+    const passwd* account = getpwuid(getuid());
+    return account != nullptr ? account->pw_dir : "/";
 }
 
-// What a program directory is made of; what is there already stays, but for the library, which
-// has to fit the executable.
-void Seed(const std::string& from, const std::string& to) {
-    std::error_code error;
-    fs::create_directories(to, error);
-    fs::copy_file(from + "/Twl1394api.so", to + "/Twl1394api.so", fs::copy_options::update_existing, error);
-    for (const char* name : {"db1_clean.mdb", "simulated-bus.json", "batch-operations", "docs"}) {
-        error.clear();
-        if (fs::exists(from + "/" + name, error))
-            fs::copy(from + "/" + name, to + "/" + name,
-                     fs::copy_options::recursive | fs::copy_options::skip_existing, error);
+// For root too, whom only a read-only file system refuses.
+bool CanBeWritten(const std::string& directory) {
+    return access(directory.c_str(), W_OK) == 0;
+}
+
+// The library has to fit the executable; the other files are the user's once they are there.
+// Through a new file and a rename, since another process may have the old one loaded.
+void RefreshLibrary(const std::string& from, const std::string& to) {
+    const bool same = FindFirstFileA(to) && ReadWholeFile(from) == ReadWholeFile(to);
+    if (!same)
+        CopyFile(from, to);
+}
+
+void CopyWhatIsMissing(const fs::path& from, const fs::path& to) {
+    if (fs::is_directory(from)) {
+        fs::create_directories(to);
+        for (const fs::directory_entry& entry : fs::directory_iterator(from))
+            CopyWhatIsMissing(entry.path(), to / entry.path().filename());
+    } else if (fs::exists(from) && !fs::exists(to)) {
+        CopyFile(from.string(), to.string());
     }
 }
 
@@ -97,21 +107,32 @@ std::string ResolvePath(const std::string& path) {
     return resolved;
 }
 
+// What can't be copied is missed, and told, by who needs it.
+void SeedProgramDirectory(const std::string& from, const std::string& to) {
+    ResumeNext next{IgnoreFailure};
+    next([&] { fs::create_directories(to); });
+    next([&] { RefreshLibrary(from + "/" + LIBRARY, to + "/" + LIBRARY); });
+    for (const char* name : {"db1_clean.mdb", "simulated-bus.json", "batch-operations", "docs"})
+        next([&] { CopyWhatIsMissing(from + "/" + name, to + "/" + name); });
+}
+
 std::string ExecutablePath() {
     std::error_code error;
     return fs::read_symlink("/proc/self/exe", error).string();
 }
 
-std::string ExecutableDirectory() { return fs::path(ExecutablePath()).parent_path().string(); }
+std::string ExecutableDirectory() {
+    return fs::path(ExecutablePath()).parent_path().string();
+}
 
 std::string ProgramDirectory() {
     if (!globals.fixed.empty())
         return globals.fixed;
     if (globals.program.empty()) {
         const std::string own = ExecutableDirectory();
-        globals.program = CanBeWritten(own) ? own : UserDataDirectory();
+        globals.program = CanBeWritten(own) ? own : UserFolder("XDG_DATA_HOME", ".local/share");
         if (globals.program != own)
-            Seed(own, globals.program);
+            SeedProgramDirectory(own, globals.program);
     }
     return globals.program;
 }
@@ -119,6 +140,12 @@ std::string ProgramDirectory() {
 void UseProgramDirectory(const std::string& directory) {
     globals.fixed = directory;
     globals.program.clear();
+}
+
+std::string UserFolder(const char* variable, const std::string& fallback) {
+    const char* named = std::getenv(variable);
+    const bool usable = named != nullptr && named[0] == '/';
+    return JoinPath(usable ? named : JoinPath(HomeFolder(), fallback), FOLDER_NAME);
 }
 
 std::string CurrentDirectory() {

@@ -16,10 +16,17 @@ std::string ResolvePath(const std::string& path);
 // folder on first use: the clean database, example files, the bus description. No trailing
 // separator. HOISTLINE_HOME isn't read: no environment variable is part of the interface.
 std::string ProgramDirectory();
+// What makes a per-user folder a program directory: the library of `from` where `to` has another,
+// and every other file that `to` lacks.
+void SeedProgramDirectory(const std::string& from, const std::string& to);
 std::string ExecutableDirectory();
 std::string ExecutablePath();
 // For tests: fixes ProgramDirectory to `directory`; empty undoes it.
 void UseProgramDirectory(const std::string& directory);
+
+// The user's folder for this program under the folder that `variable` names, or under `fallback`
+// of the home folder when it names none.
+std::string UserFolder(const char* variable, const std::string& fallback);
 
 std::string CurrentDirectory();
 // Failure 76 when there is no such folder.

@@ -12,6 +12,7 @@
 #include <map>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 extern char** environ;
@@ -25,10 +26,10 @@ constexpr const char* OPEN_IN_EDITOR = "cmd /c start notepad.exe ";
 constexpr const char* OPEN = "cmd /c start ";
 constexpr const char* DESKTOP_OPENER = "xdg-open";
 
-// One process that Shell has started, or one that was done without one (id 0 or below).
+// A process that Shell has started, or (id 0) a command that is over already.
 class Process : public KernelObject {
 public:
-    explicit Process(pid_t id) : id_(id) {}
+    explicit Process(pid_t id, std::uint32_t exitCode = STILL_ACTIVE) : id_(id), exitCode_(exitCode) {}
     bool TryWait() override { return ExitCode() != STILL_ACTIVE; }
     std::uint32_t ExitCode() {
         int status = 0;
@@ -36,11 +37,10 @@ public:
             exitCode_ = std::uint32_t(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
         return exitCode_;
     }
-    void Finish(std::uint32_t exitCode) { exitCode_ = exitCode; }
 
 private:
     pid_t id_;
-    std::uint32_t exitCode_ = STILL_ACTIVE;
+    std::uint32_t exitCode_;
 };
 
 struct Globals {
@@ -93,12 +93,25 @@ pid_t Spawn(const std::vector<std::string>& arguments) {
     return id;
 }
 
-// Ended processes that nobody asks about any more leave no zombies.
+// Ended processes that nobody has a handle of leave no zombies.
 void Reap() {
-    for (auto entry = globals.started.begin(); entry != globals.started.end();)
-        entry = entry->second.use_count() == 1 && entry->second->TryWait() && entry->first > 0
-                    ? globals.started.erase(entry)
-                    : std::next(entry);
+    std::erase_if(globals.started,
+                  [](const auto& entry) { return entry.second.use_count() == 1 && entry.second->TryWait(); });
+}
+
+std::int32_t RunMakeFolder(const std::string& folder) {
+    const bool made = Attempt([&] { MakeDirectories(folder); }, IgnoreFailure);
+    globals.started[--globals.lastInProcess] = std::make_shared<Process>(0, made ? 0 : 1);
+    return globals.lastInProcess;
+}
+
+// Nobody waits for a viewer: the command is over when the viewer has been started, and a thread
+// collects what becomes of it.
+std::int32_t RunOpener(const std::vector<std::string>& arguments) {
+    const pid_t id = Spawn(arguments);
+    std::thread([id] { waitpid(id, nullptr, 0); }).detach();
+    globals.started[id] = std::make_shared<Process>(0, 0);
+    return id;
 }
 
 } // namespace
@@ -116,13 +129,11 @@ std::int32_t Shell(const std::string& command) {
     Reap();
     const std::vector<std::string> arguments = CommandArguments(command);
     if (arguments.empty())
-        Raise(INVALID_CALL, "Invalid procedure call or argument");
-    if (StartsWith(command, MAKE_FOLDER)) {
-        auto done = std::make_shared<Process>(0);
-        done->Finish(Attempt([&] { MakeDirectories(arguments[1]); }, IgnoreFailure) ? 0 : 1);
-        globals.started[--globals.lastInProcess] = std::move(done);
-        return globals.lastInProcess;
-    }
+        Raise(INVALID_CALL, DescriptionOf(INVALID_CALL));
+    if (StartsWith(command, MAKE_FOLDER))
+        return RunMakeFolder(arguments[1]);
+    if (StartsWith(command, OPEN))
+        return RunOpener(arguments);
     const pid_t id = Spawn(arguments);
     globals.started[id] = std::make_shared<Process>(id);
     return id;

@@ -1,8 +1,8 @@
 #include "WindowSystem.h"
 
+#include "PostedCalls.h"
+
 #include <cstdio>
-#include <deque>
-#include <mutex>
 #include <utility>
 
 namespace platform {
@@ -23,25 +23,13 @@ private:
 
 class PlainWindowSystem : public WindowSystem {
 public:
-    void Turn() override {
-        std::deque<std::function<void()>> calls;
-        {
-            const std::lock_guard lock(mutex_);
-            calls.swap(posted_);
-        }
-        for (auto& call : calls)
-            call();
-    }
-    void Post(std::function<void()> call) override {
-        const std::lock_guard lock(mutex_);
-        posted_.push_back(std::move(call));
-    }
+    void Turn() override { posted_.Run(); }
+    void Post(std::function<void()> call) override { posted_.Add(std::move(call)); }
     std::unique_ptr<Timer> MakeTimer(std::function<void()>) override { return std::make_unique<IdleTimer>(); }
     void Beep() override { std::fputc('\a', stderr); }
 
 private:
-    std::mutex mutex_;
-    std::deque<std::function<void()>> posted_;
+    PostedCalls posted_;
 };
 
 struct Globals {
@@ -51,12 +39,22 @@ struct Globals {
 
 } // namespace
 
-void UseWindowSystem(WindowSystem* windowSystem) { globals.current = windowSystem; }
-WindowSystem& CurrentWindowSystem() { return globals.current != nullptr ? *globals.current : globals.plain; }
+void UseWindowSystem(WindowSystem* windowSystem) {
+    globals.current = windowSystem;
+}
+WindowSystem& CurrentWindowSystem() {
+    return globals.current != nullptr ? *globals.current : globals.plain;
+}
 
-void DoEvents() { CurrentWindowSystem().Turn(); }
-void Post(std::function<void()> call) { CurrentWindowSystem().Post(std::move(call)); }
-void Beep() { CurrentWindowSystem().Beep(); }
+void DoEvents() {
+    CurrentWindowSystem().Turn();
+}
+void Post(std::function<void()> call) {
+    CurrentWindowSystem().Post(std::move(call));
+}
+void Beep() {
+    CurrentWindowSystem().Beep();
+}
 
 std::unique_ptr<Timer> MakeTimer(std::int32_t intervalMilliseconds, std::function<void()> tick) {
     auto timer = CurrentWindowSystem().MakeTimer(std::move(tick));

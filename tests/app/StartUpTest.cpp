@@ -3,7 +3,12 @@
 #include "SingleInstance.h"
 #include "WorkingDirectory.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 
@@ -16,6 +21,7 @@ namespace {
 class StartUp : public AppTest {
 protected:
     StartUp() {
+        setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); // the instance of a test is its own
         const auto record = [this](std::function<void()>& hook, const char* step) {
             hook = [this, step] { steps.emplace_back(step); };
         };
@@ -118,8 +124,18 @@ TEST_F(StartUp, EndsTheProgramOnlyWhenAnUnattendedRunCannotBeSetUp) {
 }
 
 TEST_F(StartUp, IsRefusedToASecondInstance) {
-    ASSERT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
+    int claimed[2];
+    ASSERT_EQ(pipe(claimed), 0);
+    const pid_t first = fork();
+    if (first == 0) { // another process, which has the instance and keeps it until it is ended
+        const char answer = platform::ClaimSingleInstance("HoistlineApp") ? 'y' : 'n';
+        _exit(write(claimed[1], &answer, 1) == 1 ? pause() : 1);
+    }
+    char answer = 0;
+    EXPECT_TRUE(read(claimed[0], &answer, 1) == 1 && answer == 'y');
     EXPECT_FALSE(basApp::Main(""));
+    kill(first, SIGKILL);
+    waitpid(first, nullptr, 0);
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text,
               "There is already an instance of HoistlineApp running.  Cannot run a second instance.");

@@ -121,16 +121,9 @@ TEST_F(Download, BlocksAreCheckedForOrderRangeAndSize) {
     EXPECT_EQ(Block(1, 0x1040, 37, 64), -12) << "beyond the announced length";
     EXPECT_EQ(Block(1, 0x1040, 36, 64), 0);
     EXPECT_EQ(Block(0, 0x1000, 64, 0), -11);
+    EXPECT_EQ(Start(4, 150, 0), Bytes(4, 0)) << "no such section";
+    EXPECT_EQ(Start(0, 0xFFFFFFFF, 0), Bytes(4, 0)) << "no room: nothing is erased";
     EXPECT_EQ(Flash("application"), Bytes(image.begin(), image.begin() + 100));
-}
-
-TEST_F(Download, AnAnnouncementWithoutRoomErasesNothing) {
-    Start(0, 150, ImageCrc());
-    Blocks();
-    End();
-    EXPECT_EQ(Start(4, 150, 0), Bytes(4, 0));
-    EXPECT_EQ(Start(0, 0xFFFFFFFF, 0), Bytes(4, 0));
-    EXPECT_EQ(Flash("application"), image);
 }
 
 } // namespace

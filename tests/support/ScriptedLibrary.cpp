@@ -8,8 +8,6 @@ namespace testing_support {
 
 namespace {
 
-constexpr std::uint64_t ROM = 0xFFFFF0000400;
-
 ScriptedLibrary* current = nullptr;
 
 std::uint64_t Offset(const Twl1394Address* address) {
@@ -23,25 +21,20 @@ std::int32_t Note(const std::string& text) {
 
 std::int32_t Read(std::uint32_t node, const Twl1394Address* address, std::uint32_t size, std::uint8_t* data,
                   std::uint32_t timeout) {
-    const std::int32_t code = Note(fmt::format("R{} {:X} {} {}", node, Offset(address), size, timeout));
-    if (code != 1)
+    if (const std::int32_t code = Note(fmt::format("R{} {:X} {} {}", node, Offset(address), size, timeout)); code != 1)
         return code;
-    const auto rom = current->roms.find(node);
-    const std::uint64_t start = Offset(address) - ROM;
-    if (rom == current->roms.end() || start >= rom->second.size() || rom->second.size() - start < size)
+    const ByteArray& rom = current->roms[node];
+    const std::uint64_t start = Offset(address) - 0xFFFFF0000400;
+    if (start >= rom.size() || rom.size() - start < size)
         return TWL1394_ADDRESS_ERROR;
-    std::copy_n(rom->second.begin() + static_cast<std::ptrdiff_t>(start), size, data);
+    std::copy_n(&rom[start], size, data);
     return 1;
 }
 
 std::int32_t Write(std::uint32_t node, const Twl1394Address* address, std::uint32_t size, const std::uint8_t* data,
                    std::uint32_t timeout) {
-    return Note(fmt::format("W{} {:X} {} {}", node, Offset(address), timeout,
-                            basUtils::ByteArrayToHexString(data, size, 4)));
-}
-
-void Operation(const std::string& text) {
-    current->operations.push_back(text);
+    const std::string bytes = basUtils::ByteArrayToHexString(data, size, 4);
+    return Note(fmt::format("W{} {:X} {} {}", node, Offset(address), timeout, bytes));
 }
 
 } // namespace
@@ -53,58 +46,48 @@ ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets) {
     return bytes;
 }
 
-void ScriptedLibrary::SetTopology(const std::vector<std::uint32_t>& selfIds, int count) {
+void ScriptedLibrary::SetTopology(const std::vector<std::uint32_t>& selfIds, std::size_t count) {
     topologyMap.assign(1024, 0);
-    const std::size_t told = count < 0 ? selfIds.size() : static_cast<std::size_t>(count);
-    topologyMap[10] = static_cast<std::uint8_t>(told);
-    topologyMap[11] = static_cast<std::uint8_t>(told >> 8);
+    topologyMap[10] = static_cast<std::uint8_t>(count);
+    topologyMap[11] = static_cast<std::uint8_t>(count >> 8);
     std::ranges::copy(Quadlets(selfIds), topologyMap.begin() + 12);
-}
-
-void ScriptedLibrary::SetNodes(std::size_t count) {
-    SetTopology(std::vector<std::uint32_t>(count, 0x807F0000));
-    nodeAddress = static_cast<std::uint16_t>(0xFFC0 | (count - 1));
 }
 
 bas1394::library::Operations ScriptedLibrary::Operations() {
     current = this;
     bas1394::library::Operations calls{};
     calls.InterfaceVersion = [] { return std::uint32_t{1}; };
-    calls.DeRegisterClient = [](auto) { return Operation("DeRegisterClient"), 1; };
-    calls.BusReset = [](auto, const char* device, std::uint32_t flags) {
-        return Operation(fmt::format("BusReset {} {}", device, flags)), 0;
-    };
-    calls.GetVirtualDeviceList = [](Twl1394VirtualDeviceList* list) {
+    calls.DeRegisterClient = [](auto) { return current->operations.push_back("DeRegisterClient"), 1; };
+    calls.GetVirtualDeviceList = [](auto list) {
         list->DeviceCount = current->deviceCount;
-        for (auto& name : list->Name)
-            fmt::format_to_n(name, sizeof name, "device\\{}", &name - list->Name);
+        std::ranges::copy("device", list->Name[0]);
         return 1;
     };
-    calls.AddVirtualDriver = [](auto, const Twl1394VirtualDevice* device, auto) {
-        Operation(fmt::format("AddVirtualDriver {}", device->Name));
-        if (current->onAddVirtualDriver)
-            current->onAddVirtualDriver();
+    calls.AddVirtualDriver = [](auto, auto device, auto) {
+        current->operations.push_back(fmt::format("AddVirtualDriver {}", device->Name));
+        current->deviceCount = 1;
         return 0;
     };
-    calls.Get1394AddressFromDeviceObject = [](auto, auto, Twl1394NodeAddressRequest* request) {
+    calls.Get1394AddressFromDeviceObject = [](auto, auto, auto request) {
         request->NodeAddress = current->nodeAddress;
         return current->hostResult;
     };
-    calls.GetLocalHostInformation = [](auto, auto, Twl1394HostInformation* request, auto) {
+    calls.GetLocalHostInformation = [](auto, auto, auto request, auto) {
         std::ranges::copy(current->topologyMap, request->CsrData);
         return 0;
     };
-    calls.AllocateAddressRange = [](auto, auto, Twl1394AddressRange* range, auto) {
+    calls.AllocateAddressRange = [](auto, auto, auto range, auto) {
         current->ranges.push_back(*range);
         range->RangeHandle = static_cast<std::uint32_t>(current->ranges.size());
         return current->rangeResult;
     };
-    calls.FreeAddressRange = [](auto, auto, std::uint32_t handle) {
-        return Operation(fmt::format("FreeAddressRange {}", handle)), 0;
+    calls.FreeAddressRange = [](auto, auto, auto handle) {
+        current->operations.push_back(fmt::format("FreeAddressRange {}", handle));
+        return 0;
     };
     calls.AsyncReadWrapper = Read;
     calls.AsyncWriteWrapper = Write;
-    calls.QueryElapsedTimeMsLongInt = [](const std::int64_t* counter) {
+    calls.QueryElapsedTimeMsLongInt = [](auto counter) {
         return static_cast<std::uint32_t>((platform::QueryPerformanceCounter() - *counter) / 1'000'000);
     };
     return calls;
@@ -128,13 +111,9 @@ LibraryTest::~LibraryTest() {
     bas1394::hooks = {};
 }
 
-bool LibraryTest::Logged(const std::string& line) const {
-    return std::ranges::find(log, line) != log.end();
-}
-
 std::size_t LibraryTest::CountLogged(const std::string& part) const {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        log, [&](const std::string& line) { return line.find(part) != std::string::npos; }));
+    return static_cast<std::size_t>(
+        std::ranges::count_if(log, [&](const std::string& line) { return line.find(part) != std::string::npos; }));
 }
 
 } // namespace testing_support

@@ -11,31 +11,27 @@
 
 namespace testing_support {
 
+using Texts = std::vector<std::string>;
+
 // Big-endian bytes of each quadlet, as a ROM or a self-ID packet is laid out.
 ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets);
 constexpr std::int32_t Code(std::uint32_t code) {
     return static_cast<std::int32_t>(code);
 }
 
-// A node's config ROM at its base, 0xFFFFF0000400. Behind its end nothing answers.
 struct ScriptedLibrary {
-    std::map<std::uint32_t, ByteArray> roms;                     // by node number
-    std::function<std::int32_t(std::size_t k)> result;           // of transaction k from 0; 1 lets it happen
-    std::uint32_t deviceCount = 1;                               // virtual devices
-    std::function<void()> onAddVirtualDriver;
-    std::int32_t rangeResult = 0;                                // of AllocateAddressRange
-    std::int32_t hostResult = 0;                                 // of Get1394AddressFromDeviceObject
+    std::map<std::uint32_t, ByteArray> roms;           // by node number, from 0xFFFFF0000400; nothing else answers
+    std::function<std::int32_t(std::size_t k)> result; // of transaction k from 0; 1 lets it happen
+    std::uint32_t deviceCount = 1;                     // virtual devices, also after AddVirtualDriver added one
+    std::int32_t rangeResult = 0;                      // of AllocateAddressRange
+    std::int32_t hostResult = 0;                       // of Get1394AddressFromDeviceObject
     std::uint16_t nodeAddress = 0;
     ByteArray topologyMap = ByteArray(1024);
-    std::vector<std::string> transactions;                       // "R<node> <address> <size> <time-out>", "W... <hex>"
-    std::vector<std::string> operations;                         // every other call that changes something
-    std::vector<Twl1394AddressRange> ranges;                     // as asked for
-    const Twl1394Client* client = nullptr;
+    Texts transactions; // "R<node> <address> <size> <time-out>", "W<node> <address> <time-out> <hex>"
+    Texts operations;   // other calls that change something
+    std::vector<Twl1394AddressRange> ranges; // as asked for
 
-    // A topology map of these self-ID packets.
-    void SetTopology(const std::vector<std::uint32_t>& selfIds, int count = -1);
-    // `count` nodes with an active link; the last one is this computer.
-    void SetNodes(std::size_t count);
+    void SetTopology(const std::vector<std::uint32_t>& selfIds, std::size_t count);
     bas1394::library::Operations Operations();
 };
 
@@ -44,10 +40,9 @@ class LibraryTest : public AppTest {
 protected:
     LibraryTest();
     ~LibraryTest() override;
-    bool Logged(const std::string& line) const; // "level message", whole
     std::size_t CountLogged(const std::string& part) const;
+    bool Logged(const std::string& part) const { return CountLogged(part) > 0; }
     Device& record() { return bas1394::globals.DeviceTable[0]; }
-
     ScriptedLibrary library;
 };
 

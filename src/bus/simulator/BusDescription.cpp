@@ -27,7 +27,7 @@ EightBytes ReadGuid(ObjectReader& reader, const EightBytes* otherwise) {
     if (!FromHex(reader.Text("guid", ""), bytes) || bytes.size() != 8) {
         reader.Refuse("guid", "must be 16 hex digits");
     }
-    EightBytes guid;
+    EightBytes guid{};
     std::copy(bytes.begin(), bytes.end(), guid.begin());
     return guid;
 }

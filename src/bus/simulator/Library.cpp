@@ -13,9 +13,9 @@ Globals globals;
 
 static constexpr const char* DESCRIPTION_FILE = "simulated-bus.json";
 
-static void Fire(std::uint64_t ticket) {
+static void Fire(void* ticket) {
     const std::lock_guard lock(globals.mutex);
-    const auto found = globals.due.find(ticket);
+    const auto found = globals.due.find(reinterpret_cast<std::uintptr_t>(ticket));
     if (found != globals.due.end()) { // else it was of a bus that is gone
         const std::function<void()> call = std::move(found->second);
         globals.due.erase(found);

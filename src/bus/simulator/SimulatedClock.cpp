@@ -1,9 +1,7 @@
 #include "SimulatedClock.h"
 
-#include <algorithm>
 #include <chrono>
 #include <ctime>
-#include <new>
 
 namespace simulator {
 
@@ -15,6 +13,10 @@ std::int64_t MonotonicNow() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+static void* AsArgument(std::uint64_t ticket) {
+    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(ticket));
 }
 
 void RealClock::Sleep(std::int64_t nanoseconds) {
@@ -69,28 +71,15 @@ void RealClock::Serve() {
         const std::uint64_t ticket = first->second;
         due_.erase(first);
         lock.unlock();
-        handler_(ticket);
+        handler_(AsArgument(ticket));
         lock.lock();
     }
 }
 
-namespace {
-// What travels through the caller's clock. The ticket may be of a bus that is gone by then, so it
-// carries no pointer into it.
-struct Errand {
-    Clock::Handler handler;
-    std::uint64_t ticket;
-};
-
-void RunErrand(void* argument) {
-    const Errand errand = *static_cast<Errand*>(argument);
-    delete static_cast<Errand*>(argument);
-    errand.handler(errand.ticket);
-}
-} // namespace
-
 void CallersClock::CallAt(std::int64_t due, std::uint64_t ticket) {
-    clock_.CallAt(clock_.Context, due, &RunErrand, new Errand{handler_, ticket});
+    // The ticket itself travels, not a pointer to anything: its bus may be gone when it comes back,
+    // and a clock that never calls leaves nothing behind.
+    clock_.CallAt(clock_.Context, due, handler_, AsArgument(ticket));
 }
 
 } // namespace simulator

@@ -18,7 +18,7 @@ std::int64_t MonotonicNow();
 // What falls due is known by its ticket; the handler is told when its time has come.
 class Clock {
 public:
-    using Handler = void (*)(std::uint64_t ticket);
+    using Handler = void (*)(void* ticket); // the number in a pointer's clothes
 
     virtual ~Clock() = default;
     virtual std::int64_t Now() = 0;

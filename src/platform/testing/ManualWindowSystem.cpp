@@ -9,47 +9,63 @@ namespace platform::testing {
 
 class ManualTimer : public Timer {
 public:
-    ManualTimer(ManualWindowSystem& owner, std::function<void()> tick) : owner_(owner), tick_(std::move(tick)) {
-        owner_.timers_.push_back(this);
+    ManualTimer(ManualWindowSystem& owner, std::function<void()> tick)
+        : owner_(&owner), state_(std::make_shared<State>()) {
+        state_->tick = std::move(tick);
+        owner.timers_.push_back(this);
     }
-    ~ManualTimer() override { std::erase(owner_.timers_, this); }
+    ~ManualTimer() override {
+        if (owner_ != nullptr)
+            std::erase(owner_->timers_, this);
+    }
     void SetInterval(std::int32_t milliseconds) override {
         interval_ = milliseconds;
-        due_ = CurrentClock().Now() + Period();
+        Restart();
     }
     std::int32_t Interval() const override { return interval_; }
     void SetEnabled(bool enabled) override {
         enabled_ = enabled;
-        due_ = CurrentClock().Now() + Period();
+        Restart();
     }
     bool Enabled() const override { return enabled_; }
 
-    std::int64_t due() const { return due_; }
-    bool ready() const { return enabled_ && !running_; }
-    void tick() {
-        running_ = true;
-        due_ = CurrentClock().Now() + Period();
-        tick_();
-        running_ = false;
+    void OwnerIsGone() { owner_ = nullptr; }
+    std::int64_t Due() const { return due_; }
+    bool Ready() const { return enabled_ && !state_->running; }
+    void Tick() {
+        Restart();
+        const std::shared_ptr<State> state = state_; // the tick may remove its own timer
+        state->running = true;
+        state->tick();
+        state->running = false;
     }
 
 private:
-    std::int64_t Period() const { return std::max(interval_, 1) * 1'000'000LL; }
+    struct State {
+        std::function<void()> tick;
+        bool running = false;
+    };
+    void Restart() { due_ = CurrentClock().Now() + std::max(interval_, 1) * 1'000'000LL; }
 
-    ManualWindowSystem& owner_;
-    std::function<void()> tick_;
+    ManualWindowSystem* owner_;
+    std::shared_ptr<State> state_;
     std::int32_t interval_ = 0;
     std::int64_t due_ = 0;
     bool enabled_ = false;
-    bool running_ = false;
 };
 
-ManualWindowSystem::ManualWindowSystem() { UseWindowSystem(this); }
-ManualWindowSystem::~ManualWindowSystem() { UseWindowSystem(nullptr); }
+ManualWindowSystem::ManualWindowSystem() {
+    UseWindowSystem(this);
+}
+
+ManualWindowSystem::~ManualWindowSystem() {
+    UseWindowSystem(nullptr);
+    for (ManualTimer* timer : timers_)
+        timer->OwnerIsGone();
+}
 
 void ManualWindowSystem::Post(std::function<void()> call) {
-    const std::lock_guard lock(mutex_);
-    posted_.push_back(std::move(call));
+    posted_.Add(std::move(call));
 }
 
 std::unique_ptr<Timer> ManualWindowSystem::MakeTimer(std::function<void()> tick) {
@@ -58,25 +74,19 @@ std::unique_ptr<Timer> ManualWindowSystem::MakeTimer(std::function<void()> tick)
 
 void ManualWindowSystem::Turn() {
     ++turns;
-    std::deque<std::function<void()>> calls;
-    {
-        const std::lock_guard lock(mutex_);
-        calls.swap(posted_);
-    }
-    for (auto& call : calls)
-        call();
+    posted_.Run();
     std::vector<ManualTimer*> due;
     const std::int64_t now = CurrentClock().Now();
     for (ManualTimer* timer : timers_)
-        if (timer->ready() && timer->due() <= now)
+        if (timer->Ready() && timer->Due() <= now)
             due.push_back(timer);
     std::stable_sort(due.begin(), due.end(),
-                     [](const ManualTimer* a, const ManualTimer* b) { return a->due() < b->due(); });
+                     [](const ManualTimer* a, const ManualTimer* b) { return a->Due() < b->Due(); });
     for (ManualTimer* timer : due) {
         // A tick before may have removed or stopped it.
         const bool there = std::find(timers_.begin(), timers_.end(), timer) != timers_.end();
-        if (there && timer->ready() && timer->due() <= now)
-            timer->tick();
+        if (there && timer->Ready() && timer->Due() <= now)
+            timer->Tick();
     }
 }
 
@@ -86,22 +96,19 @@ bool ManualWindowSystem::RunUntil(const std::function<bool()>& done, std::int64_
         Turn();
         if (done())
             return true;
-        std::int64_t next = end;
-        for (const ManualTimer* timer : timers_)
-            if (timer->ready())
-                next = std::min(next, timer->due());
-        const std::int64_t now = CurrentClock().Now();
-        if (now >= end)
+        if (CurrentClock().Now() >= end)
             return false;
-        {
-            const std::lock_guard lock(mutex_);
-            if (!posted_.empty())
-                continue;
-        }
-        if (next > now)
-            CurrentClock().Sleep(next - now);
+        if (posted_.Empty())
+            CurrentClock().Sleep(NextDue(end) - CurrentClock().Now());
     }
     return true;
+}
+
+std::int64_t ManualWindowSystem::NextDue(std::int64_t latest) const {
+    for (const ManualTimer* timer : timers_)
+        if (timer->Ready())
+            latest = std::min(latest, timer->Due());
+    return latest;
 }
 
 } // namespace platform::testing

@@ -1,12 +1,11 @@
 // A window system without windows: posted calls and timers on the current clock, cranked by hand.
 #pragma once
 
+#include "PostedCalls.h"
 #include "WindowSystem.h"
 
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <mutex>
 #include <vector>
 
 namespace platform::testing {
@@ -31,8 +30,8 @@ public:
 
 private:
     friend class ManualTimer;
-    std::mutex mutex_;
-    std::deque<std::function<void()>> posted_;
+    std::int64_t NextDue(std::int64_t latest) const; // of the enabled timers, `latest` at most
+    PostedCalls posted_;
     std::vector<class ManualTimer*> timers_;
 };
 

@@ -14,8 +14,12 @@ std::string Take(std::deque<std::string>& answers) {
 
 } // namespace
 
-ScriptedDialogs::ScriptedDialogs() { UseDialogs(this); }
-ScriptedDialogs::~ScriptedDialogs() { UseDialogs(nullptr); }
+ScriptedDialogs::ScriptedDialogs() {
+    UseDialogs(this);
+}
+ScriptedDialogs::~ScriptedDialogs() {
+    UseDialogs(nullptr);
+}
 
 void ScriptedDialogs::MessageBox(const std::string& text, const std::string& caption) {
     shown.push_back({text, caption, {}});

@@ -21,8 +21,8 @@ public:
     struct Shown {
         std::string text, caption, first;
     };
-    std::vector<Shown> shown;          // every dialog, in order
-    std::deque<std::string> answers;   // "yes" or "no", or the text; none left: no, empty
+    std::vector<Shown> shown;        // every dialog, in order
+    std::deque<std::string> answers; // "yes" or "no", or the text; none left: no, empty
 };
 
 } // namespace platform::testing

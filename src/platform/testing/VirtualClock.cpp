@@ -10,8 +10,12 @@ constexpr std::int64_t NOON_OF_A_DAY = 1'030'795'200'000'000'000; // 2002-08-31 
 
 } // namespace
 
-VirtualClock::VirtualClock() : calendarStart_(NOON_OF_A_DAY) { UseClock(this); }
-VirtualClock::~VirtualClock() { UseClock(nullptr); }
+VirtualClock::VirtualClock() : calendarStart_(NOON_OF_A_DAY) {
+    UseClock(this);
+}
+VirtualClock::~VirtualClock() {
+    UseClock(nullptr);
+}
 
 void VirtualClock::Sleep(std::int64_t nanoseconds) {
     const std::int64_t end = now_ + std::max<std::int64_t>(nanoseconds, 0);
@@ -25,7 +29,11 @@ void VirtualClock::Sleep(std::int64_t nanoseconds) {
     now_ = std::max(now_, end); // a call may have slept beyond it
 }
 
-void VirtualClock::CallAt(std::int64_t due, std::function<void()> call) { due_.emplace(due, std::move(call)); }
-void VirtualClock::SetCalendar(std::int64_t nanosecondsSince1970) { calendarStart_ = nanosecondsSince1970 - now_; }
+void VirtualClock::CallAt(std::int64_t due, std::function<void()> call) {
+    due_.emplace(due, std::move(call));
+}
+void VirtualClock::SetCalendar(std::int64_t nanosecondsSince1970) {
+    calendarStart_ = nanosecondsSince1970 - now_;
+}
 
 } // namespace platform::testing

@@ -10,8 +10,8 @@ namespace platform::testing {
 
 class VirtualClock : public Clock {
 public:
-    VirtualClock();            // becomes the current clock
-    ~VirtualClock() override;  // puts the real one back
+    VirtualClock();           // becomes the current clock
+    ~VirtualClock() override; // puts the real one back
     std::int64_t Now() override { return now_; }
     std::int64_t CalendarNow() override { return calendarStart_ + now_; }
     void Sleep(std::int64_t nanoseconds) override;

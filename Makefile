@@ -1,0 +1,44 @@
+# The commands of this project; README.md tells them. Each installs what it needs first.
+PREFIX ?= run/program
+PACKAGE ?=
+FUZZ_SECONDS ?= 20
+
+.PHONY: run gui test bench lint asan fuzz install build setup clean
+
+setup:
+	@bash scripts/setup.sh
+
+build: setup
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release
+
+install: build
+	@cmake --install build/release --prefix $(PREFIX) >/dev/null
+
+run: install
+	@bash scripts/run.sh "$(PACKAGE)"
+
+gui: install
+	@bash scripts/gui.sh
+
+test: build
+	@bash scripts/test.sh release
+
+bench: install
+	@bash scripts/bench.sh
+
+lint: build
+	@bash scripts/lint.sh
+
+asan: setup
+	@cmake --preset asan >/dev/null
+	@cmake --build --preset asan
+	@bash scripts/test.sh asan
+
+fuzz: setup
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash scripts/fuzz.sh
+
+clean:
+	rm -rf build run

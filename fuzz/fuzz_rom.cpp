@@ -1,0 +1,57 @@
+// A node whose config ROM is any bytes: reading it ends within its bounds, and every question
+// about it has an answer.
+#include "LibraryCalls.h"
+#include "basConfigRom.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+constexpr std::uint32_t BASE = 0xF0000400;
+constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the bound of a reading, one block beyond it, the bus info
+
+struct Rom {
+    const std::uint8_t* data = nullptr;
+    std::size_t size = 0;
+    std::size_t reads = 0;
+} image;
+
+std::int32_t Read(std::uint32_t, const Twl1394Address* address, std::uint32_t size, std::uint8_t* data, std::uint32_t) {
+    if (++image.reads > MOST_READS)
+        std::abort();
+    const std::size_t start = address->AddressLow - BASE;
+    if (address->AddressHigh != 0xFFFF || start >= image.size || image.size - start < size)
+        return TWL1394_ADDRESS_ERROR;
+    std::copy_n(image.data + start, size, data);
+    return TWL1394_SUCCESS;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    image = {data, size, 0};
+    bas1394::globals = {};
+    bas1394::globals.BusEnumerated = true;
+    bas1394::library::Operations operations{};
+    operations.InterfaceVersion = [] { return TWL1394_INTERFACE_VERSION; };
+    operations.AsyncReadWrapper = Read;
+    std::string reason;
+    bas1394::library::BindTo(operations, reason);
+
+    Device& node = bas1394::globals.DeviceTable.front();
+    node.Driver = "vdev";
+    node.NodeNum = 0;
+    node.SelfId.LinkActive = 1;
+    ConfigRomRecord& rom = node.ConfigRom;
+    basConfigRom::GetFormattedConfigRom(0, rom);
+    if (rom.Directories.size() > basConfigRom::MAX_DIRECTORIES ||
+        basConfigRom::GetConfigRomGuidText(rom).size() != 17 || basConfigRom::GetHardwareVersion(rom).empty())
+        std::abort();
+    basConfigRom::ConfigRomIsMinimal(rom);
+    basConfigRom::GetConfigRomModelText(rom);
+    basConfigRom::GetConfigRomVendorText(rom);
+    return 0;
+}

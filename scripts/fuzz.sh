@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Runs each fuzz target for FUZZ_SECONDS from its seeds; a finding ends it with its input beside it.
+set -euo pipefail
+for target in build/fuzz/bin/fuzz_*; do
+    name=${target##*/fuzz_}
+    echo "fuzz_$name, ${FUZZ_SECONDS:-20} s"
+    work=build/fuzz/corpus/$name
+    mkdir -p "$work"
+    "$target" -max_total_time="${FUZZ_SECONDS:-20}" -rss_limit_mb=2048 -timeout=10 -print_final_stats=0 -verbosity=0 \
+        -artifact_prefix="build/fuzz/$name-" "$work" "fuzz/corpus/$name" >"build/fuzz/$name.log" 2>&1 ||
+        { tail -40 "build/fuzz/$name.log"; exit 1; }
+done
+echo "fuzz: nothing found"

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# The main job on the simulated bus: a package into the default bus's first target, unattended.
+# Argument: a package of your own, or "". Exit code 0 only if the device's flash is identical.
+set -euo pipefail
+program=run/program
+guid=000F1B0000000001
+target=$program/bus-state/$guid
+package=${1:-}
+twd=$program/twd
+
+if [ -z "$package" ]; then
+    package=run/application.twd
+    # A real file of some size: the packing tool itself.
+    head -c 131072 "$program/twd" > run/application.bin
+    "$twd" pack "$package" --image1 run/application.bin --image1-address 0x20000000 --software-id 0x1234 \
+        --software-version 0x01020305 --hardware-id 17 --info "made by make run" >/dev/null
+fi
+if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}${QT_QPA_PLATFORM:-}" ]; then
+    export QT_QPA_PLATFORM=offscreen
+fi
+
+log=run/messages.txt
+"$program/HoistlineApp" /D "$package" /X "$guid" | tee "$log" | bash scripts/progress.sh
+
+section=run/section.bin
+"$twd" extract "$package" image1 "$section" >/dev/null
+verdict=$(grep -oE '"crcValidity": *[^,}]*|CRC failure.*' "$log" | head -n 1 || true)
+rate=$(grep -oE 'at [0-9.]+ kB/sec' "$log" | head -n 1 || true)
+loaded=$(grep -c 'Successfully loaded new Application Image' "$log" || true)
+echo
+echo "Device:      $guid"
+echo "Bytes:       $(stat -c %s "$section")"
+echo "Rate:        ${rate#at }"
+if [ "$loaded" -gt 0 ]; then echo "CRC verdict: good"; else echo "CRC verdict: ${verdict:-none}"; fi
+echo "Status file: $program/script-data/1394_write_status.txt"
+echo "Log:         $program/db1.mdb"
+if cmp -s "$section" "$target/application.bin"; then
+    echo "Flash:       identical with the package's section"
+else
+    echo "Flash:       DIFFERENT from the package's section"
+    exit 1
+fi
+[ "$loaded" -gt 0 ]

@@ -1,0 +1,91 @@
+#include "Clock.h"
+#include "VirtualClock.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::int64_t SECOND = 1'000'000'000;
+
+// Local time by the rules given, on a calendar that starts on 2002-08-31 12:00:00 UTC.
+class LocalZone {
+public:
+    explicit LocalZone(const char* rules) {
+        setenv("TZ", rules, 1);
+        tzset();
+    }
+    ~LocalZone() {
+        unsetenv("TZ");
+        tzset();
+    }
+};
+
+TEST(FileTimes, CountHundredsOfNanosecondsFrom1601) {
+    EXPECT_EQ(platform::FileTimeFromUnix(0), 116444736000000000);
+    EXPECT_EQ(platform::FileTimeFromUnix(SECOND + 200), 116444736010000002);
+
+    platform::SystemTime time;
+    ASSERT_TRUE(platform::FileTimeToSystemTime(0, time));
+    EXPECT_EQ(time, (platform::SystemTime{1601, 1, 1, 1, 0, 0, 0, 0})); // a Monday
+    ASSERT_TRUE(platform::FileTimeToSystemTime(116444736000000000 + 9'870'000, time));
+    EXPECT_EQ(time, (platform::SystemTime{1970, 1, 4, 1, 0, 0, 0, 987}));
+    EXPECT_FALSE(platform::FileTimeToSystemTime(-1, time));
+}
+
+TEST(TimeZones, TellTheirPresentState) {
+    platform::testing::VirtualClock clock;
+    constexpr std::int64_t SUMMER = 1'030'795'200 * SECOND, WINTER = 1'041'379'200 * SECOND;
+    const struct {
+        const char* rules;
+        std::int64_t now;
+        std::uint32_t state;
+    } cases[] = {{"CET-1CEST,M3.5.0,M10.5.0/3", SUMMER, 2},
+                 {"CET-1CEST,M3.5.0,M10.5.0/3", WINTER, 1},
+                 {"JST-9", SUMMER, 0},
+                 {"UTC0", WINTER, 0}};
+    for (const auto& row : cases) {
+        const LocalZone zone(row.rules);
+        clock.SetCalendar(row.now);
+        EXPECT_EQ(platform::GetTimeZoneInformation(), row.state) << row.rules << " " << row.now;
+    }
+}
+
+TEST(TimeZones, ConvertByTheRulesOfTheDateGivenAndRefuseWhatIsNoDate) {
+    const LocalZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    platform::SystemTime local;
+    ASSERT_TRUE(platform::SystemTimeToTzSpecificLocalTime({2002, 12, 0, 31, 23, 30, 5, 6}, local));
+    EXPECT_EQ(local, (platform::SystemTime{2003, 1, 3, 1, 0, 30, 5, 6}));
+    ASSERT_TRUE(platform::SystemTimeToTzSpecificLocalTime({2003, 7, 0, 24, 10, 0, 0, 0}, local));
+    EXPECT_EQ(local.Hour, 12);
+    for (const platform::SystemTime& wrong : {platform::SystemTime{2003, 2, 0, 29, 0, 0, 0, 0},
+                                              {2003, 13, 0, 1, 0, 0, 0, 0},
+                                              {2003, 0, 0, 1, 0, 0, 0, 0},
+                                              {2003, 1, 0, 1, 24, 0, 0, 0},
+                                              {}})
+        EXPECT_FALSE(platform::SystemTimeToTzSpecificLocalTime(wrong, local)) << wrong.Month << "/" << wrong.Day;
+}
+
+TEST(TheVirtualClock, CallsWhatIsDueInOrderAndAtItsTime) {
+    platform::testing::VirtualClock clock;
+    const std::int64_t start = clock.Now();
+    std::vector<std::pair<std::string, std::int64_t>> calls;
+    const auto note = [&](const char* name) { calls.emplace_back(name, (clock.Now() - start) / 1'000'000); };
+    clock.CallAt(start + 30'000'000, [&] { note("late"); });
+    clock.CallAt(start + 10'000'000, [&] {
+        note("early");
+        clock.CallAt(clock.Now() + 5'000'000, [&] { note("chained"); });
+    });
+    platform::Sleep(29);
+    const std::vector<std::pair<std::string, std::int64_t>> first{{"early", 10}, {"chained", 15}};
+    EXPECT_EQ(calls, first);
+    platform::Sleep(1);
+    EXPECT_EQ(calls.back(), std::make_pair(std::string("late"), std::int64_t{30}));
+    EXPECT_EQ(platform::QueryPerformanceCounter() - start, 30'000'000);
+}
+
+} // namespace

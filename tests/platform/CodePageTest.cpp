@@ -1,0 +1,81 @@
+#include "CodePage.h"
+#include "PlatformTest.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+TEST(TheCodePage, BringsEveryByteBackAsItself) {
+    ByteArray all;
+    for (int byte = 0; byte < 256; ++byte)
+        all.push_back(std::uint8_t(byte));
+    EXPECT_EQ(platform::AnsiFromText(platform::TextFromAnsi(all)), all);
+}
+
+TEST(TheCodePage, KnowsItsCharactersAndLetsBrokenTextThrough) {
+    const struct {
+        const char* name;
+        std::string text;
+        std::string ansi;
+    } cases[] = {{"euro sign", "\xE2\x82\xAC", "\x80"},
+                 {"umlaut", "\xC3\xBC", "\xFC"},
+                 {"Z with caron", "\xC5\xBD", "\x8E"},
+                 {"unassigned byte", "\xC2\x81", "\x81"},
+                 {"a character that it lacks", "a\xE4\xB8\xAD z", "a? z"},
+                 {"a character of four bytes", "\xF0\x9F\x98\x80", "?"},
+                 {"a lead byte at the end", "ab\xC3", "ab\xC3"},
+                 {"a lead byte before a letter", "\xC3z", "\xC3z"},
+                 {"a follower alone", "\xA9", "\xA9"},
+                 {"an over-long form of two bytes", "\xC1\x81", "\xC1\x81"},
+                 {"an over-long form of three bytes", "\xE0\x83\xBF", "\xE0\x83\xBF"},
+                 {"a surrogate", "\xED\xA0\x80", "\xED\xA0\x80"},
+                 {"no lead byte at all", "\xF5\x80\x80\x80", "\xF5\x80\x80\x80"}};
+    for (const auto& row : cases)
+        EXPECT_EQ(platform::AnsiFromText(row.text), Bytes(row.ansi)) << row.name;
+}
+
+TEST(Letters, ChangeCaseOnlyWithinAscii) {
+    EXPECT_EQ(platform::UpperCase("a\xC3\xBCz{@`"), "A\xC3\xBCZ{@`");
+    EXPECT_EQ(platform::LowerCase("A\xC3\x9CZ[@"), "a\xC3\x9Cz[@");
+}
+
+TEST(Numbers, AreReadFromTheFrontOfAText) {
+    const struct {
+        const char* text;
+        double number;
+    } cases[] = {{"", 0},        {"12 rows", 12}, {"  -7.5x", -7.5}, {"1 2", 12}, {"+3", 3},  {"x1", 0},   {".5", .5},
+                 {"1.2.3", 1.2}, {"--1", 0},      {"-", 0},          {"3,14", 3}, {"inf", 0}, {"0x10", 0}, {"7-1", 7}};
+    for (const auto& row : cases)
+        EXPECT_EQ(platform::LeadingNumber(row.text), row.number) << row.text;
+}
+
+TEST(Numbers, AreWholeTextsOf32BitsOrAFailure) {
+    const struct {
+        const char* text;
+        std::int32_t number;
+        std::int32_t failure;
+    } cases[] = {{" 42 ", 42, 0},
+                 {"+42", 42, 0},
+                 {"-2147483648", std::numeric_limits<std::int32_t>::min(), 0},
+                 {"2147483647", std::numeric_limits<std::int32_t>::max(), 0},
+                 {"2147483648", 0, 6},
+                 {"1e400", 0, 6},
+                 {"2.5", 2, 0},
+                 {"3.5", 4, 0},
+                 {"1e3", 1000, 0},
+                 {"", 0, 13},
+                 {"12a", 0, 13},
+                 {"+-1", 0, 13},
+                 {"nan", 0, 13},
+                 {"inf", 0, 13},
+                 {"1,5", 0, 13}};
+    for (const auto& row : cases) {
+        std::int32_t number = 0;
+        EXPECT_EQ(FailureOf([&] { number = platform::NumberFromText(row.text); }), row.failure) << row.text;
+        EXPECT_EQ(number, row.number) << row.text;
+    }
+}
+
+} // namespace

@@ -1,0 +1,156 @@
+#include "Database.h"
+#include "Files.h"
+#include "PlatformTest.h"
+#include "TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* TABLES = "CREATE TABLE tblSettings (strKeyName TEXT, strValue TEXT);"
+                               "CREATE TABLE tblStatus (Level INTEGER, Message TEXT);";
+
+class ADatabase : public ::testing::Test {
+protected:
+    ADatabase() { platform::Database::Create(path, TABLES); }
+
+    static void AddRow(platform::Recordset& rows, std::int64_t level, const std::string& message) {
+        rows.AddNew();
+        rows.SetField("Level", level);
+        rows.SetField("Message", message);
+        rows.Update();
+    }
+    std::int64_t FilesInFolder() const {
+        const std::filesystem::directory_iterator files(folder.path());
+        return std::distance(begin(files), end(files));
+    }
+
+    platform::testing::TemporaryDirectory folder;
+    const std::string path = folder.file("db1.mdb");
+};
+
+TEST_F(ADatabase, KeepsARollingLogOverRunsAndLeavesOneFileWhenClosed) {
+    for (int run = 0; run < 2; ++run) {
+        platform::Database database(path);
+        const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
+        EXPECT_EQ(rows->RecordCount(), run * 3);
+        for (int i = 0; i < 5; ++i) {
+            AddRow(*rows, run, "message " + std::to_string(i));
+            if (rows->RecordCount() > 3) {
+                rows->MoveFirst();
+                rows->Delete();
+            }
+        }
+        rows->MoveFirst();
+        EXPECT_EQ(rows->Text("message"), "message 2"); // names of fields are case-blind
+        rows->MoveLast();
+        EXPECT_EQ(rows->Text("Message"), "message 4");
+        EXPECT_EQ(std::get<std::int64_t>(rows->Field("Level")), run);
+    }
+    EXPECT_EQ(FilesInFolder(), 1);
+}
+
+TEST_F(ADatabase, EditsOnlyTheFieldsThatWereSetOfTheCurrentRow) {
+    platform::Database database(path);
+    database.Execute("INSERT INTO tblSettings VALUES ('a', '1'), ('b', NULL), ('b', '3')");
+    const auto rows = database.OpenRecordset("SELECT * FROM tblSettings WHERE ((strKeyName = 'b'))");
+    ASSERT_EQ(rows->RecordCount(), 2);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(rows->Field("strValue")));
+    rows->Edit();
+    rows->SetField("strKeyName", std::string("it's \"c\""));
+    rows->Update();
+    EXPECT_EQ(rows->Text("strKeyName"), "it's \"c\"");
+    EXPECT_EQ(rows->Text("strValue"), "");
+    rows->Delete();
+    EXPECT_EQ(rows->Text("strValue"), "3"); // the next row is the current one
+    rows->Delete();
+    EXPECT_TRUE(rows->AtEnd());
+    EXPECT_EQ(FailureOf([&] { rows->Delete(); }), 3000);
+    EXPECT_EQ(FailureOf([&] { rows->Text("strValue"); }), 3000);
+    EXPECT_EQ(database.OpenRecordset("SELECT * FROM tblSettings")->RecordCount(), 1);
+}
+
+TEST_F(ADatabase, RunsNothingButOneSelection) {
+    platform::Database database(path);
+    AddRow(*database.OpenRecordset("SELECT * FROM tblStatus"), 1, "kept");
+    for (const char* query :
+         {"SELECT * FROM tblStatus; DELETE FROM tblStatus", "SELECT * FROM tblStatus WHERE Message = 'it's'",
+          "DELETE FROM tblStatus", "SELECT * FROM tblNothing", "SELECT * FROM ", "",
+          "SELECT * FROM tblStatus WHERE ((Message = ''; DROP TABLE tblStatus; --'))"})
+        EXPECT_EQ(FailureOf([&] { database.OpenRecordset(query); }), 3000) << query;
+    const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
+    EXPECT_EQ(rows->Text("Message"), "kept");
+    EXPECT_EQ(FailureOf([&] { rows->Field("strNothing"); }), 3000);
+    EXPECT_EQ(FailureOf([&] { rows->SetField("Level", std::int64_t{1}); }), 3000); // no row was begun
+}
+
+TEST_F(ADatabase, IsToldFromOtherFilesAtOnce) {
+    const std::string text = folder.file("text.mdb");
+    platform::WriteFileAtomically(text, ByteArray(5000, 'x'));
+    EXPECT_EQ(FailureOf([&] { platform::Database database(text); }), 3000);
+    EXPECT_EQ(FailureOf([&] { platform::Database database(folder.path()); }), 3000);
+    EXPECT_EQ(FailureOf([&] { platform::Database database(folder.file("none.mdb")); }), 53);
+    EXPECT_EQ(platform::ReadWholeFile(text), ByteArray(5000, 'x'));
+}
+
+TEST_F(ADatabase, IsSmallerAndTheSameAfterCompacting) {
+    {
+        platform::Database database(path);
+        const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
+        database.Execute("BEGIN");
+        for (int i = 0; i < 500; ++i)
+            AddRow(*rows, i, std::string(200, 'm'));
+        database.Execute("COMMIT; DELETE FROM tblStatus WHERE Level < 490");
+    }
+    const std::string compacted = folder.file("compacted.mdb");
+    platform::Database::Compact(path, compacted);
+    EXPECT_LT(std::filesystem::file_size(compacted), std::filesystem::file_size(path) / 4);
+    platform::Database database(compacted);
+    const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
+    EXPECT_EQ(rows->RecordCount(), 10);
+    EXPECT_EQ(rows->Text("Level"), "490");
+}
+
+// Acknowledges each row with a byte once Update has returned, until it is killed.
+[[noreturn]] void AddRowsForEver(const std::string& path, int acknowledgements) {
+    platform::Database database(path);
+    const auto rows = database.OpenRecordset("SELECT * FROM tblSettings");
+    for (std::int64_t i = 0;; ++i) {
+        rows->AddNew();
+        rows->SetField("strKeyName", std::to_string(i));
+        rows->SetField("strValue", std::string(100, 'v'));
+        rows->Update();
+        if (write(acknowledgements, "+", 1) != 1)
+            _exit(1);
+    }
+}
+
+TEST_F(ADatabase, HasEveryAcknowledgedRowAfterAKill) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0)
+        AddRowsForEver(path, ends[1]);
+    close(ends[1]);
+    std::int64_t acknowledged = 0;
+    for (char byte = 0; read(ends[0], &byte, 1) == 1;)
+        if (++acknowledged == 1500) // the log has been folded into the file at least once
+            kill(child, SIGKILL);
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    ASSERT_GE(acknowledged, 1500);
+
+    platform::Database database(path);
+    const auto rows = database.OpenRecordset("SELECT * FROM tblSettings");
+    EXPECT_GE(rows->RecordCount(), acknowledged);
+    EXPECT_LE(rows->RecordCount(), acknowledged + 1); // one may have been stored and not yet told
+    rows->MoveLast();
+    EXPECT_EQ(rows->Text("strKeyName"), std::to_string(rows->RecordCount() - 1));
+}
+
+} // namespace

@@ -1,0 +1,186 @@
+#include "Handles.h"
+#include "SingleInstance.h"
+#include "TemporaryDirectory.h"
+#include "VirtualClock.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* NAME = "Tarnwell/Transaction";
+constexpr std::uint32_t TAKEN = 0, TIMED_OUT = 258, FAILED = 0xFFFFFFFF;
+
+// A second process that does one thing at a time with the mutex of that name. It has to start
+// before this process opens the mutex: a fork shares what is open already.
+class Peer {
+public:
+    Peer() {
+        if (pipe(orders_) != 0 || pipe(answers_) != 0)
+            abort();
+        id_ = fork();
+        if (id_ == 0)
+            Serve();
+        close(orders_[0]);
+        close(answers_[1]);
+    }
+    ~Peer() {
+        Kill();
+        close(orders_[1]);
+        close(answers_[0]);
+    }
+    bool Create() { return Ask('c'); }
+    bool Open() { return Ask('o'); }
+    bool Take() { return Ask('t'); }
+    bool Release() { return Ask('r'); }
+    bool Close() { return Ask('x'); }
+    bool Claim() { return Ask('i'); }
+    void Kill() {
+        if (id_ <= 0)
+            return;
+        kill(id_, SIGKILL);
+        waitpid(id_, nullptr, 0);
+        id_ = 0;
+    }
+
+private:
+    bool Ask(char order) {
+        char answer = 0;
+        return write(orders_[1], &order, 1) == 1 && read(answers_[0], &answer, 1) == 1 && answer == 'y';
+    }
+    [[noreturn]] void Serve() {
+        close(orders_[1]);
+        platform::Handle mutex = 0;
+        for (char order = 0; read(orders_[0], &order, 1) == 1;) {
+            const char answer = Carry(order, mutex) ? 'y' : 'n';
+            if (write(answers_[1], &answer, 1) != 1)
+                break;
+        }
+        _exit(0);
+    }
+    static bool Carry(char order, platform::Handle& mutex) {
+        switch (order) {
+        case 'c':
+            return (mutex = platform::CreateMutexA(false, NAME)) != 0;
+        case 'o':
+            return (mutex = platform::OpenMutexA(0x1F0001, true, NAME)) != 0;
+        case 't':
+            return platform::WaitForSingleObject(mutex, 0) == TAKEN;
+        case 'r':
+            return platform::ReleaseMutex(mutex);
+        case 'x':
+            return platform::CloseHandle(mutex);
+        default:
+            return platform::ClaimSingleInstance("HoistlineApp");
+        }
+    }
+
+    int orders_[2], answers_[2];
+    pid_t id_ = 0;
+};
+
+class ANamedMutex : public ::testing::Test {
+protected:
+    ANamedMutex() { setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); }
+    ~ANamedMutex() override { unsetenv("XDG_RUNTIME_DIR"); }
+
+    platform::testing::TemporaryDirectory folder;
+    platform::testing::VirtualClock clock;
+};
+
+TEST_F(ANamedMutex, IsThereAsLongAsSomeProcessHasItOpen) {
+    Peer peer;
+    EXPECT_FALSE(peer.Open());
+    const platform::Handle mutex = platform::CreateMutexA(false, NAME);
+    EXPECT_TRUE(peer.Open());
+    EXPECT_TRUE(platform::CloseHandle(mutex));
+    const platform::Handle again = platform::OpenMutexA(0x1F0001, true, NAME);
+    EXPECT_NE(again, 0);
+    EXPECT_TRUE(platform::CloseHandle(again));
+    EXPECT_TRUE(peer.Close());
+    EXPECT_EQ(platform::OpenMutexA(0x1F0001, true, NAME), 0);
+}
+
+TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesAndCountsItsTaking) {
+    Peer peer;
+    const platform::Handle mutex = platform::CreateMutexA(true, NAME);
+    const platform::Handle second = platform::OpenMutexA(0x1F0001, true, NAME);
+    ASSERT_TRUE(peer.Open());
+    EXPECT_EQ(platform::WaitForSingleObject(second, 0), TAKEN); // the same object, taken twice
+    EXPECT_FALSE(peer.Take());
+    EXPECT_FALSE(peer.Release());
+    EXPECT_TRUE(platform::ReleaseMutex(mutex));
+    EXPECT_FALSE(peer.Take());
+    EXPECT_TRUE(platform::ReleaseMutex(mutex));
+    EXPECT_FALSE(platform::ReleaseMutex(mutex));
+    EXPECT_TRUE(peer.Take());
+
+    const std::int64_t before = clock.Now();
+    EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TIMED_OUT);
+    EXPECT_EQ(clock.Now() - before, 250'000'000);
+    clock.CallAt(clock.Now() + 40'000'000, [&] { peer.Release(); });
+    EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TAKEN);
+    EXPECT_EQ(clock.Now() - before, 290'000'000);
+    EXPECT_TRUE(platform::CloseHandle(mutex));
+    EXPECT_FALSE(peer.Take()); // the second handle still holds it
+    EXPECT_TRUE(platform::CloseHandle(second));
+    EXPECT_TRUE(peer.Take());
+}
+
+TEST_F(ANamedMutex, IsGivenBackWhenItsOwnerDies) {
+    Peer peer;
+    ASSERT_TRUE(peer.Create());
+    ASSERT_TRUE(peer.Take());
+    const platform::Handle mutex = platform::CreateMutexA(true, NAME);
+    EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TIMED_OUT);
+    peer.Kill();
+    EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TAKEN);
+    EXPECT_TRUE(platform::CloseHandle(mutex));
+}
+
+TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
+    Peer peer;
+    EXPECT_TRUE(peer.Claim());
+    EXPECT_FALSE(platform::ClaimSingleInstance("HoistlineApp"));
+    EXPECT_TRUE(platform::ClaimSingleInstance("Other"));
+    platform::ReleaseSingleInstance();
+    peer.Kill();
+    EXPECT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
+    platform::ReleaseSingleInstance();
+}
+
+TEST(AMutexWithoutAName, KeepsOtherThreadsOut) {
+    const platform::testing::VirtualClock clock;
+    const platform::Handle mutex = platform::CreateMutexA(true, "");
+    std::thread([&] {
+        EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TIMED_OUT);
+        EXPECT_FALSE(platform::ReleaseMutex(mutex));
+    }).join();
+    EXPECT_TRUE(platform::ReleaseMutex(mutex));
+    std::thread([&] { EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TAKEN); }).join();
+    EXPECT_TRUE(platform::CloseHandle(mutex));
+}
+
+TEST(AnEvent, StaysSignalledOnlyWithManualReset) {
+    const platform::testing::VirtualClock clock;
+    for (const bool manualReset : {false, true}) {
+        const platform::Handle event = platform::CreateEventA(manualReset, false);
+        EXPECT_EQ(platform::WaitForSingleObject(event, 5), TIMED_OUT);
+        EXPECT_TRUE(platform::SetEvent(event));
+        EXPECT_EQ(platform::WaitForSingleObject(event, 5), TAKEN);
+        EXPECT_EQ(platform::WaitForSingleObject(event, 5), manualReset ? TAKEN : TIMED_OUT);
+        EXPECT_FALSE(platform::ReleaseMutex(event));
+        EXPECT_TRUE(platform::CloseHandle(event));
+        EXPECT_FALSE(platform::SetEvent(event));
+        EXPECT_FALSE(platform::CloseHandle(event));
+        EXPECT_EQ(platform::WaitForSingleObject(event, 5), FAILED);
+    }
+}
+
+} // namespace

@@ -1,0 +1,82 @@
+#include "Paths.h"
+#include "Files.h"
+#include "PlatformTest.h"
+#include "TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using platform::testing::TemporaryDirectory;
+
+class Paths : public ::testing::Test {
+protected:
+    Paths() {
+        for (const char* directory : {"Data/Inner", "AMBIG", "ambig"})
+            platform::MakeDirectories(folder.file(directory));
+        for (const char* name : {"Data/App.TWD", "Data/readme", "Data/README"})
+            std::filesystem::copy_file("/proc/self/comm", folder.file(name));
+        platform::ChangeDirectory(folder.path());
+    }
+    ~Paths() override { platform::ChangeDirectory(before); }
+
+    const std::string before = platform::CurrentDirectory();
+    TemporaryDirectory folder;
+};
+
+TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
+    const struct {
+        std::string path;
+        std::string resolved;
+    } cases[] = {
+        {"Data/App.TWD", "Data/App.TWD"},
+        {"data\\app.twd", "Data/App.TWD"},
+        {".\\DATA\\\\inner\\", "./Data/Inner"},
+        {"data\\..\\DATA\\app.twd", "Data/../Data/App.TWD"},
+        {"data/readme", "Data/readme"}, // the exact name goes first
+        {"data/ReadMe", "Data/README"}, // then the first in byte order
+        {"Ambig\\new.txt", "AMBIG/new.txt"},
+        {"data\\New Folder\\x.txt", "Data/New Folder/x.txt"},
+        {"data\\app.twd\\below", "Data/App.TWD/below"},
+        {"C:" + folder.path() + "\\data", folder.file("Data")},
+        {"C:\\", "/"},
+        {"", ""},
+        {std::string("da\0ta", 5), std::string("da\0ta", 5)},
+        {"\xFF\xFE*?<>|", "\xFF\xFE*?<>|"},
+        {std::string(5000, 'x'), std::string(5000, 'x')},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(platform::ResolvePath(row.path), row.resolved) << row.path.substr(0, 80);
+}
+
+TEST_F(Paths, ServeForCreatingAndForChangingTheFolder) {
+    platform::WriteFileAtomically("data\\NEW.txt", Bytes("x"));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("Data/NEW.txt")));
+    platform::ChangeDirectory(".\\DATA\\inner");
+    EXPECT_EQ(std::filesystem::path(platform::CurrentDirectory()).filename(), "Inner");
+    EXPECT_EQ(FailureOf([] { platform::ChangeDirectory("none"); }), 76);
+}
+
+TEST(AProgramDirectory, IsSeededWithWhatItLacksAndWithTheLibraryOfTheExecutable) {
+    const TemporaryDirectory installed, user;
+    const std::string target = user.file("share/HoistlineApp");
+    const auto put = [](const std::string& path, const char* text) {
+        platform::MakeDirectories(std::filesystem::path(path).parent_path().string());
+        platform::WriteFileAtomically(path, Bytes(text));
+    };
+    put(installed.file("Twl1394api.so"), "library 2");
+    put(installed.file("simulated-bus.json"), "theirs");
+    put(installed.file("docs/guide.md"), "guide");
+    put(target + "/Twl1394api.so", "library 1");
+    put(target + "/simulated-bus.json", "mine");
+
+    platform::SeedProgramDirectory(installed.path(), target);
+    EXPECT_EQ(platform::ReadWholeFile(target + "/Twl1394api.so"), Bytes("library 2"));
+    EXPECT_EQ(platform::ReadWholeFile(target + "/simulated-bus.json"), Bytes("mine"));
+    EXPECT_EQ(platform::ReadWholeFile(target + "/docs/guide.md"), Bytes("guide"));
+    EXPECT_FALSE(platform::FindFirstFileA(target + "/db1_clean.mdb")); // nothing to copy, no harm done
+}
+
+} // namespace

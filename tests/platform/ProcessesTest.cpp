@@ -1,0 +1,75 @@
+#include "Processes.h"
+#include "Files.h"
+#include "PlatformTest.h"
+#include "TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+using platform::testing::TemporaryDirectory;
+using Arguments = std::vector<std::string>;
+
+// Runs on the real clock: the children are real.
+std::uint32_t ExitCodeOf(const std::string& command) {
+    std::uint32_t exitCode = 0;
+    const platform::Handle process = platform::OpenProcess(1024, false, platform::Shell(command));
+    EXPECT_EQ(platform::WaitForSingleObject(process, 60'000), 0u);
+    EXPECT_TRUE(platform::GetExitCodeProcess(process, exitCode));
+    EXPECT_TRUE(platform::CloseHandle(process));
+    return exitCode;
+}
+
+TEST(CommandTexts, BecomeAProgramAndItsArguments) {
+    const struct {
+        const char* command;
+        Arguments arguments;
+    } cases[] = {
+        {"cmd /c mkdir C:\\none\\My Folder", {"mkdir", "C:\\none\\My Folder"}},
+        {"CMD /C MKDIR \"a b\"", {"mkdir", "a b"}},
+        {"cmd /c start notepad.exe /none/a b.txt", {"xdg-open", "/none/a b.txt"}},
+        {"cmd /c start \"/none/report.htm\"", {"xdg-open", "/none/report.htm"}},
+        {"cmd /c start /none/$(x);y", {"xdg-open", "/none/$(x);y"}},
+        {"tool  \"a b\" c\"d e\"f \"\"", {"tool", "a b", "cd ef", ""}},
+        {"tool \"open end", {"tool", "open end"}},
+        {"  ", {}},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(platform::CommandArguments(row.command), row.arguments) << row.command;
+}
+
+TEST(Commands, RunWithoutAShellAndGiveTheirExitCode) {
+    const TemporaryDirectory folder;
+    EXPECT_EQ(ExitCodeOf("sh -c \"exit 7\""), 7u);
+    EXPECT_EQ(ExitCodeOf("sh -c \"kill -9 $$\""), 137u);
+    EXPECT_EQ(ExitCodeOf("cmd /c mkdir " + folder.file("a\\b c")), 0u);
+    EXPECT_TRUE(platform::FindFirstFileA(folder.file("a/b c"))->IsDirectory);
+    EXPECT_EQ(ExitCodeOf("cmd /c mkdir /proc/none/x"), 1u);
+}
+
+TEST(Commands, DoNotInheritALock) {
+    const TemporaryDirectory folder;
+    setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
+    const platform::Handle mutex = platform::CreateMutexA(true, "held");
+    EXPECT_EQ(ExitCodeOf("sh -c \"ls -l /proc/self/fd /proc/$PPID/fd | grep -c held.lock | grep -qx 1\""), 0u);
+    EXPECT_TRUE(platform::CloseHandle(mutex));
+    unsetenv("XDG_RUNTIME_DIR");
+}
+
+TEST(Commands, FailClearlyWhenThereIsNoSuchProgram) {
+    const TemporaryDirectory empty;
+    EXPECT_EQ(FailureOf([] { platform::Shell("hoistline-none x"); }), 53);
+    EXPECT_EQ(FailureOf([] { platform::Shell(""); }), 5);
+    EXPECT_EQ(platform::OpenProcess(1024, false, 1), 0); // not one of ours
+    const std::string path = getenv("PATH");
+    setenv("PATH", empty.path().c_str(), 1);
+    std::string reason;
+    platform::Attempt([] { platform::Shell("cmd /c start notepad.exe x"); },
+                      [&](const platform::Failure& failure) { reason = failure.Description; });
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_NE(reason.find("xdg-open"), std::string::npos) << reason;
+}
+
+} // namespace

@@ -1,0 +1,47 @@
+#include "UserSettings.h"
+#include "Files.h"
+#include "PlatformTest.h"
+#include "TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+class UserSettings : public ::testing::Test {
+protected:
+    UserSettings() { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
+    ~UserSettings() override { unsetenv("XDG_CONFIG_HOME"); }
+
+    platform::testing::TemporaryDirectory folder;
+    const std::string file = folder.file("HoistlineApp/settings.json");
+};
+
+TEST_F(UserSettings, ComeBackBySectionAndKey) {
+    EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default");
+    EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "a\"b\\c"));
+    EXPECT_TRUE(platform::SaveUserSetting("Other", "Path", ""));
+    EXPECT_TRUE(platform::FindFirstFileA(file));
+    EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "a\"b\\c");
+    EXPECT_EQ(platform::GetUserSetting("Other", "Path", "default"), "");
+    EXPECT_EQ(platform::GetUserSetting("Global", "None", "default"), "default");
+}
+
+TEST_F(UserSettings, SurviveAnUnreadableFileAndPutItAside) {
+    platform::MakeDirectories(folder.file("HoistlineApp"));
+    for (const char* broken : {"{\"Global\": ", "[1, 2]", "", "\xFF"}) {
+        platform::WriteFileAtomically(file, Bytes(broken));
+        EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default") << broken;
+        EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "x")) << broken;
+        EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "x") << broken;
+        EXPECT_EQ(platform::ReadWholeFile(file + ".unreadable"), Bytes(broken));
+    }
+    platform::WriteFileAtomically(file, Bytes("{\"Global\": 5, \"Other\": {\"Path\": 5, \"Kept\": \"y\"}}"));
+    EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default");
+    EXPECT_EQ(platform::GetUserSetting("Other", "Path", "default"), "default");
+    EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "x"));
+    EXPECT_EQ(platform::GetUserSetting("Other", "Kept", "default"), "y");
+}
+
+} // namespace
