@@ -3,14 +3,11 @@
 #include "SingleInstance.h"
 #include "WorkingDirectory.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <thread>
 
 using basApp::globals;
 using basApp::hooks;
@@ -124,18 +121,10 @@ TEST_F(StartUp, EndsTheProgramOnlyWhenAnUnattendedRunCannotBeSetUp) {
 }
 
 TEST_F(StartUp, IsRefusedToASecondInstance) {
-    int claimed[2];
-    ASSERT_EQ(pipe(claimed), 0);
-    const pid_t first = fork();
-    if (first == 0) { // another process, which has the instance and keeps it until it is ended
-        const char answer = platform::ClaimSingleInstance("HoistlineApp") ? 'y' : 'n';
-        _exit(write(claimed[1], &answer, 1) == 1 ? pause() : 1);
-    }
-    char answer = 0;
-    EXPECT_TRUE(read(claimed[0], &answer, 1) == 1 && answer == 'y');
+    platform::Handle first = 0; // another owner, as another process would be
+    std::thread([&first] { first = platform::CreateMutexA(true, "instance-HoistlineApp"); }).join();
     EXPECT_FALSE(basApp::Main(""));
-    kill(first, SIGKILL);
-    waitpid(first, nullptr, 0);
+    platform::CloseHandle(first);
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text,
               "There is already an instance of HoistlineApp running.  Cannot run a second instance.");

@@ -17,13 +17,14 @@ protected:
         library.result = [this, code](std::size_t) { return clock.Sleep(12'000'000), Code(code); };
     }
     std::int32_t Read(std::int32_t size, bool quadlets, std::int32_t timeout = 100) {
-        return AsyncReadWrapperVB(record(), {0xFFFF, 0xF0000400}, size, quadlets, timeout, buffer);
+        return AsyncReadWrapperVB(record(), address, size, quadlets, timeout, buffer);
     }
     std::int32_t Write(std::size_t size, std::int32_t timeout = 100) {
         buffer.assign(size, 0xAB);
         return AsyncWriteWrapperVB(record(), {0xFFFF, 0xABCD}, false, timeout, buffer);
     }
     ByteArray buffer = {9, 9};
+    Address1394 address{0xFFFF, 0xF0000400};
 };
 
 TEST_F(AsyncTransactions, AskTheLibraryForWholeQuadlets) {
@@ -87,19 +88,20 @@ TEST_F(AsyncTransactions, TellTheFailuresOfAReadApart) {
         const char* log;
     } rows[] = {
         {121, 121,
-         "7 AsyncRead of 0xFFFFF0000400, node 5 failed, code 0x79: Node did not respond.  function call time=12ms."},
+         "7 AsyncRead of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond.  function call time=12ms. "},
         {0x80000102, 0x80000102,
-         "7 AsyncRead of 0xFFFFF0000400, node 5 timed out. function call time=12ms.  Exiting abnormally"},
+         "7 AsyncRead of 0xFFFFABCD, node 5 timed out. function call time=12ms.  Exiting abnormally"},
         {0x80000002, 0x80000002, "7 AsyncRead failure: the Application Shutdown Event has somehow become set"},
         {0x8000013D, 0x8000013D,
-         "7 AsyncRead failure (addr 0xFFFFF0000400, node 5): common unknown error, code 0x8000013D ."},
+         "7 AsyncRead failure (addr 0xFFFF0000ABCD, node 5): common unknown error, code 0x8000013D ."},
         {0x80000017, 0x80000017,
-         "7 AsyncRead failure (addr 0xFFFFF0000400, node 5): 1394 response error, code 0x80000017 ."},
+         "7 AsyncRead failure (addr 0xFFFF0000ABCD, node 5): 1394 response error, code 0x80000017 ."},
         {0xCAFE, 0xCAFE,
-         "7 AsyncRead of 0xFFFFF0000400, node 5 failed, code 0xCAFE function call time=12ms. Exiting abnormally"},
+         "7 AsyncRead of 0xFFFFABCD, node 5 failed, code 0xCAFE function call time=12ms. Exiting abnormally"},
         {0x80000001, 0xFFFFFF97, "7 AsyncRead failure: a bus reset has interrupted the transaction in progress"},
         {121, 0xFFFFFF97, "code 0x79: Node did not respond."}, // with that reset still pending
     };
+    address.AddressLow = 0xABCD;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.log);
         log.clear();

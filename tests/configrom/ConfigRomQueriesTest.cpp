@@ -8,53 +8,38 @@ namespace {
 
 class ConfigRomQueries : public RomTest {};
 
-constexpr std::uint32_t TA = 0x54610000, UB = 0x55620000;
+constexpr std::uint32_t TA = 0x54610000, UB = 0x55620000, NO_C = 0x6E4F2063, ONFI = 0x4F6E4669, G = 0x67000000;
 
 TEST_F(ConfigRomQueries, FindTheTextBehindAnImmediate) {
-    const char* const noVendor = "<UNREADABLE CONFIG ROM VENDOR TEXT>";
-    const char* const noModel = "<UNREADABLE CONFIG ROM MODEL TEXT>";
+    const std::string noVendor = "<UNREADABLE CONFIG ROM VENDOR TEXT>", noUnit = "DirectoryType 0x11 not found";
     const struct {
-        const char* name;
-        Words tree; // behind the bus info block
-        const char *vendor, *model;
+        Words tree;
+        std::string vendor, model;
     } rows[] = {
-        {"vendor in the root, no unit directory",
-         {0x00020000, 0x03000F1B, 0x81000001, 0x00030000, 0, 0, TA},
-         "Ta",
-         "DirectoryType 0x11 not found"},
-        {"model in the unit directory",
-         {0x00010000, 0xD1000001, 0x00020000, 0x17000001, 0x81000001, 0x00030000, 0, 0, TA},
-         noVendor,
-         "Ta"},
-        {"model in the module vendor directory",
-         {0x00020000, 0xD1000002, 0xC3000003, 0x00010000, 0x12000001, 0x00020000, 0x17000001, 0x81000001, 0x00030000, 0,
+        {{0x00020000, 0x03000F1B, 0x81000001, 0x00030000, 0, 0, TA}, "Ta", noUnit},
+        {{0x00010000, 0xD1000001, 0x00020000, 0x17000001, 0x81000001, 0x00030000, 0, 0, TA}, noVendor, "Ta"},
+        // The unit directory has no model: the module vendor directory's, none, or none anywhere.
+        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, 0x12000001, 0x00020000, 0x17000001, 0x81000001, 0x00030000, 0,
           0, TA},
          noVendor,
          "Ta"},
-        {"a unit directory without a model, and no module vendor directory",
-         {0x00010000, 0xD1000001, 0x00010000, 0x12000001},
+        {{0x00010000, 0xD1000001, 0x00010000, 0x12000001}, noVendor, "DirectoryType 0x3 not found"},
+        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, 0x12000001, 0x00010000, 0x12000001},
          noVendor,
-         "DirectoryType 0x3 not found"},
-        {"no model anywhere",
-         {0x00020000, 0xD1000002, 0xC3000003, 0x00010000, 0x12000001, 0x00010000, 0x12000001},
-         noVendor,
-         noModel},
-        {"a leaf before any immediate",
-         {0x00020000, 0x81000002, 0x03000F1B, 0x00030000, 0, 0, TA},
-         noVendor,
-         "DirectoryType 0x11 not found"},
-        {"two leaves behind one immediate, the first behind another kind of leaf",
-         {0x00040000, 0x03000F1B, 0x82000003, 0x81000002, 0x81000005, 0x00030000, 0, 0, TA, 0x00030000, 0, 0, UB},
+         "<UNREADABLE CONFIG ROM MODEL TEXT>"},
+        // A leaf before any immediate; the first of two leaves, behind one of another kind.
+        {{0x00020000, 0x81000002, 0x03000F1B, 0x00030000, 0, 0, TA}, noVendor, noUnit},
+        {{0x00040000, 0x03000F1B, 0x82000003, 0x81000002, 0x81000005, 0x00030000, 0, 0, TA, 0x00030000, 0, 0, UB},
          "Ta",
-         "DirectoryType 0x11 not found"},
-        {"a vendor text that says no config, in any case, and a node vendor",
-         {0x00040000, 0x03000F1B, 0x81000003, 0x08000F1B, 0x81000007, 0x00050000, 0, 0, 0x6E4F2063, 0x4F6E4669,
-          0x67000000, 0x00030000, 0, 0, UB},
+         noUnit},
+        // A vendor text that says no config, in any case: the node vendor's.
+        {{0x00040000, 0x03000F1B, 0x81000003, 0x08000F1B, 0x81000007, 0x00050000, 0, 0, NO_C, ONFI, G, 0x00030000, 0, 0,
+          UB},
          "Ub",
-         "DirectoryType 0x11 not found"},
+         noUnit},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(testing::PrintToString(row.tree));
         EXPECT_EQ(ReadTree(row.tree), 1);
         EXPECT_EQ(GetConfigRomVendorText(rom), row.vendor);
         EXPECT_EQ(GetConfigRomModelText(rom), row.model);
@@ -69,10 +54,9 @@ TEST_F(ConfigRomQueries, SayWhatKindOfRomThereIsInstead) {
     EXPECT_FALSE(ConfigRomIsMinimal(rom));
     Read({0x01000A27});
     EXPECT_TRUE(ConfigRomIsMinimal(rom));
-    EXPECT_EQ(GetConfigRomVendorText(rom), "Minimal ConfigRom (ven 0xA27)");
     EXPECT_EQ(GetConfigRomModelText(rom), "Minimal ConfigRom (ven 0xA27)");
     EXPECT_EQ(GetConfigRomGuidText(rom), "00000000 00000000");
-    EXPECT_EQ(Read(BUS_INFO), -20);
+    EXPECT_EQ(ReadTree({}), -20);
     EXPECT_EQ(GetConfigRomModelText(rom), "No root directory");
     EXPECT_EQ(GetConfigRomGuidText(rom), "000F1BAB 00000005");
 }

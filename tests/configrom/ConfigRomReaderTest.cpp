@@ -1,143 +1,187 @@
-// The bus info block, and what each kind of ROM ends with.
+// The bus info block, the tree, and what each kind of ROM ends with.
 #include "RomTest.h"
+
+#include <algorithm>
 
 using namespace testing_support;
 
 namespace {
 
-class ConfigRomReader : public RomTest {
-protected:
-    ConfigRomReader() { basApp::globals.DebugLoggingLevel = 5; }
-};
+class ConfigRomReader : public RomTest {};
 
 TEST_F(ConfigRomReader, DecodesEachFieldOfTheBusInfoBlock) {
     const auto fields = [this] {
-        return std::vector<std::int64_t>{rom.info_len, rom.crc_len,  rom.crc,        rom.IRMC,    rom.CMC,
-                                         rom.ISC,      rom.BMC,      rom.PMC,        rom.ADJ,     rom.CycClkAcc,
-                                         rom.MaxRec,   rom.MaxRom,   rom.Generation, rom.LinkSpd, rom.NodeVendorID,
-                                         rom.ChipIDHi, rom.ChipIdLow};
+        return std::vector<std::int64_t>{rom.crc_len,   rom.crc,          rom.IRMC,     rom.CMC,
+                                         rom.ISC,       rom.BMC,          rom.PMC,      rom.ADJ,
+                                         rom.CycClkAcc, rom.MaxRec,       rom.MaxRom,   rom.Generation,
+                                         rom.LinkSpd,   rom.NodeVendorID, rom.ChipIDHi, rom.ChipIdLow};
     };
-    Read({0x04258765, 0x31333934, 0xA864A1B2, 0x00F1B2C3, 0x84050607, 0x00010000, 0x03000000});
-    EXPECT_EQ(fields(), (std::vector<std::int64_t>{4, 37, 0x8765, 1, 0, 1, 0, 1, 0, 100, 10, 1, 11, 2, 0xF1B2, 0xC3,
-                                                   static_cast<std::int32_t>(0x84050607)}));
-    EXPECT_EQ(rom.GUID, (std::array<std::uint8_t, 8>{0, 0xF1, 0xB2, 0xC3, 0x84, 5, 6, 7}));
-    EXPECT_EQ(rom.RawData.size(), 20u);
-    Read({0x04000000, 0, 0x54FF52C5, 0, 0, 0x00010000, 0x03000000});
-    EXPECT_EQ(fields(), (std::vector<std::int64_t>{4, 0, 0, 0, 1, 0, 1, 0, 1, 255, 5, 2, 12, 5, 0, 0, 0}));
+    Read({0x04258765, 0x31333934, 0xA864A1B2, 0x00F1B2C3, 0x14050607});
+    EXPECT_EQ(fields(),
+              (std::vector<std::int64_t>{37, 0x8765, 1, 0, 1, 0, 1, 0, 100, 10, 1, 11, 2, 0xF1B2, 0xC3, 0x14050607}));
+    EXPECT_EQ(rom.GUID, (std::array<std::uint8_t, 8>{0, 0xF1, 0xB2, 0xC3, 0x14, 5, 6, 7}));
+    Read({0x04000000, 0, 0x54FF52C5, 0, 0});
+    EXPECT_EQ(fields(), (std::vector<std::int64_t>{0, 0, 0, 1, 0, 1, 0, 1, 255, 5, 2, 12, 5, 0, 0, 0}));
 }
 
 TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
-    Words longRoot = BUS_INFO, longerRoot = BUS_INFO;
-    longRoot.push_back(0x02000000);
-    longRoot.resize(5 + 513, 0x03000001);
-    longerRoot.push_back(0x02010000);
-    longerRoot.resize(5 + 514, 0x03000001);
-    const std::string short12 =
-        "7 ||GetFormattedConfigRomBusInfoBlock warning: only 12 bytes of data returned from call to get bus info block "
-        "in bas1394.GetFormattedConfigRomBusInfoBlock (node index #0.  EXITING ABNORMALLY.";
-    const std::string noBusInfo = "5 |GetFormattedConfigRom: failed to read BusInfoBlock (nodeindex #0) in "
-                                  "bas1394.GetFomattedConfigRom.";
-    const std::string entryFailed = "5 ||GetFormattedConfigRomBusInfoBlock failed: call to GetConfigRomEntry (node "
-                                    "index #0) failed, code ";
+    const Words busInfo = {0x04000000, 0, 0, 0, 0};
+    const auto withRoot = [&](std::uint32_t entries) {
+        Words quadlets = busInfo;
+        quadlets.push_back(entries << 16);
+        quadlets.resize(6 + entries, 0x03000001);
+        return quadlets;
+    };
     const struct {
-        const char* name;
         Words quadlets;
         std::int32_t result;
-        std::size_t transactions;
-        Texts log;
+        std::size_t transactions, rawBytes;
+        const char* log;
     } rows[] = {
-        {"a root of 512 entries", longRoot, 1, 5 + 513, {}},
-        {"a longer bus info block", {0x05000000, 0, 0, 0xF1B00, 0, 0, 0x00010000, 0x03000F1B}, 1, 8, {}},
-        {"a header of 0",
-         {0},
+        {withRoot(512), 1, 5 + 513, 20, nullptr},
+        {withRoot(513), -20, 6, 20,
+         "7 |||Invalid length (513) indicated in header of config rom entry, node 5, address 0xFFFFF0000414!"},
+        {withRoot(256), 1, 5 + 257, 20, nullptr}, // a header like that of a minimal ROM, elsewhere
+        {busInfo, -20, 6, 20,
+         "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -2147483625(0x80000017), node 0, address "
+         "0xFFFFFFFFF0000414."},
+        {{0x05000000, 0, 0, 0, 0, 0, 0x00010000, 0x03000F1B}, 1, 8, 24, nullptr},
+        {{0},
          -1,
          1,
-         {"5 |||Null header quadlet at the base of the config rom entry, node 5, address 0xFFFFF0000400.",
-          entryFailed + "-21", noBusInfo}},
-        {"a length of 0",
-         {0x00040000},
-         -1,
          1,
-         {"7 |||0 length of config rom entry header, node 5, address 0xFFFFF0000400!", entryFailed + "-1", noBusInfo}},
-        {"a minimal ROM", {0x01000A27}, -1, 1, {"5 ||Minimal config rom on Node index #0"}},
-        {"a short bus info block", {0x02000000, 0, 0}, -1, 3, {short12, noBusInfo}},
-        {"a bus info block cut off",
-         {0x04000000, 0, 0},
+         "5 |||Null header quadlet at the base of the config rom entry, node 5, address 0xFFFFF0000400."},
+        {{0x00040000}, -1, 1, 1, "7 |||0 length of config rom entry header, node 5, address 0xFFFFF0000400!"},
+        {{0x01000A27}, -1, 1, 5, "5 ||Minimal config rom on Node index #0"},
+        {{0x02000000, 0, 0},
+         -1,
+         3,
+         12,
+         "7 ||GetFormattedConfigRomBusInfoBlock warning: only 12 bytes of data returned"},
+        {{0x04000000, 0, 0},
          -1,
          4,
-         {"9 |||GetConfigRomEntry: second call to AsyncReadWrapper returned code -2147483625(0x80000017) node 5",
-          entryFailed + "-2147483625", noBusInfo}},
-        {"no root",
-         BUS_INFO,
-         -20,
-         6,
-         {"5 |||Could not read config rom data at address 0xFFFFF0000414 node 5, code -2147483625(0x80000017)!",
-          "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -2147483625(0x80000017), node 0, address "
-          "0xFFFFFFFFF0000414."}},
-        {"a root of 513 entries",
-         longerRoot,
-         -20,
-         6,
-         {"7 |||Invalid length (513) indicated in header of config rom entry, node 5, address 0xFFFFF0000414!",
-          "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -1(0xFFFFFFFF), node 0, address "
-          "0xFFFFFFFFF0000414."}},
+         1,
+         "9 |||GetConfigRomEntry: second call to AsyncReadWrapper returned code -2147483625(0x80000017) node 5"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.log ? row.log : "good");
         EXPECT_EQ(Read(row.quadlets), row.result);
         EXPECT_EQ(library.transactions.size(), row.transactions);
-        std::erase_if(log, [](const std::string& line) { return line.starts_with("7 AsyncRead"); });
-        EXPECT_EQ(log, row.log);
+        EXPECT_EQ(rom.RawData.size(), row.rawBytes);
+        EXPECT_TRUE(row.log ? Logged(row.log) : log.empty());
     }
-}
-
-TEST_F(ConfigRomReader, LooksAtTheFirstByteOfAMinimalRomOnlyAtTheBase) {
-    Read({0x01000A27});
-    EXPECT_EQ(rom.RawData, (ByteArray{1, 0, 0x0A, 0x27, 0}));
-    Words root = {0x01000000};
-    root.resize(257, 0x03000001); // its length has a high byte of 1
-    EXPECT_EQ(ReadTree(root), 1);
-    EXPECT_EQ(rom.Directories[0].Entries.size(), 256u);
 }
 
 TEST_F(ConfigRomReader, TriesTheHeaderThreeTimesDuringABusReset) {
-    const Words good = [] {
-        Words quadlets = BUS_INFO;
-        quadlets.insert(quadlets.end(), {0x00010000, 0x03000F1B});
-        return quadlets;
-    }();
     for (const std::size_t resets : {2u, 3u}) {
         library.result = [=](std::size_t k) { return k < resets ? Code(0x80000001) : 1; };
-        EXPECT_EQ(Read(good), resets == 2 ? 1 : -1);
-        EXPECT_EQ(rom.NodeVendorID, resets == 2 ? 0xF1B : 0);
+        EXPECT_EQ(ReadTree({0x00010000, 0x03000F1B}), resets == 2 ? 1 : -1);
         EXPECT_EQ(rom.ModuleVendorId, resets == 2 ? 0xF1B : 0);
     }
-    library.result = [](std::size_t) { return 121; };
     bas1394::globals.BusResetPending = false;
-    Read(good);
-    EXPECT_EQ(library.transactions, Texts{"R5 FFFFF0000400 4 200"}); // nothing else is tried again
+    library.result = [](std::size_t) { return 121; };
+    ReadTree({});
+    EXPECT_EQ(library.transactions, Texts{"R5 FFFFF0000400 4 200"}); // no other failure is tried again
 }
 
-TEST_F(ConfigRomReader, SaysThatATargetTookTooLong) {
-    library.result = [](std::size_t k) { return k < 5 ? 1 : Code(0x80000102); };
-    EXPECT_EQ(Read(BUS_INFO), -20);
-    EXPECT_TRUE(Logged("7 ||GetConfigRomDirectory: target failed to respond in the given time, node index 0, address "
-                       "0xFFFFFFFFF0000414."));
-    EXPECT_EQ(rom.NodeVendorID, 0xF1B);
-}
-
-TEST_F(ConfigRomReader, RefusesANodeThatIsNotInTheTable) {
-    ByteArray data;
-    ConfigRomLeaf leaf;
-    for (const std::int32_t index : {1, -1}) {
-        EXPECT_EQ(basConfigRom::GetConfigRomEntry(index, 0, 0xFFFF0000, data), -1);
-        EXPECT_EQ(basConfigRom::GetConfigRomDirectory(index, 0, 0, rom), -1);
-        basConfigRom::GetConfigRomLeaf("", index, 0, {}, leaf);
+TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
+    const auto address = [](std::size_t quadlet) { return Code(0xF0000414u + 4u * static_cast<unsigned>(quadlet)); };
+    Words tree = {
+        0x00070000, // 0: root
+        0x81000014, // 1: leaf at 21, before any immediate
+        0x03000F1B, // 2
+        0xD1000005, // 3: directory at 8
+        0xC3000014, // 4: directory at 24, which is none
+        0x47000105, // 5: offset at 0xF0000414
+        0x8100000F, // 6: leaf at 21 again
+        0xC3000010, // 7: directory at 23, whose header is 0
+        0x00040000, // 8: unit directory
+        0x17000007, // 9
+        0xD8000003, // 10: directory at 13
+        0x07000001, // 11: an unknown key, but not in the root
+        0x81000006, // 12: leaf at 18, which is none
+        0x00010000, // 13: below the unit directory
+        0x09000002, // 14
+    };
+    tree.resize(21);
+    tree.insert(tree.end(), {0x00010000, 0x40000001, 0}); // 21: leaf
+    EXPECT_EQ(ReadTree(tree), 1);
+    ASSERT_EQ(rom.Directories.size(), 5u);
+    const struct {
+        std::size_t quadlet, rawBytes;
+        std::int32_t parent, precedingKey;
+        std::vector<std::int32_t> children;
+    } rows[] = {
+        {0, 32, 0, 0, {1, 3, 4}}, {8, 20, 0, 3, {2}}, {13, 8, 1, 0x17, {0}}, {24, 1, 0, 3, {0}}, {23, 1, 0, 3, {0}}};
+    for (std::size_t i = 0; i < 5; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(rom.Directories[i].Address, address(rows[i].quadlet));
+        EXPECT_EQ(rom.Directories[i].RawData.size(), rows[i].rawBytes);
+        EXPECT_EQ(rom.Directories[i].Parent, rows[i].parent);
+        EXPECT_EQ(rom.Directories[i].PrecedingKey, rows[i].precedingKey);
+        EXPECT_EQ(rom.Directories[i].Children, rows[i].children);
+        EXPECT_EQ(rom.Directories[i].Entries.size(), std::max<std::size_t>(rows[i].rawBytes / 4, 2) - 1);
     }
-    EXPECT_TRUE(Logged("11 |GetConfigRomEntry: invalid node index: 1.  Exiting abnomally."));
-    EXPECT_TRUE(Logged("11 |GetConfigRomDirectory: invalid node index: -1.  Exiting abnomally."));
-    EXPECT_TRUE(Logged("11 |GetConfigRomLeaf: invalid node index: 1.  Exiting abnomally."));
-    EXPECT_TRUE(library.transactions.empty());
+    std::vector<std::int32_t> entries;
+    for (const ConfigRomEntry& entry : root().Entries)
+        entries.insert(entries.end(), {entry.KeyType, entry.KeyValue, entry.Index});
+    EXPECT_EQ(entries, (std::vector<std::int32_t>{2, 1, 0, 0, 3, 0, 3, 0x11, 1, 3, 3, 3, 1, 7, 0, 2, 1, 1, 3, 3, 4}));
+    ASSERT_EQ(root().Leaves.size(), 2u);
+    EXPECT_EQ(root().Leaves[0].PrecedingKey, 0);
+    EXPECT_EQ(root().Leaves[1].PrecedingKey, 3);
+    EXPECT_EQ(root().Leaves[1].RawData, Quadlets({0x00010000, 0x40000001})); // shared, and read once:
+    EXPECT_EQ(std::ranges::count(library.transactions, "R5 FFFFF0000468 4 200"), 1);
+    EXPECT_EQ(root().Offsets.at(0).Value, 0x00070000);
+    EXPECT_EQ(rom.Directories[2].Leaves.at(0).Address, 0); // the zeroed element
+    EXPECT_TRUE(Logged("7 ||||GetConfigRomLeaf: failed call to GetConfigRomEntry, node 5."));
+    EXPECT_TRUE(Logged("7 |||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -21(0xFFFFFFEB), node 0, "
+                       "address 0xFFFFFFFFF0000470."));
+    EXPECT_FALSE(Logged("Unrecognized"));
+}
+
+TEST_F(ConfigRomReader, DecodesALeafAsFarAsItReaches) {
+    const struct {
+        std::uint32_t key; // type and value
+        Words leaf;        // behind its header
+        std::vector<std::int32_t> fields;
+        const char* text;
+    } rows[] = {
+        {0x81, {0x01ABCDEF}, {1, 0, 0, 0, 0}, ""},
+        {0x81, {0x12345678, 0x9ABC8DEF}, {0x12, 0x345678, 9, 0xABC, -0x7211}, ""},
+        {0x81, {0, 0, 0x00414243}, {0, 0, 0, 0, 0}, ""},
+        {0x81, {0, 0, 0x54610000, 0x41424344}, {0, 0, 0, 0, 0}, "Ta"},
+        {0x81, {0, 0, 0x54E97A80}, {0, 0, 0, 0, 0}, "Téz€"},
+        {0x82, {0, 0, 0x54610000}, {0, 0, 0, 0, 0}, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        Words tree = {0x00010000, row.key << 24 | 1, static_cast<std::uint32_t>(row.leaf.size()) << 16};
+        tree.insert(tree.end(), row.leaf.begin(), row.leaf.end());
+        EXPECT_EQ(ReadTree(tree), 1);
+        const ConfigRomLeaf& leaf = root().Leaves[0];
+        const std::vector<std::int32_t> fields = {leaf.DescriptorType, leaf.SpecifierID, leaf.width, leaf.CharacterSet,
+                                                  leaf.Language};
+        EXPECT_EQ(fields, row.fields);
+        EXPECT_EQ(leaf.Text, row.text);
+    }
+}
+
+TEST_F(ConfigRomReader, StoresTheImmediatesOfTheRoot) {
+    EXPECT_EQ(ReadTree({0x000C0000, 0x03000001, 0x04000002, 0x05000003, 0x06000004, 0x08000005, 0x09000006, 0x0A000007,
+                        0x0B000008, 0x17000009, 0x1700000A, 0x0C00A953, 0x07000001}),
+              1);
+    const std::vector<std::int32_t> values = {rom.ModuleVendorId,  rom.ModuleHwVersion, rom.ModuleSpecId,
+                                              rom.ModuleSwVersion, rom.NodeVendorId,    rom.NodeHwVersion,
+                                              rom.NodeSpecId,      rom.NodeSwVersion,   rom.ModelId};
+    EXPECT_EQ(values, (std::vector<std::int32_t>{1, 2, 3, 4, 5, 6, 7, 8, 10})); // the last of two wins
+    const NodeCapabilityFlags& c = rom.NodeCapabilities;
+    const std::vector<bool> flags = {c.SplitTimeout,  c.MessagePassing, c.InterruptRegisters, c.ArgumentRegisters,
+                                     c.TestRegisters, c.PrivateSpace,   c.BitAddressing64,    c.FixedAddressing,
+                                     c.LostBit,       c.DisableRequest, c.ErrorLogRegister,   c.AttentionBit,
+                                     c.OffBit,        c.DeadState,      c.InitializingState};
+    EXPECT_EQ(flags, (std::vector<bool>{1, 0, 1, 0, 1, 0, 0, 1, 0, 1, 1, 0, 0, 1, 1}));
+    EXPECT_EQ(log, Texts{"7 Unrecognized KeyValue in GetFormattedConfigRom: 7"});
 }
 
 } // namespace

@@ -7,26 +7,24 @@
 namespace testing_support {
 
 using Words = std::vector<std::uint32_t>;
-using Texts = std::vector<std::string>;
-
-// Header, "1394", capabilities, GUID 000F1B AB 00000005; the root directory follows at 0xF0000414.
-inline const Words BUS_INFO = {0x04041234, 0x31333934, 0x00000000, 0x000F1BAB, 0x00000005};
 
 class RomTest : public LibraryTest {
 protected:
-    // Node 5, record 0, gets this ROM, and it is read. The same result as GetFormattedConfigRom.
+    RomTest() { basApp::globals.DebugLoggingLevel = 5; }
+    // Node 5, record 0, gets this ROM, and it is read.
     std::int32_t Read(const Words& quadlets) {
         library.roms[5] = Quadlets(quadlets);
-        log.clear();
         library.transactions.clear();
+        log.clear();
         rom = {};
         return basConfigRom::GetFormattedConfigRom(0, rom);
     }
-    // The quadlets of a tree behind the bus info block.
-    std::int32_t ReadTree(const Words& tree) {
-        Words quadlets = BUS_INFO;
-        quadlets.insert(quadlets.end(), tree.begin(), tree.end());
-        return Read(quadlets);
+    // The same with a bus info block of GUID 000F1BAB 00000005 before the root directory, which
+    // is then at 0xF0000414.
+    std::int32_t ReadTree(Words tree) {
+        const Words busInfo = {0x04041234, 0x31333934, 0, 0x000F1BAB, 5};
+        tree.insert(tree.begin(), busInfo.begin(), busInfo.end());
+        return Read(tree);
     }
     const ConfigRomDirectory& root() const { return rom.Directories[0]; }
     ConfigRomRecord rom;

@@ -144,9 +144,11 @@ TEST_F(ImageDownload, NeverSendsAByteFromOutsideTheFile) {
 
 TEST_F(ImageDownload, RefusesHardwareThatThePackageIsNotMeantFor) {
     record().Info.HardwareModelID = 18;
-    for (const auto& [overridden, unattended, answer, result, boxes] :
-         {std::tuple{false, false, "", -1, 1}, {false, true, "", -1, 0}, {true, false, "yes", 1, 1},
-          {true, false, "no", -1, 1}, {true, true, "", 1, 0}}) {
+    for (const auto& [overridden, unattended, answer, result, boxes] : {std::tuple{false, false, "", -1, 1},
+                                                                        {false, true, "", -1, 0},
+                                                                        {true, false, "yes", 1, 1},
+                                                                        {true, false, "no", -1, 1},
+                                                                        {true, true, "", 1, 0}}) {
         SCOPED_TRACE(fmt::format("{} {} {}", overridden, unattended, answer));
         basApp::globals.OverrideHardwareCompatibility = overridden;
         basApp::globals.PerformUnattendedOperations = unattended;
@@ -157,9 +159,9 @@ TEST_F(ImageDownload, RefusesHardwareThatThePackageIsNotMeantFor) {
         EXPECT_EQ(bus.calls.empty(), result != 1);
         EXPECT_EQ(std::ssize(dialogs.shown), boxes);
         for (const auto& box : dialogs.shown)
-            EXPECT_TRUE(box.text.starts_with(
-                "The selected TWD file indicates hardware compatibility with Model ID 17.  \r\n"
-                "The selected hardware indicates a Model ID of 18.  \r\n"));
+            EXPECT_TRUE(
+                box.text.starts_with("The selected TWD file indicates hardware compatibility with Model ID 17.  \r\n"
+                                     "The selected hardware indicates a Model ID of 18.  \r\n"));
     }
     EXPECT_TRUE(Logged("TWD Hardware ID = 17 (0x11)  Target Hardware ID = 18(0x12)"));
 }
