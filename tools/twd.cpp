@@ -122,11 +122,12 @@ int Show(const std::string& path) {
         fmt::print(stderr, "twd: '{}' is no package\n", path);
         return 1;
     }
-    fmt::print("date       {}\ntime       {}\nsoftware   0x{:X} version {}\nhardware   {}\nvendor     0x{:X}\ninfo       "
-               "{}\n",
-               basBootloader::FormatTwdDate(header.ImageDate), basBootloader::FormatTwdTime(header.ImageTime),
-               std::uint32_t(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion),
-               header.HardwareID, std::uint32_t(header.VendorID), header.InfoText);
+    fmt::print(
+        "date       {}\ntime       {}\nsoftware   0x{:X} version {}\nhardware   {}\nvendor     0x{:X}\ninfo       "
+        "{}\n",
+        basBootloader::FormatTwdDate(header.ImageDate), basBootloader::FormatTwdTime(header.ImageTime),
+        std::uint32_t(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion), header.HardwareID,
+        std::uint32_t(header.VendorID), header.InfoText);
     for (const NamedSection& named : SECTIONS) {
         const TwdSection& section = header.*named.section;
         if (section.Length > 0)

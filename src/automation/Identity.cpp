@@ -20,15 +20,11 @@ constexpr std::size_t LONGEST_ITEM = 512; // more than any value that can be goo
 std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArray& bytes) {
     if (platform::Trim(text).empty())
         return "it is empty";
-    std::string fault;
-    platform::Attempt([&] { basUtils::HexString2Ascii(text, bytes); },
-                      [&](const platform::Failure& failure) {
-                          fault = failure.Number == platform::TYPE_MISMATCH ? "it holds what is no hexadecimal digit"
-                                                                            : "its number of digits is odd";
-                      });
-    if (fault.empty() && bytes.size() != byteCount)
-        fault = fmt::format("it makes {} bytes in place of {}", bytes.size(), byteCount);
-    return fault;
+    if (!platform::Attempt([&] { basUtils::HexString2Ascii(text, bytes); }, platform::IgnoreFailure))
+        return "it isn't an even number of hexadecimal digits";
+    if (bytes.size() != byteCount)
+        return fmt::format("it makes {} bytes in place of {}", bytes.size(), byteCount);
+    return {};
 }
 
 // A text from outside as a message can show it: short, on one line.

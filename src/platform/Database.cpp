@@ -17,6 +17,10 @@ namespace platform {
 namespace {
 
 constexpr int BUSY_TIMEOUT = 2000; // ms
+// Folding the write-ahead log into the file is the only step that waits for the disk: every 8192
+// pages instead of every 1000, a log of 8 MB at most with the store's small pages.
+constexpr const char* WRITE_AHEAD =
+    "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA wal_autocheckpoint = 8192";
 
 [[noreturn]] void RaiseEngine(sqlite3* connection) {
     Raise(DATABASE_ERROR, std::string("Database error: ") + sqlite3_errmsg(connection));
@@ -248,7 +252,7 @@ Database::Database(const std::string& path) {
         // Reads the first page, so that a file that isn't a database is told at once.
         Run(connection_, "SELECT count(*) FROM sqlite_master");
         if (Updatable())
-            Run(connection_, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+            Run(connection_, WRITE_AHEAD);
     } catch (...) {
         sqlite3_close_v2(connection_);
         throw;

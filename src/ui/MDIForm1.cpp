@@ -21,10 +21,10 @@ MDIForm1::MDIForm1() : mdiArea(new QMdiArea(this)) {
 
 void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
-    setWindowTitle(QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version) "
-                                                      "(ORV Custom Build)",
-                                                      basApp::VERSION_MAJOR, basApp::VERSION_MINOR,
-                                                      basApp::VERSION_REVISION)));
+    setWindowTitle(
+        QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version) "
+                                           "(ORV Custom Build)",
+                                           basApp::VERSION_MAJOR, basApp::VERSION_MINOR, basApp::VERSION_REVISION)));
     resize(980, 640);
     show();
 

@@ -7,12 +7,18 @@
 
 namespace {
 
-QString Q(const std::string& text) { return QString::fromStdString(text); }
+QString Q(const std::string& text) {
+    return QString::fromStdString(text);
+}
 
 } // namespace
 
-QtDialogs::QtDialogs() { platform::UseDialogs(this); }
-QtDialogs::~QtDialogs() { platform::UseDialogs(nullptr); }
+QtDialogs::QtDialogs() {
+    platform::UseDialogs(this);
+}
+QtDialogs::~QtDialogs() {
+    platform::UseDialogs(nullptr);
+}
 
 void QtDialogs::MessageBox(const std::string& text, const std::string& caption) {
     QMessageBox box(QMessageBox::NoIcon, Q(caption), Q(text), QMessageBox::Ok, QApplication::activeWindow());

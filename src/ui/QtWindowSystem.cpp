@@ -24,10 +24,16 @@ private:
 
 } // namespace
 
-QtWindowSystem::QtWindowSystem() { platform::UseWindowSystem(this); }
-QtWindowSystem::~QtWindowSystem() { platform::UseWindowSystem(nullptr); }
+QtWindowSystem::QtWindowSystem() {
+    platform::UseWindowSystem(this);
+}
+QtWindowSystem::~QtWindowSystem() {
+    platform::UseWindowSystem(nullptr);
+}
 
-void QtWindowSystem::Turn() { QCoreApplication::processEvents(); }
+void QtWindowSystem::Turn() {
+    QCoreApplication::processEvents();
+}
 
 void QtWindowSystem::Post(std::function<void()> call) {
     QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(call), Qt::QueuedConnection);
@@ -37,4 +43,6 @@ std::unique_ptr<platform::Timer> QtWindowSystem::MakeTimer(std::function<void()>
     return std::make_unique<QtTimer>(std::move(tick));
 }
 
-void QtWindowSystem::Beep() { QApplication::beep(); }
+void QtWindowSystem::Beep() {
+    QApplication::beep();
+}

@@ -6,9 +6,13 @@
 StatusModel::StatusModel(int maximumRowCount, QObject* parent)
     : QAbstractTableModel(parent), maximumRowCount_(maximumRowCount) {}
 
-int StatusModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : int(rows_.size()); }
+int StatusModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : int(rows_.size());
+}
 
-int StatusModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : 4; }
+int StatusModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : 4;
+}
 
 QVariant StatusModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole))

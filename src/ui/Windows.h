@@ -15,7 +15,7 @@ namespace windows {
 
 struct Globals {
     MDIForm1* parent = nullptr;
-    ::frmMain* main = nullptr;             // cleared by its Form_Unload
+    ::frmMain* main = nullptr;               // cleared by its Form_Unload
     std::vector<::frmStatus*> statusWindows; // slots; a closed window keeps its slot
 };
 extern Globals globals;

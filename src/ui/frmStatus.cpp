@@ -15,10 +15,12 @@
 
 namespace {
 
-constexpr int MAXIMUM_ROW_COUNT = 500; // the heading counts
+constexpr int MAXIMUM_ROW_COUNT = 500;     // the heading counts
 constexpr std::int32_t SHOW_INTERVAL = 50; // ms between two paintings of new rows
 
-QString Q(std::string_view text) { return QString::fromUtf8(text.data(), qsizetype(text.size())); }
+QString Q(std::string_view text) {
+    return QString::fromUtf8(text.data(), qsizetype(text.size()));
+}
 
 } // namespace
 

@@ -159,18 +159,18 @@ TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
         {"/D none.twd", "", "", "ERROR: \"NONE.TWD\" does not exist.  Can't perform operation!"},
         {"/D junk.twd", "", "", "ProgramImageAndCneFromFile failed, code -1"},
         {"/G 001122334455667", "", "",
-         "The GUID \"001122334455667\" of the option /G can't be programmed: its number of "
-         "digits is odd."},
+         "The GUID \"001122334455667\" of the option /G can't be programmed: it isn't an even number of hexadecimal "
+         "digits."},
         {"/G 00112233445566", "", "", "it makes 7 bytes in place of 8."},
-        {"/G 00112233445566GG", "", "", "it holds what is no hexadecimal digit."},
+        {"/G 00112233445566GG", "", "", "it isn't an even number of hexadecimal digits."},
         {"/A", nullptr, GOOD_MAC, "ERROR: \"DTCP\\GUID\\MACID\\GUID.txt\" does not exist.  Can't perform operation!"},
         {"/A", "", GOOD_MAC,
          "The GUID \"\" of the file \"DTCP\\GUID\\MACID\\GUID.txt\" can't be programmed: it is empty."},
         {"/A", "\r\n0011223344556677", GOOD_MAC, "it is empty."},
         {"/A", "001122334455667788", GOOD_MAC, "it makes 9 bytes in place of 8."},
         {"/A", GOOD_GUID, "0011223344", "The MAC address \"0011223344\" of the file \"DTCP\\GUID\\MACID\\MACID.txt\""},
-        {"/A", GOOD_GUID, "x1234567890123", "it holds what is no hexadecimal digit."},
-        {"/A", GOOD_GUID, "00:11:22:33:44:55", "it holds what is no hexadecimal digit."},
+        {"/A", GOOD_GUID, "x1234567890123", "it isn't an even number of hexadecimal digits."},
+        {"/A", GOOD_GUID, "00:11:22:33:44:5", "it isn't an even number of hexadecimal digits."},
         {"/R keys.html", "", "", "Key batches are not available in this version: 'KEYS.HTML' was not executed."},
         {"/I", "", "", "Default 1394 transaction timeout = 200"},
     };

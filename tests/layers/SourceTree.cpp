@@ -63,7 +63,9 @@ std::vector<std::string> IncludesOf(const std::string& text) {
     return names;
 }
 
-bool IsHeader(const std::string& path) { return path.size() > 2 && path.substr(path.size() - 2) == ".h"; }
+bool IsHeader(const std::string& path) {
+    return path.size() > 2 && path.substr(path.size() - 2) == ".h";
+}
 
 std::map<std::string, std::string> HeadersByName(const SourceTree& tree, std::vector<std::string>& findings) {
     std::map<std::string, std::string> headers;

@@ -139,7 +139,7 @@ TEST_F(ADatabase, HasEveryAcknowledgedRowAfterAKill) {
     close(ends[1]);
     std::int64_t acknowledged = 0;
     for (char byte = 0; read(ends[0], &byte, 1) == 1;)
-        if (++acknowledged == 1500) // the log has been folded into the file at least once
+        if (++acknowledged == 1500)
             kill(child, SIGKILL);
     close(ends[0]);
     waitpid(child, nullptr, 0);

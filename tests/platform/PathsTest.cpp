@@ -30,23 +30,21 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
     const struct {
         std::string path;
         std::string resolved;
-    } cases[] = {
-        {"Data/App.TWD", "Data/App.TWD"},
-        {"data\\app.twd", "Data/App.TWD"},
-        {".\\DATA\\\\inner\\", "./Data/Inner"},
-        {"data\\..\\DATA\\app.twd", "Data/../Data/App.TWD"},
-        {"data/readme", "Data/readme"}, // the exact name goes first
-        {"data/ReadMe", "Data/README"}, // then the first in byte order
-        {"Ambig\\new.txt", "AMBIG/new.txt"},
-        {"data\\New Folder\\x.txt", "Data/New Folder/x.txt"},
-        {"data\\app.twd\\below", "Data/App.TWD/below"},
-        {"C:" + folder.path() + "\\data", folder.file("Data")},
-        {"C:\\", "/"},
-        {"", ""},
-        {std::string("da\0ta", 5), std::string("da\0ta", 5)},
-        {"\xFF\xFE*?<>|", "\xFF\xFE*?<>|"},
-        {std::string(5000, 'x'), std::string(5000, 'x')},
-    };
+    } cases[] = {{"Data/App.TWD", "Data/App.TWD"},
+                 {"data\\app.twd", "Data/App.TWD"},
+                 {".\\DATA\\\\inner\\", "./Data/Inner"},
+                 {"data\\..\\DATA\\app.twd", "Data/../Data/App.TWD"},
+                 {"data/readme", "Data/readme"}, // the exact name goes first
+                 {"data/ReadMe", "Data/README"}, // then the first in byte order
+                 {"Ambig\\new.txt", "AMBIG/new.txt"},
+                 {"data\\New Folder\\x.txt", "Data/New Folder/x.txt"},
+                 {"data\\app.twd\\below", "Data/App.TWD/below"},
+                 {"C:" + folder.path() + "\\data", folder.file("Data")},
+                 {"C:\\", "/"},
+                 {"", ""},
+                 {std::string("da\0ta", 5), std::string("da\0ta", 5)},
+                 {"\xFF\xFE*?<>|", "\xFF\xFE*?<>|"},
+                 {std::string(5000, 'x'), std::string(5000, 'x')}};
     for (const auto& row : cases)
         EXPECT_EQ(platform::ResolvePath(row.path), row.resolved) << row.path.substr(0, 80);
 }

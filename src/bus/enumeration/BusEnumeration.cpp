@@ -2,7 +2,6 @@
 
 #include "Failure.h"
 #include "WindowSystem.h"
-#include "WindowSystem.h"
 #include "bas1394.h"
 #include "basConfigRom.h"
 

@@ -54,9 +54,9 @@ struct ConfigRomDirectory {
 // Bits of root key 0x0C (ISO/IEC 13213), in order of the flags below.
 struct NodeCapabilityFlags {
     bool SplitTimeout = false, MessagePassing = false, InterruptRegisters = false, ArgumentRegisters = false,
-         TestRegisters = false, PrivateSpace = false, BitAddressing64 = false, FixedAddressing = false,
-         LostBit = false, DisableRequest = false, ErrorLogRegister = false, AttentionBit = false, OffBit = false,
-         DeadState = false, InitializingState = false;
+         TestRegisters = false, PrivateSpace = false, BitAddressing64 = false, FixedAddressing = false, LostBit = false,
+         DisableRequest = false, ErrorLogRegister = false, AttentionBit = false, OffBit = false, DeadState = false,
+         InitializingState = false;
 };
 
 struct ConfigRomRecord {
@@ -75,15 +75,15 @@ struct ConfigRomRecord {
     std::uint8_t ChipIDHi = 0;
     std::int32_t ChipIdLow = 0;
     std::array<std::uint8_t, 8> GUID{};
-    std::int32_t ModelId = 0;         // root key 0x17
-    std::int32_t ModuleVendorId = 0;  // 0x03
-    std::int32_t ModuleHwVersion = 0; // 0x04
-    std::int32_t ModuleSpecId = 0;    // 0x05
-    std::int32_t ModuleSwVersion = 0; // 0x06
-    NodeCapabilityFlags NodeCapabilities; // 0x0C
-    std::int32_t NodeVendorId = 0;    // 0x08, not NodeVendorID
-    std::int32_t NodeHwVersion = 0;   // 0x09
-    std::int32_t NodeSpecId = 0;      // 0x0A
-    std::int32_t NodeSwVersion = 0;   // 0x0B
+    std::int32_t ModelId = 0;                                                         // root key 0x17
+    std::int32_t ModuleVendorId = 0;                                                  // 0x03
+    std::int32_t ModuleHwVersion = 0;                                                 // 0x04
+    std::int32_t ModuleSpecId = 0;                                                    // 0x05
+    std::int32_t ModuleSwVersion = 0;                                                 // 0x06
+    NodeCapabilityFlags NodeCapabilities;                                             // 0x0C
+    std::int32_t NodeVendorId = 0;                                                    // 0x08, not NodeVendorID
+    std::int32_t NodeHwVersion = 0;                                                   // 0x09
+    std::int32_t NodeSpecId = 0;                                                      // 0x0A
+    std::int32_t NodeSwVersion = 0;                                                   // 0x0B
     std::vector<ConfigRomDirectory> Directories = std::vector<ConfigRomDirectory>(1); // 0 is the root
 };

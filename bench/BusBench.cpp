@@ -1,0 +1,78 @@
+// What this computer does for each node and each block, on a bus that takes no time: transactions
+// of 0 microseconds, and a virtual clock on which every pause is free. The simulated devices' own
+// work is in the figures.
+#include "HeadlessProgram.h"
+#include "bas1394.h"
+#include "basBootloader.h"
+#include "basConfigRom.h"
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+
+namespace {
+
+constexpr std::int32_t BLOCK_SIZE = 1024, IMAGE_SIZE = 1 << 20;
+
+std::string TimelessBus(int targets) {
+    std::string nodes;
+    for (int node = 0; node < targets; ++node)
+        nodes += testing_support::Target(fmt::format("000F1B{:010X}", node + 1), "bootloader") + ", ";
+    return R"({"transactionMicroseconds": 0, "nodes": [)" + nodes + R"({"kind": "host"}]})";
+}
+
+// A program that has come up and found its targets.
+struct Program : testing_support::HeadlessProgram {
+    explicit Program(int targets) : HeadlessProgram(TimelessBus(targets), LEVEL_WARNING) {
+        basApp::Main("");
+        windowSystem.RunUntil([] { return bas1394::globals.BusEnumerated && basBootloader::globals.DiscoveryComplete; },
+                              60'000);
+    }
+};
+
+void ReadRomsOf63Nodes(benchmark::State& state) {
+    const Program program(62);
+    const std::size_t nodes = bas1394::globals.DeviceTable.size();
+    if (nodes != 63)
+        return state.SkipWithError("the node table isn't complete");
+    for (auto _ : state) {
+        for (std::size_t node = 0; node < nodes; ++node) {
+            ConfigRomRecord rom;
+            if (basConfigRom::GetFormattedConfigRom(static_cast<std::int32_t>(node), rom) != 1)
+                return state.SkipWithError("a ROM wasn't read whole");
+            benchmark::DoNotOptimize(rom);
+        }
+    }
+}
+BENCHMARK(ReadRomsOf63Nodes)->Unit(benchmark::kMillisecond);
+
+// False when the target doesn't take the announcement of another image.
+bool Announce(std::int32_t handle) {
+    basBootloader::DownloadAnnouncement announcement;
+    announcement.StartAddress = 0x20000000;
+    announcement.Length = IMAGE_SIZE;
+    std::int32_t maxBlockSize = 0;
+    return basBootloader::DownloadStart(handle, announcement, maxBlockSize, 40000) == 1 && maxBlockSize == BLOCK_SIZE;
+}
+
+void DownloadOneBlock(benchmark::State& state) {
+    const Program program(1);
+    const std::int32_t handle = basBootloader::globals.TargetList.front().Handle;
+    basApp::globals.DownloadInProgress = true;
+    ByteArray block(BLOCK_SIZE, 0x5A);
+    std::int32_t sent = IMAGE_SIZE;
+    for (auto _ : state) {
+        if (sent == IMAGE_SIZE) {
+            state.PauseTiming();
+            if (!Announce(handle))
+                return state.SkipWithError("the target doesn't take the announcement");
+            sent = 0;
+            state.ResumeTiming();
+        }
+        if (basBootloader::DownloadBlock(handle, sent / BLOCK_SIZE, 0x20000000 + sent, BLOCK_SIZE, block) != 1)
+            return state.SkipWithError("the target doesn't take the block");
+        sent += BLOCK_SIZE;
+    }
+}
+BENCHMARK(DownloadOneBlock)->Unit(benchmark::kMicrosecond);
+
+} // namespace
