@@ -78,6 +78,7 @@ int main(int argc, char** argv) {
     const QtDialogs dialogs;
     wiring::WireProgram(HooksOfTheWindows());
     windows::hooks.shutdownApplication = basApp::ShutdownApplication;
-    // No result reaches the operating system.
-    return basApp::Main(commandLine) ? QApplication::exec() : 0;
+    // No result reaches the operating system. A start that failed before there was a window ends here.
+    const bool goesOn = basApp::Main(commandLine) && windows::globals.parent != nullptr;
+    return goesOn ? QApplication::exec() : 0;
 }

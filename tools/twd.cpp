@@ -10,22 +10,25 @@
 #include "basUtils.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <ctime>
+#include <chrono>
+#include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
 constexpr std::size_t HEADER_SIZE = 352, INFO_OFFSET = 0x60, INFO_SIZE = 256;
+constexpr std::size_t MAX_PACKAGE = std::numeric_limits<std::int32_t>::max(); // offsets and lengths are signed
 
 struct SectionOptions {
     std::string file;
     std::uint32_t address = 0;
+    std::optional<std::uint32_t> crc; // in place of the one that is computed
 };
 
 struct PackOptions {
@@ -35,25 +38,75 @@ struct PackOptions {
 };
 
 ByteArray ReadWhole(const std::string& path) {
-    platform::InputFile file(path);
-    ByteArray bytes(std::size_t(file.Size()));
-    bytes.resize(bytes.empty() ? 0 : file.Read(bytes.data(), bytes.size()));
+    ByteArray bytes;
+    platform::Attempt(
+        [&] {
+            platform::InputFile file(path);
+            bytes.resize(static_cast<std::size_t>(file.Size()));
+            bytes.resize(bytes.empty() ? 0 : file.Read(bytes.data(), bytes.size()));
+        },
+        [&](const platform::Failure& f) {
+            platform::Raise(f.Number, fmt::format("'{}' can't be read: {}", path, f.Description));
+        });
     return bytes;
 }
 
+void WriteWhole(const std::string& path, const ByteArray& bytes) {
+    platform::Attempt([&] { platform::WriteFileAtomically(path, bytes); },
+                      [&](const platform::Failure& f) {
+                          platform::Raise(f.Number, fmt::format("'{}' can't be written: {}", path, f.Description));
+                      });
+}
+
+// Text of a file that nobody vouches for, fit for a terminal.
+std::string Printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
+}
+
 std::uint32_t Crc(const std::uint8_t* bytes, std::size_t count) {
-    return std::uint32_t(crc32(crc32(0, nullptr, 0), bytes, uInt(count)));
+    return static_cast<std::uint32_t>(crc32(0, bytes, static_cast<uInt>(count)));
 }
 
 void PutQuadlet(ByteArray& package, std::size_t at, std::uint32_t value) {
-    basUtils::LongToByteArray(std::int32_t(value), package, std::int32_t(at));
+    basUtils::LongToByteArray(static_cast<std::int32_t>(value), package, static_cast<std::int32_t>(at));
 }
 
-// "20020831" and the like: digits of one field, filled with zeros.
-void PutDigits(ByteArray& package, std::size_t at, const std::string& digits, std::size_t needed, const char* option) {
-    if (digits.size() != needed || digits.find_first_not_of("0123456789") != std::string::npos)
-        platform::Raise(platform::INVALID_CALL, fmt::format("{} takes {} digits, not '{}'", option, needed, digits));
-    std::copy(digits.begin(), digits.end(), package.begin() + std::ptrdiff_t(at));
+int Number(std::string_view digits) {
+    int number = 0;
+    for (char digit : digits)
+        number = number * 10 + (digit - '0');
+    return number;
+}
+
+bool AreDigits(std::string_view text, std::size_t count) {
+    return text.size() == count && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool IsDate(std::string_view text) {
+    using namespace std::chrono;
+    return AreDigits(text, 8) &&
+           year_month_day(year(Number(text.substr(0, 4))), month(static_cast<unsigned>(Number(text.substr(4, 2)))),
+                          day(static_cast<unsigned>(Number(text.substr(6, 2)))))
+               .ok();
+}
+
+bool IsTime(std::string_view text) {
+    return AreDigits(text, 6) && Number(text.substr(0, 2)) < 24 && Number(text.substr(2, 2)) < 60 &&
+           Number(text.substr(4, 2)) < 60;
+}
+
+void PutDateAndTime(ByteArray& package, const PackOptions& options) {
+    const platform::SystemTime now = platform::GetSystemTime();
+    const std::string date = options.date.empty() ? basUtils::FormatSystemTime(now, "yyyymmdd") : options.date;
+    const std::string time = options.time.empty() ? basUtils::FormatSystemTime(now, "hhnnss") : options.time;
+    if (!IsDate(date))
+        platform::Raise(platform::INVALID_CALL, fmt::format("--date takes YYYYMMDD, not '{}'", date));
+    if (!IsTime(time))
+        platform::Raise(platform::INVALID_CALL, fmt::format("--time takes HHMMSS, not '{}'", time));
+    std::ranges::copy(date, package.begin() + 0x08);
+    std::ranges::copy(time, package.begin() + 0x10);
 }
 
 // Appends the section's bytes and writes its four header fields.
@@ -63,21 +116,19 @@ void PutSection(ByteArray& package, std::size_t fields, const SectionOptions& se
     const ByteArray bytes = ReadWhole(section.file);
     if (bytes.empty())
         platform::Raise(platform::INVALID_CALL, fmt::format("'{}' is empty", section.file));
-    PutQuadlet(package, fields, std::uint32_t(package.size()));
+    if (package.size() + bytes.size() > MAX_PACKAGE)
+        platform::Raise(platform::INVALID_CALL, fmt::format("'{}' makes the package longer than 2 GiB", section.file));
+    PutQuadlet(package, fields, static_cast<std::uint32_t>(package.size()));
     PutQuadlet(package, fields + 4, section.address);
-    PutQuadlet(package, fields + 8, std::uint32_t(bytes.size()));
-    PutQuadlet(package, fields + 12, Crc(bytes.data(), bytes.size()));
+    PutQuadlet(package, fields + 8, static_cast<std::uint32_t>(bytes.size()));
+    PutQuadlet(package, fields + 12, section.crc ? *section.crc : Crc(bytes.data(), bytes.size()));
     package.insert(package.end(), bytes.begin(), bytes.end());
 }
 
 int Pack(const PackOptions& options) {
-    const std::time_t now = std::time(nullptr);
-    const std::string date = options.date.empty() ? fmt::format("{:%Y%m%d}", fmt::gmtime(now)) : options.date;
-    const std::string time = options.time.empty() ? fmt::format("{:%H%M%S}", fmt::gmtime(now)) : options.time;
     ByteArray package(HEADER_SIZE);
     basUtils::LongToByteArray(TwdMagic, package, 0, true);
-    PutDigits(package, 0x08, date, 8, "--date");
-    PutDigits(package, 0x10, time, 6, "--time");
+    PutDateAndTime(package, options);
     PutQuadlet(package, 0x18, options.softwareId);
     PutQuadlet(package, 0x1C, options.softwareVersion);
     PutQuadlet(package, 0x20, options.hardwareId);
@@ -85,26 +136,28 @@ int Pack(const PackOptions& options) {
     const ByteArray info = platform::AnsiFromText(options.info);
     if (info.size() > INFO_SIZE)
         platform::Raise(platform::INVALID_CALL, fmt::format("--info takes at most {} characters", INFO_SIZE));
-    std::copy(info.begin(), info.end(), package.begin() + INFO_OFFSET);
+    std::ranges::copy(info, package.begin() + INFO_OFFSET);
     PutSection(package, 0x30, options.image1);
     PutSection(package, 0x40, options.image2);
     PutSection(package, 0x50, options.cne);
-    platform::WriteFileAtomically(options.output, package);
+    WriteWhole(options.output, package);
     fmt::print("{}: {} bytes\n", options.output, package.size());
     return 0;
 }
 
+// Without the magic when the file is no package.
 TwdHeader Load(const std::string& path) {
-    ByteArray bytes;
+    ByteArray bytes = ReadWhole(path);
     TwdHeader header;
-    if (basUtils::ReadFileBytes(path, bytes) != 1)
-        platform::Raise(platform::FILE_NOT_FOUND, fmt::format("'{}' can't be read", path));
-    basBootloader::ByteArrayToTwdStruct(bytes, header);
+    if (bytes.size() < HEADER_SIZE)
+        return header; // no package
+    bytes.push_back(0);
+    basBootloader::ByteArrayToTwdStruct(std::move(bytes), header);
     return header;
 }
 
 struct NamedSection {
-    const char* name;
+    std::string_view name;
     TwdSection TwdHeader::*section;
 };
 constexpr NamedSection SECTIONS[] = {
@@ -112,127 +165,138 @@ constexpr NamedSection SECTIONS[] = {
 
 // FileData has one 0 behind the file's bytes.
 bool LiesInside(const TwdHeader& header, const TwdSection& section) {
-    const std::int64_t end = std::int64_t(section.Offset) + section.Length;
-    return section.Offset >= 0 && end <= std::int64_t(header.FileData.size()) - 1;
+    const std::int64_t end = std::int64_t{section.Offset} + section.Length;
+    return section.Offset >= 0 && end <= static_cast<std::int64_t>(header.FileData.size()) - 1;
+}
+
+int TellFaults(const std::string& path, const std::vector<std::string>& faults) {
+    for (const std::string& fault : faults)
+        fmt::print(stderr, "twd: '{}': {}\n", path, fault);
+    return faults.empty() ? 0 : 1;
+}
+
+constexpr const char* NO_PACKAGE = "it doesn't begin with a package header";
+
+std::string SectionLine(const NamedSection& named, const TwdSection& section) {
+    return fmt::format("{:<10} offset 0x{:X} address 0x{:08X} length {} crc 0x{:08X}\n", named.name,
+                       static_cast<std::uint32_t>(section.Offset), static_cast<std::uint32_t>(section.Address),
+                       section.Length, static_cast<std::uint32_t>(section.Crc));
 }
 
 int Show(const std::string& path) {
     const TwdHeader header = Load(path);
-    if (!basBootloader::IsTwdValid(header)) {
-        fmt::print(stderr, "twd: '{}' is no package\n", path);
-        return 1;
-    }
-    fmt::print(
-        "date       {}\ntime       {}\nsoftware   0x{:X} version {}\nhardware   {}\nvendor     0x{:X}\ninfo       "
-        "{}\n",
-        basBootloader::FormatTwdDate(header.ImageDate), basBootloader::FormatTwdTime(header.ImageTime),
-        std::uint32_t(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion), header.HardwareID,
-        std::uint32_t(header.VendorID), header.InfoText);
-    for (const NamedSection& named : SECTIONS) {
-        const TwdSection& section = header.*named.section;
-        if (section.Length > 0)
-            fmt::print("{:<10} offset 0x{:X} address 0x{:08X} length {} crc 0x{:08X}\n", named.name,
-                       std::uint32_t(section.Offset), std::uint32_t(section.Address), section.Length,
-                       std::uint32_t(section.Crc));
-    }
+    if (!basBootloader::IsTwdValid(header))
+        return TellFaults(path, {NO_PACKAGE});
+    fmt::print("date       {}\ntime       {}\n", Printable(basBootloader::FormatTwdDate(header.ImageDate)),
+               Printable(basBootloader::FormatTwdTime(header.ImageTime)));
+    fmt::print("software   0x{:X} version {}\nhardware   {}\nvendor     0x{:X}\ninfo       {}\n",
+               static_cast<std::uint32_t>(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion),
+               header.HardwareID, static_cast<std::uint32_t>(header.VendorID),
+               Printable(header.InfoText.substr(0, header.InfoText.find('\0'))));
+    for (const NamedSection& named : SECTIONS)
+        if ((header.*named.section).Length > 0)
+            fmt::print("{}", SectionLine(named, header.*named.section));
     return 0;
 }
 
-bool AreDigits(const std::array<std::uint8_t, 8>& field, std::size_t count) {
-    return std::all_of(field.begin(), field.begin() + std::ptrdiff_t(count),
-                       [](std::uint8_t c) { return c >= '0' && c <= '9'; });
+std::string Text(const std::array<std::uint8_t, 8>& field, std::size_t count) {
+    return {field.begin(), field.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+
+void CheckSection(const TwdHeader& header, const NamedSection& named, std::vector<std::string>& faults) {
+    const TwdSection& section = header.*named.section;
+    if (section.Length <= 0)
+        return;
+    if (!LiesInside(header, section)) {
+        faults.push_back(fmt::format("section {} reaches outside the file", named.name));
+        return;
+    }
+    const std::uint32_t crc = Crc(header.FileData.data() + section.Offset, static_cast<std::size_t>(section.Length));
+    if (crc != static_cast<std::uint32_t>(section.Crc))
+        faults.push_back(fmt::format("section {} has the CRC 0x{:08X}, the header tells 0x{:08X}", named.name, crc,
+                                     static_cast<std::uint32_t>(section.Crc)));
 }
 
 int Check(const std::string& path) {
     const TwdHeader header = Load(path);
-    std::vector<std::string> faults;
     if (!basBootloader::IsTwdValid(header))
-        faults.emplace_back("it doesn't begin with a package header");
-    else {
-        if (!AreDigits(header.ImageDate, 8) || !AreDigits(header.ImageTime, 6))
-            faults.emplace_back("its date or time isn't made of digits");
-        for (const NamedSection& named : SECTIONS) {
-            const TwdSection& section = header.*named.section;
-            if (section.Length <= 0)
-                continue;
-            if (!LiesInside(header, section))
-                faults.push_back(fmt::format("section {} reaches outside the file", named.name));
-            else if (Crc(header.FileData.data() + section.Offset, std::size_t(section.Length)) !=
-                     std::uint32_t(section.Crc))
-                faults.push_back(fmt::format("section {} doesn't have the CRC that the header tells", named.name));
-        }
-    }
-    for (const std::string& fault : faults)
-        fmt::print(stderr, "twd: '{}': {}\n", path, fault);
+        return TellFaults(path, {NO_PACKAGE});
+    std::vector<std::string> faults;
+    if (!IsDate(Text(header.ImageDate, 8)))
+        faults.emplace_back("its date is none");
+    if (!IsTime(Text(header.ImageTime, 6)))
+        faults.emplace_back("its time is none");
+    for (const NamedSection& named : SECTIONS)
+        CheckSection(header, named, faults);
     if (faults.empty())
         fmt::print("{}: good\n", path);
-    return faults.empty() ? 0 : 1;
+    return TellFaults(path, faults);
 }
 
 int Extract(const std::string& path, const std::string& name, const std::string& output) {
+    const auto named = std::ranges::find(SECTIONS, name, &NamedSection::name);
     const TwdHeader header = Load(path);
-    for (const NamedSection& named : SECTIONS) {
-        const TwdSection& section = header.*named.section;
-        if (name != named.name)
-            continue;
-        if (section.Length <= 0 || !LiesInside(header, section)) {
-            fmt::print(stderr, "twd: '{}' has no section {}, or it reaches outside the file\n", path, name);
-            return 1;
-        }
-        const auto start = header.FileData.begin() + section.Offset;
-        platform::WriteFileAtomically(output, ByteArray(start, start + section.Length));
-        return 0;
-    }
-    fmt::print(stderr, "twd: there is no section named '{}'\n", name);
-    return 2;
+    if (!basBootloader::IsTwdValid(header))
+        return TellFaults(path, {NO_PACKAGE});
+    const TwdSection& section = header.*named->section;
+    if (section.Length <= 0)
+        return TellFaults(path, {fmt::format("it has no section {}", name)});
+    if (!LiesInside(header, section))
+        return TellFaults(path, {fmt::format("section {} reaches outside the file", name)});
+    const auto start = header.FileData.begin() + section.Offset;
+    WriteWhole(output, ByteArray(start, start + section.Length));
+    return 0;
 }
 
 void AddSection(CLI::App* command, const std::string& name, SectionOptions& section) {
-    command->add_option("--" + name, section.file, "file with the section's bytes");
-    command->add_option("--" + name + "-address", section.address, "its start address on the target");
+    auto* file = command->add_option("--" + name, section.file, "file with the section's bytes");
+    command->add_option("--" + name + "-address", section.address, "its start address on the target")->needs(file);
+    command->add_option("--" + name + "-crc", section.crc, "the target's own CRC; default CRC-32")->needs(file);
+}
+
+void AddPacking(CLI::App& app, PackOptions& pack, int& code) {
+    CLI::App* command = app.add_subcommand("pack", "makes a package");
+    command->add_option("PACKAGE", pack.output)->required();
+    command->add_option("--date", pack.date, "YYYYMMDD, UTC; default today");
+    command->add_option("--time", pack.time, "HHMMSS, UTC; default now");
+    command->add_option("--software-id", pack.softwareId, "which software it is");
+    command->add_option("--software-version", pack.softwareVersion, "0x01020304 is 1.2.3.4");
+    command->add_option("--hardware-id", pack.hardwareId, "the hardware model that it is for");
+    command->add_option("--vendor-id", pack.vendorId, "the vendor that it is for");
+    command->add_option("--info", pack.info, "free text, at most 256 characters");
+    AddSection(command, "image1", pack.image1);
+    AddSection(command, "image2", pack.image2);
+    AddSection(command, "cne", pack.cne);
+    command->callback([&] { code = Pack(pack); });
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"Firmware packages: pack, show, check, extract"};
+    CLI::App app{"Firmware packages: pack, show, check, extract.\n"
+                 "Exit code: 0 done and good, 1 the package has a fault, 2 usage or an unreadable file."};
     app.require_subcommand(1);
+    int code = 2;
     PackOptions pack;
-    auto* packing = app.add_subcommand("pack", "makes a package");
-    packing->add_option("PACKAGE", pack.output)->required();
-    packing->add_option("--date", pack.date, "YYYYMMDD, UTC; default today");
-    packing->add_option("--time", pack.time, "HHMMSS, UTC; default now");
-    packing->add_option("--software-id", pack.softwareId);
-    packing->add_option("--software-version", pack.softwareVersion, "0x01020304 is 1.2.3.4");
-    packing->add_option("--hardware-id", pack.hardwareId);
-    packing->add_option("--vendor-id", pack.vendorId);
-    packing->add_option("--info", pack.info, "free text, at most 256 characters");
-    AddSection(packing, "image1", pack.image1);
-    AddSection(packing, "image2", pack.image2);
-    AddSection(packing, "cne", pack.cne);
+    AddPacking(app, pack, code);
     std::string file, section, output;
-    auto* showing = app.add_subcommand("show", "prints the header");
-    auto* checking = app.add_subcommand("check", "magic, dates, bounds, CRCs");
-    auto* extracting = app.add_subcommand("extract", "writes one section to a file");
-    for (CLI::App* command : {showing, checking, extracting})
+    CLI::App* show = app.add_subcommand("show", "prints the header");
+    CLI::App* check = app.add_subcommand("check", "magic, date and time, bounds, CRCs");
+    CLI::App* extract = app.add_subcommand("extract", "writes one section to a file");
+    for (CLI::App* command : {show, check, extract})
         command->add_option("PACKAGE", file)->required();
-    extracting->add_option("SECTION", section, "image1, image2 or cne")->required();
-    extracting->add_option("FILE", output)->required();
+    extract->add_option("SECTION", section)->required()->check(CLI::IsMember({"image1", "image2", "cne"}));
+    extract->add_option("FILE", output)->required();
+    show->callback([&] { code = Show(file); });
+    check->callback([&] { code = Check(file); });
+    extract->callback([&] { code = Extract(file, section, output); });
     try {
         app.parse(argc, argv);
+        return code;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    } catch (...) {
+        fmt::print(stderr, "twd: {}\n", platform::CurrentFailure().Description);
+        return 2;
     }
-    int code = 2;
-    platform::Attempt(
-        [&] {
-            if (packing->parsed())
-                code = Pack(pack);
-            else if (showing->parsed())
-                code = Show(file);
-            else
-                code = checking->parsed() ? Check(file) : Extract(file, section, output);
-        },
-        [](const platform::Failure& f) { fmt::print(stderr, "twd: {}\n", f.Description); });
-    return code;
 }

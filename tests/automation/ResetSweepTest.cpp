@@ -61,6 +61,7 @@ protected:
         ASSERT_FALSE(Undisturbed().saidError);
     }
     void TearDown() override {
+        EXPECT_GT(disturbed_, runs_ / 2) << "the trouble doesn't happen";
         std::cout << runs_ << " runs of " << Undisturbed().transactions << " transactions each, " << loads_
                   << " of them loaded\n";
     }
@@ -69,10 +70,11 @@ protected:
         const Outcome outcome = RunWith(faults, trouble);
         ++runs_;
         loads_ += outcome.saidLoaded;
+        disturbed_ += outcome.transactions != Undisturbed().transactions;
         ExpectHonest(outcome);
         return outcome;
     }
-    int runs_ = 0, loads_ = 0;
+    int runs_ = 0, loads_ = 0, disturbed_ = 0;
 };
 
 TEST_F(Sweep, ABusResetBehindAnyTransactionEndsInALoadOrAClearFailure) {

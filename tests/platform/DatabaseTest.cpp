@@ -98,24 +98,6 @@ TEST_F(ADatabase, IsToldFromOtherFilesAtOnce) {
     EXPECT_EQ(platform::ReadWholeFile(text), ByteArray(5000, 'x'));
 }
 
-TEST_F(ADatabase, IsSmallerAndTheSameAfterCompacting) {
-    {
-        platform::Database database(path);
-        const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
-        database.Execute("BEGIN");
-        for (int i = 0; i < 500; ++i)
-            AddRow(*rows, i, std::string(200, 'm'));
-        database.Execute("COMMIT; DELETE FROM tblStatus WHERE Level < 490");
-    }
-    const std::string compacted = folder.file("compacted.mdb");
-    platform::Database::Compact(path, compacted);
-    EXPECT_LT(std::filesystem::file_size(compacted), std::filesystem::file_size(path) / 4);
-    platform::Database database(compacted);
-    const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
-    EXPECT_EQ(rows->RecordCount(), 10);
-    EXPECT_EQ(rows->Text("Level"), "490");
-}
-
 // Acknowledges each row with a byte once Update has returned, until it is killed.
 [[noreturn]] void AddRowsForEver(const std::string& path, int acknowledgements) {
     platform::Database database(path);

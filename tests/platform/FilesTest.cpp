@@ -5,11 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <filesystem>
-#include <new>
-#include <stdexcept>
-#include <system_error>
 
 namespace {
 
@@ -53,20 +49,6 @@ TEST(Files, FailWithTheClassicNumbers) {
     std::uint8_t byte = 0;
     platform::InputFile directory(folder.path());
     EXPECT_EQ(FailureOf([&] { directory.Read(&byte, 1); }), 75);
-}
-
-TEST(Failures, TakeTheirNumberFromWhatWasThrown) {
-    const auto systemError = [](int error) {
-        return FailureOf([&] { throw std::system_error(error, std::generic_category()); });
-    };
-    EXPECT_EQ(systemError(ENOENT), 53);
-    EXPECT_EQ(systemError(EROFS), 70);
-    EXPECT_EQ(systemError(ENOSPC), 61);
-    EXPECT_EQ(systemError(EIO), 57);
-    EXPECT_EQ(FailureOf([] { throw std::bad_alloc(); }), 7);
-    EXPECT_EQ(FailureOf([] { throw std::out_of_range("x"); }), 9);
-    EXPECT_EQ(FailureOf([] { throw std::invalid_argument("x"); }), 5);
-    EXPECT_EQ(FailureOf([] { throw 1; }), 5);
 }
 
 TEST(CopyingAFile, ReplacesTheTargetOrLeavesItAlone) {
