@@ -3,16 +3,22 @@ PREFIX ?= run/program
 PACKAGE ?=
 FUZZ_SECONDS ?= 20
 
-.PHONY: run gui test bench lint asan fuzz install build setup clean
+.PHONY: run gui test bench lint asan fuzz install setup configure build program clean
 
 setup:
 	@bash scripts/setup.sh
 
-build: setup
+configure: setup
 	@cmake --preset release >/dev/null
+
+build: configure
 	@cmake --build --preset release
 
-install: build
+# What is installed, without the tests.
+program: configure
+	@cmake --build --preset release --target program
+
+install: program
 	@cmake --install build/release --prefix $(PREFIX) >/dev/null
 
 run: install
@@ -24,10 +30,10 @@ gui: install
 test: build
 	@bash scripts/test.sh release
 
-bench: install
+bench: build install
 	@bash scripts/bench.sh
 
-lint: build
+lint: configure
 	@bash scripts/lint.sh
 
 asan: setup

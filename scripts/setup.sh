@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this Debian machine doesn't have; asks nothing.
 set -euo pipefail
-here=$(dirname "$0")
+cd "$(dirname "$0")"
+mapfile -t packages < packages.txt
+# One question for all of them, so that a machine that has everything loses no time.
+present=$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' "${packages[@]}" 2>/dev/null | sed -n 's/^ii *//p' || true)
 missing=()
-while read -r package; do
-    [ -n "$package" ] || continue
-    status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-    [ "$status" = "install ok installed" ] || missing+=("$package")
-done < "$here/packages.txt"
+for package in "${packages[@]}"; do
+    [[ $'\n'$present$'\n' == *$'\n'"$package"$'\n'* ]] || missing+=("$package")
+done
 [ ${#missing[@]} -eq 0 ] && exit 0
 echo "Installing: ${missing[*]}"
 run=()
-[ "$(id -u)" -eq 0 ] || run=(sudo)
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "setup: neither root nor sudo; install them first" >&2; exit 1; }
+    run=(sudo env DEBIAN_FRONTEND=noninteractive)
+fi
 export DEBIAN_FRONTEND=noninteractive
 "${run[@]}" apt-get update -qq
 "${run[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
