@@ -6,8 +6,9 @@ for target in build/fuzz/bin/fuzz_*; do
     echo "fuzz_$name, ${FUZZ_SECONDS:-20} s"
     work=build/fuzz/corpus/$name
     mkdir -p "$work"
-    "$target" -max_total_time="${FUZZ_SECONDS:-20}" -rss_limit_mb=2048 -timeout=10 -print_final_stats=0 -verbosity=0 \
-        -artifact_prefix="build/fuzz/$name-" "$work" "fuzz/corpus/$name" >"build/fuzz/$name.log" 2>&1 ||
-        { tail -40 "build/fuzz/$name.log"; exit 1; }
+    log=build/fuzz/$name.log
+    "$target" -max_total_time="${FUZZ_SECONDS:-20}" -rss_limit_mb=2048 -timeout=10 -artifact_prefix="build/fuzz/$name-" \
+        "$work" "fuzz/corpus/$name" >"$log" 2>&1 || { tail -40 "$log"; exit 1; }
+    sed -n 's/^#\([0-9]*\)\tDONE *cov: \([0-9]*\).*/    \1 inputs, \2 places in the code reached/p' "$log"
 done
 echo "fuzz: nothing found"

@@ -4,6 +4,7 @@
 #include "basApp.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 
 namespace wiring {
@@ -43,6 +44,11 @@ bool RunIsOn() {
 }
 
 } // namespace
+
+// Whoever reads may go away in the middle of a load, and the device would be left with half an image.
+void SurviveLostReader() {
+    std::signal(SIGPIPE, SIG_IGN);
+}
 
 void PrintToStandardOutput(std::string_view line) {
     Print(stdout, line);

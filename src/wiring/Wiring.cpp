@@ -114,6 +114,7 @@ void WireAutomation(const WindowHooks& windows) {
 } // namespace
 
 void WireProgram(const WindowHooks& windows) {
+    SurviveLostReader();
     globals.windows = windows;
     WireMessages(windows);
     WireStartAndStop(windows);

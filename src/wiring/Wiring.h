@@ -58,6 +58,9 @@ void HandleIncomingData();
 
 // --- What an unattended run prints (Console.cpp) ---
 
+// A closed pipe on standard output doesn't end the process.
+void SurviveLostReader();
+
 // Messages of level WATCH and above, one per line: "<level> <message>".
 void EchoMessage(std::string_view message, std::int32_t level);
 // "progress <step> <bytes>/<length>" at each new step and each twentieth of the length.
