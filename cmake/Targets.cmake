@@ -24,6 +24,6 @@ function(hoistline_test name)
   add_test(NAME ${name} COMMAND ${name})
   # System-wide mutexes are files there: tests that run side by side must not meet in them.
   file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/runtime-${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 120
+  set_tests_properties(${name} PROPERTIES TIMEOUT 900
     ENVIRONMENT "XDG_RUNTIME_DIR=${CMAKE_CURRENT_BINARY_DIR}/runtime-${name};QT_QPA_PLATFORM=offscreen")
 endfunction()

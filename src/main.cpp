@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -75,7 +76,10 @@ int main(int argc, char** argv) {
     application.setApplicationName(basApp::TITLE);
     QApplication::setQuitOnLastWindowClosed(false);
     const QtWindowSystem windowSystem;
-    const QtDialogs dialogs;
+    // A run without a user must not wait for one: its boxes are lines on standard error.
+    std::optional<QtDialogs> dialogs;
+    if (!HasOperations(commandLine))
+        dialogs.emplace();
     wiring::WireProgram(HooksOfTheWindows());
     windows::hooks.shutdownApplication = basApp::ShutdownApplication;
     // No result reaches the operating system. A start that failed before there was a window ends here.
