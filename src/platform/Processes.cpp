@@ -83,6 +83,7 @@ std::vector<std::string> SplitAtBlanks(const std::string& command) {
 
 pid_t Spawn(const std::vector<std::string>& arguments) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         pointers.push_back(const_cast<char*>(argument.c_str()));
     pointers.push_back(nullptr);

@@ -5,9 +5,9 @@
 
 namespace simulator {
 
-// The kernel ends a sleep some 60 microseconds late, half a transaction. The end of a short sleep
-// is therefore waited out awake.
-static constexpr std::int64_t WAKE_UP_LATENESS = 80'000;
+// The kernel ends a sleep 60 to 200 microseconds late, a whole transaction and more. The end of a
+// sleep is therefore waited out awake.
+static constexpr std::int64_t WAKE_UP_LATENESS = 200'000;
 
 std::int64_t MonotonicNow() {
     timespec now{};
