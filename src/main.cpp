@@ -1,10 +1,11 @@
-// The program: the window system, the windows, and the wiring between them and the layers below.
+// The program: the window system, the windows wired to the layers below, and the message loop.
 
+#include "AppIcon.h"
 #include "CodePage.h"
 #include "QtDialogs.h"
 #include "QtWindowSystem.h"
+#include "WindowWiring.h"
 #include "Windows.h"
-#include "Wiring.h"
 #include "basApp.h"
 #include "basAutomation.h"
 
@@ -47,24 +48,6 @@ bool ChoosePlatform(const std::string& commandLine) {
     return true;
 }
 
-wiring::WindowHooks HooksOfTheWindows() {
-    wiring::WindowHooks hooks;
-    hooks.loadParentWindow = windows::LoadParentWindow;
-    hooks.mainWindowExists = [] { return windows::globals.main != nullptr; };
-    hooks.focusMainWindow = windows::FocusMainWindow;
-    hooks.nodesChanged = windows::NodesChanged;
-    hooks.debugSpew = windows::AppendDebugSpew;
-    hooks.startBusTimers = windows::StartBusTimers;
-    hooks.statusWindowWants = windows::StatusWindowWants;
-    hooks.postToStatusWindow = windows::PostToStatusWindow;
-    hooks.statusWindowCount = [] { return windows::globals.statusWindows.size(); };
-    hooks.enableMainWindow = windows::EnableMainWindow;
-    hooks.enableScheduler = windows::EnableScheduler;
-    hooks.endRun = windows::EndUnattendedRun;
-    hooks.endProgram = [] { QCoreApplication::exit(0); };
-    return hooks;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -74,14 +57,14 @@ int main(int argc, char** argv) {
     int qtArguments = 1; // the command line is the program's own
     QApplication application(qtArguments, argv);
     application.setApplicationName(basApp::TITLE);
+    QApplication::setWindowIcon(AppIcon());
     QApplication::setQuitOnLastWindowClosed(false);
     const QtWindowSystem windowSystem;
     // A run without a user must not wait for one: its boxes are lines on standard error.
     std::optional<QtDialogs> dialogs;
     if (!HasOperations(commandLine))
         dialogs.emplace();
-    wiring::WireProgram(HooksOfTheWindows());
-    windows::hooks.shutdownApplication = basApp::ShutdownApplication;
+    WireWindows([] { QCoreApplication::exit(0); });
     // No result reaches the operating system. A start that failed before there was a window ends here.
     const bool goesOn = basApp::Main(commandLine) && windows::globals.parent != nullptr;
     return goesOn ? QApplication::exec() : 0;

@@ -77,6 +77,13 @@ Device FindDevice(const std::string& driver, std::int16_t nodeNum) {
     return found == table.end() ? globals.NullDevice : *found;
 }
 
+std::int32_t IndexOfNode(std::int16_t nodeNum) {
+    const auto& table = globals.DeviceTable;
+    const auto found =
+        std::find_if(table.begin(), table.end(), [&](const Device& device) { return device.NodeNum == nodeNum; });
+    return found == table.end() ? -1 : static_cast<std::int32_t>(found - table.begin());
+}
+
 SelfId DecodeSelfId(const std::uint8_t packet[4]) {
     const auto field = [packet](int byte, std::uint32_t mask) {
         return static_cast<std::uint8_t>(basUtils::ExtractBitField(packet[byte], mask));

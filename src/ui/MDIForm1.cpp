@@ -1,63 +1,281 @@
 #include "MDIForm1.h"
 
+#include "Form.h"
+#include "Guarded.h"
+#include "Layout.h"
+#include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
+#include "frmAbout.h"
+#include "frmHelp.h"
 #include "frmMain.h"
 #include "frmStatus.h"
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QMdiSubWindow>
-
-#include <utility>
+#include <QMenuBar>
+#include <QScreen>
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr const char* MODULE = "MDIForm1";
+
+} // namespace
+
 MDIForm1::MDIForm1() : mdiArea(new QMdiArea(this)) {
     setObjectName("MDIForm1");
-    setAttribute(Qt::WA_DeleteOnClose, false);
     mdiArea->setObjectName("mdiArea");
+    mdiArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdiArea->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(mdiArea);
+    BuildMenus();
+    connect(mdiArea, &QMdiArea::subWindowActivated, this, &MDIForm1::ShowMenusOfActiveChild);
+}
+
+void MDIForm1::BuildMenus() {
+    const auto menu = [this](const char* name, const char* caption) {
+        auto* made = new QMenu(QString::fromLatin1(caption), this);
+        made->setObjectName(name);
+        return made;
+    };
+    const auto item = [this](QMenu* in, const char* name, const char* caption, auto click) {
+        QAction* action = in->addAction(QString::fromLatin1(caption));
+        action->setObjectName(name);
+        connect(action, &QAction::triggered, this, click);
+        return action;
+    };
+    mnuFile2 = menu("mnuFile2", "&File");
+    mnuExit = item(mnuFile2, "mnuExit", "E&xit", &MDIForm1::mnuExit_Click);
+    mnuView2 = menu("mnuView2", "&View");
+    mnuStatusWindow = item(mnuView2, "mnuStatusWindow", "&Status Window", &MDIForm1::mnuStatusWindow_Click);
+    mnuDebugLoggingLevel =
+        item(mnuView2, "mnuDebugLoggingLevel", "Debug &Logging Level", &MDIForm1::mnuDebugLoggingLevel_Click);
+    mnuDebugMessageLevel =
+        item(mnuView2, "mnuDebugMessageLevel", "Debug &Message Level", &MDIForm1::mnuDebugMessageLevel_Click);
+    mnuWindow = menu("mnuWindow", "&Window");
+    space = mnuWindow->addSeparator();
+    space->setObjectName("space");
+    mnuAutoScaleChildren = item(mnuWindow, "mnuAutoScaleChildren", "&Auto-Scale Children", [this] {
+        mnuAutoScaleChildren->toggle(); // the click itself flips the mark below
+        mnuAutoScaleChildren_Click();
+    });
+    mnuAutoScaleChildren->setCheckable(true);
+    mnuTile = item(mnuWindow, "mnuTile", "&Tile", &MDIForm1::mnuTile_Click);
+    mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [] {});
+    mnuHelp2 = menu("mnuHelp2", "&Help");
+    mnuUserGuide = item(mnuHelp2, "mnuUserGuide", "&User Guide", &MDIForm1::mnuUserGuide_Click);
+    mnuReleaseNotes = item(mnuHelp2, "mnuReleaseNotes", "&Release Notes", &MDIForm1::mnuReleaseNotes_Click);
+    mnuAbout = item(mnuHelp2, "mnuAbout", "&About", &MDIForm1::mnuAbout_Click);
+    ShowMenusOfActiveChild();
+}
+
+void MDIForm1::ShowMenusOfActiveChild() {
+    const QMdiSubWindow* active = mdiArea->activeSubWindow();
+    auto* form = active == nullptr ? nullptr : qobject_cast<Form*>(active->widget());
+    std::vector<QMenu*> menus = form == nullptr ? std::vector<QMenu*>() : form->menus();
+    if (menus.empty())
+        menus = {mnuFile2, mnuView2, mnuWindow, mnuHelp2};
+    menuBar()->clear();
+    for (QMenu* menu : menus)
+        menuBar()->addMenu(menu);
+}
+
+int MDIForm1::ClientHeight() const {
+    return layout::Twips(mdiArea->maximumViewportSize().height());
+}
+int MDIForm1::ClientWidth() const {
+    return layout::Twips(mdiArea->maximumViewportSize().width());
+}
+
+void MDIForm1::AddChild(Form* form) {
+    QMdiSubWindow* frame = mdiArea->addSubWindow(form);
+    frame->setAttribute(Qt::WA_DeleteOnClose, false); // the form sees to its frame
+    frame->hide();
+    // Not where the area finds most room: a step right and down of the window before.
+    constexpr int STEP = 24, STEPS = 8;
+    const int step = STEP * int(mdiArea->subWindowList().size() % STEPS);
+    frame->move(step, step);
+}
+
+void MDIForm1::ShowChild(Form* form) {
+    const QSize area = mdiArea->maximumViewportSize();
+    QWidget* frame = form->frame();
+    frame->move(std::clamp(frame->x(), 0, std::max(0, area.width() - frame->width())),
+                std::clamp(frame->y(), 0, std::max(0, area.height() - frame->height())));
+    form->showForm();
 }
 
 void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
+    const std::string scale = windowSettings::Get("MDIForm1", "AutoScaleChildForms", "1");
+    mnuAutoScaleChildren->setChecked(scale != "0" && scale != "False");
     setWindowTitle(
-        QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version) "
-                                           "(ORV Custom Build)",
+        QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version)"
+                                           " (ORV Custom Build)",
                                            basApp::VERSION_MAJOR, basApp::VERSION_MINOR, basApp::VERSION_REVISION)));
-    resize(980, 640);
-    show();
+    windows::globals.shellWindows.assign(1, nullptr);
+    windows::globals.memoryWindows.assign(1, nullptr);
+    windows::globals.firmwareWindows.assign(1, nullptr);
 
-    windows::globals.main = new frmMain;
-    QMdiSubWindow* mainFrame = mdiArea->addSubWindow(windows::globals.main);
-    windows::globals.main->Form_Load();
-    mainFrame->setGeometry(0, 0, mdiArea->width(), mdiArea->height() * 3 / 4);
-    mainFrame->show();
+    auto* main = new frmMain;
+    windows::globals.main = main;
+    AddChild(main);
+    main->Form_Load();
+    show();
+    const auto fitHeight = [this](std::int32_t childTwips) {
+        resize(width(), height() - layout::Pixels(ClientHeight()) + layout::Pixels(childTwips));
+    };
+    resize(width() - layout::Pixels(ClientWidth()) + layout::Pixels(main->place().Width), height());
+    fitHeight(main->place().Height);
+    main->showForm();
+    layout::Rectangle place = main->place();
+    place.Top = place.Left = 0;
+    main->setPlace(place);
 
     auto* status = new frmStatus;
     windows::globals.statusWindows.assign(1, status);
-    QMdiSubWindow* statusFrame = mdiArea->addSubWindow(status);
+    AddChild(status);
     status->Form_Load();
-    statusFrame->setGeometry(0, mainFrame->height(), mdiArea->width(), mdiArea->height() - mainFrame->height());
-    statusFrame->show();
+    status->MessageLevel = basApp::globals.DebugMessageLevel;
+    status->setPlace({0, place.Top + place.Height, place.Width, status->place().Height});
+    status->showForm();
+    fitHeight(place.Height + status->place().Height);
+    ArrangeChildren(1);
+    VerifyFormPosition();
     ParentLoaded = true;
+    MDIForm_Resize();
+    mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(main->frame()));
+}
+
+void MDIForm1::VerifyFormPosition() {
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const basApp::WindowPlace place = basApp::VerifyFormPosition(
+        "MDIForm1", {layout::Twips(x()), layout::Twips(y()), layout::Twips(width()), layout::Twips(height())},
+        layout::Twips(screen.width()), layout::Twips(screen.height()));
+    setGeometry(layout::Pixels(place.Left), layout::Pixels(place.Top), layout::Pixels(place.Width),
+                layout::Pixels(place.Height));
+}
+
+void MDIForm1::MDIForm_Resize() {
+    if (!ParentLoaded || windows::globals.main == nullptr || isMinimized())
+        return;
+    if (mnuAutoScaleChildren->isChecked())
+        ArrangeChildren(2);
+}
+
+void MDIForm1::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    MDIForm_Resize();
+}
+
+void MDIForm1::ArrangeChildren(int mode) {
+    frmMain* main = windows::globals.main;
+    if (main == nullptr)
+        return;
+    Guarded(MODULE, "ArrangeChildren", [&] {
+        std::vector<Form*> forms{main};
+        for (frmStatus* status : windows::globals.statusWindows)
+            if (status != nullptr && status->isVisible())
+                forms.push_back(status);
+        if (mode == 1) {
+            const auto places = layout::Tile(ClientWidth(), ClientHeight(), forms.size() - 1);
+            for (std::size_t i = 0; i < forms.size(); ++i)
+                forms[i]->setPlace(places[i]);
+            return;
+        }
+        for (Form* form : forms)
+            form->setPlace(layout::ScaleWithClient(form->place(), ClientWidth(), ClientHeight(), lastClientWidth_,
+                                                   lastClientHeight_));
+        lastClientHeight_ = ClientHeight();
+        lastClientWidth_ = ClientWidth();
+    });
+}
+
+void MDIForm1::mnuAutoScaleChildren_Click() {
+    mnuAutoScaleChildren->setChecked(!mnuAutoScaleChildren->isChecked());
+    if (frmMain* main = windows::globals.main)
+        main->mnuAutoScaleChildren->setChecked(mnuAutoScaleChildren->isChecked());
+    if (mnuAutoScaleChildren->isChecked())
+        ArrangeChildren(1);
+}
+
+void MDIForm1::mnuStatusWindow_Click() {
+    auto& list = windows::globals.statusWindows;
+    const auto empty = std::find(list.begin(), list.end(), nullptr);
+    const auto slot = std::size_t(empty - list.begin());
+    if (empty == list.end())
+        list.push_back(nullptr);
+    auto* status = new frmStatus;
+    list[slot] = status;
+    AddChild(status);
+    status->Form_Load();
+    status->WindowIndex = std::int32_t(slot);
+    status->MessageLevel = basApp::globals.DebugMessageLevel;
+    status->showForm();
+    if (mnuAutoScaleChildren->isChecked())
+        ArrangeChildren(1);
 }
 
 void MDIForm1::closeEvent(QCloseEvent* event) {
-    MDIForm_Unload();
     event->accept();
+    MDIForm_Unload();
 }
 
 void MDIForm1::MDIForm_Unload() {
     if (std::exchange(unloaded_, true))
         return;
-    basDebug::StatusDisplay("Unloading parent form...", LEVEL_TRACE, "MDIForm1");
+    basDebug::Display(MODULE, LEVEL_TRACE, "Unloading parent form...");
     ParentLoaded = false;
-    if (windows::globals.main != nullptr)
-        windows::globals.main->close();
-    for (frmStatus*& window : windows::globals.statusWindows)
-        if (frmStatus* closing = std::exchange(window, nullptr))
-            closing->close();
+    if (frmMain* main = windows::globals.main)
+        main->Unload();
+    windows::UnloadAll(windows::globals.firmwareWindows);
+    windows::UnloadAll(windows::globals.shellWindows);
+    for (frmStatus*& slot : windows::globals.statusWindows)
+        if (frmStatus* status = std::exchange(slot, nullptr))
+            status->Unload();
     if (windows::hooks.shutdownApplication)
         windows::hooks.shutdownApplication();
+}
+
+void MDIForm1::mnuUserGuide_Click() {
+    ShowHelp(QString::fromStdString(windows::HelpHost() + "/twl/hoistline/help/v1.8.1/index.html"),
+             "User Guide v1.8.1");
+}
+
+void MDIForm1::mnuReleaseNotes_Click() {
+    ShowHelp(QString::fromStdString(windows::HelpHost() + "/twl/hoistline/help/index.v1.1.6.html#Recent"),
+             "Release Notes");
+}
+
+void MDIForm1::ShowHelp(const QString& url, const QString& title) {
+    frmHelp* help = nullptr;
+    if (!platform::Attempt(
+            [&] {
+                help = new frmHelp;
+                AddChild(help);
+                help->Form_Load();
+            },
+            platform::IgnoreFailure)) {
+        basDebug::Display(MODULE, LEVEL_ERROR, "Could not create help window in mnuUserGuide_Click");
+        return;
+    }
+    help->navigate(url);
+    platform::Sleep(10);
+    ShowChild(help);
+    help->Text1->setFocus();
+    help->Text1->lower();
+    help->WebBrowser1->setFocus();
+    help->setWindowTitle(title);
+}
+
+void MDIForm1::mnuAbout_Click() {
+    frmAbout about(this);
+    about.Form_Load();
+    about.exec();
 }

@@ -1,8 +1,15 @@
-// The parent window: holds every other window as a child.
+// The parent window: holds every other window as a child, arranges them, and owns the dialogs
+// that change the message levels and the transaction time-out.
 #pragma once
 
+#include <QAction>
 #include <QMainWindow>
 #include <QMdiArea>
+#include <QMenu>
+
+#include <cstdint>
+
+class Form;
 
 class MDIForm1 : public QMainWindow {
     Q_OBJECT
@@ -10,15 +17,47 @@ public:
     MDIForm1();
 
     void MDIForm_Load();
+    void MDIForm_Resize();
+    // 1 tiles the main and the status windows, 2 scales them with the client area.
+    void ArrangeChildren(int mode);
+    void ShowHelp(const QString& url, const QString& title);
+    void VerifyFormPosition();
+
+    // Puts a window into a frame of its own. The caller loads and shows it.
+    void AddChild(Form* form);
+    // Shows it with all of it in view, as far as it fits into the area.
+    void ShowChild(Form* form);
+
+    void mnuStatusWindow_Click();
+    void mnuDebugLoggingLevel_Click();
+    void mnuDebugMessageLevel_Click();
+    void mnuDllMessageLevel_Click();
+    void mnuDefault1394TransactionTimeout_Click();
+    void mnuAutoScaleChildren_Click();
+    void mnuTile_Click() { ArrangeChildren(1); }
+    void mnuUserGuide_Click();
+    void mnuReleaseNotes_Click();
+    void mnuAbout_Click();
+    void mnuExit_Click() { close(); }
 
     QMdiArea* mdiArea;
+    QMenu *mnuFile2, *mnuView2, *mnuWindow, *mnuHelp2;
+    QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *space, *mnuAutoScaleChildren,
+        *mnuTile, *mnuCascade, *mnuUserGuide, *mnuReleaseNotes, *mnuAbout;
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void BuildMenus();
+    void ShowMenusOfActiveChild();
     void MDIForm_Unload();
+    // Of the area for the children, in twips, whether or not it shows scroll bars.
+    int ClientHeight() const;
+    int ClientWidth() const;
 
     bool ParentLoaded = false;
     bool unloaded_ = false;
+    std::int32_t lastClientHeight_ = 0, lastClientWidth_ = 0; // twips
 };

@@ -1,9 +1,14 @@
 #include "Windows.h"
 
 #include "Clock.h"
+#include "Form.h"
 #include "MDIForm1.h"
+#include "Paths.h"
+#include "WindowSettings.h"
 #include "frmMain.h"
 #include "frmStatus.h"
+
+#include <utility>
 
 namespace windows {
 
@@ -28,6 +33,36 @@ void UnloadParentWindow() {
         globals.parent->close();
 }
 
+void UnloadAll(std::vector<Form*>& list) {
+    for (Form*& slot : list)
+        if (Form* form = std::exchange(slot, nullptr))
+            form->Unload();
+}
+
+void ListChildWindows(QMenu* menu) {
+    constexpr const char* LISTED = "childWindow";
+    for (QAction* action : menu->actions())
+        if (action->objectName() == LISTED)
+            menu->removeAction(action);
+    if (globals.parent == nullptr)
+        return;
+    menu->addSeparator()->setObjectName(LISTED);
+    QMdiArea* area = globals.parent->mdiArea;
+    for (QMdiSubWindow* frame : area->subWindowList()) {
+        if (!frame->isVisible())
+            continue;
+        QAction* action =
+            menu->addAction(frame->windowTitle(), area, [area, frame] { area->setActiveSubWindow(frame); });
+        action->setObjectName(LISTED);
+        action->setCheckable(true);
+        action->setChecked(frame == area->activeSubWindow());
+    }
+}
+
+std::string HelpHost() {
+    return windowSettings::Get("Global", "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help");
+}
+
 void EndUnattendedRun() {
     if (globals.main != nullptr) {
         globals.main->tmrAutomationScheduler->setEnabled(false);
@@ -46,6 +81,16 @@ void FocusMainWindow() {
 void NodesChanged() {
     if (globals.main != nullptr)
         globals.main->IEEE1394Bus_NodesChanged();
+}
+
+void ResetComplete() {
+    if (globals.main != nullptr)
+        globals.main->IEEE1394Bus_ResetComplete();
+}
+
+void IncomingData() {
+    if (globals.main != nullptr)
+        globals.main->IEEE1394IncomingDataHandler();
 }
 
 void AppendDebugSpew(const std::string& text) {
@@ -70,7 +115,7 @@ void EnableScheduler(bool enabled) {
 
 bool StatusWindowWants(std::size_t slot, std::int32_t level) {
     const ::frmStatus* window = StatusWindow(slot);
-    return window != nullptr && level >= window->MessageLevel;
+    return window != nullptr && !window->unloaded() && level >= window->MessageLevel;
 }
 
 void PostToStatusWindow(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,

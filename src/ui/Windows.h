@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+class Form;
 class MDIForm1;
+class QMenu;
 class frmMain;
 class frmStatus;
 
@@ -16,7 +18,10 @@ namespace windows {
 struct Globals {
     MDIForm1* parent = nullptr;
     ::frmMain* main = nullptr;               // cleared by its Form_Unload
-    std::vector<::frmStatus*> statusWindows; // slots; a closed window keeps its slot
+    std::vector<::frmStatus*> statusWindows; // slots; a closed window keeps its slot, hidden
+    std::vector<Form*> shellWindows;         // the same lists of the other windows, whose slots are
+    std::vector<Form*> memoryWindows;        // emptied on closing; slot 0 always exists
+    std::vector<Form*> firmwareWindows;
 };
 extern Globals globals;
 
@@ -29,12 +34,20 @@ extern Hooks hooks;
 // Creates and loads MDIForm1, which loads frmMain and the first frmStatus.
 void LoadParentWindow();
 void UnloadParentWindow();
+// Unloads each window of a list and empties its slot.
+void UnloadAll(std::vector<Form*>& list);
+// Behind a menu's own items, a line for each visible child window that brings it to the front.
+void ListChildWindows(QMenu* menu);
+// Where the help pages are: a setting, by default those that ship with the program. No "/" at the end.
+std::string HelpHost();
 // The end of an unattended run: stop the scheduler, a turn, repaint, 2000 ms, unload the parent.
 void EndUnattendedRun();
 
 // The main window, each doing nothing while it doesn't exist.
 void FocusMainWindow(); // if it is visible
 void NodesChanged();
+void ResetComplete();
+void IncomingData();
 void AppendDebugSpew(const std::string& text);
 void StartBusTimers();
 void EnableMainWindow(bool enabled);

@@ -1,12 +1,20 @@
 #include "frmMain.h"
 
 #include "BusEnumeration.h"
+#include "MDIForm1.h"
+#include "WindowSettings.h"
 #include "Windows.h"
 #include "bas1394.h"
 #include "basAutomation.h"
+#include "basBootloader.h"
 #include "basDebug.h"
 
-#include <QCloseEvent>
+#include <QApplication>
+#include <QFontDatabase>
+#include <QHeaderView>
+#include <QKeyEvent>
+
+#include <fmt/format.h>
 
 #include <utility>
 
@@ -14,15 +22,22 @@ namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
+constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE";
+
+QString Q(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+template <class Widget> Widget* Named(Widget* widget, const char* name) {
+    widget->setObjectName(name);
+    return widget;
+}
 
 } // namespace
 
-frmMain::frmMain() : txtDebugSpew(new QPlainTextEdit(this)) {
-    setObjectName("frmMain");
-    setWindowTitle("Available Devices");
-    txtDebugSpew->setObjectName("txtDebugSpew");
-    txtDebugSpew->hide();
-    connect(txtDebugSpew, &QPlainTextEdit::textChanged, this, &frmMain::txtDebugSpew_Change);
+frmMain::frmMain() : Form("frmMain", "Available Devices") {
+    BuildControls();
+    BuildMenus();
     tmrBusReset = new WindowTimer(this, "tmrBusReset", BUS_INTERVAL, bas1394::BusResetHandlerThread);
     tmrIncomingData = new WindowTimer(this, "tmrIncomingData", BUS_INTERVAL, bas1394::IncomingDataThreadHandler);
     tmrAutomationScheduler =
@@ -30,50 +45,341 @@ frmMain::frmMain() : txtDebugSpew(new QPlainTextEdit(this)) {
     StartBusTimers();
 }
 
+// The design layout, in lines of the present font; the layout keeper stretches it from there.
+void frmMain::BuildControls() {
+    const int line = fontMetrics().height() + 6;
+    const int gap = 6;
+    const int width = std::max(940, fontMetrics().averageCharWidth() * 130);
+    const int gridHeight = line * 7;
+
+    fraDeviceList = Named(new QGroupBox("Device List (select target)", this), "fraDeviceList");
+    fraDeviceList->setGeometry(gap, gap, width, gridHeight + line + 2 * gap);
+    mfgDevices = Named(new QTableWidget(fraDeviceList), "mfgDevices");
+    mfgDevices->setGeometry(gap, line, width - 2 * gap, gridHeight);
+
+    fraSelectedDevice = Named(new QGroupBox("Selected Device", this), "fraSelectedDevice");
+    const int panelTop = fraDeviceList->geometry().bottom() + gap;
+    const int hardwareHeight = line * 6 + 2 * gap;
+    const int firmwareHeight = line * 4 + 5 * gap;
+    fraSelectedDevice->setGeometry(gap, panelTop, width, hardwareHeight + firmwareHeight + line + 3 * gap);
+    fraHardware = Named(new QGroupBox("Hardware Identification", fraSelectedDevice), "fraHardware");
+    fraHardware->setGeometry(gap, line, width - 2 * gap, hardwareHeight);
+    fraFirmware = Named(new QGroupBox("Firmware", fraSelectedDevice), "fraFirmware");
+    fraFirmware->setGeometry(gap, line + hardwareHeight + gap, width - 2 * gap, firmwareHeight);
+
+    const int half = (width - 4 * gap) / 2;
+    const auto label = [&](const char* name, int column, int row) {
+        auto* made = Named(new QLabel(fraHardware), name);
+        made->setGeometry(gap + column * half, line * (row + 1), half - gap, line);
+        MakeCopyable(made);
+        return made;
+    };
+    lblDriver = label("lblDriver", 0, 0);
+    lblNode = label("lblNode", 0, 1);
+    lblDeviceState = label("lblDeviceState", 0, 2);
+    lblManufacturer = label("lblManufacturer", 0, 3);
+    lblModelName = label("lblModelName", 0, 4);
+    lblGUID = label("lblGUID", 1, 0);
+    lblBootloaderGuidInfo = label("lblBootloaderGuidInfo", 1, 1);
+    lblBootloaderGuidGet = label("lblBootloaderGuidGet", 1, 2);
+    lblHardwareVersion = label("lblHardwareVersion", 1, 3);
+    lblModelID = label("lblModelID", 1, 4);
+
+    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    const int inner = width - 4 * gap;
+    const int captionWidth = inner / 4, buttonWidth = inner / 4, boxWidth = inner - captionWidth - buttonWidth;
+    const auto firmwareRow = [&](int row, QLabel*& caption, const char* captionName, const char* captionText,
+                                 QLineEdit*& box, const char* boxName, QPushButton*& button, const char* buttonName,
+                                 const char* buttonText) {
+        const int top = line + row * (line + gap);
+        caption = Named(new QLabel(captionText, fraFirmware), captionName);
+        caption->setGeometry(gap, top, captionWidth - gap, line);
+        box = Named(new QLineEdit(fraFirmware), boxName);
+        box->setGeometry(gap + captionWidth, top, boxWidth - gap, line);
+        box->setReadOnly(true);
+        box->setFont(fixed);
+        button = Named(new QPushButton(buttonText, fraFirmware), buttonName);
+        button->setGeometry(gap + captionWidth + boxWidth, top, buttonWidth - gap, line);
+        button->setEnabled(false);
+    };
+    firmwareRow(0, lblApplicationImageVersion, "lblApplicationImageVersion", "Application Image Version",
+                txtApplicationImageVersion, "txtApplicationImageVersion", cmdUpdateApplicationImage,
+                "cmdUpdateApplicationImage", "Update Application &Image...");
+    firmwareRow(1, lblDebugMonitorVersion, "lblDebugMonitorVersion", "Debug Monitor Firmware Version",
+                txtDebugMonitorVersion, "txtDebugMonitorVersion", cmdUpdateDebugMonitor, "cmdUpdateDebugMonitor",
+                "Update &Debug Monitor Image...");
+    firmwareRow(2, lblBootloaderVersion, "lblBootloaderVersion", "Bootloader Firmware Version", txtBootloaderVersion,
+                "txtBootloaderVersion", cmdUpdateBootloader, "cmdUpdateBootloader", "&Update Bootloader Image...");
+
+    txtDebugSpew = Named(new QPlainTextEdit(this), "txtDebugSpew");
+    txtDebugSpew->hide();
+    connect(txtDebugSpew, &QPlainTextEdit::textChanged, this, &frmMain::txtDebugSpew_Change);
+}
+
+void frmMain::SetUpGrid() {
+    mfgDevices->setColumnCount(int(deviceRows::COLUMNS));
+    QStringList headers;
+    for (const deviceRows::Column& column : deviceRows::COLUMN_TABLE)
+        headers << column.header;
+    mfgDevices->setHorizontalHeaderLabels(headers);
+    mfgDevices->setRowCount(0);
+    mfgDevices->setSelectionBehavior(QAbstractItemView::SelectRows);
+    mfgDevices->setSelectionMode(QAbstractItemView::SingleSelection);
+    mfgDevices->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    mfgDevices->setTabKeyNavigation(false);
+    mfgDevices->setWordWrap(false);
+    mfgDevices->setAlternatingRowColors(true);
+    mfgDevices->verticalHeader()->hide();
+    mfgDevices->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    mfgDevices->horizontalHeader()->setMinimumSectionSize(fontMetrics().horizontalAdvance("vdev") + 10);
+    mfgDevices->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    mfgDevices->horizontalHeader()->setStretchLastSection(true);
+    MakeCopyable(mfgDevices);
+    connect(mfgDevices, &QTableWidget::currentCellChanged, this, [this](int row, int, int previousRow, int) {
+        if (row >= 0 && row != previousRow)
+            mfgDevices_RowColChange();
+    });
+    // Only what the user does is remembered, not what a redraw selects.
+    mfgDevices->installEventFilter(this);
+    mfgDevices->viewport()->installEventFilter(this);
+}
+
+void frmMain::Form_Load() {
+    if (MDIForm1* parent = windows::globals.parent)
+        mnuAutoScaleChildren->setChecked(parent->mnuAutoScaleChildren->isChecked());
+    mnuRemove1394VirtualDriverOnShutdown->setChecked(windowSettings::Get(nameText(), "RemoveDriverOnShutdown", "0") !=
+                                                     "0");
+    SetUpGrid();
+    fitClient(fraDeviceList->geometry().right() + 1 + fraDeviceList->x(), fraSelectedDevice->geometry().bottom() + 7);
+    layout_ = std::make_unique<clsLayoutManager>();
+    platform::Attempt([this] { layout_->SetLayoutForm(this); },
+                      [this](const platform::Failure& f) {
+                          StatusDisplay(LEVEL_ERROR, "Error #{}: {} in Form_Load", f.Number, f.Description);
+                      });
+    ClearDeviceDetails();
+    platform::DoEvents();
+    txtDebugSpew->clear();
+    bas1394::HookCallbackWindow(true);
+    for (QAction* action : {mnuLaunchShell, mnuFactoryDefaults, mnuReset, mnuResetToBootloader})
+        action->setEnabled(false);
+}
+
 void frmMain::StartBusTimers() {
     tmrBusReset->setEnabled(true);
     tmrIncomingData->setEnabled(true);
 }
 
-void frmMain::Form_Load() {
-    platform::DoEvents();
-    txtDebugSpew->clear();
-    bas1394::HookCallbackWindow(true);
+void frmMain::StatusDisplayText(std::int32_t level, const std::string& text) {
+    basDebug::StatusDisplayOfMainWindow(startCount_, text, basDebug::GetLevelName(level), "frmMain");
+}
+
+void frmMain::Form_Resize() {
+    if (!layout_)
+        return;
+    layout_->ResizeForm();
+    ResizeMFG();
+}
+
+void frmMain::ResizeMFG() {
+    const std::int32_t gridWidth = layout::Twips(mfgDevices->width());
+    // The last column takes what the others leave, which no driver name or node number may fall short of.
+    for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) {
+        const int width = layout::Pixels(deviceRows::ColumnWidth(gridWidth, deviceRows::COLUMN_TABLE[column].share));
+        if (width > 0)
+            mfgDevices->setColumnWidth(int(column), width);
+    }
+}
+
+void frmMain::keyPressEvent(QKeyEvent* event) {
+    StatusDisplay(LEVEL_WATCH, "keypress");
+    Form::keyPressEvent(event);
+}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event) {
+    const bool handled = Form::eventFilter(watched, event);
+    const bool byUser = (watched == mfgDevices && event->type() == QEvent::KeyRelease) ||
+                        (watched == mfgDevices->viewport() && event->type() == QEvent::MouseButtonRelease);
+    if (byUser)
+        RememberSelectedId();
+    return handled;
 }
 
 void frmMain::IEEE1394Bus_NodesChanged() {
+    mfgDevices->setRowCount(0);
+    ClearDeviceDetails();
+    RefreshDeviceList();
     repaint();
     platform::DoEvents();
 }
 
+void frmMain::IEEE1394IncomingDataHandler() {
+    const std::int32_t code = basBootloader::HaltBootloader(0);
+    if (code == basBootloader::SUCCESS)
+        StatusDisplay(LEVEL_TRACE, "Broadcasted bootloader halt command.");
+    else
+        StatusDisplay(LEVEL_WARNING, "WARNING: Failed to broadcast bootloader halt command, code {}", code);
+}
+
+std::int32_t frmMain::RefreshDeviceList() {
+    mfgDevices->setRowCount(0);
+    const auto& table = bas1394::globals.DeviceTable;
+    for (std::size_t i = 0; i < table.size() && table.front().NodeNum != NO_NODE; ++i) {
+        platform::Attempt(
+            [&] {
+                const deviceRows::Row row = deviceRows::RowOf(table[i]);
+                if (row.badState != -1)
+                    StatusDisplay(LEVEL_ERROR, "Invalid Bootloader state for node {}: {}", table[i].NodeNum,
+                                  row.badState);
+                const int at = mfgDevices->rowCount();
+                mfgDevices->insertRow(at);
+                for (std::size_t column = 0; column < deviceRows::COLUMNS; ++column) {
+                    auto* item = new QTableWidgetItem(Q(row.text[column]));
+                    item->setToolTip(item->text());
+                    if (deviceRows::COLUMN_TABLE[column].centred)
+                        item->setTextAlignment(Qt::AlignCenter);
+                    mfgDevices->setItem(at, int(column), item);
+                }
+                if (row.running)
+                    BringSelectionAlong();
+            },
+            platform::IgnoreFailure);
+    }
+    return 1;
+}
+
+// The current row moves down with each running target until it stands on the remembered ID.
+void frmMain::BringSelectionAlong() {
+    const int last = mfgDevices->rowCount() - 1;
+    const int current = mfgDevices->currentRow();
+    if (current == last || (current >= 0 && CellText(deviceRows::ID) == SelectedId))
+        mfgDevices_RowColChange();
+    else
+        mfgDevices->setCurrentCell(last, 0);
+}
+
+void frmMain::RememberSelectedId() {
+    const std::string id = CellText(deviceRows::ID);
+    if (deviceRows::IsMemorableId(id))
+        SelectedId = id;
+}
+
+void frmMain::mfgDevices_RowColChange() {
+    mfgDevices->selectRow(mfgDevices->currentRow());
+    for (QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateBootloader, cmdUpdateDebugMonitor})
+        button->setEnabled(false);
+    for (QAction* action : {mnuUpdateApplicationFirmware, mnuUpdateBootloaderFirmware, mnuUpdateDebuggerFirmware})
+        action->setEnabled(false);
+    ClearDeviceDetails();
+    DrawScreen();
+}
+
+void frmMain::ShowPanel(const deviceRows::Panel& panel) {
+    const std::pair<QLabel*, const std::string*> labels[] = {
+        {lblDriver, &panel.lblDriver},
+        {lblNode, &panel.lblNode},
+        {lblGUID, &panel.lblGUID},
+        {lblDeviceState, &panel.lblDeviceState},
+        {lblHardwareVersion, &panel.lblHardwareVersion},
+        {lblManufacturer, &panel.lblManufacturer},
+        {lblModelID, &panel.lblModelID},
+        {lblModelName, &panel.lblModelName},
+        {lblBootloaderGuidInfo, &panel.lblBootloaderGuidInfo},
+        {lblBootloaderGuidGet, &panel.lblBootloaderGuidGet},
+    };
+    for (const auto& [label, text] : labels)
+        label->setText(Q(*text));
+    lblDriver->setToolTip(lblDriver->text());
+    const std::pair<QLineEdit*, const std::string*> boxes[] = {
+        {txtApplicationImageVersion, &panel.txtApplicationImageVersion},
+        {txtDebugMonitorVersion, &panel.txtDebugMonitorVersion},
+        {txtBootloaderVersion, &panel.txtBootloaderVersion},
+    };
+    for (const auto& [box, text] : boxes) {
+        box->setText(Q(*text));
+        box->setCursorPosition(0);
+        box->setToolTip(box->text());
+    }
+}
+
+void frmMain::ClearDeviceDetails() {
+    ShowPanel({});
+    for (QAction* action : {mnuLaunchShell, mnuReset, mnuResetToBootloader, mnuFactoryDefaults})
+        action->setEnabled(false);
+    mnuBootloader->setEnabled(false);
+    fraSelectedDevice->update();
+}
+
+void frmMain::DrawScreen() {
+    platform::Attempt(
+        [this] {
+            const Device device = DeviceOfCurrentRow();
+            const bool remote =
+                device.NodeNum >= 0 && device.NodeNum <= LAST_NODE && device.NodeNum != bas1394::globals.LocalHostNode;
+            const std::int32_t handle = remote ? basBootloader::GetDeviceHandle(device) : 0;
+            const std::int32_t index = handle > 0 ? basBootloader::GetDeviceIndex(handle) : -1;
+            if (handle > 0 && index < 0)
+                StatusDisplay(LEVEL_WARNING, "WARNING: no handle to device with bus node #{}", device.NodeNum);
+            const deviceRows::Panel panel = deviceRows::PanelOf(device, index);
+            ShowPanel(panel);
+            if (panel.targetBehindRow)
+                for (QAction* action : {mnuFactoryDefaults, mnuLaunchShell, mnuReset, mnuResetToBootloader})
+                    action->setEnabled(true);
+            if (panel.bootloaderRunning) {
+                for (QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateBootloader, cmdUpdateDebugMonitor})
+                    button->setEnabled(true);
+                for (QAction* action :
+                     {mnuUpdateApplicationFirmware, mnuUpdateBootloaderFirmware, mnuUpdateDebuggerFirmware})
+                    action->setEnabled(true);
+                mnuBootloader->setEnabled(true);
+            }
+            if (handle > 0)
+                basBootloader::CloseBootloaderDevice(handle);
+        },
+        [this](const platform::Failure& f) {
+            StatusDisplay(LEVEL_ERROR, "Error #{}: {} in DrawScreen", f.Number, f.Description);
+        });
+}
+
+std::string frmMain::CellText(int column) const {
+    const QTableWidgetItem* item = mfgDevices->item(mfgDevices->currentRow(), column);
+    return item == nullptr ? std::string() : item->text().toStdString();
+}
+
+Device frmMain::DeviceOfCurrentRow() const {
+    const std::string node = CellText(deviceRows::NODE);
+    if (node.empty())
+        return bas1394::globals.NullDevice;
+    return bas1394::FindDevice(CellText(deviceRows::DRIVER), std::int16_t(std::stoi(node)));
+}
+
+std::string frmMain::InvalidNodeText(std::int16_t node) const {
+    return fmt::format("Invalid Node: {}  GUID={} Mfg={} Model={}", node, CellText(deviceRows::ID),
+                       CellText(deviceRows::MANUFACTURER), CellText(deviceRows::MODEL));
+}
+
 void frmMain::AppendDebugSpew(const std::string& text) {
     debugSpew_ += text;
-    txtDebugSpew->insertPlainText(QString::fromStdString(text));
+    txtDebugSpew->insertPlainText(Q(text));
 }
 
 void frmMain::txtDebugSpew_Change() {
     const std::string text = std::exchange(debugSpew_, {});
     if (text.empty())
         return; // emptying the box comes back here
-    if (mnuShowDllMessagesChecked)
+    if (mnuShowDllMessages->isChecked())
         for (const std::string& line : bas1394::TakeDebugLines(text))
             basDebug::StatusDisplay(line, basDebug::GetLevelNumber("DLL DEBUG SPEW"), "");
     txtDebugSpew->clear();
 }
 
-void frmMain::closeEvent(QCloseEvent* event) {
-    Form_Unload();
-    event->accept();
-}
-
 void frmMain::Form_Unload() {
-    if (windows::globals.main != this)
-        return;
-    basDebug::StatusDisplay("Unloading main child form...", LEVEL_TRACE, "frmMain");
+    StatusDisplay(LEVEL_TRACE, "Unloading main child form...");
+    if (mnuRemove1394VirtualDriverOnShutdown->isChecked())
+        platform::Attempt([] { bas1394::RemoveVirtualDevice(VIRTUAL_DEVICE); }, platform::IgnoreFailure);
+    layout_.reset();
     bas1394::HookCallbackWindow(false);
-    tmrBusReset->setEnabled(false);
-    tmrIncomingData->setEnabled(false);
-    tmrAutomationScheduler->setEnabled(false);
+    for (WindowTimer* timer : {tmrBusReset, tmrIncomingData, tmrAutomationScheduler})
+        timer->setEnabled(false);
     windows::globals.main = nullptr;
     windows::UnloadParentWindow();
 }

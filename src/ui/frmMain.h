@@ -1,36 +1,117 @@
-// "Available Devices": the window that pumps the bus and the unattended scheduler.
+// "Available Devices": the grid of all nodes, the panel of the selected one, the commands for it,
+// and the timers that pump the bus and the unattended scheduler. Owns no device data: what it
+// shows is worked out in DeviceRows.
 #pragma once
 
+#include "DeviceRows.h"
+#include "Form.h"
 #include "WindowTimer.h"
+#include "clsLayoutManager.h"
 
+#include <QAction>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QPlainTextEdit>
-#include <QWidget>
+#include <QPushButton>
+#include <QTableWidget>
 
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <memory>
 #include <string>
 
-class frmMain : public QWidget {
+class frmMain : public Form {
     Q_OBJECT
 public:
     frmMain();
 
-    void Form_Load();
-    void IEEE1394Bus_NodesChanged();
-    void StartBusTimers();
-    // What the library's debug text does: it lands in the hidden box, which is emptied line by line.
-    void AppendDebugSpew(const std::string& text);
+    void Form_Load() override;
+    std::vector<QMenu*> menus() override;
 
-    QPlainTextEdit* txtDebugSpew; // hidden
-    WindowTimer* tmrBusReset;
-    WindowTimer* tmrIncomingData;
-    WindowTimer* tmrAutomationScheduler;
-    bool mnuShowDllMessagesChecked = true;
+    void IEEE1394Bus_NodesChanged();
+    void IEEE1394Bus_ResetComplete() {}
+    void IEEE1394IncomingDataHandler();
+    void ResizeMFG();
+    void StartBusTimers();
+    // The library's debug text lands in the hidden box, which is emptied line by line.
+    void AppendDebugSpew(const std::string& text);
+    // This window's own path of the message log: every status window, and a clock of its own.
+    template <class... Arguments>
+    void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
+        StatusDisplayText(level, fmt::format(text, std::forward<Arguments>(arguments)...));
+    }
+    void StatusDisplay(std::int32_t level, const std::string& text) { StatusDisplayText(level, text); }
+
+    // 1, or -1 when it was left early.
+    std::int32_t RefreshDeviceList();
+    void ClearDeviceDetails();
+    void DrawScreen();
+    void mfgDevices_RowColChange();
+    void RememberSelectedId();
+
+    std::string SelectedId; // ID column of the row that the user last picked
+
+    // Controls.
+    QGroupBox *fraDeviceList, *fraSelectedDevice, *fraHardware, *fraFirmware;
+    QTableWidget* mfgDevices;
+    QLabel *lblDriver, *lblNode, *lblGUID, *lblDeviceState, *lblHardwareVersion, *lblManufacturer, *lblModelID,
+        *lblModelName, *lblBootloaderGuidInfo, *lblBootloaderGuidGet;
+    QLabel *lblApplicationImageVersion, *lblDebugMonitorVersion, *lblBootloaderVersion;
+    QLineEdit *txtApplicationImageVersion, *txtDebugMonitorVersion, *txtBootloaderVersion;
+    QPushButton *cmdUpdateApplicationImage, *cmdUpdateDebugMonitor, *cmdUpdateBootloader;
+    QPlainTextEdit* txtDebugSpew;
+    WindowTimer *tmrBusReset, *tmrIncomingData, *tmrAutomationScheduler;
+
+    // Menus.
+    QMenu *mnuFile, *mnuView, *mnuCommand, *mnuBootloader, *mnuApplicationExpertMenu, *mnuDllDebugging, *mnuTest,
+        *mnuWindow, *mnuHelp;
+    QAction *mnuExit, *mnuLaunchShell, *mnuLaunchShellApp, *mnuStatusWindow, *mnuViewConfigROM, *mnuDebugMessageLevel,
+        *mnuReset, *mnuResetToBootloader, *mnuResetBus, *mnuRescanBus, *mnuStartApplication, *mnuStartDebugger,
+        *mnuSetBootloaderGUID, *mnuSetMACaddress, *mnuInitializePersistentParameters, *mnuFactoryDefaults,
+        *mnuUpdateApplicationFirmware, *mnuUpdateBootloaderFirmware, *mnuUpdateDebuggerFirmware, *mnuDebugLoggingLevel,
+        *mnuRemove1394VirtualDriverOnShutdown, *mnuDefault1394TransactionTimeout, *mnuUseTwlThesyconDriver,
+        *mnuShowDllMessages, *mnu1394DLLdebugLevel, *mnuSwitchTo1394Shell, *mnuExecuteKeyBatch, *mnuAutoScaleChildren,
+        *mnuTile, *mnuCascade, *mnuUserGuide, *mnuSendErrorReport, *mnuReleaseNotes, *mnuAbout;
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    void Form_Resize() override;
+    void Form_Unload() override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void Form_Unload();
+    void StatusDisplayText(std::int32_t level, const std::string& text);
+    void BuildControls();
+    void BuildMenus(); // frmMainMenus.cpp
+    void SetUpGrid();
+    void ShowPanel(const deviceRows::Panel& panel);
+    void BringSelectionAlong();
     void txtDebugSpew_Change();
+    std::string CellText(int column) const; // of the current row
+    Device DeviceOfCurrentRow() const;
+    std::string InvalidNodeText(std::int16_t node) const;
 
-    std::string debugSpew_; // the box's text with its line ends as they came
+    // Commands (frmMainCommands.cpp).
+    std::int32_t GetSelectedBootloaderHandle();
+    void UpdateImage(std::int32_t imageType);
+    void ResetSelectedDevice(std::int32_t mode);
+    void mnuLaunchShell_Click();
+    void mnuViewConfigROM_Click();
+    void mnuRescanBus_Click();
+    void mnuStartApplication_Click();
+    void mnuStartDebugger_Click();
+    void mnuSetBootloaderGUID_Click();
+    void mnuSetMACaddress_Click();
+    void mnuInitializePersistentParameters_Click();
+    void mnuFactoryDefaults_Click();
+    void mnuSwitchTo1394Shell_Click();
+    void mnuExecuteKeyBatch_Click();
+    void mnuSendErrorReport_Click();
+
+    std::unique_ptr<clsLayoutManager> layout_;
+    std::string debugSpew_;       // the box's text with its line ends as they came
+    std::int64_t startCount_ = 0; // performance counter at this window's first message
 };

@@ -1,15 +1,17 @@
 #include "frmStatus.h"
 
 #include "Clock.h"
+#include "CodePage.h"
 #include "Failure.h"
+#include "MDIForm1.h"
+#include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
 #include "basDebug.h"
+#include "clsLayoutManager.h"
 
 #include <QHeaderView>
-#include <QResizeEvent>
 #include <QScrollBar>
-#include <QVBoxLayout>
 
 #include <fmt/format.h>
 
@@ -25,10 +27,8 @@ QString Q(std::string_view text) {
 } // namespace
 
 frmStatus::frmStatus()
-    : fraApplicationStatus(new QGroupBox(this)), mfgStatus(new QTableView(fraApplicationStatus)),
-      model_(MAXIMUM_ROW_COUNT) {
-    setObjectName("frmStatus");
-    setWindowTitle("Status Window");
+    : Form("frmStatus", "Status Window"), fraApplicationStatus(new QGroupBox(this)),
+      mfgStatus(new QTableView(fraApplicationStatus)), model_(MAXIMUM_ROW_COUNT) {
     fraApplicationStatus->setObjectName("fraApplicationStatus");
     fraApplicationStatus->setFlat(true);
     mfgStatus->setObjectName("mfgStatus");
@@ -37,13 +37,23 @@ frmStatus::frmStatus()
     mfgStatus->setWordWrap(false);
     mfgStatus->verticalHeader()->hide();
     mfgStatus->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
+    mfgStatus->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // so that the columns keep their widths
+    MakeCopyable(mfgStatus);
+    QScrollBar* bar = mfgStatus->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar] { followsNewest_ = bar->value() == bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this] {
+        if (followsNewest_)
+            mfgStatus->scrollToBottom();
+    });
     mfgStatus->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     tmrShowRows_ = new WindowTimer(this, "tmrShowRows", SHOW_INTERVAL, [this] { ShowPendingRows(); });
 }
 
 void frmStatus::Form_Load() {
     MessageLevel = basApp::globals.DebugMessageLevel;
-    resize(960, 180);
+    fitClient(fontMetrics().averageCharWidth() * 130, fontMetrics().height() * 10);
+    platform::Attempt([this] { RestoreLayout(); }, platform::IgnoreFailure);
+    clsLayoutManager().VerifyFormPosition(this);
 }
 
 void frmStatus::PostMessage(std::string_view strMessage, float sngElapsedTime, std::int32_t& priority,
@@ -78,12 +88,11 @@ void frmStatus::ShowPendingRows() {
     lastShown_ = platform::QueryPerformanceCounter();
     if (pending_.empty())
         return;
-    // The newest row stays in view unless the user has scrolled up to read.
-    const QScrollBar* bar = mfgStatus->verticalScrollBar();
-    const bool atBottom = bar->value() == bar->maximum();
+    const bool follows = followsNewest_;
     model_.append(std::move(pending_));
     pending_.clear();
-    if (atBottom)
+    followsNewest_ = follows; // rows that went at the top moved the bar, not the user
+    if (follows)
         mfgStatus->scrollToBottom();
 }
 
@@ -103,17 +112,38 @@ void frmStatus::Form_Resize() {
     }
 }
 
-void frmStatus::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    Form_Resize();
-}
-
-void frmStatus::closeEvent(QCloseEvent* event) {
-    Form_Unload();
-    QWidget::closeEvent(event);
-}
-
 void frmStatus::Form_Unload() {
     tmrShowRows_->setEnabled(false);
     pending_.clear();
+    SaveLayout();
+    frame()->hide(); // so that the arranging of the others stops counting it
+    MDIForm1* parent = windows::globals.parent;
+    if (parent == nullptr)
+        return;
+    parent->MDIForm_Resize();
+    if (parent->mnuAutoScaleChildren->isChecked())
+        parent->ArrangeChildren(1);
+}
+
+std::int32_t frmStatus::SaveLayout() {
+    if (isMaximizedForm() || isMinimizedForm())
+        return -1;
+    const QRect rect = frame()->geometry();
+    windowSettings::Save(nameText(), "Top", std::to_string(rect.top()));
+    windowSettings::Save(nameText(), "Left", std::to_string(rect.left()));
+    windowSettings::Save(nameText(), "Bottom", std::to_string(rect.top() + rect.height()));
+    windowSettings::Save(nameText(), "Right", std::to_string(rect.left() + rect.width()));
+    return 1;
+}
+
+std::int32_t frmStatus::RestoreLayout() {
+    const QRect rect = frame()->geometry();
+    const auto edge = [this](const char* key, int present) {
+        return platform::NumberFromText(windowSettings::Get(nameText(), key, std::to_string(present)));
+    };
+    const int top = edge("Top", rect.top()), left = edge("Left", rect.left());
+    const int bottom = edge("Bottom", rect.top() + rect.height()), right = edge("Right", rect.left() + rect.width());
+    setPlace({layout::Twips(left), layout::Twips(top), layout::Twips(right - left), layout::Twips(bottom - top)});
+    Form_Resize();
+    return 1;
 }

@@ -1,23 +1,25 @@
 // A status window: the messages of its level and above, the newest at the bottom.
 #pragma once
 
+#include "Form.h"
 #include "StatusModel.h"
 #include "WindowTimer.h"
 
 #include <QGroupBox>
 #include <QTableView>
-#include <QWidget>
 
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
-class frmStatus : public QWidget {
+class frmStatus : public Form {
     Q_OBJECT
 public:
     frmStatus();
 
-    void Form_Load();
+    void Form_Load() override;
+    std::int32_t SaveLayout();    // 1, or -1 when the window is maximized or minimized
+    std::int32_t RestoreLayout(); // 1
     // `priority` 0 counts as a message without a level and becomes 5. Painted in batches.
     void PostMessage(std::string_view strMessage, float sngElapsedTime, std::int32_t& priority,
                      std::string_view strModule);
@@ -31,16 +33,16 @@ public:
     QTableView* mfgStatus;
 
 protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
+    void Form_Resize() override;
+    void Form_Unload() override;
+    bool staysInItsSlot() const override { return true; }
 
 private:
-    void Form_Resize();
-    void Form_Unload();
     void ShowPendingRows();
 
     StatusModel model_;
     std::vector<StatusModel::Row> pending_;
+    bool followsNewest_ = true; // until the user scrolls up to read
     std::int64_t lastShown_ = 0; // performance counter
     WindowTimer* tmrShowRows_;
 };

@@ -90,7 +90,7 @@ void WireBus(const WindowHooks& windows) {
     bas1394::hooks = {
         .nodesChanged = windows.nodesChanged,
         .resetComplete = windows.resetComplete,
-        .incomingData = HandleIncomingData,
+        .incomingData = windows.incomingData,
         .debugSpew = windows.debugSpew,
         .bootloaderBusReset = basBootloader::BusResetHandler,
         .discoveryInterrupted = InterruptDiscovery,
@@ -120,16 +120,6 @@ void WireProgram(const WindowHooks& windows) {
     WireStartAndStop(windows);
     WireBus(windows);
     WireAutomation(windows);
-}
-
-void HandleIncomingData() {
-    const std::int32_t code = basBootloader::HaltBootloader(0); // to every node
-    if (code == basBootloader::SUCCESS) {
-        basDebug::Display("frmMain", LEVEL_TRACE, "Broadcasted bootloader halt command.");
-    } else {
-        basDebug::Display("frmMain", LEVEL_WARNING, "WARNING: Failed to broadcast bootloader halt command, code {}",
-                          code);
-    }
 }
 
 } // namespace wiring

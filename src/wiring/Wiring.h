@@ -24,6 +24,7 @@ struct WindowHooks {
     std::function<void()> focusMainWindow; // if it exists and is visible
     std::function<void()> nodesChanged;    // redraws the device list, with a turn
     std::function<void()> resetComplete;
+    std::function<void()> incomingData; // a target has announced itself: keeps it in its bootloader
     std::function<void(const std::string& text)> debugSpew; // text for txtDebugSpew
     std::function<void()> startBusTimers;
     std::function<void(bool enabled)> enableMainWindow;
@@ -52,9 +53,6 @@ extern Globals globals;
 
 // Call it once, before basApp::Main.
 void WireProgram(const WindowHooks& windows);
-
-// frmMain.IEEE1394IncomingDataHandler: a target has announced itself; keeps it in its bootloader.
-void HandleIncomingData();
 
 // --- What an unattended run prints (Console.cpp) ---
 

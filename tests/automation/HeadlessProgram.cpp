@@ -76,6 +76,7 @@ void HeadlessProgram::Wire() {
     windows.loadParentWindow = [this] { LoadWindows(); };
     windows.mainWindowExists = [this] { return mainWindowExists_; };
     windows.nodesChanged = platform::DoEvents;
+    windows.incomingData = [] { basBootloader::HaltBootloader(0); };
     windows.enableScheduler = [this](bool enabled) { tmrAutomationScheduler_->SetEnabled(enabled); };
     windows.endRun = [this] {
         tmrAutomationScheduler_->SetEnabled(false);

@@ -75,6 +75,8 @@ std::unique_ptr<Timer> ManualWindowSystem::MakeTimer(std::function<void()> tick)
 void ManualWindowSystem::Turn() {
     ++turns;
     posted_.Run();
+    if (eachTurn)
+        eachTurn();
     std::vector<ManualTimer*> due;
     const std::int64_t now = CurrentClock().Now();
     for (ManualTimer* timer : timers_)

@@ -25,6 +25,7 @@ public:
     // true or that much time has passed. True when done.
     bool RunUntil(const std::function<bool()>& done, std::int64_t milliseconds);
 
+    std::function<void()> eachTurn; // what else has a turn, such as the events of a toolkit
     int beeps = 0;
     int turns = 0;
 

@@ -1,0 +1,58 @@
+// What the device window shows of a node: the row of the grid and the texts of the panel, worked
+// out from the node table and the target list without a widget.
+#pragma once
+
+#include "BootloaderRecords.h"
+#include "bas1394.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace deviceRows {
+
+inline constexpr std::size_t COLUMNS = 7;
+struct Column {
+    const char* header;
+    double share; // of the grid's width
+    bool centred;
+};
+extern const std::array<Column, COLUMNS> COLUMN_TABLE;
+
+enum ColumnNumber : std::size_t { DRIVER, NODE, ID, STATE, MANUFACTURER, MODEL, FIRMWARE };
+
+struct Row {
+    std::array<std::string, COLUMNS> text;
+    bool running = false;       // a target in state 2: the selection is brought along
+    std::int32_t badState = -1; // a state that a target can't have, to be logged; else -1
+};
+Row RowOf(const Device& device);
+
+// Whether the ID column's text is worth remembering as the selected one: 16 digits less blanks,
+// not all zero and not beginning with a letter, which no text of the grid and no vendor's ID does
+// that is met in practice.
+bool IsMemorableId(const std::string& idColumn);
+
+// Twips (15 to a pixel) of each column; a width that isn't above 0 leaves a column alone.
+std::int32_t ColumnWidth(std::int32_t gridWidthTwips, double share);
+
+// The panel. Every text is set; an empty panel is Panel{} .
+struct Panel {
+    std::string lblDriver = "Driver: ";
+    std::string lblNode = "Node: ";
+    std::string lblGUID = "ID (ConfigROM):   ";
+    std::string lblDeviceState = "Device State: ";
+    std::string lblHardwareVersion = "Hardware Version: ";
+    std::string lblManufacturer = "Manufacturer: ";
+    std::string lblModelID = "Model ID: ";
+    std::string lblModelName = "Model Name: ";
+    std::string lblBootloaderGuidInfo = "ID (InfoReg):    ";
+    std::string lblBootloaderGuidGet = "ID (Bootloader): ";
+    std::string txtApplicationImageVersion, txtDebugMonitorVersion, txtBootloaderVersion;
+    bool targetBehindRow = false;   // shell, resets, factory defaults
+    bool bootloaderRunning = false; // the bootloader menu, the firmware updates
+};
+// `targetIndex` is the index in the target list, -1 for none.
+Panel PanelOf(const Device& device, std::int32_t targetIndex);
+
+} // namespace deviceRows

@@ -1,0 +1,113 @@
+#include "Form.h"
+
+#include <QAbstractItemView>
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QItemSelectionModel>
+#include <QLabel>
+
+#include <algorithm>
+#include <utility>
+
+Form::Form(const char* name, const QString& caption) {
+    setObjectName(name);
+    setWindowTitle(caption);
+}
+
+Form::~Form() = default;
+
+QWidget* Form::frame() {
+    auto* subWindow = qobject_cast<QMdiSubWindow*>(parentWidget());
+    return subWindow != nullptr ? static_cast<QWidget*>(subWindow) : this;
+}
+
+layout::Rectangle Form::place() {
+    const QRect rect = frame()->geometry();
+    return {layout::Twips(rect.left()), layout::Twips(rect.top()), layout::Twips(rect.width()),
+            layout::Twips(rect.height())};
+}
+
+void Form::setPlace(const layout::Rectangle& place) {
+    frame()->setGeometry(layout::Pixels(place.Left), layout::Pixels(place.Top), layout::Pixels(place.Width),
+                         layout::Pixels(place.Height));
+}
+
+bool Form::isMaximizedForm() {
+    return frame()->isMaximized();
+}
+bool Form::isMinimizedForm() {
+    return frame()->isMinimized();
+}
+
+void Form::showForm() {
+    show();
+    frame()->show();
+}
+
+void Form::fitClient(int width, int height) {
+    resize(width, height); // a hidden frame doesn't lay out what it holds
+    QWidget* outer = frame();
+    if (outer == this)
+        return;
+    outer->ensurePolished();
+    const QMargins margins = outer->contentsMargins();
+    outer->resize(width + margins.left() + margins.right(), height + margins.top() + margins.bottom());
+}
+
+void Form::Unload() {
+    frame()->close();
+}
+
+void Form::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (!isMinimizedForm())
+        Form_Resize();
+}
+
+void Form::closeEvent(QCloseEvent* event) {
+    event->accept();
+    if (std::exchange(unloaded_, true))
+        return;
+    Form_Unload();
+    if (!staysInItsSlot())
+        frame()->deleteLater();
+}
+
+namespace {
+
+QString SelectedText(const QAbstractItemView* view) {
+    QModelIndexList rows = view->selectionModel()->selectedRows();
+    std::sort(rows.begin(), rows.end());
+    QStringList lines;
+    for (const QModelIndex& row : rows) {
+        QStringList cells;
+        for (int column = 0; column < view->model()->columnCount(row.parent()); ++column)
+            cells << row.siblingAtColumn(column).data().toString();
+        lines << cells.join('\t');
+    }
+    return lines.join('\n');
+}
+
+} // namespace
+
+void MakeCopyable(QAbstractItemView* view) {
+    auto* copy = new QAction(QObject::tr("Copy"), view);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    QObject::connect(copy, &QAction::triggered, view,
+                     [view] { QApplication::clipboard()->setText(SelectedText(view)); });
+    auto* all = new QAction(QObject::tr("Select All"), view);
+    all->setShortcut(QKeySequence::SelectAll);
+    all->setShortcutContext(Qt::WidgetShortcut);
+    QObject::connect(all, &QAction::triggered, view, &QAbstractItemView::selectAll);
+    view->addActions({copy, all});
+    view->setContextMenuPolicy(Qt::ActionsContextMenu);
+}
+
+void MakeCopyable(QLabel* label) {
+    label->setTextFormat(Qt::PlainText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label->setFocusPolicy(Qt::ClickFocus);
+}

@@ -1,0 +1,57 @@
+// A child window of the parent. The window's place is that of its frame in the parent's client
+// area, in twips; without a parent the window is its own frame.
+#pragma once
+
+#include "Layout.h"
+
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QWidget>
+
+#include <vector>
+
+class clsLayoutManager;
+
+class Form : public QWidget {
+    Q_OBJECT
+public:
+    Form(const char* name, const QString& caption);
+    ~Form() override;
+
+    virtual void Form_Load() {}
+    // Unloads the window: Form_Unload, then it is gone at the next turn.
+    void Unload();
+
+    bool unloaded() const { return unloaded_; }
+
+    // The menus that the parent shows while this window is active; none: the parent's own.
+    virtual std::vector<QMenu*> menus() { return {}; }
+
+    QWidget* frame();
+    layout::Rectangle place();
+    void setPlace(const layout::Rectangle& place);
+    bool isMaximizedForm();
+    bool isMinimizedForm();
+    void showForm();
+    // Sizes the frame so that the client area holds these pixels.
+    void fitClient(int width, int height);
+    std::string nameText() const { return objectName().toStdString(); }
+
+protected:
+    virtual void Form_Resize() {}
+    virtual void Form_Unload() {}
+    // A window that stays in memory, hidden, when it is unloaded.
+    virtual bool staysInItsSlot() const { return false; }
+    void resizeEvent(QResizeEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    bool unloaded_ = false;
+};
+
+// Adds a context menu and the copy shortcut to a view, so that its selected rows can be copied
+// as lines of tab-separated columns.
+class QAbstractItemView;
+void MakeCopyable(QAbstractItemView* view);
+class QLabel;
+void MakeCopyable(QLabel* label);

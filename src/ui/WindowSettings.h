@@ -1,0 +1,24 @@
+// What windows store: through the program's store, or, while there is none, the platform's
+// per-user settings with the same names.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace windowSettings {
+
+// Filled by main.
+struct Hooks {
+    std::function<bool()> hasStore;
+    std::function<std::string(const std::string& section, const std::string& key, const std::string& defaultValue)> get;
+    std::function<void(const std::string& section, const std::string& key, const std::string& value)> save;
+    std::function<void(const std::string& section, const std::string& key)> remove;
+};
+extern Hooks hooks;
+
+bool HasStore();
+std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue);
+void Save(const std::string& section, const std::string& key, const std::string& value);
+void Remove(const std::string& section, const std::string& key);
+
+} // namespace windowSettings

@@ -1,0 +1,55 @@
+#include "frmHelp.h"
+
+#include "Failure.h"
+#include "basDebug.h"
+
+#include <QDesktopServices>
+#include <QShortcut>
+
+#include <fmt/format.h>
+
+frmHelp::frmHelp() : Form("frmHelp", "User Guide"), WebBrowser1(new QTextBrowser(this)), Text1(new QLineEdit(this)) {
+    WebBrowser1->setObjectName("WebBrowser1");
+    Text1->setObjectName("Text1");
+    Text1->setPlaceholderText("Find in page (Ctrl+F, then Enter)");
+    Text1->setClearButtonEnabled(true);
+    WebBrowser1->setOpenExternalLinks(true);
+    connect(Text1, &QLineEdit::returnPressed, this, [this] {
+        if (!WebBrowser1->find(Text1->text())) {
+            WebBrowser1->moveCursor(QTextCursor::Start); // from the top again
+            WebBrowser1->find(Text1->text());
+        }
+    });
+    auto* find = new QShortcut(QKeySequence::Find, this);
+    find->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(find, &QShortcut::activated, this, [this] {
+        Text1->setFocus();
+        Text1->selectAll();
+    });
+}
+
+void frmHelp::Form_Load() {
+    fitClient(fontMetrics().averageCharWidth() * 100, fontMetrics().height() * 34);
+    layout_ = std::make_unique<clsLayoutManager>();
+    platform::Attempt([this] { layout_->SetLayoutForm(this); }, platform::IgnoreFailure);
+    layout_->VerifyFormPosition(this);
+}
+
+void frmHelp::navigate(const QString& url) {
+    WebBrowser1->setSource(QUrl(url));
+    if (WebBrowser1->toPlainText().isEmpty())
+        WebBrowser1->setPlainText("The page could not be opened:\n" + url +
+                                  "\n\nThe user guide lies in the folder docs/help beside the program.");
+}
+
+void frmHelp::Form_Resize() {
+    const int find = Text1->sizeHint().height();
+    WebBrowser1->setGeometry(0, 0, width(), height() - find);
+    Text1->setGeometry(0, height() - find, width(), find);
+}
+
+void frmHelp::Form_Unload() {
+    if (!layout_ && basDebug::Wanted(LEVEL_WARNING))
+        basDebug::StatusDisplay("clsLayoutMan terminated prior to form termination.", LEVEL_WARNING, "frmHelp");
+    layout_.reset();
+}

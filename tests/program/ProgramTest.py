@@ -1,0 +1,315 @@
+"""Runs the installed program on simulated buses and compares all that a run leaves behind.
+
+ProgramTest.py CMAKE BUILD-DIRECTORY [WORD-OF-A-CASE]
+"""
+
+import json
+import random
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import traceback
+import zlib
+from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Callable
+
+from Program import HARMLESS, LEVELS, REQUEST, REQUEST_BUFFER, TIME_LIMIT, Program
+from Program import changes, downloads, may_mount, requests, status_lines, wait_until
+
+EXAMPLES = Path(__file__).parents[2] / "docs/examples"
+SECTIONS = {  # type on the wire, address
+    "application": (0, 0x20000000), "config": (1, 0x201A0000), "bootloader": (3, 0x1000)}
+NOISE = random.Random(1394)
+IMAGE, CNE, BOOT = NOISE.randbytes(5001), NOISE.randbytes(700), NOISE.randbytes(1500)
+RUNS_AT_ONCE = 10  # they wait for ticks of a second most of the time
+
+
+def guid(number):
+    return f"000F1B00000000{number:02X}"
+
+
+def target(number, mode="bootloader", protocol=1):
+    return {"kind": "target", "guid": guid(number), "mode": mode, "protocol": protocol,
+            "eraseMs": 5, "checkMs": 5, "rebootMs": 20}
+
+
+def bus(*nodes):
+    return {"stateDirectory": "bus-state", "trace": "bus-trace.jsonl", "nodes": nodes}
+
+
+def example(name):
+    return json.loads((EXAMPLES / name).read_text()) | {"trace": "bus-trace.jsonl"}
+
+
+@dataclass
+class Case:
+    name: str
+    bus: dict
+    options: str
+    says: list  # parts of the status file's lines, in this order
+    changes: str = ""
+    stored: dict = field(default_factory=dict)  # GUID: sections, in the order of loading
+    identity: dict = field(default_factory=dict)  # of the one device in `stored`
+    status: str = "script-data/1394_write_status.txt"
+    errors: list = field(default_factory=list)  # parts of error lines that may come besides
+    wire: str = ""  # a request as it has to stand in the trace
+    prepare: Callable = lambda program: None
+    meanwhile: Callable = lambda program: None
+    check: Callable = lambda program: None
+    database: bool = True
+    ends: bool = True  # False: it waits for ever once the last of `says` has been said
+    space_on_disk: int = None
+
+
+IN_APPLICATION = ("USER, basAutomation, The device is running in application mode.  Resetting the device to "
+                  "bootloader mode and re-starting the process...")
+PARAMETERS = "USER, basAutomation, Successfully Initialized the Persistent Parameters."
+NEW_GUID = "USER, basAutomation, Successfully set the GUID to the new value."
+IMAGE_DONE = "USER, basAutomation, Successfully programmed image from "
+CNE_DONE = ["USER, basAutomation, Successfully programmed CNE from ",
+            "USER, basAutomation, Successfully set CNE to factory default."]
+LOADED = {"application": IMAGE, "config": CNE}
+LOADING = "0:4 0:5x5 0:6 0:4 0:5 0:6 0:13 0:17"
+# A device that leaves in the middle of an enumeration makes one that starts over.
+INTERRUPTED = "ERROR, bas1394, VdevBusResetHandler call failed, code -1"
+NO_FILE_DATE = "ERROR, basApp, Failed to convert driver date to a readable format!"
+
+
+def load(name, **more):  # of the package into a single device
+    return Case(name, bus(target(1)), "/D app.twd", [IMAGE_DONE, *CNE_DONE], LOADING, {guid(1): LOADED}, **more)
+
+
+# --- The bad days ---
+
+def second_instance(program):
+    wait_until(lambda: "Started HoistlineApp" in program.output(), "the first instance")
+    before = {path: path.read_bytes() for path in program.folder.glob("script-data/*")}
+    process = program.start(["/D", "app.twd"], "second")
+    try:
+        assert process.wait(TIME_LIMIT) == 0
+    finally:
+        program.end(process)
+    message = "There is already an instance of HoistlineApp running.  Cannot run a second instance."
+    assert message in program.output("second.err"), program.output("second.err")
+    assert program.output("second.out") == ""
+    for path, content in before.items():
+        assert path.read_bytes().startswith(content), f"{path} was touched"
+
+
+def contents(folder):
+    return {path: path.read_bytes() for path in sorted(folder.rglob("*")) if path.is_file()}
+
+
+def forbid_writing(program):
+    program.use_account_that_may_not_write()
+    program.before = contents(program.folder)
+
+
+def check_untouched(program):
+    assert contents(program.folder) == program.before, "the program's folder was written"
+    assert (program.data / "docs/simulated-bus.md").exists(), "the documents weren't seeded"
+
+
+def put(name, content):
+    return lambda program: (program.folder / name).write_bytes(content)
+
+
+def remove(name):
+    return lambda program: (program.folder / name).unlink()
+
+
+def check_missing_database(program):
+    assert "Database not found: The database file (db1.mdb or alternatively" in program.output("first.err")
+
+
+def check_corrupt_database(program):
+    assert "Database not usable: The database file" in program.output("first.err")
+    assert (program.folder / "db1.mdb").read_bytes() == JUNK, "the corrupt database was touched"
+
+
+def check_full_disk(program):
+    told, last = program.told(), program.told()[-1][1]
+    assert last.startswith("BuildBootloaderDeviceList completed: 1 compatible"), f"it didn't come to its end: {last}"
+    assert any(message.startswith("Successfully programmed image from ") for _, message in told)
+    written = program.output("program/script-data/1394_write_status.txt") + program.output("first.err")
+    lost = Counter(told) - Counter((level, message) for _, level, _, message in status_lines(written))
+    assert not lost, f"neither in the status file nor on standard error: {lost}"
+    assert "the state stays in memory" in written
+    if (program.folder / "db1.mdb").exists():
+        program.rows()  # sound as far as it goes
+
+
+JUNK = NOISE.randbytes(8192)
+NO_LIBRARY = dict(
+    options="/D app.twd", bus=bus(target(1)), ends=False, errors=[NO_FILE_DATE],
+    says=["ERROR, bas1394, ERROR loading Twl1394api.dll!  Call to LoadLibrary returned 0.",
+          "ERROR, bas1394, Twl1394api.dll could not be loaded: ",
+          "ERROR, basApp, ERROR #53: File not found: Twl1394api.dll in Main.  Exiting initialization abnormally."])
+MIXED = example("bus-62-mixed-nodes.json")
+MIXED_TARGETS = {number: node for number, node in enumerate(MIXED["nodes"]) if node["kind"] == "target"}
+
+CASES = [
+    Case("never reaches its bootloader", example("bus-never-bootloader.json"), "/D app.twd",
+         [IN_APPLICATION] * 6 + ["ERROR, basAutomation, Performed 6 attempts to reset the device and resume the "
+                                 "operation(s).  Aborting."], "0:2x6"),
+    Case("GUID, in three passes", bus(target(1, "application")), "/G 0011223344556677",
+         [IN_APPLICATION, PARAMETERS, NEW_GUID], "0:2 0:12 0:10 0:17", {guid(1): {}},
+         {"guid": "0011223344556677", "mode": "application"}),
+    Case("package into one of two, from application mode", bus(target(1), target(2, "application")),
+         "/D app.twd /X 000f1b0000000002", [IN_APPLICATION, IMAGE_DONE, *CNE_DONE],
+         "1:2 " + LOADING.replace("0:", "1:"), {guid(2): LOADED}, {"mode": "application"},
+         wire="0100000005000f00"),  # GetDebugGUID as the fifth command
+    Case("bootloader, protocol 3", bus(target(1, protocol=3)), "/B boot.twd",
+         ["USER, basAutomation, Successfully programmed new bootloader firmware image."],
+         "0:4 0:5x2 0:6 0:17", {guid(1): {"bootloader": BOOT}}),
+    Case("the folder of /A", bus(target(1)), "/A",
+         [PARAMETERS, NEW_GUID, IMAGE_DONE + "DTCP\\GUID\\MACID\\Config_Image.twd", *CNE_DONE],
+         "0:12 0:10 0:11 " + LOADING, {guid(1): LOADED},
+         {"guid": "8899aabbccddeeff", "mac": "0000a1b2c3d4e5f6"}, "1394_WRITE_STATUS/1394_write_status.txt"),
+    Case("two targets without /X", bus(target(1), target(2, "application")), "/D app.twd",
+         ["ERROR, basAutomation, There are 2 targets on the 1394 bus that are compatible with firmware downloading "
+          "from this application.  Cannot proceed."]),
+    Case("/X of a device that isn't there", bus(target(1), target(2, "application")), "/B boot.twd /X " + guid(3),
+         [f"ERROR, basAutomation, m_PerformUnattendedOperations: failed to find a match for device '{guid(3)}' on the "
+          "bus.  Exiting without performing operations!"]),
+    Case("package without an image", bus(target(1)), "/D cne.twd",
+         ["USER, basAutomation, File does not contain an application image: ", *CNE_DONE],
+         "0:4 0:5 0:6 0:13 0:17", {guid(1): {"config": CNE}}),
+    Case("information on 62 nodes", MIXED, "/I",
+         [f"Node #{number}: GUID='{node['guid'][:8]} {node['guid'][8:]}'" for number, node in MIXED_TARGETS.items()]
+         + [f"BuildBootloaderDeviceList completed: {len(MIXED_TARGETS)} compatible nodes found on the bus."],
+         errors=["Invalid protocol version determined in SendRequest: 33554432(0x2000000)!"]),
+    load("second instance", meanwhile=second_instance),
+    load("program folder that can't be written", prepare=forbid_writing, check=check_untouched),
+    load("database missing", prepare=remove("db1_clean.mdb"), database=False, errors=[NO_FILE_DATE],
+         check=check_missing_database),
+    load("database corrupt", prepare=put("db1.mdb", JUNK), database=False, check=check_corrupt_database),
+    Case("library that is garbage", prepare=put("Twl1394api.so", JUNK), **NO_LIBRARY),
+    Case("no library", prepare=remove("Twl1394api.so"), **NO_LIBRARY),
+    load("disk full from the start", space_on_disk=0, database=False, check=check_full_disk),
+    load("disk that fills up in the run", space_on_disk=90_000, database=False, check=check_full_disk),
+]
+
+
+# --- One run and its comparison ---
+
+def check_records(program, case):
+    """Status file, standard output and log tell the same; the status file tells what the case expects."""
+    status = program.status(case.status)
+    lines = [", ".join(line[1:]) for line in status]
+    rest = iter(lines)
+    for part in case.says:
+        assert any(part in line for line in rest), f"not said, or not in this place: {part}\n" + "\n".join(lines)
+    known = [*case.says, *case.errors, INTERRUPTED]
+    unexpected = [line for line in lines if not line.startswith("USER") and not any(part in line for part in known)]
+    assert not unexpected, unexpected
+    assert [(level, message) for _, level, _, message in status] == program.told()
+    if case.database:
+        rows = [(ms, LEVELS[level], module, message) for ms, level, module, message in program.rows()
+                if level in LEVELS and ms >= 0]
+        assert rows and rows == [(*line[:3], line[3][:250]) for line in status][-len(rows):], "log and status differ"
+
+
+def download(name, content):
+    """The operands of its start, and the bytes."""
+    kind, address = SECTIONS[name]
+    return struct.pack("<I8s8s5I", kind, b"20020831", b"152503", 0x1234, 0x01020305, address, len(content),
+                       zlib.crc32(content)), content
+
+
+def check_bus(program, case):
+    """What went over the bus, and what the devices hold."""
+    trace = program.trace()
+    assert changes(trace) == case.changes, changes(trace)
+    writes = [entry for entry in trace if entry["operation"] == "write"]
+    assert {entry["address"] for entry in writes} <= {REQUEST, REQUEST_BUFFER}
+    changed = {node for node, code, _ in requests(trace) if code not in HARMLESS}
+    assert {entry["node"] for entry in writes if entry["address"] == REQUEST_BUFFER} <= changed
+    assert not case.wire or case.wire in [entry["data"] for entry in writes if entry["address"] == REQUEST]
+    assert program.flash() == case.stored, "the devices hold something else"
+    expected = [download(name, content) for sections in case.stored.values() for name, content in sections.items()]
+    assert downloads(trace) == expected, "the blocks on the bus aren't the package's sections"
+    for device, sections in case.stored.items():
+        identity = program.identity(device)
+        assert case.identity.items() <= identity.items(), identity
+        for name in sections:
+            found = [identity[name][key] for key in ("id", "version", "size", "valid")]
+            assert found == [0x1234, 0x01020305, len(sections[name]), True], identity
+
+
+def run(case, installed, base):
+    base.mkdir()
+    program = Program(installed, base, case.bus)
+    if case.space_on_disk is not None and not may_mount(base):
+        return "skipped: no file system can be mounted here"
+    case.prepare(program)
+    process = program.start(case.options.split(), space_on_disk=case.space_on_disk)
+    try:
+        case.meanwhile(program)
+        if case.ends:
+            assert process.wait(TIME_LIMIT) == 0, f"exit code {process.returncode}"
+        else:
+            last = case.says[-1].split(", ")[-1]
+            wait_until(lambda: last in program.output(), last)
+            time.sleep(7)  # by then a run with nothing to do would have ended
+            assert process.poll() is None, "it ended"
+    finally:
+        program.end(process)
+    if case.space_on_disk is None:
+        check_records(program, case)
+        check_bus(program, case)
+    case.check(program)
+    return "good"
+
+
+def attempt(case, installed, base):
+    start = time.monotonic()
+    try:
+        result = run(case, installed, base)
+    except Exception:
+        result = "FAILED\n" + traceback.format_exc()
+        result += "".join(f"--- {path.name}\n{path.read_text(errors='replace')}" for path in base.glob("*.err"))
+    print(f"{time.monotonic() - start:5.1f} s  {case.name}: {result}", flush=True)
+    return not result.startswith("FAILED")
+
+
+def pack(installed, name, **sections):
+    arguments = "--date 20020831 --time 152503 --software-id 0x1234 --software-version 0x01020305 --hardware-id 17"
+    command = [installed / "twd", "pack", installed / name, *arguments.split()]
+    for section, (content, address) in sections.items():
+        part = installed / f"{section}.bin"
+        part.write_bytes(content)
+        command += [f"--{section}", part, f"--{section}-address", str(address)]
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+
+
+def install(cmake, build, installed):
+    subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
+    pack(installed, "app.twd", image1=(IMAGE, SECTIONS["application"][1]), cne=(CNE, 0))
+    pack(installed, "cne.twd", cne=(CNE, 0))
+    pack(installed, "boot.twd", image1=(BOOT, SECTIONS["bootloader"][1]))
+    folder = installed / "DTCP/GUID/MACID"
+    folder.mkdir(parents=True)
+    shutil.copy(installed / "app.twd", folder / "Config_Image.twd")
+    (folder / "GUID.txt").write_text("8899AABB CCDDEEFF,behind a comma\r\n")
+    (folder / "MACID.txt").write_text("a1b2c3d4e5f6\r\n")
+
+
+def main(cmake, build, word=""):
+    with tempfile.TemporaryDirectory(prefix="program-test-") as folder:
+        base = Path(folder)
+        base.chmod(0o755)
+        install(cmake, build, base / "installed")
+        with ThreadPoolExecutor(RUNS_AT_ONCE) as pool:
+            jobs = [pool.submit(attempt, case, base / "installed", base / str(number))
+                    for number, case in enumerate(CASES) if word in case.name]
+            return 0 if jobs and all([job.result() for job in jobs]) else 1
+
+
+sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,58 @@
+// romview FILE [--json]: the rows of a config ROM image, as the config ROM window shows them.
+//
+// The file holds the quadlets from the ROM's base on, big-endian, or in the order in which Linux
+// exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
+// Exit codes: 0 rows printed, 1 the ROM could not be rendered whole, 2 usage or unreadable file.
+
+#include "ConfigRomText.h"
+#include "RomFile.h"
+#include "basConfigRom.h"
+#include "basDebug.h"
+#include "basUtils.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+void PrintText(const basConfigRom::RomTree& tree) {
+    const std::string text = basConfigRom::RomText(tree);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void PrintJson(const basConfigRom::RomTree& tree) {
+    nlohmann::json rows = nlohmann::json::array();
+    for (const basConfigRom::RomRow& row : tree.Rows)
+        rows.push_back({{"key", row.Key}, {"parent", row.Parent}, {"text", row.Text}, {"expanded", row.Expanded}});
+    std::printf("%s\n", rows.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Shows a config ROM image as rows of text"};
+    std::string path;
+    bool json = false;
+    app.add_option("FILE", path, "ROM image: the quadlets from the ROM's base on")->required();
+    app.add_flag("--json", json, "rows as JSON");
+    CLI11_PARSE(app, argc, argv);
+
+    basDebug::hooks.echo = [](std::string_view message, std::int32_t level, std::string_view) {
+        std::fprintf(stderr, "%s: %.*s\n", basDebug::GetLevelName(level).c_str(), int(message.size()), message.data());
+    };
+    ByteArray image;
+    if (basUtils::ReadFileBytes(path, image) != 1) {
+        std::fprintf(stderr, "romview: cannot read '%s'\n", path.c_str());
+        return 2;
+    }
+    image.pop_back(); // the 0 behind the file's bytes
+    ConfigRomRecord rom;
+    basConfigRom::ReadRomImage(image, rom);
+    basConfigRom::RomTree tree;
+    const bool whole = basConfigRom::FormatConfigRomApple(tree, rom) == 1;
+    json ? PrintJson(tree) : PrintText(tree);
+    return whole ? 0 : 1;
+}
