@@ -9,7 +9,7 @@ bytes=$((mib * 1048576))
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp "$source"/{HoistlineApp,Twl1394api.so,db1_clean.mdb,twd} "$work"
-export QT_QPA_PLATFORM=offscreen
+export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 
 milliseconds() { echo $((${EPOCHREALTIME/[.,]/} / 1000)); }
 memory() { awk -v what="$1:" '$1 == what { print $2 }' "/proc/$program_PID/status"; }

@@ -2,4 +2,5 @@
 # The benchmarks, then the two measurements in real time. Give it a quiet machine.
 set -euo pipefail
 build/release/bench/bench_all
+QT_QPA_PLATFORM=offscreen build/release/bench/bench_windows
 bash bench/real_load.sh run/program

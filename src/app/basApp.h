@@ -77,7 +77,7 @@ void ShutdownApplication();
 
 // Joins argv into the raw command line: an argument that names a path ("/" inside) or holds a
 // blank is put in double quotes, one that names an existing file relative to the current
-// directory is made absolute. A single argument is taken as a whole command line.
+// directory is made absolute. An argument that holds options with their values is taken as it is.
 std::string JoinArguments(const std::vector<std::string>& arguments);
 
 // Module wrapper. While frmMain doesn't exist, level 11 and above becomes a message box, or a

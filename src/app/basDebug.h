@@ -19,7 +19,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// Filled by main.
+// Filled by wiring.
 struct Hooks {
     // Status window `slot` exists and shows messages of this level.
     std::function<bool(std::size_t slot, std::int32_t level)> statusWindowWants;

@@ -11,7 +11,6 @@ namespace basBootloader {
 namespace {
 
 constexpr std::int32_t IDENTITY_BYTES = 12, INFO_BYTES = 104;
-constexpr std::int32_t NODE_DID_NOT_RESPOND = 121;
 constexpr std::int32_t DEFAULT_TIMEOUT = -1;
 constexpr std::int32_t DEBUGGER_TIMEOUT = 1000; // ms
 constexpr bas1394::Address1394 DEBUG_PROBE{0xFFFF, 0xC8000000}, DEBUG_ANSWER{0xFFFF, 0xC8010000};
@@ -142,7 +141,7 @@ BootloaderInfoRegisters DecodeInfoRegisters(const ByteArray& bytes, bool bigEndi
 
 std::int32_t ReadInfoRegisters(const Device& device, BootloaderInfoRegisters& info) {
     const std::int32_t result = ReadInfoRegistersOnce(device, info);
-    if (result == NODE_DID_NOT_RESPOND || result == bas1394::RESULT_BUS_RESET)
+    if (result == TWL1394_NODE_DID_NOT_RESPOND || result == bas1394::RESULT_BUS_RESET)
         return ReadInfoRegistersOnce(device, info);
     return result;
 }

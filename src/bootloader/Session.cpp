@@ -19,7 +19,6 @@ constexpr std::int32_t HEADER_BYTES = 8, RESPONSE_BYTES = 40, MAX_RESPONSE_QUADL
 constexpr std::int32_t RESET_DEVICE = 2;                                  // the one command that needs no answer
 constexpr std::int32_t COMMAND_ID_LIMIT = 32767;                          // neither this nor 0 is ever sent
 constexpr std::uint32_t PAUSE_AFTER_READ = 10, PAUSE_BETWEEN_POLLS = 100; // ms
-constexpr std::int32_t NODE_DID_NOT_RESPOND = 121;
 
 std::uint32_t Bits(std::int32_t value) {
     return static_cast<std::uint32_t>(value);
@@ -144,7 +143,7 @@ std::int32_t PollOnce(std::int32_t handle, const BootloaderRequest& request, Boo
         if (result != SUCCESS)
             StatusDisplay(LEVEL_WARNING, "Transaction failed: Validate response failed, code {} (0x{:X})", result,
                           Bits(result));
-    } else if (result == NODE_DID_NOT_RESPOND) {
+    } else if (result == TWL1394_NODE_DID_NOT_RESPOND) {
         StatusDisplay(LEVEL_WARNING,
                       "Transaction failed (likely a timout error): GetResponse returned error code {} (0x{:X})", result,
                       Bits(result));

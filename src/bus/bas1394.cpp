@@ -15,7 +15,6 @@ Hooks hooks;
 
 namespace {
 
-constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE";
 constexpr std::uint32_t DRIVER_START_TIME = 500;        // ms
 constexpr Address1394 TOPOLOGY_MAP{0xFFFF, 0xF0001000}; // IEEE 1394-1995, 8.3.2.4.1
 constexpr std::uint32_t TOPOLOGY_MAP_SIZE = 1024;

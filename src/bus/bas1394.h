@@ -23,6 +23,7 @@ struct Address1394 {
 };
 
 // Result codes of this layer. The library's own codes stand in Twl1394api.h.
+inline constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE"; // the one that is added when there is none
 inline constexpr std::int32_t RESULT_SUCCESS = 1;
 inline constexpr std::int32_t RESULT_FAILED = -1;
 inline constexpr std::int32_t RESULT_BUS_RESET = -105;
@@ -70,7 +71,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// What this layer calls upward. Filled by main.
+// What this layer calls upward. Filled by wiring.
 struct Hooks {
     std::function<void()> nodesChanged;                     // frmMain.IEEE1394Bus_NodesChanged
     std::function<void()> resetComplete;                    // frmMain.IEEE1394Bus_ResetComplete

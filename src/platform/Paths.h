@@ -14,7 +14,7 @@ std::string ResolvePath(const std::string& path);
 // Folder of the executable, or, when that can't be written, the per-user data folder
 // (XDG_DATA_HOME or ~/.local/share, then HoistlineApp), made and seeded from the executable's
 // folder on first use: the clean database, example files, the bus description. No trailing
-// separator. HOISTLINE_HOME isn't read: no environment variable is part of the interface.
+// separator.
 std::string ProgramDirectory();
 // What makes a per-user folder a program directory: the library of `from` where `to` has another,
 // and every other file that `to` lacks.

@@ -51,9 +51,10 @@ void ProvideDatabaseFile() {
                                    "Database not found");
 }
 
-// A file that is there and doesn't open would otherwise be lost settings without a word.
+// A file that is there and doesn't open, or one that a full disk had no room for, would otherwise be
+// lost settings without a word.
 void TellUnusableDatabase(const platform::Failure& failure) {
-    if (!basApp::FileExists(std::string(LIVE_DATABASE_HERE)))
+    if (!basApp::FileExists(std::string(LIVE_DATABASE_HERE)) && !basApp::FileExists(std::string(CLEAN_DATABASE_HERE)))
         return;
     basApp::MessageBoxOrStatusFile(
         fmt::format("The database file '{}' cannot be used: {}.  It was left untouched.  The application runs with "

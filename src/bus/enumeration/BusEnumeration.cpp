@@ -10,7 +10,6 @@ namespace bas1394 {
 namespace {
 
 constexpr std::int32_t EXPECTED_VENDOR = 0xF1B;
-constexpr std::int32_t NO_ROOT_DIRECTORY = -20; // of GetFormattedConfigRom: the bus info block was read
 
 void Call(const std::function<void()>& hook) {
     if (hook)
@@ -77,7 +76,7 @@ private:
                 StatusDisplay(LEVEL_USER, "Node #{}: GUID='{}', Manufacturer='{}', Model='{}'", i,
                               basConfigRom::GetConfigRomGuidText(rom), basConfigRom::GetConfigRomVendorText(rom),
                               basConfigRom::GetConfigRomModelText(rom));
-        } else if (code != NO_ROOT_DIRECTORY) {
+        } else if (code != basConfigRom::NO_ROOT_DIRECTORY) {
             StatusDisplay(LEVEL_TRACE,
                           "BusResetHandler: unreadable config ROM on node #{}.  bas1394.GetFormattedConfigRom "
                           "returned code {}",
@@ -86,8 +85,8 @@ private:
     }
 
     static bool Stays(std::size_t i, std::int32_t code, const ConfigRomRecord& rom) {
-        return i == globals.LocalHostNode ||
-               ((code == RESULT_SUCCESS || code == NO_ROOT_DIRECTORY) && rom.NodeVendorID == EXPECTED_VENDOR);
+        return i == globals.LocalHostNode || ((code == RESULT_SUCCESS || code == basConfigRom::NO_ROOT_DIRECTORY) &&
+                                              rom.NodeVendorID == EXPECTED_VENDOR);
     }
 
     // The next node takes its place.

@@ -1,0 +1,176 @@
+// What the windows cost, offscreen: the redraw of a full bus, a config ROM as rows and in its
+// window, and messages into a status window. The bus takes no time and the clock is the virtual
+// one, so that only our own work is measured.
+#include "ConfigRomText.h"
+#include "HeadlessProgram.h"
+#include "MDIForm1.h"
+#include "RomFile.h"
+#include "WindowWiring.h"
+#include "Windows.h"
+#include "bas1394.h"
+#include "basApp.h"
+#include "frmConfigROM.h"
+#include "frmMain.h"
+#include "frmStatus.h"
+
+#include <QApplication>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+namespace {
+
+constexpr int TARGETS = 62; // and this computer
+
+std::string BusOf(int targets) {
+    std::string nodes;
+    for (int node = 0; node < targets; ++node)
+        nodes += testing_support::Target(fmt::format("000F1B{:010X}", node + 1), "bootloader") + ", ";
+    return R"({"transactionMicroseconds": 0, "nodes": [)" + nodes + R"({"kind": "host"}]})";
+}
+
+struct ProgramWithWindows : testing_support::HeadlessProgram {
+    explicit ProgramWithWindows(int targets = TARGETS) : HeadlessProgram(BusOf(targets), LEVEL_WARNING) {
+        windowSystem.eachTurn = [] { QCoreApplication::processEvents(); };
+        WireWindows([] {});
+        basApp::Main("");
+        windowSystem.RunUntil([] { return bas1394::globals.BusEnumerated; }, 60'000);
+    }
+    ~ProgramWithWindows() {
+        windows::globals.parent->close();
+        delete windows::globals.parent;
+        windows::globals = {};
+    }
+};
+
+void RedrawOf63Nodes(benchmark::State& state) {
+    const ProgramWithWindows program;
+    if (windows::globals.main->mfgDevices->rowCount() != TARGETS + 1)
+        return state.SkipWithError("the grid isn't complete");
+    for (auto _ : state)
+        windows::globals.main->IEEE1394Bus_NodesChanged();
+}
+BENCHMARK(RedrawOf63Nodes)->Unit(benchmark::kMillisecond);
+
+// 1 KiB of ROM: a root directory with as many leaves of text as fit.
+ByteArray RomOf1KiB() {
+    constexpr std::uint32_t LEAVES = 40, LEAF_QUADLETS = 5;
+    std::vector<std::uint32_t> quadlets{0x04FF0000, 0x31333934, 0, 0x000F1B00, 1, LEAVES << 16};
+    for (std::uint32_t leaf = 0; leaf < LEAVES; ++leaf)
+        quadlets.push_back(0x81000000 | (LEAVES - leaf + leaf * LEAF_QUADLETS));
+    for (std::uint32_t leaf = 0; leaf < LEAVES; ++leaf)
+        quadlets.insert(quadlets.end(), {(LEAF_QUADLETS - 1) << 16, 0, 0, 0x5461726E, 0x77656C6C});
+    quadlets.resize(256);
+    ByteArray bytes;
+    for (const std::uint32_t quadlet : quadlets)
+        for (const int shift : {24, 16, 8, 0})
+            bytes.push_back(static_cast<std::uint8_t>(quadlet >> shift));
+    return bytes;
+}
+
+void RomAsRows(benchmark::State& state) {
+    ConfigRomRecord rom;
+    basConfigRom::ReadRomImage(RomOf1KiB(), rom);
+    for (auto _ : state) {
+        basConfigRom::RomTree tree;
+        basConfigRom::FormatConfigRomApple(tree, rom);
+        if (tree.Rows.size() < 200)
+            return state.SkipWithError("rows are missing");
+        benchmark::DoNotOptimize(tree);
+    }
+}
+BENCHMARK(RomAsRows)->Unit(benchmark::kMillisecond);
+
+void RomInItsWindow(benchmark::State& state) {
+    ConfigRomRecord rom;
+    basConfigRom::ReadRomImage(RomOf1KiB(), rom);
+    const ProgramWithWindows program;
+    bas1394::globals.DeviceTable[0].ConfigRom = rom;
+    for (auto _ : state) {
+        auto* window = new frmConfigROM;
+        windows::globals.parent->AddChild(window);
+        window->Form_Load();
+        window->setNodeNum(0);
+        windows::globals.parent->ShowChild(window);
+        QCoreApplication::processEvents(); // the first painting
+        state.PauseTiming();
+        window->Unload();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(RomInItsWindow)->Unit(benchmark::kMillisecond);
+
+// 2,000 messages as they come within a second: each 500 us of the virtual clock, and a turn for the
+// painting every 20 ms. The time of an iteration is the share of a core in seconds.
+void Second2000Messages(benchmark::State& state) {
+    ProgramWithWindows program;
+    windows::globals.statusWindows[0]->MessageLevel = LEVEL_DETAIL;
+    std::int32_t number = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < 2000; ++i) {
+            basDebug::Display("bas1394", LEVEL_TRACE, "Message {} of a flood, as long as they often are.", number++);
+            program.clock.Sleep(500'000);
+            if (i % 40 == 39)
+                program.windowSystem.Turn();
+        }
+    }
+}
+BENCHMARK(Second2000Messages)->Unit(benchmark::kMillisecond);
+
+double ResidentKiB() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmRSS:"))
+            return std::stod(line.substr(6));
+    return 0;
+}
+
+// Memory behind `step` done 100 times, and behind ten times as often again.
+template <class Step> void ReportMemory(benchmark::State& state, Step step) {
+    for (auto _ : state) {
+        for (int i = 0; i < 100; ++i)
+            step();
+        state.counters["KiB_after_100"] = ResidentKiB();
+        for (int i = 0; i < 1000; ++i)
+            step();
+        state.counters["KiB_after_1100"] = ResidentKiB();
+    }
+}
+
+void MemoryOfBusResets(benchmark::State& state) {
+    ProgramWithWindows program(2);
+    ReportMemory(state, [&program] {
+        bas1394::ResetBus();
+        program.windowSystem.RunUntil([] { return false; }, 1000);
+        if (windows::globals.main->mfgDevices->rowCount() != 3)
+            std::abort();
+    });
+}
+BENCHMARK(MemoryOfBusResets)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// A step is 100 messages.
+void MemoryOfMessages(benchmark::State& state) {
+    ProgramWithWindows program(2);
+    ReportMemory(state, [&program] {
+        for (int i = 0; i < 100; ++i)
+            basDebug::Display("bas1394", LEVEL_USER, "Message {} of a flood, as long as they often are.", i);
+        program.clock.Sleep(50'000'000);
+        program.windowSystem.Turn();
+    });
+}
+BENCHMARK(MemoryOfMessages)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
