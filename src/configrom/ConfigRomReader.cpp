@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint16_t ROM_HIGH = 0xFFFF;
 constexpr std::uint32_t HEADER_MASK_ROM = 0xFF000000;
 constexpr std::uint32_t MAX_BLOCK_QUADLETS = 512; // 2048 bytes, what one read takes
-constexpr std::int32_t NULL_HEADER = -21, NO_ROOT_DIRECTORY = -20;
+constexpr std::int32_t NULL_HEADER = -21;
 constexpr int BUS_INFO_ATTEMPTS = 3;
 constexpr std::size_t BUS_INFO_SIZE = 20; // header and four quadlets
 

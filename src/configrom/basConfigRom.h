@@ -13,6 +13,8 @@ namespace basConfigRom {
 
 inline constexpr std::uint32_t ROM_BASE = 0xF0000400; // lower 32 bits; the upper 16 are 0xFFFF
 
+inline constexpr std::int32_t NO_ROOT_DIRECTORY = -20; // all but the root directory was read
+
 // What bounds a reading of one ROM, however its directories refer to each other: each address is
 // read once, and nothing beyond these. A ROM of 1 KiB holds at most 255 headers.
 inline constexpr std::size_t MAX_DIRECTORIES = 256;
@@ -32,7 +34,7 @@ void StatusDisplay(std::string_view indent, std::int32_t level, fmt::format_stri
 
 // --- Reading. NodeIndex is the index in bas1394's DeviceTable. ---
 
-// 1 the whole tree was read; -20 all but the root directory; -1 anything else.
+// 1 the whole tree was read; NO_ROOT_DIRECTORY; -1 anything else.
 std::int32_t GetFormattedConfigRom(std::int32_t nodeIndex, ConfigRomRecord& rom, const std::string& logTrail = {});
 std::int32_t GetFormattedConfigRomBusInfoBlock(std::int32_t nodeIndex, ConfigRomRecord& rom,
                                                const std::string& logTrail = {}); // 1 or -1

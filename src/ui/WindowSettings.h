@@ -7,7 +7,7 @@
 
 namespace windowSettings {
 
-// Filled by main.
+// Filled by WindowWiring.
 struct Hooks {
     std::function<bool()> hasStore;
     std::function<std::string(const std::string& section, const std::string& key, const std::string& defaultValue)> get;

@@ -25,7 +25,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// What the windows call that lies above them. Filled by main.
+// What the windows call that lies above them. Filled by WindowWiring.
 struct Hooks {
     std::function<void()> shutdownApplication;
 };

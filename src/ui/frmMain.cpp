@@ -22,7 +22,6 @@ namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
-constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE";
 
 QString Q(const std::string& text) {
     return QString::fromStdString(text);
@@ -375,7 +374,7 @@ void frmMain::txtDebugSpew_Change() {
 void frmMain::Form_Unload() {
     StatusDisplay(LEVEL_TRACE, "Unloading main child form...");
     if (mnuRemove1394VirtualDriverOnShutdown->isChecked())
-        platform::Attempt([] { bas1394::RemoveVirtualDevice(VIRTUAL_DEVICE); }, platform::IgnoreFailure);
+        platform::Attempt([] { bas1394::RemoveVirtualDevice(bas1394::VIRTUAL_DEVICE); }, platform::IgnoreFailure);
     layout_.reset();
     bas1394::HookCallbackWindow(false);
     for (WindowTimer* timer : {tmrBusReset, tmrIncomingData, tmrAutomationScheduler})
