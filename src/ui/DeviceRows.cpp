@@ -156,6 +156,23 @@ Row RowOf(const Device& device) {
     return row;
 }
 
+std::string Hint() {
+    const bas1394::Globals& bus = bas1394::globals;
+    if (bus.LibraryModule == nullptr)
+        return "There is no access library: Twl1394api.so isn't beside the program, or could not be loaded.  The "
+               "status window tells why.  Mend that and start the program again.";
+    if (bus.VirtualDeviceList.DeviceCount < 1)
+        return "There is no interface to the bus.  Check the 1394 adapter and its driver, then choose Command, Rescan "
+               "Bus.";
+    const bool somebodyElse = std::any_of(bus.DeviceTable.begin(), bus.DeviceTable.end(), [](const Device& device) {
+        return device.NodeNum != NO_NODE && !IsLocalHost(device);
+    });
+    if (!bus.BusEnumerated || somebodyElse)
+        return {};
+    return "No device answers.  Check its cable and power, then choose Command, Reset Bus.  Nodes of other vendors "
+           "aren't listed; the status window names them.";
+}
+
 bool IsMemorableId(const std::string& idColumn) {
     std::string id;
     std::copy_if(idColumn.begin(), idColumn.end(), std::back_inserter(id), [](char c) { return c != ' '; });

@@ -23,15 +23,26 @@ QWidget* Form::frame() {
     return subWindow != nullptr ? static_cast<QWidget*>(subWindow) : this;
 }
 
+namespace {
+
+QRect PixelsOf(const layout::Rectangle& place) {
+    return {layout::Pixels(place.Left), layout::Pixels(place.Top), layout::Pixels(place.Width),
+            layout::Pixels(place.Height)};
+}
+
+} // namespace
+
 layout::Rectangle Form::place() {
     const QRect rect = frame()->geometry();
+    if (rect == PixelsOf(place_))
+        return place_;
     return {layout::Twips(rect.left()), layout::Twips(rect.top()), layout::Twips(rect.width()),
             layout::Twips(rect.height())};
 }
 
 void Form::setPlace(const layout::Rectangle& place) {
-    frame()->setGeometry(layout::Pixels(place.Left), layout::Pixels(place.Top), layout::Pixels(place.Width),
-                         layout::Pixels(place.Height));
+    place_ = place;
+    frame()->setGeometry(PixelsOf(place));
 }
 
 bool Form::isMaximizedForm() {

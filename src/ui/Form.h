@@ -28,6 +28,7 @@ public:
     virtual std::vector<QMenu*> menus() { return {}; }
 
     QWidget* frame();
+    // As it was set, if it still stands there to the pixel: what scales it again and again loses nothing.
     layout::Rectangle place();
     void setPlace(const layout::Rectangle& place);
     bool isMaximizedForm();
@@ -46,6 +47,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    layout::Rectangle place_; // as it was set last
     bool unloaded_ = false;
 };
 

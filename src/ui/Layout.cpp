@@ -1,11 +1,13 @@
 #include "Layout.h"
 
+#include <cmath>
+
 namespace layout {
 
 namespace {
 
 std::int32_t Times(double ratio, std::int32_t measure) {
-    return std::int32_t(ratio * measure);
+    return std::int32_t(std::lround(ratio * measure));
 }
 
 } // namespace

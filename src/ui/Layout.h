@@ -2,8 +2,7 @@
 // nowhere else.
 #pragma once
 
-#include "basApp.h"
-
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,8 +10,9 @@
 namespace layout {
 
 inline constexpr std::int32_t TWIPS_PER_PIXEL = 15;
-inline std::int32_t Twips(std::int32_t pixels) {
-    return pixels * TWIPS_PER_PIXEL;
+// A stored place can hold any number; no window is a million pixels away.
+inline std::int32_t Twips(std::int64_t pixels) {
+    return std::int32_t(std::clamp<std::int64_t>(pixels, -1'000'000, 1'000'000)) * TWIPS_PER_PIXEL;
 }
 inline std::int32_t Pixels(std::int32_t twips) {
     return twips / TWIPS_PER_PIXEL;
@@ -22,6 +22,10 @@ struct Rectangle {
     std::int32_t Left = 0, Top = 0, Width = 0, Height = 0;
     bool operator==(const Rectangle&) const = default;
 };
+// In twips, of edges in pixels.
+inline Rectangle FromEdges(std::int32_t top, std::int32_t left, std::int32_t bottom, std::int32_t right) {
+    return {Twips(left), Twips(top), Twips(std::int64_t{right} - left), Twips(std::int64_t{bottom} - top)};
+}
 
 // One control as it stood at the snapshot.
 struct ControlLayout {

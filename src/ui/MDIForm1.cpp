@@ -147,7 +147,10 @@ void MDIForm1::MDIForm_Load() {
     status->showForm();
     fitHeight(place.Height + status->place().Height);
     ArrangeChildren(1);
+    const QSize designed = size();
     VerifyFormPosition();
+    if (size() != designed)
+        ArrangeChildren(1); // a screen that is too small for the design
     ParentLoaded = true;
     MDIForm_Resize();
     mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(main->frame()));

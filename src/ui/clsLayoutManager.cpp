@@ -128,8 +128,7 @@ std::int32_t clsLayoutManager::RestoreLayout() {
             platform::NumberFromText(windowSettings::Get(layoutForm_->nameText(), EDGES[i], std::to_string(edges[i])));
     VerifyFormPosition(layoutForm_);
     const auto [top, left, bottom, right] = edges;
-    layoutForm_->setPlace(
-        {layout::Twips(left), layout::Twips(top), layout::Twips(right - left), layout::Twips(bottom - top)});
+    layoutForm_->setPlace(layout::FromEdges(top, left, bottom, right));
     ResizeForm();
     return 1;
 }

@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
+constexpr std::int32_t HINT_DELAY = 500;          // ms, for a start after which no bus is read
 
 QString Q(const std::string& text) {
     return QString::fromStdString(text);
@@ -41,6 +42,8 @@ frmMain::frmMain() : Form("frmMain", "Available Devices") {
     tmrIncomingData = new WindowTimer(this, "tmrIncomingData", BUS_INTERVAL, bas1394::IncomingDataThreadHandler);
     tmrAutomationScheduler =
         new WindowTimer(this, "tmrAutomationScheduler", SCHEDULER_INTERVAL, basAutomation::SchedulerTick);
+    tmrHint = new WindowTimer(this, "tmrHint", HINT_DELAY, [this] { ShowHint(); });
+    tmrHint->setEnabled(true);
     StartBusTimers();
 }
 
@@ -53,7 +56,7 @@ void frmMain::BuildControls() {
 
     fraDeviceList = Named(new QGroupBox("Device List (select target)", this), "fraDeviceList");
     fraDeviceList->setGeometry(gap, gap, width, gridHeight + line + 2 * gap);
-    mfgDevices = Named(new QTableWidget(fraDeviceList), "mfgDevices");
+    mfgDevices = Named(new HintedGrid(fraDeviceList), "mfgDevices");
     mfgDevices->setGeometry(gap, line, width - 2 * gap, gridHeight);
 
     fraSelectedDevice = Named(new QGroupBox("Selected Device", this), "fraSelectedDevice");
@@ -132,7 +135,7 @@ void frmMain::SetUpGrid() {
     mfgDevices->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     mfgDevices->horizontalHeader()->setMinimumSectionSize(fontMetrics().horizontalAdvance("vdev") + 10);
     mfgDevices->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    mfgDevices->horizontalHeader()->setStretchLastSection(true);
+    mfgDevices->horizontalHeader()->setSectionResizeMode(deviceRows::FIRMWARE, QHeaderView::Stretch);
     MakeCopyable(mfgDevices);
     connect(mfgDevices, &QTableWidget::currentCellChanged, this, [this](int row, int, int previousRow, int) {
         if (row >= 0 && row != previousRow)
@@ -207,8 +210,14 @@ void frmMain::IEEE1394Bus_NodesChanged() {
     mfgDevices->setRowCount(0);
     ClearDeviceDetails();
     RefreshDeviceList();
+    ShowHint();
     repaint();
     platform::DoEvents();
+}
+
+void frmMain::ShowHint() {
+    tmrHint->setEnabled(false);
+    mfgDevices->setHint(Q(deviceRows::Hint()));
 }
 
 void frmMain::IEEE1394IncomingDataHandler() {

@@ -5,6 +5,7 @@
 
 #include "DeviceRows.h"
 #include "Form.h"
+#include "HintedGrid.h"
 #include "WindowTimer.h"
 #include "clsLayoutManager.h"
 
@@ -15,7 +16,6 @@
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTableWidget>
 
 #include <fmt/format.h>
 
@@ -56,14 +56,14 @@ public:
 
     // Controls.
     QGroupBox *fraDeviceList, *fraSelectedDevice, *fraHardware, *fraFirmware;
-    QTableWidget* mfgDevices;
+    HintedGrid* mfgDevices;
     QLabel *lblDriver, *lblNode, *lblGUID, *lblDeviceState, *lblHardwareVersion, *lblManufacturer, *lblModelID,
         *lblModelName, *lblBootloaderGuidInfo, *lblBootloaderGuidGet;
     QLabel *lblApplicationImageVersion, *lblDebugMonitorVersion, *lblBootloaderVersion;
     QLineEdit *txtApplicationImageVersion, *txtDebugMonitorVersion, *txtBootloaderVersion;
     QPushButton *cmdUpdateApplicationImage, *cmdUpdateDebugMonitor, *cmdUpdateBootloader;
     QPlainTextEdit* txtDebugSpew;
-    WindowTimer *tmrBusReset, *tmrIncomingData, *tmrAutomationScheduler;
+    WindowTimer *tmrBusReset, *tmrIncomingData, *tmrAutomationScheduler, *tmrHint;
 
     // Menus.
     QMenu *mnuFile, *mnuView, *mnuCommand, *mnuBootloader, *mnuApplicationExpertMenu, *mnuDllDebugging, *mnuTest,
@@ -87,6 +87,7 @@ private:
     void BuildControls();
     void BuildMenus(); // frmMainMenus.cpp
     void SetUpGrid();
+    void ShowHint();
     void ShowPanel(const deviceRows::Panel& panel);
     void BringSelectionAlong();
     void txtDebugSpew_Change();

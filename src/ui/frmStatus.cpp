@@ -143,7 +143,7 @@ std::int32_t frmStatus::RestoreLayout() {
     };
     const int top = edge("Top", rect.top()), left = edge("Left", rect.left());
     const int bottom = edge("Bottom", rect.top() + rect.height()), right = edge("Right", rect.left() + rect.width());
-    setPlace({layout::Twips(left), layout::Twips(top), layout::Twips(right - left), layout::Twips(bottom - top)});
+    setPlace(layout::FromEdges(top, left, bottom, right));
     Form_Resize();
     return 1;
 }

@@ -42,7 +42,7 @@ private:
 
     StatusModel model_;
     std::vector<StatusModel::Row> pending_;
-    bool followsNewest_ = true; // until the user scrolls up to read
+    bool followsNewest_ = true;  // until the user scrolls up to read
     std::int64_t lastShown_ = 0; // performance counter
     WindowTimer* tmrShowRows_;
 };
