@@ -1,6 +1,6 @@
 // A target whose info registers and answers are any bytes: identification, a session of every
 // kind of command, and a load must come back without a crash, a hang or a false success.
-#include "LibraryCalls.h"
+#include "LibrarySeam.h"
 #include "VirtualClock.h"
 #include "basBootloader.h"
 
@@ -39,19 +39,6 @@ std::int32_t Write(std::uint32_t, const Twl1394Address* address, std::uint32_t s
     return TWL1394_SUCCESS;
 }
 
-void BindScript() {
-    bas1394::library::Operations operations{};
-    operations.InterfaceVersion = [] { return TWL1394_INTERFACE_VERSION; };
-    operations.AsyncReadWrapper = Read;
-    operations.AsyncWriteWrapper = Write;
-    operations.QueryElapsedTimeMsLongInt = [](const std::int64_t* counter) {
-        return static_cast<std::uint32_t>((platform::QueryPerformanceCounter() - *counter) / 1'000'000);
-    };
-    std::string reason;
-    bas1394::library::BindTo(operations, reason);
-    basApp::hooks.queryElapsedTimeMs = bas1394::QueryElapsedTimeMs;
-}
-
 void ExchangeEverything(std::int32_t handle) {
     using namespace basBootloader;
     std::int32_t first = 0, second = 0;
@@ -71,14 +58,12 @@ void ExchangeEverything(std::int32_t handle) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     platform::testing::VirtualClock clock;
     bas1394::globals = {};
-    BindScript();
+    testing_support::BindLibrary(testing_support::Transactions(Read, Write));
     basBootloader::InitializeTargetList();
     script = {data, size};
 
     Device& node = bas1394::globals.DeviceTable.front();
-    node.Driver = "vdev";
-    node.NodeNum = 0;
-    node.SelfId.LinkActive = 1;
+    testing_support::MakePresent(node, 0);
     node.ConfigRom.RawData = {4, 4, 0, 0};
     basBootloader::BuildBootloaderDeviceList();
 

@@ -1,6 +1,6 @@
 // A node whose config ROM is any bytes: reading it ends within its bounds, and every question
 // about it has an answer.
-#include "LibraryCalls.h"
+#include "LibrarySeam.h"
 #include "basConfigRom.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::uint32_t BASE = 0xF0000400;
+constexpr std::uint64_t BASE = 0xFFFFF0000400;
 constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the bound of a reading, one block beyond it, the bus info
 
 struct Rom {
@@ -22,8 +22,8 @@ struct Rom {
 std::int32_t Read(std::uint32_t, const Twl1394Address* address, std::uint32_t size, std::uint8_t* data, std::uint32_t) {
     if (++image.reads > MOST_READS)
         std::abort();
-    const std::size_t start = address->AddressLow - BASE;
-    if (address->AddressHigh != 0xFFFF || start >= image.size || image.size - start < size)
+    const std::uint64_t start = testing_support::Offset(address) - BASE;
+    if (start >= image.size || image.size - start < size)
         return TWL1394_ADDRESS_ERROR;
     std::copy_n(image.data + start, size, data);
     return TWL1394_SUCCESS;
@@ -35,16 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     image = {data, size, 0};
     bas1394::globals = {};
     bas1394::globals.BusEnumerated = true;
-    bas1394::library::Operations operations{};
-    operations.InterfaceVersion = [] { return TWL1394_INTERFACE_VERSION; };
-    operations.AsyncReadWrapper = Read;
-    std::string reason;
-    bas1394::library::BindTo(operations, reason);
-
+    testing_support::BindLibrary(testing_support::Transactions(Read, nullptr));
     Device& node = bas1394::globals.DeviceTable.front();
-    node.Driver = "vdev";
-    node.NodeNum = 0;
-    node.SelfId.LinkActive = 1;
+    testing_support::MakePresent(node, 0);
     ConfigRomRecord& rom = node.ConfigRom;
     basConfigRom::GetFormattedConfigRom(0, rom);
     if (rom.Directories.size() > basConfigRom::MAX_DIRECTORIES ||

@@ -210,9 +210,13 @@ void AddWhatEntryRefersTo(RomTree& tree, int row, const ConfigRomRecord& rom, st
         FormatConfigRomLeafApple(tree, row, std::int32_t(number), entry.KeyValue, directory.Leaves.at(number));
         break;
     }
-    case 3:
-        FormatConfigRomDirectoryApple(tree, row, rom, directory.Children.at(counters.subdirectories++));
+    case 3: {
+        // A directory stands behind its parent in the record; one that doesn't was never read.
+        const std::int32_t child = directory.Children.at(counters.subdirectories++);
+        if (child > directoryIndex)
+            FormatConfigRomDirectoryApple(tree, row, rom, child);
         break;
+    }
     default:
         break;
     }

@@ -44,34 +44,30 @@ TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
                            dated(day), path, day);
     };
     const platform::SystemTime july24{2003, 7, 0, 24, 0, 0, 0, 0};
-    struct Row {
+    const std::string missing = "13 ERROR: the file \"" + path +
+                                "\" does not exist!|11 Failed to convert driver date " +
+                                "to a readable format!  FileTimeToSystemTime result = 0|";
+    const struct {
         std::time_t written; // 0: not there
         basApp::Dependency dependency;
-        std::int32_t result;
         std::string log;
+    } rows[] = {
+        {JULY_24, {"\\f", july24, false, true, false}, "9 " + dated(24)},
+        {JULY_24 + DAY, {"f", july24, false, true, true}, "9 " + dated(25)},
+        {JULY_24 + DAY, {"f", july24, false, true, false}, refused(25)},
+        {JULY_24 - DAY, {path, july24, false, false, true}, refused(23)},
+        {JULY_24 - DAY, {"f", {}, false, true, false}, "9 " + dated(23)},
+        {0, {"f", july24, false, true, true}, missing},
+        {0,
+         {"f", july24, true, false, true},
+         "11 Failed to get the Windows directory name in the startup routine, code 0!|"},
     };
-    for (const Row& row : {
-             Row{JULY_24, {"\\f", july24, false, true, false}, 0, "9 " + dated(24)},
-             Row{JULY_24 + DAY, {"f", july24, false, true, true}, 0, "9 " + dated(25)},
-             Row{JULY_24 + DAY, {"f", july24, false, true, false}, 0, refused(25)},
-             Row{JULY_24 - DAY, {path, july24, false, false, true}, 0, refused(23)},
-             Row{JULY_24 - DAY, {"f", {}, false, true, false}, 0, "9 " + dated(23)},
-             Row{0,
-                 {"f", july24, false, true, true},
-                 -1,
-                 "13 ERROR: the file \"" + path +
-                     "\" does not exist!|"
-                     "11 Failed to convert driver date to a readable format!  FileTimeToSystemTime result = 0|"},
-             Row{0,
-                 {"f", july24, true, false, true},
-                 -1,
-                 "11 Failed to get the Windows directory name in the startup routine, code 0!|"},
-         }) {
+    for (const auto& row : rows) {
         remove(path.c_str());
         if (row.written != 0)
             MakeFile("f", row.written);
         log.clear();
-        EXPECT_EQ(basApp::VerifySupportingFile(row.dependency), row.result) << row.log;
+        EXPECT_EQ(basApp::VerifySupportingFile(row.dependency), row.written != 0 ? 0 : -1) << row.log;
         EXPECT_EQ(fmt::format("{}|", fmt::join(log, "|")), row.log);
     }
 }

@@ -3,16 +3,16 @@
 #include "SingleInstance.h"
 #include "WorkingDirectory.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <map>
-#include <thread>
 
 using basApp::globals;
 using basApp::hooks;
 
 namespace {
+
+using Steps = std::vector<std::string>;
 
 // Every step that belongs to a higher layer, recorded by name.
 class StartUp : public AppTest {
@@ -32,19 +32,13 @@ protected:
         record(hooks.releaseStore, "store gone");
         record(hooks.endProgram, "end");
         const auto answer = [this](const char* name, auto& result) {
-            return [this, name, &result](auto&&...) {
-                steps.emplace_back(name);
-                return result;
-            };
+            return [this, name, &result](auto&&...) { return steps.emplace_back(name), result; };
         };
         hooks.globalSetting = [this](const std::string& key, const std::string& defaultValue) {
             steps.push_back(key);
             return settings.contains(key) ? settings[key] : defaultValue;
         };
-        hooks.loadParentWindow = [this] {
-            steps.emplace_back("windows");
-            windowsExist = true;
-        };
+        hooks.loadParentWindow = [this] { steps.emplace_back("windows"), windowsExist = true; };
         hooks.mainWindowExists = [this] { return windowsExist; };
         hooks.parseCommandLine = answer("parse", parsed);
         hooks.initializeCommandLineOptions = answer("options", optionsReady);
@@ -52,8 +46,7 @@ protected:
         hooks.initializeUnattendedRun = answer("unattended", runReady);
         hooks.loadLibrary = answer("library", library);
         hooks.hookSystemModule = [this](const ByteArray& name) {
-            steps.emplace_back(name.begin(), name.end());
-            return 1;
+            return steps.emplace_back(name.begin(), name.end()), 1;
         };
         hooks.setDebugSpew = [this](std::int32_t level) { steps.push_back(fmt::format("spew {}", level)); };
     }
@@ -61,20 +54,14 @@ protected:
         platform::ReleaseSingleInstance();
         platform::ChangeDirectory(startDirectory);
     }
-    bool Logged(const std::string& part) const {
-        return std::any_of(log.begin(), log.end(),
-                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
-    }
 
     const std::string startDirectory = platform::CurrentDirectory();
     std::map<std::string, std::string> settings;
-    std::vector<std::string> steps;
+    Steps steps;
     bool windowsExist = false, hasOperations = false;
     std::int32_t parsed = 1, optionsReady = 1, runReady = 1;
     void* library = &library;
 };
-
-using Steps = std::vector<std::string>;
 
 } // namespace
 
@@ -95,49 +82,25 @@ TEST_F(StartUp, RunsItsStepsInTheirOrder) {
 }
 
 TEST_F(StartUp, EndsTheProgramOnlyWhenAnUnattendedRunCannotBeSetUp) {
-    struct Row {
-        const char* name;
-        bool hasOperations, flag;
-        std::int32_t parsed, optionsReady, runReady;
-        bool lives, flagAfter;
-    };
-    for (const Row& row : {Row{"set-up failed", true, true, 1, 1, -1, false, true},
-                           Row{"set-up failed, no run", true, false, 1, 1, -1, true, false},
-                           Row{"no operation", false, true, 1, 1, -1, true, false},
-                           Row{"bad options", true, true, 1, -1, -1, true, false},
-                           Row{"not parsed", true, true, -1, 1, -1, true, true}}) {
-        SCOPED_TRACE(row.name);
+    runReady = -1;
+    for (const auto& [operations, flag, parse, options, lives, flagAfter] : {
+             std::tuple{true, true, 1, 1, false, true}, // the one that can't be set up
+             {true, false, 1, 1, true, false},          // no run
+             {false, true, 1, 1, true, false},          // no operation
+             {true, true, 1, -1, true, false},          // bad options
+             {true, true, -1, 1, true, true},           // not parsed
+         }) {
+        SCOPED_TRACE(fmt::format("{} {} {} {}", operations, flag, parse, options));
         platform::ReleaseSingleInstance();
-        globals.PerformUnattendedOperations = row.flag;
-        hasOperations = row.hasOperations;
-        parsed = row.parsed;
-        optionsReady = row.optionsReady;
-        runReady = row.runReady;
+        globals.PerformUnattendedOperations = flag;
+        hasOperations = operations;
+        parsed = parse;
+        optionsReady = options;
         steps.clear();
-        EXPECT_EQ(basApp::Main(""), row.lives);
-        EXPECT_EQ(globals.PerformUnattendedOperations, row.flagAfter);
-        EXPECT_EQ(std::count(steps.begin(), steps.end(), "enumerate"), row.lives ? 1 : 0);
+        EXPECT_EQ(basApp::Main(""), lives);
+        EXPECT_EQ(globals.PerformUnattendedOperations, flagAfter);
+        EXPECT_EQ(std::count(steps.begin(), steps.end(), "enumerate"), lives ? 1 : 0);
     }
-}
-
-TEST_F(StartUp, IsRefusedToASecondInstance) {
-    platform::Handle first = 0; // another owner, as another process would be
-    std::thread([&first] { first = platform::CreateMutexA(true, "instance-HoistlineApp"); }).join();
-    EXPECT_FALSE(basApp::Main(""));
-    platform::CloseHandle(first);
-    ASSERT_EQ(dialogs.shown.size(), 1u);
-    EXPECT_EQ(dialogs.shown[0].text,
-              "There is already an instance of HoistlineApp running.  Cannot run a second instance.");
-    EXPECT_EQ(dialogs.shown[0].caption, "Multiple Instances of HoistlineApp");
-    EXPECT_TRUE(steps.empty());
-}
-
-TEST_F(StartUp, WithoutALibraryAsksForNoEnumeration) {
-    library = nullptr;
-    hooks.setDebugSpew = [](std::int32_t) { platform::Raise(53, "File not found: Twl1394api.dll"); };
-    EXPECT_TRUE(basApp::Main(""));
-    EXPECT_EQ(steps.back(), "library");
-    EXPECT_TRUE(Logged("ERROR #53: File not found: Twl1394api.dll in Main.  Exiting initialization abnormally."));
 }
 
 TEST_F(StartUp, StepsOverAnInvalidCallAndOverNothingElse) {
@@ -184,19 +147,18 @@ TEST_F(StartUp, TurnsTheArgumentsOfAShellIntoOneCommandLine) {
     platform::ChangeDirectory(folder.path());
     std::ofstream(folder.file("app.twd"));
     const std::string app = '"' + platform::CurrentDirectory() + "/app.twd\"";
-    struct Row {
-        std::vector<std::string> arguments;
-        std::string line;
+    const std::pair<Steps, std::string> rows[] = {
+        {{"/D", "./app.twd", "/S"}, "/D " + app + " /S"},
+        {{"/D app.twd /S"}, "/D " + app + " /S"},
+        {{"/D", "/srv/fw/app.twd"}, "/D \"/srv/fw/app.twd\""},
+        {{"/D /srv/fw/app.twd /S"}, "/D \"/srv/fw/app.twd\" /S"},
+        {{"/D \"/srv/my fw/app.twd\"", "/S"}, "/D \"/srv/my fw/app.twd\" /S"},
+        {{"/D", "my fw.twd"}, "/D \"my fw.twd\""},
+        {{"/D", "no\"t/there"}, "/D \"not/there\""},
+        {{"/A/B \"x/y\""}, "/A/B \"x/y\""},
+        {{"/g", "000F1B0000000001", "/Execute"}, "/g 000F1B0000000001 /Execute"},
+        {{"/D \"open"}, "/D \"open"}, // the parser tells the user
     };
-    for (const Row& row : {
-             Row{{"/D", "./app.twd", "/S"}, "/D " + app + " /S"}, Row{{"/D app.twd /S"}, "/D " + app + " /S"},
-             Row{{"/D", "/srv/fw/app.twd"}, "/D \"/srv/fw/app.twd\""},
-             Row{{"/D /srv/fw/app.twd /S"}, "/D \"/srv/fw/app.twd\" /S"},
-             Row{{"/D \"/srv/my fw/app.twd\"", "/S"}, "/D \"/srv/my fw/app.twd\" /S"},
-             Row{{"/D", "my fw.twd"}, "/D \"my fw.twd\""}, Row{{"/D", "no\"t/there"}, "/D \"not/there\""},
-             Row{{"/A/B \"x/y\""}, "/A/B \"x/y\""},
-             Row{{"/g", "000F1B0000000001", "/Execute"}, "/g 000F1B0000000001 /Execute"},
-             Row{{"/D \"open"}, "/D \"open"}, // the parser tells the user
-         })
-        EXPECT_EQ(basApp::JoinArguments(row.arguments), row.line);
+    for (const auto& [arguments, line] : rows)
+        EXPECT_EQ(basApp::JoinArguments(arguments), line);
 }

@@ -1,4 +1,5 @@
 // The single-shot commands: their bytes on the wire and what becomes of each answer.
+#include "Handles.h"
 #include "TargetScript.h"
 
 using namespace testing_support;
@@ -9,13 +10,13 @@ namespace {
 constexpr const char* TYPED = "00 11 22 33 44 55 66 77"; // a GUID, and the same in target order
 constexpr const char* TURNED = "33 22 11 00 77 66 55 44";
 
-class Commands : public OneTarget {
+class SingleCommands : public OneTarget {
 protected:
     std::int32_t crc = 77, validity = 77, flag = 77;
     ByteArray guid = Bytes(TURNED), mac = Bytes("02 01 00 00 06 05 04 03"), read;
 };
 
-TEST_F(Commands, GoOverTheWireAndJudgeTheirAnswers) {
+TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
     const struct {
         std::function<std::int32_t()> call;
         const char* request;     // behind version and ID: code, count, operands
@@ -59,13 +60,13 @@ TEST_F(Commands, GoOverTheWireAndJudgeTheirAnswers) {
 
         target.reply = Reply{ByteArray(row.quadlets * 4u)};
         EXPECT_EQ(row.call(), 1);
-        const ByteArray sent = bus.LastRequest();
+        const ByteArray sent = LastRequest();
         EXPECT_EQ(ByteArray(sent.begin() + 6, sent.end()), Bytes(row.request));
         crc = validity = flag = 77;
     }
 }
 
-TEST_F(Commands, GiveTheValuesOfTheAnswer) {
+TEST_F(SingleCommands, GiveTheValuesOfTheAnswer) {
     target.reply = Reply{Bytes("78 56 34 12 01 00 00 00")};
     EXPECT_EQ(ReadImageCRC(HANDLE, 0, crc, validity), 1);
     EXPECT_EQ(crc, 0x12345678);
@@ -78,28 +79,30 @@ TEST_F(Commands, GiveTheValuesOfTheAnswer) {
     EXPECT_TRUE(Logged("StartImage Failed: bad CRC of debugger image on embedded target!"));
 }
 
-TEST_F(Commands, ProgramOnlyAWholeIdentityAndShowItAsTyped) {
+TEST_F(SingleCommands, ProgramOnlyAWholeIdentityAndShowItAsTyped) {
     for (const char* bytes : {"", "11 22 33 44 55 66 77", "11 22 33 44 55 66 77 88 99"}) {
         ByteArray value = Bytes(bytes);
         EXPECT_EQ(ProgramGUID(HANDLE, value) + ProgramMAC(HANDLE, value) + SetDebugGUID(HANDLE, value), -3) << bytes;
     }
-    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_TRUE(library.transactions.empty());
     EXPECT_EQ(ProgramMAC(HANDLE, mac), 1);
-    EXPECT_EQ(bus.LastRequest(), Bytes("01 00 00 00 01 00 0B 02 02 01 00 00 06 05 04 03"));
+    EXPECT_EQ(LastRequest(), Bytes("01 00 00 00 01 00 0B 02 02 01 00 00 06 05 04 03"));
     EXPECT_EQ(mac, Bytes("00 00 01 02 03 04 05 06"));
     EXPECT_TRUE(Logged("Setting MAC address to 01 02 03 04 05 06..."));
     EXPECT_TRUE(Logged("Successfully set MAC address to the new value."));
 }
 
-TEST_F(Commands, OtherThanAHaltNeverGoToAllNodes) {
+TEST_F(SingleCommands, OtherThanAHaltNeverGoToAllNodes) {
     EXPECT_EQ(ResetDevice(0, 1), -101);
     EXPECT_EQ(ReadImageCRC(0, 0, crc, validity), -101);
     EXPECT_EQ(ProgramGUID(0, guid), -101);
     EXPECT_EQ(GetDebugGUID(0, read), 0);
     EXPECT_EQ(DownloadStart(0, {}, crc), -101);
-    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_TRUE(library.transactions.empty());
     EXPECT_EQ(HaltBootloader(0), 1);
     EXPECT_TRUE(Logged("Broadcasted halt command."));
+    EXPECT_EQ(library.transactions, Texts{"W63 FFFFC8021000 0 01000000 01000100"}); // nobody's answer is waited for
+    EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
 }
 
 } // namespace

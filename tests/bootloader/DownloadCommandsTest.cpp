@@ -40,8 +40,9 @@ TEST_F(DownloadCommands, PutThePayloadInFrontOfItsRequest) {
     target.reply = Reply{Bytes("07 00 00 00 00 00 00 00")};
     ByteArray payload = Bytes("11 22 33 44 55");
     EXPECT_EQ(DownloadBlock(HANDLE, 7, Code(0x80000400), 5, payload), 1);
-    EXPECT_EQ(bus.Trace(), "W0 FFFFC8021040 11223344 55000000|"
-                           "W0 FFFFC8021000 01000000 01000503 07000000 00040080 05000000|R0 FFFFC8029000 40|");
+    EXPECT_EQ(library.transactions,
+              (Texts{"W0 FFFFC8021040 0 11223344 55000000",
+                     "W0 FFFFC8021000 0 01000000 01000503 07000000 00040080 05000000", "R0 FFFFC8029000 40 0"}));
 }
 
 TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
@@ -66,13 +67,13 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         target.reply = row.reply;
-        bus.calls.clear();
+        library.transactions.clear();
         int turns = 0;
         for (int i = 0; i < 9; ++i)
             platform::Post([&] { turns = 1; });
         ByteArray payload(8);
         EXPECT_EQ(DownloadBlock(HANDLE, row.block, 0, 8, payload), row.result);
-        EXPECT_EQ(std::ssize(bus.calls), 2 + row.polls);
+        EXPECT_EQ(std::ssize(library.transactions), 2 + row.polls);
         EXPECT_EQ(turns, row.polls > 1) << "a turn between two polls";
         EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
         platform::DoEvents();

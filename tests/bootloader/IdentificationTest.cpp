@@ -9,37 +9,32 @@ namespace {
 class Identification : public OneTarget {
 protected:
     std::int32_t read() {
-        bus.calls.clear();
+        library.transactions.clear();
         return ReadInfoRegisters(record().Device, info);
     }
     BootloaderInfoRegisters info;
 };
 
-TEST_F(Identification, DecodesNumbersAndGuidInTheByteOrderOfTheProtocol) {
+TEST_F(Identification, DecodesEachFieldAtItsPlaceInTheByteOrderOfTheProtocol) {
     for (const std::int32_t version : {1, 2, 3, 0x2000000}) {
         SCOPED_TRACE(version);
         target.info = InfoBytes(version);
-        Put(target.info, 12, "01 02 03 04  00 01 02 03 04 05 06 07  11 12 13 14");
+        for (std::size_t i = 12; i < 104; ++i)
+            target.info[i] = static_cast<std::uint8_t>(i);
         EXPECT_EQ(read(), 1);
         const bool big = version == 0x2000000;
         EXPECT_EQ(info.ProtocolVersion, version);
-        EXPECT_EQ(info.BootloaderVersion, big ? 0x01020304 : 0x04030201);
-        EXPECT_EQ(info.HardwareModelID, big ? 0x11121314 : 0x14131211);
-        const std::array<std::uint8_t, 8> lying{0, 1, 2, 3, 4, 5, 6, 7}, turned{3, 2, 1, 0, 7, 6, 5, 4};
+        EXPECT_EQ(info.BootloaderVersion, big ? 0x0C0D0E0F : 0x0F0E0D0C);
+        const std::array<std::uint8_t, 8> lying{16, 17, 18, 19, 20, 21, 22, 23}, turned{19, 18, 17, 16, 23, 22, 21, 20};
         EXPECT_EQ(info.GUID, big ? lying : turned);
+        EXPECT_EQ(info.HardwareModelID, big ? 0x18191A1B : 0x1B1A1918);
+        EXPECT_EQ(info.HardwareVersion, big ? 0x1C1D1E1F : 0x1F1E1D1C);
+        EXPECT_EQ(info.ApplicationTime[7], 47);
+        EXPECT_EQ(info.ApplicationVersion, big ? 0x34353637 : 0x37363534);
+        EXPECT_EQ(info.DebuggerTime[0], 88);
+        EXPECT_EQ(info.DebuggerVersion, big ? 0x64656667 : 0x67666564);
     }
     EXPECT_TRUE(Logged("ReadInfoRegisters: Protocol version 2 is implemented as BigEndian"));
-}
-
-TEST_F(Identification, FindsEachFieldAtItsPlace) {
-    for (std::size_t i = 24; i < 104; ++i)
-        target.info[i] = static_cast<std::uint8_t>(i);
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(info.HardwareVersion, 0x1F1E1D1C);
-    EXPECT_EQ(info.ApplicationTime[7], 47);
-    EXPECT_EQ(info.ApplicationVersion, 0x37363534);
-    EXPECT_EQ(info.DebuggerTime[0], 88);
-    EXPECT_EQ(info.DebuggerVersion, 0x67666564);
 }
 
 TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
@@ -55,7 +50,8 @@ TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
         std::copy_n(row.maker, 8, target.info.begin());
         EXPECT_EQ(read(), row.compatible ? 1 : -1);
         // The rest is read of a target only.
-        EXPECT_EQ(bus.Trace(), std::string("R0 FFFFC8020000 12|") + (row.compatible ? "R0 FFFFC8020000 104|" : ""));
+        const Texts reads = {"R0 FFFFC8020000 12 200", "R0 FFFFC8020000 104 200"};
+        EXPECT_EQ(library.transactions, Texts(reads.begin(), reads.begin() + (row.compatible ? 2 : 1)));
     }
     EXPECT_TRUE(Logged("VerifyCompatibility: invalid protocol version: (app=1, 2, target=4)"));
     EXPECT_TRUE(Logged("device returned {00 00 00 00 00 00 00 00}"));
@@ -71,7 +67,7 @@ TEST_F(Identification, ReadsAgainOnceAfterSilenceOrABusReset) {
         target.failureCode = code;
         bas1394::globals.BusResetPending = false;
         EXPECT_EQ(read(), result);
-        EXPECT_EQ(std::ssize(bus.calls), reads) << failures << " times " << code;
+        EXPECT_EQ(std::ssize(library.transactions), reads) << failures << " times " << code;
     }
     EXPECT_TRUE(Logged("code 121  params: NodeNum=0 addr=FFFFC8020000 numbytes=12"));
 }
@@ -91,9 +87,9 @@ TEST_F(Identification, RecognisesADebuggerByItsAnswer) {
                                         {"01 01 AA 00 80 80 01 00", true},
                                         {"01 01 00 00 80 80 00 00", false}}) {
         target.debuggerAnswer = Bytes(answer);
-        bus.calls.clear();
+        library.transactions.clear();
         EXPECT_EQ(CheckForDebugSupport(record().Device), found) << answer;
-        EXPECT_EQ(bus.Trace(), "W0 FFFFC8000000 01010000 80800100|R0 FFFFC8010000 8|");
+        EXPECT_EQ(library.transactions, (Texts{"W0 FFFFC8000000 200 01010000 80800100", "R0 FFFFC8010000 8 200"}));
     }
     const std::int64_t before = clock.Now();
     EXPECT_FALSE(CheckForDebugSupport(record().Device, 1000));

@@ -9,13 +9,13 @@ namespace {
 constexpr const char *FIRST = "00 0F 1B 00 00 00 00 01", *SECOND = "00 0F 1B 00 00 00 00 02",
                      *NULL_GUID = "00 00 00 00 00 00 00 00";
 
-class TargetList : public BareBus {
+class TargetList : public TargetsTest {
 protected:
     // Node numbers in the order given, this computer behind them; then what a bus reset does.
     std::int32_t discover(const std::vector<const char*>& guids) {
         Nodes(guids.size());
         for (std::size_t i = 0; i < guids.size(); ++i)
-            bus.targets[i].info = InfoBytes(1, guids[i]);
+            targets[i].info = InfoBytes(1, guids[i]);
         return BusResetHandler();
     }
     // "handle@node" of each record.
@@ -46,7 +46,7 @@ TEST_F(TargetList, KeepsATargetsHandleWhereverItsNodeGoes) {
         EXPECT_EQ(list(), step.list);
         EXPECT_TRUE(globals.DiscoveryComplete);
     }
-    EXPECT_EQ(globals.TargetList[0].ShellBuffer.size(), 16534u);
+    EXPECT_EQ(globals.TargetList[0].Shell.ShellBuffer.size(), 16534u);
     EXPECT_EQ(GetNodeNum(64).NodeNum, 1);
     EXPECT_EQ(GetDeviceHandleFromGuid(globals.TargetList[1].Info.GUID), 64);
     EXPECT_EQ(GetDeviceHandleFromGuid(globals.TargetList[1].Info.GUID, "64"), 0);
@@ -64,21 +64,21 @@ TEST_F(TargetList, NamesTheLocalHostAndFindsNothingOnABusOfItsOwn) {
 
 TEST_F(TargetList, DoesNotHaltATargetThatRunsItsApplication) {
     Nodes(1);
-    Put(bus.targets[0].info, 12, "00 00 00 00");
+    Put(targets[0].info, 12, "00 00 00 00");
     EXPECT_EQ(BusResetHandler(), 1);
     EXPECT_EQ(list(), "63@0");
-    EXPECT_TRUE(bus.Requests(0).empty());
+    EXPECT_TRUE(Commands(0).empty());
     EXPECT_TRUE(Logged("BuildBootloaderDeviceList: failed to connect to bootloader target, node #0"));
     EXPECT_TRUE(Logged("Node #0 is capable of sending and receiving debugging information via the 1394 shell."));
 }
 
 TEST_F(TargetList, HaltsABootloaderAndEvensOutItsGuids) {
     Nodes(1);
-    bus.targets[0].debugGuid = Bytes(SECOND);
+    targets[0].debugGuid = Bytes(SECOND);
     EXPECT_EQ(BusResetHandler(), 1);
-    EXPECT_EQ(bus.Requests(0), (std::vector<int>{1, 15, 14, 15}));
+    EXPECT_EQ(Commands(0), (std::vector<int>{1, 15, 14, 15}));
     EXPECT_EQ(debugGuid(0), FIRST);
-    EXPECT_EQ(bus.targets[0].debugGuid, Bytes(FIRST));
+    EXPECT_EQ(targets[0].debugGuid, Bytes(FIRST));
 }
 
 TEST_F(TargetList, MakesUpDebugGuidsFromTheTopDownForNullAndSharedOnes) {
@@ -102,7 +102,7 @@ TEST_F(TargetList, MergesTwoNullGuidsAndGivesTheirPlaceToTheNextTarget) {
 
 TEST_F(TargetList, StopsAtAnotherBusReset) {
     Nodes(2);
-    bus.onRequest = [] { bas1394::globals.BusResetPending = true; };
+    onRequest = [] { bas1394::globals.BusResetPending = true; };
     EXPECT_EQ(BusResetHandler(), 1);
     EXPECT_TRUE(Logged("The bootloader discovery process has been interrupted by another bus reset!"));
     EXPECT_EQ(list(), "63@0") << "the rest is for the next pass";
@@ -113,9 +113,9 @@ TEST_F(TargetList, StopsAtAnotherBusReset) {
 TEST_F(TargetList, GoesOnBehindANodeThatFailsAndLooksForADebuggerBehindAMinimalRom) {
     Nodes(4);
     bas1394::globals.DeviceTable[0].ConfigRom.RawData = Bytes("01 00 0A 27");
-    bus.targets[0].debuggerAnswer = Bytes("01 01 00 00 80 80 01 00");
-    bus.targets[1].failingReads = 9;
-    bus.targets[2].info = InfoBytes(4);
+    targets[0].debuggerAnswer = Bytes("01 01 00 00 80 80 01 00");
+    targets[1].failingReads = 9;
+    targets[2].info = InfoBytes(4);
     EXPECT_EQ(BusResetHandler(), 1);
     EXPECT_EQ(list(), "63@3");
     EXPECT_EQ(globals.DebuggerList.at(0).NodeNum, 0);

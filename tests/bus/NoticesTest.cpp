@@ -1,5 +1,4 @@
 // The library's coming, and what each of its notices says and does.
-#include "Files.h"
 #include "ScriptedLibrary.h"
 
 using namespace testing_support;
@@ -23,30 +22,24 @@ protected:
 };
 
 TEST_F(Notices, AreLoggedAndSetTheirFlags) {
-    const struct {
-        std::uint32_t number;
-        bool reset, incoming;
-        const char* log;
-    } rows[] = {
-        {1325, false, false, "9 Device Change message from Windows."},
-        {1326, true, false, "13 Bus Reset Message received from 1394 Virtual Device driver"},
-        {1044, true, false, "13 Bus Reset Message received from VHPD driver"},
-        {1327, false, true,
-         "9 Incoming Data Message received (likely from a Tarnwell bootloader target).  Broadcasting"},
-        {1328, true, false, "11 Error Message received from 1394 Virtual Device driver!"},
-        {1324, false, false, nullptr},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.number);
+    for (const auto& [number, reset, text] : {
+             std::tuple{1325u, false, "9 Device Change message from Windows."},
+             {1326u, true, "13 Bus Reset Message received from 1394 Virtual Device driver"},
+             {1044u, true, "13 Bus Reset Message received from VHPD driver"},
+             {1327u, false, "9 Incoming Data Message received (likely from a Tarnwell bootloader target).  Broadcast"},
+             {1328u, true, "11 Error Message received from 1394 Virtual Device driver!"},
+             {1324u, false, ""}, // nobody's number
+         }) {
+        SCOPED_TRACE(number);
         log.clear();
         globals.BusResetPending = globals.IncomingDataPending = false;
         globals.BusEnumerated = true;
-        Post(row.number);
-        EXPECT_EQ(log.empty(), row.log == nullptr);
-        EXPECT_TRUE(!row.log || Logged(row.log));
-        EXPECT_EQ(globals.BusResetPending, row.reset);
-        EXPECT_EQ(globals.BusEnumerated, !row.reset);
-        EXPECT_EQ(globals.IncomingDataPending, row.incoming);
+        Post(number);
+        EXPECT_EQ(log.empty(), !*text);
+        EXPECT_TRUE(Logged(text));
+        EXPECT_EQ(globals.BusResetPending, reset);
+        EXPECT_EQ(globals.BusEnumerated, !reset);
+        EXPECT_EQ(globals.IncomingDataPending, number == 1327);
     }
 }
 
@@ -84,23 +77,7 @@ TEST(DebugText, IsTakenLineByLine) {
     EXPECT_EQ(TakeDebugLines(""), Texts{});
 }
 
-class LibraryLoading : public LibraryTest {};
-
-TEST_F(LibraryLoading, SaysWhyALibraryDoesNotLoad) {
-    for (const std::string content : {"", "this is no shared object"}) {
-        SCOPED_TRACE(content);
-        log.clear();
-        if (!content.empty())
-            platform::WriteFileAtomically(folder.file("Twl1394api.so"), ByteArray(content.begin(), content.end()));
-        EXPECT_EQ(LoadTwl1394Dll(true), nullptr);
-        EXPECT_EQ(log.at(1), "5 App path = '" + folder.path() + "'");
-        EXPECT_TRUE(
-            Logged("11 ERROR loading Twl1394api.dll!  Call to LoadLibrary returned 0.  The app will generate "));
-        EXPECT_TRUE(Logged("11 Twl1394api.dll could not be loaded: "));
-    }
-}
-
-TEST_F(LibraryLoading, RefusesAnotherInterfaceVersion) {
+TEST_F(Notices, DoNotComeFromALibraryOfAnotherInterfaceVersion) {
     library::Unbind();
     library::Operations operations = library.Operations();
     operations.InterfaceVersion = [] { return std::uint32_t{2}; };

@@ -6,7 +6,7 @@ using namespace basConfigRom;
 
 namespace {
 
-class ConfigRomQueries : public RomTest {};
+using ConfigRomQueries = RomTest;
 
 constexpr std::uint32_t TA = 0x54610000, UB = 0x55620000, NO_C = 0x6E4F2063, ONFI = 0x4F6E4669, G = 0x67000000;
 

@@ -7,7 +7,7 @@ using namespace testing_support;
 
 namespace {
 
-class ConfigRomReader : public RomTest {};
+using ConfigRomReader = RomTest;
 
 TEST_F(ConfigRomReader, DecodesEachFieldOfTheBusInfoBlock) {
     const auto fields = [this] {

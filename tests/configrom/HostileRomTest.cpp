@@ -1,5 +1,6 @@
 // ROMs that mean harm, or nothing at all. Reading one ends, within its bounds, with a tree whose
 // every index leads somewhere.
+#include "ConfigRomText.h"
 #include "RomTest.h"
 
 #include <random>
@@ -21,6 +22,9 @@ protected:
         EXPECT_LE(rom.Directories.size(), 256u);
         EXPECT_LE(library.transactions.size(), 16384u + 513u);
         EXPECT_LE(CountLogged("is cut off at address"), 1u);
+        basConfigRom::RomTree tree; // each directory once, each quadlet and capability a row at most, five for a leaf
+        basConfigRom::FormatConfigRomApple(tree, rom);
+        EXPECT_LE(tree.Rows.size(), 16384u * 5 + 512u * 15);
         EXPECT_NE(basConfigRom::GetConfigRomModelText(rom) + basConfigRom::GetHardwareVersion(rom), "");
     }
 };

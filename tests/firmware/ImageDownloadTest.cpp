@@ -10,7 +10,6 @@ using namespace basBootloader;
 namespace {
 
 constexpr std::uint32_t ADDRESS = 0x20000000;
-using Texts = std::vector<std::string>;
 
 class ImageDownload : public OneTarget {
 protected:
@@ -33,7 +32,7 @@ protected:
 TEST_F(ImageDownload, CutsTheSectionIntoBlocksThatSuitBothSides) {
     const struct {
         std::uint32_t size, address;
-        std::int32_t offered;
+        std::uint32_t offered;
         Texts blocks;
     } rows[] = {
         {1024, ADDRESS, 512, {"0 20000000 512", "1 20000200 512"}},
@@ -115,7 +114,7 @@ TEST_F(ImageDownload, LeavesTheTargetAloneWhenThereIsNothingToLoad) {
         EXPECT_EQ(load(row.package, row.type), -1);
         EXPECT_TRUE(Logged(row.text)) << row.text;
     }
-    EXPECT_TRUE(bus.calls.empty());
+    EXPECT_TRUE(library.transactions.empty());
 }
 
 TEST_F(ImageDownload, NeverSendsAByteFromOutsideTheFile) {
@@ -154,9 +153,9 @@ TEST_F(ImageDownload, RefusesHardwareThatThePackageIsNotMeantFor) {
         basApp::globals.PerformUnattendedOperations = unattended;
         dialogs.shown.clear();
         dialogs.answers = {answer};
-        bus.calls.clear();
+        library.transactions.clear();
         EXPECT_EQ(load(PackageBuilder().image(ADDRESS, Pattern(4))), result);
-        EXPECT_EQ(bus.calls.empty(), result != 1);
+        EXPECT_EQ(library.transactions.empty(), result != 1);
         EXPECT_EQ(std::ssize(dialogs.shown), boxes);
         for (const auto& box : dialogs.shown)
             EXPECT_TRUE(

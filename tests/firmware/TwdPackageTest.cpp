@@ -4,8 +4,6 @@
 #include "Files.h"
 #include "PackageBuilder.h"
 
-#include <algorithm>
-
 using namespace testing_support;
 using namespace basBootloader;
 
@@ -18,9 +16,6 @@ protected:
         TwdHeader header;
         LoadTWD(path, header);
         return header;
-    }
-    bool Logged(const std::string& text) const { // part of a message
-        return std::ranges::any_of(log, [&](const std::string& line) { return line.find(text) != line.npos; });
     }
     const std::string path = folder.file("app.twd");
 };

@@ -5,8 +5,6 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -68,24 +66,6 @@ TEST(TimeZones, ConvertByTheRulesOfTheDateGivenAndRefuseWhatIsNoDate) {
                                               {2003, 1, 0, 1, 24, 0, 0, 0},
                                               {}})
         EXPECT_FALSE(platform::SystemTimeToTzSpecificLocalTime(wrong, local)) << wrong.Month << "/" << wrong.Day;
-}
-
-TEST(TheVirtualClock, CallsWhatIsDueInOrderAndAtItsTime) {
-    platform::testing::VirtualClock clock;
-    const std::int64_t start = clock.Now();
-    std::vector<std::pair<std::string, std::int64_t>> calls;
-    const auto note = [&](const char* name) { calls.emplace_back(name, (clock.Now() - start) / 1'000'000); };
-    clock.CallAt(start + 30'000'000, [&] { note("late"); });
-    clock.CallAt(start + 10'000'000, [&] {
-        note("early");
-        clock.CallAt(clock.Now() + 5'000'000, [&] { note("chained"); });
-    });
-    platform::Sleep(29);
-    const std::vector<std::pair<std::string, std::int64_t>> first{{"early", 10}, {"chained", 15}};
-    EXPECT_EQ(calls, first);
-    platform::Sleep(1);
-    EXPECT_EQ(calls.back(), std::make_pair(std::string("late"), std::int64_t{30}));
-    EXPECT_EQ(platform::QueryPerformanceCounter() - start, 30'000'000);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ TEST(TheCodePage, KnowsItsCharactersAndLetsBrokenTextThrough) {
                  {"a surrogate", "\xED\xA0\x80", "\xED\xA0\x80"},
                  {"no lead byte at all", "\xF5\x80\x80\x80", "\xF5\x80\x80\x80"}};
     for (const auto& row : cases)
-        EXPECT_EQ(platform::AnsiFromText(row.text), Bytes(row.ansi)) << row.name;
+        EXPECT_EQ(platform::AnsiFromText(row.text), TextBytes(row.ansi)) << row.name;
 }
 
 TEST(Numbers, AreReadFromTheFrontOfAText) {

@@ -8,13 +8,14 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
 
 constexpr const char* NAME = "Tarnwell/Transaction";
+constexpr char CREATE = 1, OPEN = 2, TAKE = 3, RELEASE = 4, CLOSE = 5, CLAIM = 6;
 constexpr std::uint32_t TAKEN = 0, TIMED_OUT = 258, FAILED = 0xFFFFFFFF;
 
 // A second process that does one thing at a time with the mutex of that name. It has to start
@@ -22,66 +23,57 @@ constexpr std::uint32_t TAKEN = 0, TIMED_OUT = 258, FAILED = 0xFFFFFFFF;
 class Peer {
 public:
     Peer() {
-        if (pipe(orders_) != 0 || pipe(answers_) != 0)
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) != 0)
             abort();
         id_ = fork();
         if (id_ == 0)
             Serve();
-        close(orders_[0]);
-        close(answers_[1]);
+        close(ends_[1]);
     }
     ~Peer() {
         Kill();
-        close(orders_[1]);
-        close(answers_[0]);
+        close(ends_[0]);
     }
-    bool Create() { return Ask('c'); }
-    bool Open() { return Ask('o'); }
-    bool Take() { return Ask('t'); }
-    bool Release() { return Ask('r'); }
-    bool Close() { return Ask('x'); }
-    bool Claim() { return Ask('i'); }
+    // One of the orders of Carry.
+    bool Does(char order) {
+        char answer = 0;
+        return write(ends_[0], &order, 1) == 1 && read(ends_[0], &answer, 1) == 1 && answer;
+    }
     void Kill() {
-        if (id_ <= 0)
-            return;
-        kill(id_, SIGKILL);
-        waitpid(id_, nullptr, 0);
+        if (id_ > 0)
+            kill(id_, SIGKILL), waitpid(id_, nullptr, 0);
         id_ = 0;
     }
 
 private:
-    bool Ask(char order) {
-        char answer = 0;
-        return write(orders_[1], &order, 1) == 1 && read(answers_[0], &answer, 1) == 1 && answer == 'y';
-    }
     [[noreturn]] void Serve() {
-        close(orders_[1]);
+        close(ends_[0]);
         platform::Handle mutex = 0;
-        for (char order = 0; read(orders_[0], &order, 1) == 1;) {
-            const char answer = Carry(order, mutex) ? 'y' : 'n';
-            if (write(answers_[1], &answer, 1) != 1)
-                break;
+        ssize_t answered = 1;
+        for (char order = 0; answered == 1 && read(ends_[1], &order, 1) == 1;) {
+            const char answer = Carry(order, mutex);
+            answered = write(ends_[1], &answer, 1);
         }
         _exit(0);
     }
     static bool Carry(char order, platform::Handle& mutex) {
         switch (order) {
-        case 'c':
+        case CREATE:
             return (mutex = platform::CreateMutexA(false, NAME)) != 0;
-        case 'o':
+        case OPEN:
             return (mutex = platform::OpenMutexA(0x1F0001, true, NAME)) != 0;
-        case 't':
+        case TAKE:
             return platform::WaitForSingleObject(mutex, 0) == TAKEN;
-        case 'r':
+        case RELEASE:
             return platform::ReleaseMutex(mutex);
-        case 'x':
+        case CLOSE:
             return platform::CloseHandle(mutex);
         default:
             return platform::ClaimSingleInstance("HoistlineApp");
         }
     }
 
-    int orders_[2], answers_[2];
+    int ends_[2];
     pid_t id_ = 0;
 };
 
@@ -96,14 +88,14 @@ protected:
 
 TEST_F(ANamedMutex, IsThereAsLongAsSomeProcessHasItOpen) {
     Peer peer;
-    EXPECT_FALSE(peer.Open());
+    EXPECT_FALSE(peer.Does(OPEN));
     const platform::Handle mutex = platform::CreateMutexA(false, NAME);
-    EXPECT_TRUE(peer.Open());
+    EXPECT_TRUE(peer.Does(OPEN));
     EXPECT_TRUE(platform::CloseHandle(mutex));
     const platform::Handle again = platform::OpenMutexA(0x1F0001, true, NAME);
     EXPECT_NE(again, 0);
     EXPECT_TRUE(platform::CloseHandle(again));
-    EXPECT_TRUE(peer.Close());
+    EXPECT_TRUE(peer.Does(CLOSE));
     EXPECT_EQ(platform::OpenMutexA(0x1F0001, true, NAME), 0);
 }
 
@@ -111,32 +103,32 @@ TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesAndCountsItsTaking) {
     Peer peer;
     const platform::Handle mutex = platform::CreateMutexA(true, NAME);
     const platform::Handle second = platform::OpenMutexA(0x1F0001, true, NAME);
-    ASSERT_TRUE(peer.Open());
+    ASSERT_TRUE(peer.Does(OPEN));
     EXPECT_EQ(platform::WaitForSingleObject(second, 0), TAKEN); // the same object, taken twice
-    EXPECT_FALSE(peer.Take());
-    EXPECT_FALSE(peer.Release());
+    EXPECT_FALSE(peer.Does(TAKE));
+    EXPECT_FALSE(peer.Does(RELEASE));
     EXPECT_TRUE(platform::ReleaseMutex(mutex));
-    EXPECT_FALSE(peer.Take());
+    EXPECT_FALSE(peer.Does(TAKE));
     EXPECT_TRUE(platform::ReleaseMutex(mutex));
     EXPECT_FALSE(platform::ReleaseMutex(mutex));
-    EXPECT_TRUE(peer.Take());
+    EXPECT_TRUE(peer.Does(TAKE));
 
     const std::int64_t before = clock.Now();
     EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TIMED_OUT);
     EXPECT_EQ(clock.Now() - before, 250'000'000);
-    clock.CallAt(clock.Now() + 40'000'000, [&] { peer.Release(); });
+    clock.CallAt(clock.Now() + 40'000'000, [&] { peer.Does(RELEASE); });
     EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TAKEN);
     EXPECT_EQ(clock.Now() - before, 290'000'000);
     EXPECT_TRUE(platform::CloseHandle(mutex));
-    EXPECT_FALSE(peer.Take()); // the second handle still holds it
+    EXPECT_FALSE(peer.Does(TAKE)); // the second handle still holds it
     EXPECT_TRUE(platform::CloseHandle(second));
-    EXPECT_TRUE(peer.Take());
+    EXPECT_TRUE(peer.Does(TAKE));
 }
 
 TEST_F(ANamedMutex, IsGivenBackWhenItsOwnerDies) {
     Peer peer;
-    ASSERT_TRUE(peer.Create());
-    ASSERT_TRUE(peer.Take());
+    ASSERT_TRUE(peer.Does(CREATE));
+    ASSERT_TRUE(peer.Does(TAKE));
     const platform::Handle mutex = platform::CreateMutexA(true, NAME);
     EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TIMED_OUT);
     peer.Kill();
@@ -146,25 +138,13 @@ TEST_F(ANamedMutex, IsGivenBackWhenItsOwnerDies) {
 
 TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
     Peer peer;
-    EXPECT_TRUE(peer.Claim());
+    EXPECT_TRUE(peer.Does(CLAIM));
     EXPECT_FALSE(platform::ClaimSingleInstance("HoistlineApp"));
     EXPECT_TRUE(platform::ClaimSingleInstance("Other"));
     platform::ReleaseSingleInstance();
     peer.Kill();
     EXPECT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
     platform::ReleaseSingleInstance();
-}
-
-TEST(AMutexWithoutAName, KeepsOtherThreadsOut) {
-    const platform::testing::VirtualClock clock;
-    const platform::Handle mutex = platform::CreateMutexA(true, "");
-    std::thread([&] {
-        EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TIMED_OUT);
-        EXPECT_FALSE(platform::ReleaseMutex(mutex));
-    }).join();
-    EXPECT_TRUE(platform::ReleaseMutex(mutex));
-    std::thread([&] { EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TAKEN); }).join();
-    EXPECT_TRUE(platform::CloseHandle(mutex));
 }
 
 TEST(AnEvent, StaysSignalledOnlyWithManualReset) {

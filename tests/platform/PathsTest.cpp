@@ -50,7 +50,7 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
 }
 
 TEST_F(Paths, ServeForCreatingAndForChangingTheFolder) {
-    platform::WriteFileAtomically("data\\NEW.txt", Bytes("x"));
+    platform::WriteFileAtomically("data\\NEW.txt", TextBytes("x"));
     EXPECT_TRUE(std::filesystem::exists(folder.file("Data/NEW.txt")));
     platform::ChangeDirectory(".\\DATA\\inner");
     EXPECT_EQ(std::filesystem::path(platform::CurrentDirectory()).filename(), "Inner");
@@ -62,18 +62,16 @@ TEST(AProgramDirectory, IsSeededWithWhatItLacksAndWithTheLibraryOfTheExecutable)
     const std::string target = user.file("share/HoistlineApp");
     const auto put = [](const std::string& path, const char* text) {
         platform::MakeDirectories(std::filesystem::path(path).parent_path().string());
-        platform::WriteFileAtomically(path, Bytes(text));
+        platform::WriteFileAtomically(path, TextBytes(text));
     };
-    put(installed.file("Twl1394api.so"), "library 2");
-    put(installed.file("simulated-bus.json"), "theirs");
-    put(installed.file("docs/guide.md"), "guide");
-    put(target + "/Twl1394api.so", "library 1");
-    put(target + "/simulated-bus.json", "mine");
-
+    for (const char* name : {"/Twl1394api.so", "/simulated-bus.json", "/docs/guide.md"})
+        put(installed.path() + name, "theirs");
+    for (const char* name : {"/Twl1394api.so", "/simulated-bus.json"})
+        put(target + name, "mine");
     platform::SeedProgramDirectory(installed.path(), target);
-    EXPECT_EQ(platform::ReadWholeFile(target + "/Twl1394api.so"), Bytes("library 2"));
-    EXPECT_EQ(platform::ReadWholeFile(target + "/simulated-bus.json"), Bytes("mine"));
-    EXPECT_EQ(platform::ReadWholeFile(target + "/docs/guide.md"), Bytes("guide"));
+    EXPECT_EQ(platform::ReadWholeFile(target + "/Twl1394api.so"), TextBytes("theirs"));
+    EXPECT_EQ(platform::ReadWholeFile(target + "/simulated-bus.json"), TextBytes("mine"));
+    EXPECT_EQ(platform::ReadWholeFile(target + "/docs/guide.md"), TextBytes("theirs"));
     EXPECT_FALSE(platform::FindFirstFileA(target + "/db1_clean.mdb")); // nothing to copy, no harm done
 }
 

@@ -31,13 +31,13 @@ TEST_F(UserSettings, ComeBackBySectionAndKey) {
 TEST_F(UserSettings, SurviveAnUnreadableFileAndPutItAside) {
     platform::MakeDirectories(folder.file("HoistlineApp"));
     for (const char* broken : {"{\"Global\": ", "[1, 2]", "", "\xFF"}) {
-        platform::WriteFileAtomically(file, Bytes(broken));
+        platform::WriteFileAtomically(file, TextBytes(broken));
         EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default") << broken;
         EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "x")) << broken;
         EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "x") << broken;
-        EXPECT_EQ(platform::ReadWholeFile(file + ".unreadable"), Bytes(broken));
+        EXPECT_EQ(platform::ReadWholeFile(file + ".unreadable"), TextBytes(broken));
     }
-    platform::WriteFileAtomically(file, Bytes("{\"Global\": 5, \"Other\": {\"Path\": 5, \"Kept\": \"y\"}}"));
+    platform::WriteFileAtomically(file, TextBytes("{\"Global\": 5, \"Other\": {\"Path\": 5, \"Kept\": \"y\"}}"));
     EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default");
     EXPECT_EQ(platform::GetUserSetting("Other", "Path", "default"), "default");
     EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "x"));

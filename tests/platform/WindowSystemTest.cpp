@@ -55,24 +55,4 @@ TEST(Timers, TickOnlyInATurnWhenDueAndNeverInsideTheirOwnTick) {
     EXPECT_EQ(ticks, "fs"); // one tick for all the time that has passed
 }
 
-TEST(Timers, MayBeRemovedByTheirOwnTickAndOutliveTheirWindowSystem) {
-    const VirtualClock clock;
-    std::unique_ptr<platform::Timer> removed, kept;
-    {
-        ManualWindowSystem windows;
-        int ticks = 0;
-        removed = platform::MakeTimer(5, [&] {
-            removed.reset();
-            ++ticks;
-        });
-        kept = platform::MakeTimer(5, [&] { ++ticks; });
-        removed->SetEnabled(true);
-        kept->SetEnabled(true);
-        EXPECT_TRUE(windows.RunUntil([&] { return ticks == 4; }, 1000));
-        EXPECT_EQ(removed, nullptr);
-        EXPECT_FALSE(windows.RunUntil([] { return false; }, 10));
-    }
-    kept.reset();
-}
-
 } // namespace

@@ -1,34 +1,19 @@
 // What every library that implements the header has to do, on any bus. The library is the one that
 // TWL1394API_LIBRARY names.
-#include "Twl1394api.h"
+#include "LibraryCalls.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
-#include <ctime>
 #include <dlfcn.h>
 #include <mutex>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace {
-
-struct Functions {
-    decltype(&::Twl1394InterfaceVersion) interfaceVersion;
-    decltype(&::RegisterClient) registerClient;
-    decltype(&::DeRegisterClient) deRegisterClient;
-    decltype(&::GetVirtualDeviceList) getVirtualDeviceList;
-    decltype(&::Get1394AddressFromDeviceObject) getAddress;
-    decltype(&::GetLocalHostInformation) getHostInformation;
-    decltype(&::BusReset) busReset;
-    decltype(&::AllocateAddressRange) allocate;
-    decltype(&::FreeAddressRange) free;
-    decltype(&::AsyncReadWrapper) read;
-    decltype(&::AsyncWriteWrapper) write;
-    decltype(&::QueryElapsedTimeMsLongInt) elapsed;
-};
 
 class Seam : public testing::Test {
 protected:
@@ -37,50 +22,26 @@ protected:
         ASSERT_NE(path, nullptr) << "TWL1394API_LIBRARY must name the library";
         library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(library, nullptr) << dlerror();
-        Bind(functions.interfaceVersion, "Twl1394InterfaceVersion");
-        Bind(functions.registerClient, "RegisterClient");
-        Bind(functions.deRegisterClient, "DeRegisterClient");
-        Bind(functions.getVirtualDeviceList, "GetVirtualDeviceList");
-        Bind(functions.getAddress, "Get1394AddressFromDeviceObject");
-        Bind(functions.getHostInformation, "GetLocalHostInformation");
-        Bind(functions.busReset, "BusReset");
-        Bind(functions.allocate, "AllocateAddressRange");
-        Bind(functions.free, "FreeAddressRange");
-        Bind(functions.read, "AsyncReadWrapper");
-        Bind(functions.write, "AsyncWriteWrapper");
-        Bind(functions.elapsed, "QueryElapsedTimeMsLongInt");
-        ASSERT_FALSE(HasFatalFailure());
-        ASSERT_EQ(functions.interfaceVersion(), 1u);
-        ASSERT_EQ(functions.registerClient(&client), 1);
-        functions.getVirtualDeviceList(&devices);
+        std::string reason;
+        ASSERT_TRUE(bas1394::library::Bind(library, reason)) << reason;
+        functions = bas1394::library::globals.Bound;
+        ASSERT_EQ(functions.RegisterClient(&client), 1);
+        functions.GetVirtualDeviceList(&devices);
         ASSERT_GE(devices.DeviceCount, 1u);
     }
     void TearDown() override {
-        if (library != nullptr) {
-            functions.deRegisterClient(&client);
+        if (functions.DeRegisterClient)
+            functions.DeRegisterClient(&client);
+        bas1394::library::Unbind();
+        if (library)
             dlclose(library);
-        }
     }
-    template <typename Function> void Bind(Function& function, const char* name) {
-        function = reinterpret_cast<Function>(dlsym(library, name));
-        ASSERT_NE(function, nullptr) << name;
-    }
-    std::vector<uint8_t> Topology() {
-        Twl1394HostInformation request{0, 6, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
-        functions.getHostInformation(&client, devices.Name[0], &request, 0);
-        return {request.CsrData, request.CsrData + 1024};
-    }
-    bool WaitForNotice(uint32_t number) {
-        std::unique_lock lock(mutex);
-        return arrived.wait_for(lock, std::chrono::seconds(2), [&] { return notices.contains(number); });
-    }
-
     void* library = nullptr;
-    Functions functions{};
+    bas1394::library::Operations functions{};
     Twl1394VirtualDeviceList devices{};
     std::mutex mutex;
     std::condition_variable arrived;
-    std::multiset<uint32_t> notices;
+    std::set<uint32_t> notices;
     Twl1394Client client{this,
                          [](void* self, uint32_t number) {
                              auto& seam = *static_cast<Seam*>(self);
@@ -93,15 +54,17 @@ protected:
 
 TEST_F(Seam, ThereIsOneClientAtATime) {
     Twl1394Client second = client;
-    EXPECT_NE(functions.registerClient(&second), 1);
+    EXPECT_NE(functions.RegisterClient(&second), 1);
 }
 
 TEST_F(Seam, TheLocalNodeIsInTheTopologyMapWithAnActiveLink) {
-    const std::vector<uint8_t> map = Topology();
+    Twl1394HostInformation information{0, 6, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
+    functions.GetLocalHostInformation(&client, devices.Name[0], &information, 0);
+    const std::vector<uint8_t> map(information.CsrData, information.CsrData + 1024);
     const unsigned count = map[8] | map[9] << 8;
     ASSERT_GE(count, 1u);
     Twl1394NodeAddressRequest request{1, 0};
-    ASSERT_EQ(functions.getAddress(&client, devices.Name[0], &request), 0);
+    ASSERT_EQ(functions.Get1394AddressFromDeviceObject(&client, devices.Name[0], &request), 0);
     const unsigned own = request.NodeAddress & 63;
     ASSERT_LT(own, count);
     std::set<unsigned> seen;
@@ -116,8 +79,9 @@ TEST_F(Seam, TheLocalNodeIsInTheTopologyMapWithAnActiveLink) {
 }
 
 TEST_F(Seam, AResetPostsItsNotice) {
-    functions.busReset(&client, devices.Name[0], 0);
-    EXPECT_TRUE(WaitForNotice(1326));
+    functions.BusReset(&client, devices.Name[0], 0);
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(arrived.wait_for(lock, std::chrono::seconds(2), [&] { return notices.contains(1326); }));
 }
 
 TEST_F(Seam, EveryRomReadGivesACodeOfTheListAndFailuresLeaveTheDataAlone) {
@@ -126,13 +90,12 @@ TEST_F(Seam, EveryRomReadGivesACodeOfTheListAndFailuresLeaveTheDataAlone) {
     const Twl1394Address rom{0xFFFF, 0, 0xF0000400};
     for (uint32_t node = 0; node < 63; ++node) {
         uint8_t data[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-        const int32_t result = functions.read(node, &rom, 4, data, 100);
+        const int32_t result = functions.AsyncReadWrapper(node, &rom, 4, data, 100);
         EXPECT_TRUE(codes.contains(result)) << node << ": " << result;
-        if (result != 1) {
+        if (result != 1)
             EXPECT_EQ(std::vector<uint8_t>(data, data + 4), std::vector<uint8_t>(4, 0xEE));
-        } else {
+        else
             EXPECT_NE(data[0], 0) << "a ROM begins with the length of its bus info block";
-        }
     }
 }
 
@@ -140,31 +103,23 @@ TEST_F(Seam, BadArgumentsAreRefused) {
     const Twl1394Address rom{0xFFFF, 0, 0xF0000400};
     uint8_t data[4100] = {};
     for (const uint32_t size : {0u, 3u, 6u, 2052u, 4096u}) {
-        EXPECT_NE(functions.read(0, &rom, size, data, 100), 1) << size;
-        EXPECT_NE(functions.write(0, &rom, size, data, 100), 1) << size;
+        EXPECT_NE(functions.AsyncReadWrapper(0, &rom, size, data, 100), 1) << size;
+        EXPECT_NE(functions.AsyncWriteWrapper(0, &rom, size, data, 100), 1) << size;
     }
-    EXPECT_NE(functions.read(0, nullptr, 4, data, 100), 1);
-    EXPECT_NE(functions.read(64, &rom, 4, data, 100), 1);
-    EXPECT_NE(functions.write(64, &rom, 4, data, 100), 1);
-    EXPECT_NE(functions.busReset(nullptr, nullptr, 0), 0);
+    EXPECT_NE(functions.AsyncReadWrapper(0, nullptr, 4, data, 100), 1);
+    EXPECT_NE(functions.AsyncReadWrapper(64, &rom, 4, data, 100), 1);
+    EXPECT_NE(functions.AsyncWriteWrapper(64, &rom, 4, data, 100), 1);
+    EXPECT_NE(functions.BusReset(nullptr, nullptr, 0), 0);
 }
 
 TEST_F(Seam, AnAllocatedRangeHasAHandleUntilItIsFreed) {
     Twl1394AddressRange range{1, 1, 0x40, 0, 11, 3, {0xFFFF, 0, 0xC8029000}, 0, {}};
-    ASSERT_EQ(functions.allocate(&client, devices.Name[0], &range, 0), 0);
+    ASSERT_EQ(functions.AllocateAddressRange(&client, devices.Name[0], &range, 0), 0);
     EXPECT_NE(range.RangeHandle, 0u);
     Twl1394AddressRange overlapping = range;
-    EXPECT_NE(functions.allocate(&client, devices.Name[0], &overlapping, 0), 0);
-    EXPECT_EQ(functions.free(&client, devices.Name[0], range.RangeHandle), 0);
-    EXPECT_NE(functions.free(&client, devices.Name[0], range.RangeHandle), 0);
-}
-
-TEST_F(Seam, ElapsedTimeIsInWholeMilliseconds) {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    const int64_t start = int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec - 5'000'000'000;
-    EXPECT_GE(functions.elapsed(&start), 5000u);
-    EXPECT_LT(functions.elapsed(&start), 60'000u);
+    EXPECT_NE(functions.AllocateAddressRange(&client, devices.Name[0], &overlapping, 0), 0);
+    EXPECT_EQ(functions.FreeAddressRange(&client, devices.Name[0], range.RangeHandle), 0);
+    EXPECT_NE(functions.FreeAddressRange(&client, devices.Name[0], range.RangeHandle), 0);
 }
 
 } // namespace

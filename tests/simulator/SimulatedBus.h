@@ -1,55 +1,34 @@
 // A simulated bus on a clock of the test's own, spoken to as the program does.
 #pragma once
 
-#include "Simulator.h"
+#include "BusOnVirtualClock.h"
+#include "TemporaryDirectory.h"
 #include "Twl1394api.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <string>
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
 
-class TestClock {
-public:
-    TestClock() {
-        const SimulatorClock clock{this, [](void* self) { return static_cast<TestClock*>(self)->now; },
-                                   [](void* self, int64_t time) { static_cast<TestClock*>(self)->Pass(time); },
-                                   [](void* self, int64_t at, void (*call)(void*), void* argument) {
-                                       static_cast<TestClock*>(self)->due.emplace(at, std::pair(call, argument));
-                                   }};
-        SimulatorUseClock(&clock);
+class SimulatedBus : public testing::Test {
+protected:
+    void SetUp() override {
+        testing_support::UseVirtualClock(clock);
+        ASSERT_EQ(RegisterClient(&client), 1);
     }
-    ~TestClock() {
+    void TearDown() override {
+        DeRegisterClient(&client);
         SimulatorDescribe(R"({"nodes": []})", nullptr); // what is still out finds nothing left to do
         PassMs(10'000'000);
         SimulatorUseClock(nullptr);
     }
-    void PassMs(int64_t milliseconds) { Pass(milliseconds * 1'000'000); }
-    void Pass(int64_t time) {
-        const int64_t end = now + time;
-        while (!due.empty() && due.begin()->first <= end) {
-            const auto [at, call] = *due.begin();
-            due.erase(due.begin());
-            now = std::max(now, at);
-            call.first(call.second);
-        }
-        now = end;
-    }
-
-    int64_t now = 1'000'000'000;
-    std::multimap<int64_t, std::pair<void (*)(void*), void*>> due;
-};
-
-class SimulatedBus : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(RegisterClient(&client), 1); }
-    void TearDown() override { DeRegisterClient(&client); }
+    void PassMs(int64_t milliseconds) { clock.Sleep(milliseconds * 1'000'000); }
 
     void Describe(const std::string& json) {
         ASSERT_EQ(SimulatorDescribe(json.c_str(), nullptr), 1) << SimulatorLastError();
@@ -87,9 +66,8 @@ protected:
     }
     Bytes OperandsOf(const Bytes& response, uint8_t version, uint8_t code) const {
         const Bytes echo = {version, 0, 0, 0, id, 0, code};
-        if (!std::equal(echo.begin(), echo.end(), response.begin()) || response[7] > 8) {
+        if (!std::equal(echo.begin(), echo.end(), response.begin()) || response[7] > 8)
             return {0xFF};
-        }
         return {response.begin() + 8, response.begin() + 8 + response[7] * 4};
     }
     uint16_t NodeCount() {
@@ -101,13 +79,20 @@ protected:
         return bytes.at(at) | bytes.at(at + 1) << 8 | bytes.at(at + 2) << 16 |
                static_cast<uint32_t>(bytes.at(at + 3)) << 24;
     }
-    static void Append(Bytes& bytes, uint32_t value) {
-        for (int shift = 0; shift < 32; shift += 8) {
-            bytes.push_back(static_cast<uint8_t>(value >> shift));
-        }
+    // Little-endian quadlets, and what stands behind them.
+    static Bytes Words(std::initializer_list<uint32_t> words, const std::string& tail = {}) {
+        Bytes bytes;
+        for (const uint32_t word : words)
+            for (int shift = 0; shift < 32; shift += 8)
+                bytes.push_back(static_cast<uint8_t>(word >> shift));
+        bytes.insert(bytes.end(), tail.begin(), tail.end());
+        return bytes;
+    }
+    static uint32_t Crc32(const Bytes& bytes) {
+        return static_cast<uint32_t>(crc32(0, bytes.data(), static_cast<uInt>(bytes.size())));
     }
 
-    TestClock clock;
+    platform::testing::VirtualClock clock;
     std::vector<uint32_t> notices;
     std::string text;
     uint8_t id = 0;
@@ -124,19 +109,13 @@ inline std::string OneTarget(const std::string& more, const std::string& besides
            R"(}, {"kind": "host"}])" + besides + "}";
 }
 
-// A directory that is gone after the test.
-struct ScratchDirectory {
-    std::string path = [] {
-        std::string name = (std::filesystem::temp_directory_path() / "simulated-bus-XXXXXX").string();
-        return std::string(mkdtemp(name.data()));
-    }();
-    ~ScratchDirectory() { std::filesystem::remove_all(path); }
+struct ScratchDirectory : platform::testing::TemporaryDirectory {
     void Put(const std::string& name, const std::string& content) const {
-        std::filesystem::create_directories(std::filesystem::path(path + "/" + name).parent_path());
-        std::ofstream(path + "/" + name, std::ios::binary) << content;
+        std::filesystem::create_directories(std::filesystem::path(file(name)).parent_path());
+        std::ofstream(file(name), std::ios::binary) << content;
     }
     std::string Content(const std::string& name) const {
-        std::ifstream file(path + "/" + name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::ifstream stream(file(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 };

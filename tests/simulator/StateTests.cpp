@@ -1,27 +1,20 @@
 // What lies in the state directory comes back in the next run; damage is told and survived.
 #include "SimulatedBus.h"
 
-#include <zlib.h>
-
 namespace {
 
 class State : public SimulatedBus {
 protected:
     void DescribeAgain() {
         Describe(OneTarget(R"("mode": "bootloader", "eraseMs": 0, "checkMs": 0, "keys": {"A": "old"})",
-                           R"(, "stateDirectory": ")" + scratch.path + R"(/state")"));
+                           R"(, "stateDirectory": ")" + scratch.path() + R"(/state")"));
     }
     void Load(const std::string& image) {
-        Bytes start(40, 0);
-        const auto crc = crc32(0, reinterpret_cast<const Bytef*>(image.data()), static_cast<uInt>(image.size()));
-        start[20] = 0x77;
-        start[32] = static_cast<uint8_t>(image.size());
-        for (int i = 0; i < 4; ++i) {
-            start[static_cast<std::size_t>(36 + i)] = static_cast<uint8_t>(crc >> 8 * i);
-        }
-        Answer(0, 1, 4, 10, start);
+        const auto size = static_cast<uint32_t>(image.size());
+        const uint32_t crc = Crc32({image.begin(), image.end()});
+        Answer(0, 1, 4, 10, Words({0, 0, 0, 0, 0, 0x77, 0, 0, size, crc}));
         Write(0, 0xFFFFC8021040, Bytes(image.begin(), image.end()));
-        Answer(0, 1, 5, 3, {0, 0, 0, 0, 0, 0, 0, 0, static_cast<uint8_t>(image.size()), 0, 0, 0});
+        Answer(0, 1, 5, 3, Words({0, 0, size}));
         EXPECT_EQ(Little(Answer(0, 1, 6, 0), 4), 0u);
     }
     const ScratchDirectory scratch;
@@ -34,9 +27,9 @@ TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
     Answer(0, 1, 10, 2, {0x00, 0x1B, 0x0F, 0x00, 9, 0, 0, 0});
     Answer(0, 1, 14, 2, {1, 2, 3, 4, 5, 6, 7, 8});
     Write(0, 0xFFFFC8021040, Bytes(128, 'v'));
-    Answer(0, 1, 19, 5, {2, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 'A', 0});
+    Answer(0, 1, 19, 5, Words({2, 0, 3, 0}, "A"));
     Command(0, 1, 2, 1, {0});
-    clock.PassMs(5); // on its way into the application when the run ends
+    PassMs(5); // on its way into the application when the run ends
     EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
 
     DescribeAgain();
@@ -49,9 +42,9 @@ TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
     uint8_t content[20];
     EXPECT_EQ(SimulatorSection(0, "application", content, 20), 12);
     Command(0, 1, 2, 1, {1});
-    clock.PassMs(700);
+    PassMs(700);
     EXPECT_EQ(Answer(0, 1, 15, 0), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
-    EXPECT_EQ(Little(Answer(0, 1, 18, 4, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'A', 0}), 4), 3u);
+    EXPECT_EQ(Little(Answer(0, 1, 18, 4, Words({2, 0, 0}, "A")), 4), 3u);
     EXPECT_EQ(Get(0, 0xFFFFC8029040, 4)[0], 'v');
 }
 
@@ -64,16 +57,15 @@ TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
 }
 
 TEST_F(State, ADamagedFileIsToldAndSurvived) {
-    struct Row {
+    const struct {
         const char* file;
         const char* content;
         const char* told;
-    };
-    const Row rows[] = {{"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
-                        {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
-                        {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
-                        {"application.bin", "new firmwarX", "the section counts as erased"}};
-    for (const Row& row : rows) {
+    } rows[] = {{"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
+                {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
+                {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
+                {"application.bin", "new firmwarX", "the section counts as erased"}};
+    for (const auto& row : rows) {
         DescribeAgain();
         Load("new firmware");
         scratch.Put(directory + row.file, row.content);
@@ -94,10 +86,10 @@ TEST_F(State, WithoutARoomForItTheStateStaysInMemory) {
 
 TEST_F(State, TwoTargetsOfOneGuidKeepTheirFlashApart) {
     const std::string target = R"({"kind": "target", "guid": "000F1B0000000001", "mode": "bootloader", "eraseMs": 0})";
-    Describe(R"({"stateDirectory": ")" + scratch.path + R"(/state", "nodes": [)" + target + "," + target + "]}");
+    Describe(R"({"stateDirectory": ")" + scratch.path() + R"(/state", "nodes": [)" + target + "," + target + "]}");
     Answer(1, 1, 4, 10, Bytes(40, 0));
-    EXPECT_TRUE(std::filesystem::exists(scratch.path + "/state/000F1B0000000001-2/identity.json"));
-    EXPECT_FALSE(std::filesystem::exists(scratch.path + "/state/000F1B0000000001/identity.json"));
+    EXPECT_TRUE(std::filesystem::exists(scratch.path() + "/state/000F1B0000000001-2/identity.json"));
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() + "/state/000F1B0000000001/identity.json"));
 }
 
 } // namespace

@@ -10,10 +10,6 @@ namespace {
 
 ScriptedLibrary* current = nullptr;
 
-std::uint64_t Offset(const Twl1394Address* address) {
-    return std::uint64_t{address->AddressHigh} << 32 | address->AddressLow;
-}
-
 std::int32_t Note(const std::string& text) {
     current->transactions.push_back(text);
     return current->result ? current->result(current->transactions.size() - 1) : 1;
@@ -23,6 +19,8 @@ std::int32_t Read(std::uint32_t node, const Twl1394Address* address, std::uint32
                   std::uint32_t timeout) {
     if (const std::int32_t code = Note(fmt::format("R{} {:X} {} {}", node, Offset(address), size, timeout)); code != 1)
         return code;
+    if (current->read)
+        return current->read(node, Offset(address), data, size);
     const ByteArray& rom = current->roms[node];
     const std::uint64_t start = Offset(address) - 0xFFFFF0000400;
     if (start >= rom.size() || rom.size() - start < size)
@@ -34,15 +32,16 @@ std::int32_t Read(std::uint32_t node, const Twl1394Address* address, std::uint32
 std::int32_t Write(std::uint32_t node, const Twl1394Address* address, std::uint32_t size, const std::uint8_t* data,
                    std::uint32_t timeout) {
     const std::string bytes = basUtils::ByteArrayToHexString(data, size, 4);
-    return Note(fmt::format("W{} {:X} {} {}", node, Offset(address), timeout, bytes));
+    const std::int32_t code = Note(fmt::format("W{} {:X} {} {}", node, Offset(address), timeout, bytes));
+    return code == 1 && current->write ? current->write(node, Offset(address), {data, data + size}) : code;
 }
 
 } // namespace
 
-ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets) {
+ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets, bool bigEndian) {
     ByteArray bytes(quadlets.size() * 4);
     for (std::size_t i = 0; i < quadlets.size(); ++i)
-        basUtils::LongToByteArray(Code(quadlets[i]), bytes, static_cast<std::int32_t>(4 * i), true);
+        basUtils::LongToByteArray(Code(quadlets[i]), bytes, static_cast<std::int32_t>(4 * i), bigEndian);
     return bytes;
 }
 
@@ -55,8 +54,7 @@ void ScriptedLibrary::SetTopology(const std::vector<std::uint32_t>& selfIds, std
 
 bas1394::library::Operations ScriptedLibrary::Operations() {
     current = this;
-    bas1394::library::Operations calls{};
-    calls.InterfaceVersion = [] { return std::uint32_t{1}; };
+    bas1394::library::Operations calls = Transactions(Read, Write);
     calls.DeRegisterClient = [](auto) { return current->operations.push_back("DeRegisterClient"), 1; };
     calls.GetVirtualDeviceList = [](auto list) {
         list->DeviceCount = current->deviceCount;
@@ -69,12 +67,10 @@ bas1394::library::Operations ScriptedLibrary::Operations() {
         return 0;
     };
     calls.Get1394AddressFromDeviceObject = [](auto, auto, auto request) {
-        request->NodeAddress = current->nodeAddress;
-        return current->hostResult;
+        return request->NodeAddress = current->nodeAddress, current->hostResult;
     };
     calls.GetLocalHostInformation = [](auto, auto, auto request, auto) {
-        std::ranges::copy(current->topologyMap, request->CsrData);
-        return 0;
+        return std::ranges::copy(current->topologyMap, request->CsrData), 0;
     };
     calls.AllocateAddressRange = [](auto, auto, auto range, auto) {
         current->ranges.push_back(*range);
@@ -82,13 +78,7 @@ bas1394::library::Operations ScriptedLibrary::Operations() {
         return current->rangeResult;
     };
     calls.FreeAddressRange = [](auto, auto, auto handle) {
-        current->operations.push_back(fmt::format("FreeAddressRange {}", handle));
-        return 0;
-    };
-    calls.AsyncReadWrapper = Read;
-    calls.AsyncWriteWrapper = Write;
-    calls.QueryElapsedTimeMsLongInt = [](auto counter) {
-        return static_cast<std::uint32_t>((platform::QueryPerformanceCounter() - *counter) / 1'000'000);
+        return current->operations.push_back(fmt::format("FreeAddressRange {}", handle)), 0;
     };
     return calls;
 }
@@ -96,24 +86,15 @@ bas1394::library::Operations ScriptedLibrary::Operations() {
 LibraryTest::LibraryTest() {
     bas1394::globals = {};
     bas1394::hooks = {};
-    basApp::hooks.queryElapsedTimeMs = bas1394::QueryElapsedTimeMs;
     basApp::globals.DebugLoggingLevel = 1;
-    std::string reason;
-    bas1394::library::BindTo(library.Operations(), reason);
-    record().Driver = "vdev";
-    record().NodeNum = 5;
-    record().SelfId.LinkActive = 1;
+    BindLibrary(library.Operations());
+    MakePresent(record(), 5);
 }
 
 LibraryTest::~LibraryTest() {
     bas1394::library::Unbind();
     bas1394::globals = {};
     bas1394::hooks = {};
-}
-
-std::size_t LibraryTest::CountLogged(const std::string& part) const {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(log, [&](const std::string& line) { return line.find(part) != std::string::npos; }));
 }
 
 } // namespace testing_support

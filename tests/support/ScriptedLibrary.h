@@ -2,7 +2,7 @@
 #pragma once
 
 #include "AppTest.h"
-#include "LibraryCalls.h"
+#include "LibrarySeam.h"
 
 #include <functional>
 #include <map>
@@ -13,8 +13,8 @@ namespace testing_support {
 
 using Texts = std::vector<std::string>;
 
-// Big-endian bytes of each quadlet, as a ROM or a self-ID packet is laid out.
-ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets);
+// The bytes of each quadlet: big-endian, as a ROM or a self-ID packet is laid out, or as a target has its operands.
+ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets, bool bigEndian = true);
 constexpr std::int32_t Code(std::uint32_t code) {
     return static_cast<std::int32_t>(code);
 }
@@ -22,9 +22,12 @@ constexpr std::int32_t Code(std::uint32_t code) {
 struct ScriptedLibrary {
     std::map<std::uint32_t, ByteArray> roms;           // by node number, from 0xFFFFF0000400; nothing else answers
     std::function<std::int32_t(std::size_t k)> result; // of transaction k from 0; 1 lets it happen
-    std::uint32_t deviceCount = 1;                     // virtual devices, also after AddVirtualDriver added one
-    std::int32_t rangeResult = 0;                      // of AllocateAddressRange
-    std::int32_t hostResult = 0;                       // of Get1394AddressFromDeviceObject
+    // What then happens, unless it is a read of a ROM and a write that all nodes take.
+    std::function<std::int32_t(std::uint32_t node, std::uint64_t address, std::uint8_t* data, std::size_t size)> read;
+    std::function<std::int32_t(std::uint32_t node, std::uint64_t address, const ByteArray& bytes)> write;
+    std::uint32_t deviceCount = 1; // virtual devices, also after AddVirtualDriver added one
+    std::int32_t rangeResult = 0;  // of AllocateAddressRange
+    std::int32_t hostResult = 0;   // of Get1394AddressFromDeviceObject
     std::uint16_t nodeAddress = 0;
     ByteArray topologyMap = ByteArray(1024);
     Texts transactions; // "R<node> <address> <size> <time-out>", "W<node> <address> <time-out> <hex>"
@@ -40,8 +43,6 @@ class LibraryTest : public AppTest {
 protected:
     LibraryTest();
     ~LibraryTest() override;
-    std::size_t CountLogged(const std::string& part) const;
-    bool Logged(const std::string& part) const { return CountLogged(part) > 0; }
     Device& record() { return bas1394::globals.DeviceTable[0]; }
     ScriptedLibrary library;
 };

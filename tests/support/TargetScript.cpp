@@ -1,7 +1,5 @@
 #include "TargetScript.h"
 
-#include "LibraryCalls.h"
-
 #include <algorithm>
 
 namespace testing_support {
@@ -9,35 +7,6 @@ namespace testing_support {
 namespace {
 
 constexpr std::uint64_t REQUEST = 0xFFFFC8021000;
-
-ScriptedBus* currentBus = nullptr;
-
-std::uint64_t Offset(const Twl1394Address* address) {
-    return std::uint64_t{address->AddressHigh} << 32 | address->AddressLow;
-}
-
-std::int32_t Read(std::uint32_t node, const Twl1394Address* address, std::uint32_t size, std::uint8_t* data,
-                  std::uint32_t) {
-    platform::CurrentClock().Sleep(100'000); // no answer comes at once
-    currentBus->calls.push_back({'R', node, Offset(address), ByteArray(size)});
-    return currentBus->targets.at(node).Read(Offset(address), data, size);
-}
-
-std::int32_t Write(std::uint32_t node, const Twl1394Address* address, std::uint32_t size, const std::uint8_t* data,
-                   std::uint32_t) {
-    const ByteArray bytes(data, data + size);
-    currentBus->calls.push_back({'W', node, Offset(address), bytes});
-    if (currentBus->onRequest && Offset(address) == REQUEST)
-        currentBus->onRequest();
-    return node == 63 ? 1 : currentBus->targets.at(node).Write(Offset(address), bytes);
-}
-
-ByteArray Quadlets(std::initializer_list<std::int32_t> values) {
-    ByteArray bytes(values.size() * 4);
-    for (std::size_t i = 0; i < values.size(); ++i)
-        basUtils::LongToByteArray(values.begin()[i], bytes, static_cast<std::int32_t>(i) * 4);
-    return bytes;
-}
 
 void CopyTo(std::uint8_t* data, std::size_t size, const ByteArray& bytes) {
     std::copy_n(bytes.begin(), std::min(size, bytes.size()), data);
@@ -76,21 +45,21 @@ Reply ScriptedTarget::Answer(const ByteArray& request) {
     switch (request[6]) {
     case 4:
         announced = request;
-        return {.operands = Quadlets({maxBlockSize})};
+        return {.operands = Quadlets({maxBlockSize}, false)};
     case 5: {
         const auto address = static_cast<std::uint32_t>(basUtils::ByteArrayToLong(request, 12));
         const std::int32_t size = basUtils::ByteArrayToLong(request, 16);
         blocks.push_back(fmt::format("{} {:X} {}", request[8], address, size));
         statuses.push_back(0);
-        const std::int32_t status = statuses.front();
+        const auto status = static_cast<std::uint32_t>(statuses.front());
         statuses.pop_front();
         if (status == 0)
             flash.insert(flash.end(), requestBuffer_.begin(), requestBuffer_.begin() + size);
-        return {.operands = Quadlets({request[8], status})};
+        return {.operands = Quadlets({request[8], status}, false)};
     }
     case 6:
         ++ends;
-        return endAnswered ? Reply{.operands = Quadlets({crc, crcValidity})} : Reply{.readResult = 121};
+        return endAnswered ? Reply{.operands = Quadlets({crc, crcValidity}, false)} : Reply{.readResult = 121};
     case 14:
         debugGuid.assign(request.begin() + 8, request.end());
         return {};
@@ -129,6 +98,8 @@ std::int32_t ScriptedTarget::Read(std::uint64_t address, std::uint8_t* data, std
         return readResult_;
     if (address == 0xFFFFC8029000)
         CopyTo(data, size, latePolls_-- > 0 ? response_ : next_);
+    if (address == 0xFFFFC8029040)
+        CopyTo(data, size, responseBuffer);
     if (address == 0xFFFFC8020000)
         CopyTo(data, size, info);
     if (address == 0xFFFFC8010000)
@@ -136,67 +107,44 @@ std::int32_t ScriptedTarget::Read(std::uint64_t address, std::uint8_t* data, std
     return 1;
 }
 
-ByteArray ScriptedBus::LastRequest() const {
-    ByteArray last;
-    for (const Call& call : calls)
-        if (call.address == REQUEST)
-            last = call.bytes;
-    return last;
-}
-
-std::vector<int> ScriptedBus::Requests(std::uint32_t node) const {
-    std::vector<int> codes;
-    for (const Call& call : calls)
-        if (call.node == node && call.address == REQUEST)
-            codes.push_back(call.bytes[6]);
-    return codes;
-}
-
-std::string ScriptedBus::Trace() const {
-    std::string text;
-    for (const Call& call : calls)
-        text += fmt::format("{}{} {:X} {}|", call.kind, call.node, call.address,
-                            call.kind == 'W' ? basUtils::ByteArrayToHexString(call.bytes, 4)
-                                             : fmt::to_string(call.bytes.size()));
-    return text;
-}
-
-BareBus::BareBus() {
-    bas1394::globals = {};
+TargetsTest::TargetsTest() {
+    library.read = [this](std::uint32_t node, std::uint64_t address, std::uint8_t* data, std::size_t size) {
+        clock.Sleep(100'000); // no answer comes at once
+        return targets.at(node).Read(address, data, size);
+    };
+    library.write = [this](std::uint32_t node, std::uint64_t address, const ByteArray& bytes) {
+        if (address == REQUEST) {
+            requests.emplace_back(node, bytes);
+            if (onRequest)
+                onRequest();
+        }
+        return node == 63 ? 1 : targets.at(node).Write(address, bytes);
+    };
     basBootloader::globals = {};
-    currentBus = &bus;
-    bas1394::library::Operations operations{};
-    operations.InterfaceVersion = [] { return TWL1394_INTERFACE_VERSION; };
-    operations.AsyncReadWrapper = Read;
-    operations.AsyncWriteWrapper = Write;
-    operations.AllocateAddressRange = [](auto, auto, Twl1394AddressRange* range, auto) {
-        range->RangeHandle = 1;
-        return std::int32_t{0};
-    };
-    operations.QueryElapsedTimeMsLongInt = [](const std::int64_t* counter) {
-        return static_cast<std::uint32_t>((platform::QueryPerformanceCounter() - *counter) / 1'000'000);
-    };
-    std::string reason;
-    bas1394::library::BindTo(operations, reason);
-    basApp::hooks.queryElapsedTimeMs = bas1394::QueryElapsedTimeMs;
     basBootloader::InitializeTargetList();
 }
 
-void BareBus::Nodes(std::size_t count) {
+TargetsTest::~TargetsTest() {
+    basBootloader::TerminateTargetList();
+    basBootloader::globals = {};
+}
+
+void TargetsTest::Nodes(std::size_t count) {
     auto& table = bas1394::globals.DeviceTable;
     table.assign(count + 1, Device{});
     for (std::size_t i = 0; i <= count; ++i) {
-        table[i].Driver = "vdev";
-        table[i].NodeNum = static_cast<std::int16_t>(i);
-        table[i].SelfId.LinkActive = 1;
+        MakePresent(table[i], static_cast<std::int16_t>(i));
         table[i].ConfigRom.RawData = Bytes("04 04 00 00");
     }
     bas1394::globals.LocalHostNode = static_cast<std::uint8_t>(count);
 }
 
-bool BareBus::Logged(const std::string& text) const {
-    return text.empty() ||
-           std::ranges::any_of(log, [&](const std::string& line) { return line.find(text) != line.npos; });
+std::vector<int> TargetsTest::Commands(std::uint32_t node) const {
+    std::vector<int> codes;
+    for (const auto& [target, bytes] : requests)
+        if (target == node)
+            codes.push_back(bytes[6]);
+    return codes;
 }
 
 OneTarget::OneTarget() {

@@ -1,4 +1,4 @@
-// What several tests of the platform need.
+// Small things that tests of every layer need.
 #pragma once
 
 #include "Bytes.h"
@@ -6,7 +6,7 @@
 
 #include <string>
 
-inline ByteArray Bytes(const std::string& text) {
+inline ByteArray TextBytes(const std::string& text) {
     return {text.begin(), text.end()};
 }
 

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 class AppTest : public ::testing::Test {
 protected:
     AppTest() {
@@ -23,6 +25,11 @@ protected:
         CleanModules();
         platform::UseProgramDirectory("");
     }
+    std::size_t CountLogged(const std::string& part) const {
+        const auto holdsIt = [&](const std::string& line) { return line.find(part) != line.npos; };
+        return static_cast<std::size_t>(std::ranges::count_if(log, holdsIt));
+    }
+    bool Logged(const std::string& part) const { return part.empty() || CountLogged(part) > 0; }
 
     platform::testing::TemporaryDirectory folder;
     platform::testing::VirtualClock clock;
