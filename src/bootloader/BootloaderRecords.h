@@ -3,6 +3,7 @@
 
 #include "Bytes.h"
 #include "Device.h"
+#include "ShellStore.h"
 
 #include <array>
 #include <cstdint>
@@ -45,15 +46,12 @@ struct BootloaderResponse {
     ByteArray Operands; // NumQuadlets x 4 bytes; as it was when that is 0
 };
 
-inline constexpr std::size_t SHELL_BUFFER_SIZE = 16534;
-
 // One target met since start; kept for the life of the program.
 struct BootloaderTarget {
     std::int32_t Handle = 0;            // 0 in an empty first record, -101 until the first open
     ::Device Device;                    // copy of the node's record; NodeNum 128: not on the bus now
     ByteArray DebugGUID = ByteArray(8); // as last read from the target
     BootloaderInfoRegisters Info;       // as read at the last discovery
-    ByteArray ShellBuffer;              // 16534 bytes once created
-    std::int32_t ShellBufferCount = 0;  // bytes in use
+    ShellStore Shell;                   // what its console has printed
     std::int32_t State = 0;             // 2 for every created target
 };

@@ -252,7 +252,7 @@ std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRe
         return -1;
     BootloaderTarget& target = globals.TargetList.back();
     StatusDisplay(LEVEL_TRACE, "CreateBootloaderDevice: allocating shell buffer...");
-    next([&] { target.ShellBuffer.resize(SHELL_BUFFER_SIZE); });
+    next([&] { target.Shell.Create(); });
     if (!VerifyCompatibility(info)) {
         StatusDisplay(LEVEL_TRACE, "CreateBootloaderDevice failed: VerifyCompatibility support returned FALSE");
         return -1;

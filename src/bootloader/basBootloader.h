@@ -41,11 +41,15 @@ struct Globals {
     bool DiscoveryInterrupted = false;                         // another bus reset arrived
     bool DiscoveryComplete = false;
     std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
+    std::int32_t OldHead = 0;                    // of a console's ring, as last read; one for all targets, never reset
 };
 extern Globals globals;
 
 struct Hooks {
     std::function<void()> nodesChanged; // frmMain.IEEE1394Bus_NodesChanged
+    // Characters of a console never reach ReadShellCharacters: a terminal marks the place. Called with the
+    // TargetList mutex held.
+    std::function<void(std::int32_t handle, std::int32_t count)> shellCharactersLost;
 };
 extern Hooks hooks;
 
@@ -132,5 +136,25 @@ std::int32_t DownloadBlock(std::int32_t handle, std::int32_t blockNumber, std::i
                            ByteArray& data);
 std::int32_t DownloadEnd(std::int32_t handle, std::int32_t& crc, std::int32_t& crcValidity,
                          std::int32_t timeOutMs = 3000, const CommandProgress* progress = nullptr);
+
+// --- The characters of a target's console (ShellChannel.cpp). Both take the TargetList mutex. ---
+
+// `data` gets the new characters; one byte 0: none, or a failure. With `wrapNotices` a line of text stands where
+// the target's ring begins anew. 1, 0 (no such target), -1, -100, -101, or the code of what failed.
+std::int32_t ReadShellCharacters(std::int32_t handle, ByteArray& data, bool wrapNotices);
+// 1, 0 (no such target), -1 (a single 0 can't be sent), -100, -101, or the code of what failed.
+std::int32_t WriteShellCharacters(std::int32_t handle, const ByteArray& data);
+// The generations of the reading, for ReadShellCharacters alone.
+std::int32_t ReadShellCharacters_Ver1(std::int32_t handle, ByteArray& data);
+std::int32_t ReadShellCharacters_Ver2(std::int32_t handle, ByteArray& data, bool wrapNotices);
+
+// --- The named items of a target's persistent store (Keys.cpp) ---
+
+inline constexpr std::int32_t LARGEST_KEY_DATA = 65536; // bytes; more isn't believed and isn't sent
+// `data` gets the value and one spare byte 0 behind it. 1, -1, -101, or the code of what failed; then `data` holds
+// what came until then.
+std::int32_t ReadKey(std::int32_t handle, const std::string& keyName, ByteArray& data);
+// 1, -1, -101, or the code of what failed; a value that was half written stays so.
+std::int32_t WriteKey(std::int32_t handle, const std::string& keyName, const ByteArray& data);
 
 } // namespace basBootloader

@@ -139,7 +139,7 @@ bool RangeAllocatedAt(Address1394 address);
 void PrepareTables();
 // A copy of the first record with this driver and node number, or of NullDevice.
 Device FindDevice(const std::string& driver, std::int16_t nodeNum);
-std::int32_t IndexOfNode(std::int16_t nodeNum); // in DeviceTable, -1 when it isn't there
+std::int32_t IndexOfNode(std::int16_t nodeNum);            // in DeviceTable, -1 when it isn't there
 SelfId DecodeSelfId(const std::uint8_t packet[4]);         // one self-ID packet, first byte first
 std::int32_t GetLocalHostNode();                           // -1 on failure
 std::int32_t GetBusNumber();                               // -1 on failure

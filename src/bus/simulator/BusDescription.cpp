@@ -184,8 +184,8 @@ void ReadNodes(const Json* values, const std::string& baseDirectory, std::vector
 
 // Which command an action belongs to, if to one alone.
 void CheckCommand(const ObjectReader& reader, const FaultDescription& fault) {
-    if (fault.action == FaultAction::BadCrc && fault.command != 6) {
-        reader.Refuse("do", "\"badCrc\" goes with \"command\": 6");
+    if (fault.action == FaultAction::BadCrc && fault.command != 6 && fault.command != 3) {
+        reader.Refuse("do", "\"badCrc\" goes with \"command\": 6 or 3");
     }
     if (fault.action == FaultAction::Status && fault.command != 5) {
         reader.Refuse("status", "goes with \"command\": 5");

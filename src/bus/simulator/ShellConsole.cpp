@@ -10,7 +10,7 @@ namespace simulator {
 
 static constexpr const char* PROMPT = "> ";
 static constexpr std::size_t LONGEST_LINE = 256;
-static constexpr std::int64_t LARGEST_NUMBER = 1'000'000; // of characters or milliseconds
+static constexpr std::int64_t LARGEST_NUMBER = 1'000'000; // of lines or milliseconds
 
 void ShellConsole::PowerUp() {
     ++life_;
@@ -73,10 +73,9 @@ void ShellConsole::RunLine() {
     } else if (word == "keys") {
         Print(hooks_.keys());
     } else if (word == "flood") {
-        for (std::int64_t i = 0; i < number; ++i) {
-            Put(static_cast<char>('0' + i % 10));
+        for (std::int64_t i = 1; i <= number; ++i) {
+            Print(fmt::format("line {}\r\n", i));
         }
-        Print("\r\n");
     } else if (word == "sleep") {
         return Pause(number);
     } else if (word == "reset") {

@@ -89,7 +89,10 @@ TargetCommands::Result TargetCommands::ResetDevice(Target& target, ByteView oper
 }
 
 TargetCommands::Result TargetCommands::ReadImageCRC(Target& target, ByteView operands) {
-    const CrcVerdict verdict = target.flash_.Check(operands[0]);
+    CrcVerdict verdict = target.flash_.Check(operands[0]);
+    if (target.fault_.badCrc) {
+        verdict.validity = 1; // 0 is good
+    }
     return Words({verdict.crc, verdict.validity}, target.description_.checkMs);
 }
 

@@ -1,0 +1,116 @@
+// A session at a target's console, over and over, with a bus reset behind each of its transactions
+// in turn. No character comes twice; one that is missing has been told of.
+#include "HeadlessProgram.h"
+
+#include "Levels.h"
+#include "basBootloader.h"
+
+#include <iostream>
+
+#include <gtest/gtest.h>
+
+using namespace testing_support;
+
+namespace {
+
+struct Outcome {
+    std::string text, lastLine; // all that was read; what the last line brought
+    bool toldLoss = false;
+    std::uint64_t start = 0, end = 0; // of the session but its last line, in transactions
+};
+
+class Terminal {
+public:
+    Terminal(std::int32_t protocol, const std::string& faults)
+        : program_(
+              R"({"nodes": [{"kind": "target", "guid": "000F1B0000000001", "protocol": )" + std::to_string(protocol) +
+                  R"(, "shell": {"ring": 1024}}, {"kind": "device"}, {"kind": "host"}], "faults": [)" + faults + "]}",
+              LEVEL_ERROR),
+          readsOnce_(protocol == 1 || protocol == 3) {
+        program_.Run("", 3000);
+        basBootloader::hooks.shellCharactersLost = [this](std::int32_t, std::int32_t) { outcome.toldLoss = true; };
+    }
+    void Type(const std::string& line) {
+        for (int i = 0; i < 50; ++i) { // a user types on when it is certain that nothing went out
+            const std::uint64_t before = SimulatorTransactions();
+            if (basBootloader::WriteShellCharacters(Handle(), {line.begin(), line.end()}) == 1)
+                break;
+            if (SimulatorTransactions() != before) {
+                outcome.toldLoss = true;
+                break;
+            }
+            Wait();
+        }
+        for (int i = 0; i < 4; ++i)
+            Poll();
+    }
+    void Poll() {
+        Wait();
+        const std::uint64_t before = SimulatorTransactions();
+        ByteArray data;
+        if (basBootloader::ReadShellCharacters(Handle(), data, true) != 1)
+            outcome.toldLoss |= readsOnce_ && SimulatorTransactions() != before; // a ring can be read again
+        else if (data != ByteArray{0})
+            outcome.text.append(data.begin(), data.end());
+    }
+    void Settle() {
+        program_.windowSystem.RunUntil([] { return false; }, 3000);
+    }
+
+    Outcome outcome;
+
+private:
+    static std::int32_t Handle() { return basBootloader::globals.TargetList.front().Handle; }
+    void Wait() {
+        program_.windowSystem.RunUntil([] { return false; }, 50);
+    }
+
+    HeadlessProgram program_;
+    const bool readsOnce_;
+};
+
+Outcome Session(std::int32_t protocol, const std::string& faults) {
+    Terminal terminal(protocol, faults);
+    terminal.outcome.start = SimulatorTransactions();
+    for (const char* line : {"help\r", "flood 12\r", "vfr\b\bersion\r", "flood 7\r"})
+        terminal.Type(line);
+    terminal.outcome.end = SimulatorTransactions();
+    terminal.Type("\r"); // a fault that waits for one more write has had it
+    terminal.Settle();
+    terminal.Poll();
+    const std::size_t before = terminal.outcome.text.size();
+    terminal.Type("keys no more\r");
+    terminal.outcome.lastLine = terminal.outcome.text.substr(before);
+    return terminal.outcome;
+}
+
+bool IsPartOf(const std::string& text, const std::string& whole) {
+    std::size_t at = 0;
+    for (const char character : whole)
+        at += at < text.size() && text[at] == character;
+    return at == text.size();
+}
+
+TEST(ShellSweep, ABusResetBehindAnyTransactionDoublesNothingAndLosesNothingUntold) {
+    int runs = 0, told = 0;
+    for (const std::int32_t protocol : {1, 2, 0x2000000, 3}) {
+        const Outcome undisturbed = Session(protocol, "");
+        ASSERT_FALSE(undisturbed.toldLoss);
+        ASSERT_NE(undisturbed.text.find("line 12\r\n> vfr\b \b\b \bersion\r\n"), std::string::npos);
+        // Between two transactions, into the next read, into the next write.
+        for (const char* where : {"", R"("operation": "read", )", R"("operation": "write", )"})
+            for (std::uint64_t k = undisturbed.start; k + 3 <= undisturbed.end; ++k, ++runs) {
+                const std::string fault = fmt::format(R"({{{}"afterTransactions": {}, "do": "busReset"}})", where, k);
+                SCOPED_TRACE(testing::Message() << "protocol " << protocol << ", " << fault);
+                const Outcome outcome = Session(protocol, fault);
+                told += outcome.toldLoss;
+                EXPECT_TRUE(outcome.toldLoss || outcome.text == undisturbed.text) << outcome.text;
+                EXPECT_TRUE(IsPartOf(outcome.text, undisturbed.text)) << outcome.text;
+                EXPECT_EQ(outcome.lastLine, undisturbed.lastLine) << "the session is dead";
+            }
+    }
+    EXPECT_GT(told, 0) << "the trouble doesn't happen";
+    std::cout << runs << " sessions with a bus reset, " << told << " of them told of a loss\n";
+}
+
+} // namespace

@@ -1,0 +1,141 @@
+// Keys, pass by pass.
+#include "TargetScript.h"
+
+#include "PackageBuilder.h"
+
+using namespace testing_support;
+using namespace basBootloader;
+
+namespace {
+
+const std::string LONG_NAME(70, 'n');
+
+class Keys : public OneTarget {
+protected:
+    // A target that hands a value over in parts of 128, behind its end a 0, and takes any.
+    void Serve(const ByteArray& value) {
+        onRequest = [this, value] {
+            const ByteArray request = LastRequest();
+            const auto word = static_cast<std::uint32_t>(basUtils::ByteArrayToLong(request, 16));
+            const auto size = static_cast<std::uint32_t>(value.size()), from = std::min(word, size);
+            const std::uint32_t part = std::clamp(size - from, 1u, 128u);
+            target.responseBuffer.assign(value.begin() + from, value.begin() + std::min(from + part, size));
+            target.reply =
+                Reply{Quadlets(request[6] == 19 ? std::vector{0u, word, 0u} : std::vector{0u, size, part, 0u}, false)};
+        };
+    }
+    // The requests less their headers, in hex.
+    Texts Operands() const {
+        Texts texts;
+        for (const auto& [node, bytes] : requests)
+            texts.push_back(
+                fmt::format("{} {}", bytes[7], basUtils::ByteArrayToHexString(&bytes[8], bytes.size() - 8, 4)));
+        return texts;
+    }
+};
+
+TEST_F(Keys, AValueComesInAsManyPassesAsItTakes) {
+    ByteArray value = Pattern(300), data = Bytes("EE EE");
+    Serve(value);
+    EXPECT_EQ(ReadKey(HANDLE, "NAME5", data), 1);
+    value.push_back(0);
+    EXPECT_EQ(data, value);
+    EXPECT_EQ(Operands(), (Texts{"5 06000000 00000000 00000000 4E414D45 35000000",
+                                 "5 06000000 05000000 80000000 00000000", "5 06000000 05000000 00010000 00000000"}));
+    EXPECT_EQ(library.transactions[2], "R0 FFFFC8029040 128 200");
+}
+
+TEST_F(Keys, ANameThatFillsItsQuadletsTakesAnotherPass) {
+    ByteArray data;
+    Serve(Bytes("61 62 63 64"));
+    EXPECT_EQ(ReadKey(HANDLE, "NAME", data), 1);
+    EXPECT_EQ(data, Bytes("61 62 63 64 00"));
+    EXPECT_EQ(Operands(),
+              (Texts{"4 05000000 00000000 00000000 4E414D45 00000000", "4 05000000 04000000 04000000 00000000"}));
+    requests.clear();
+    EXPECT_EQ(ReadKey(HANDLE, LONG_NAME, data), 1);
+    EXPECT_EQ(data, Bytes("61 62 63 64 00")) << "what a pass for the name brings is no value";
+    EXPECT_EQ(requests.size(), 2u) << "40 bytes a pass";
+}
+
+TEST_F(Keys, AWrittenValueTravelsWithItsQuadletsTurnedOnceItsNameFits) {
+    Serve({});
+    EXPECT_EQ(WriteKey(HANDLE, "NAME5", Bytes("61 62 63")), 1);
+    EXPECT_EQ(library.transactions[0].substr(0, 26), "W0 FFFFC8021040 0 00636261");
+    EXPECT_EQ(library.transactions[0].size(), 17u + 32 * 9) << "128 bytes always";
+    EXPECT_EQ(Operands(), (Texts{"6 06000000 00000000 03000000 00000000 4E414D45 35000000"}));
+    library.transactions.clear();
+    requests.clear();
+    EXPECT_EQ(WriteKey(HANDLE, LONG_NAME, Pattern(200)), 1);
+    std::string order;
+    for (const std::string& line : library.transactions)
+        order += line.starts_with("W0 FFFFC8021040") ? 'v' : line[0] == 'W' ? 'n' : '.';
+    EXPECT_EQ(order, "n.vn.vn.") << "the first pass is for the name alone";
+    EXPECT_EQ(Operands()[1].substr(0, 38), "13 47000000 24000000 C8000000 00000000");
+    EXPECT_EQ(Operands()[2], "13 47000000 46000000 C8000000 80000000 00000000");
+}
+
+TEST_F(Keys, EveryFailedTransactionEndsTheWork) {
+    ByteArray data;
+    int runs = 0;
+    const std::function<std::int32_t()> works[] = {[&] { return ReadKey(HANDLE, LONG_NAME, data); },
+                                                   [&] { return WriteKey(HANDLE, LONG_NAME, Pattern(300)); }};
+    for (const auto& work : works) {
+        Serve(Pattern(300));
+        library.result = nullptr;
+        library.transactions.clear();
+        ASSERT_EQ(work(), 1);
+        const std::size_t all = library.transactions.size();
+        for (const std::uint32_t code : {121u, 0x80000102u, 0x80000017u, 0x8000013Du, 0x80000002u, 0x80000001u, 0u})
+            for (std::size_t k = 0; k < all; ++k, ++runs) {
+                bas1394::globals.BusResetPending = false;
+                library.transactions.clear();
+                library.result = [=](std::size_t i) { return i == k ? Code(code) : 1; };
+                EXPECT_NE(work(), 1) << Code(code) << " at " << k;
+                EXPECT_EQ(library.transactions.size(), k + 1) << "goes on behind a failure";
+            }
+    }
+    std::cout << runs << " runs with a failed transaction\n";
+}
+
+TEST_F(Keys, AnswersThatCanNotBeAreRefusedBeforeAnythingIsRead) {
+    const auto words = [](std::vector<std::uint32_t> values) { return Reply{Quadlets(values, false)}; };
+    // clang-format off
+    const struct {
+        Reply read, write;
+        const char *readText, *writeText;
+    } rows[] = {
+        {words({0, 0}), words({0, 0}), "ReadKey failure: expected 4 operands, received 2", "WriteKey failure: expected 3 operands, received 2"},
+        {words({0, 0, 0, 0}), words({0xAB, 3, 0}), "ReadKey: size of key data for key 'K' is 0!", "WriteKey failure: target indicates error code 0xAB"},
+        {words({0, 0xFFFFFFFF, 4, 0}), words({0, 0xFFFFFFFF, 0}), "size of key data", "the target holds -1 bytes of key 'K', 3 were sent"},
+        {words({0, 0x7FFFFFFF, 4, 0}), words({0, 0x7FFFFFFF, 0}), "2147483647 bytes by the target", "the target holds 2147483647"},
+        {words({0, 4, 0, 0}), {}, "0 bytes of key 'K'", ""},
+        {words({0, 4, 0x80000000, 0}), {}, "-2147483648 bytes of key 'K'", ""},
+        {words({0, 4, 2049, 0}), {}, "2049 bytes of key 'K'", ""},
+    };
+    // clang-format on
+    ByteArray data;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.readText);
+        library.transactions.clear();
+        target.reply = row.read;
+        EXPECT_EQ(ReadKey(HANDLE, "K", data), -1);
+        EXPECT_EQ(library.transactions.size(), 2u);
+        EXPECT_TRUE(data.empty());
+        EXPECT_TRUE(Logged(row.readText));
+        target.reply = row.write;
+        EXPECT_EQ(WriteKey(HANDLE, "K", Bytes("61 62 63")), -1);
+        EXPECT_TRUE(Logged(row.writeText));
+    }
+    onRequest = [&, size = 100u]() mutable { target.reply = words({0, ++size, 1, 0}); };
+    EXPECT_EQ(ReadKey(HANDLE, "K", data), -1) << "a size that runs ahead of what comes";
+    library.transactions.clear();
+    EXPECT_EQ(ReadKey(0, "K", data), -101);
+    EXPECT_EQ(WriteKey(0, "K", data), -101);
+    EXPECT_EQ(ReadKey(HANDLE, "", data), -1);
+    EXPECT_EQ(WriteKey(HANDLE, "", data), -1);
+    EXPECT_EQ(WriteKey(HANDLE, "K", ByteArray(65537)), -1);
+    EXPECT_TRUE(library.transactions.empty());
+}
+
+} // namespace
