@@ -9,8 +9,10 @@
 #include "Windows.h"
 #include "bas1394.h"
 #include "basApp.h"
+#include "basBootloader.h"
 #include "frmConfigROM.h"
 #include "frmMain.h"
+#include "frmShell.h"
 #include "frmStatus.h"
 
 #include <QApplication>
@@ -18,6 +20,7 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -34,7 +37,8 @@ std::string BusOf(int targets) {
 }
 
 struct ProgramWithWindows : testing_support::HeadlessProgram {
-    explicit ProgramWithWindows(int targets = TARGETS) : HeadlessProgram(BusOf(targets), LEVEL_WARNING) {
+    explicit ProgramWithWindows(int targets = TARGETS) : ProgramWithWindows(BusOf(targets)) {}
+    explicit ProgramWithWindows(const std::string& bus) : HeadlessProgram(bus, LEVEL_WARNING) {
         windowSystem.eachTurn = [] { QCoreApplication::processEvents(); };
         WireWindows([] {});
         basApp::Main("");
@@ -46,6 +50,16 @@ struct ProgramWithWindows : testing_support::HeadlessProgram {
         windows::globals = {};
     }
 };
+
+frmShell* OpenShell() {
+    auto* shell = new frmShell;
+    windows::globals.shellWindows[0] = shell;
+    windows::globals.parent->AddChild(shell);
+    shell->Form_Load();
+    shell->setCurrentHandle(basBootloader::OpenBootloaderDevice(bas1394::globals.DeviceTable[0]));
+    windows::globals.parent->ShowChild(shell);
+    return shell;
+}
 
 void RedrawOf63Nodes(benchmark::State& state) {
     const ProgramWithWindows program;
@@ -129,6 +143,59 @@ double ResidentKiB() {
             return std::stod(line.substr(6));
     return 0;
 }
+
+// 1 MB of console text in blocks of 256 bytes onto the terminal's screen, painted every 30 ms of the
+// virtual clock, which moves 3 ms a block.
+void ShellOutputOf1MB(benchmark::State& state) {
+    ProgramWithWindows program(1);
+    ShellTerminal terminal(nullptr);
+    terminal.SetScrollBack(10000);
+    terminal.resize(700, 400);
+    terminal.show();
+    ByteArray block;
+    for (int i = 0; block.size() < 256; ++i)
+        for (const char c : fmt::format("line {} of the console\r\n", i))
+            block.push_back(static_cast<std::uint8_t>(c));
+    block.resize(256);
+    for (auto _ : state)
+        for (int i = 0; i < 4096; ++i) {
+            terminal.ShowEdit(shellText::EditOf(block, terminal.Length()));
+            program.clock.Sleep(3'000'000);
+            if (i % 10 == 9)
+                program.windowSystem.Turn();
+        }
+    state.counters["KiB"] = ResidentKiB();
+}
+
+BENCHMARK(ShellOutputOf1MB)->Unit(benchmark::kMillisecond);
+
+// A minute with an open shell window on a silent console at the default interval, less the same
+// minute without it.
+void MinuteOfAnOpenShell(benchmark::State& state) {
+    ProgramWithWindows program(1);
+    if (state.range(0) != 0)
+        OpenShell();
+    for (auto _ : state)
+        program.windowSystem.RunUntil([] { return false; }, 60'000);
+}
+BENCHMARK(MinuteOfAnOpenShell)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// How long (in bus time) a shell window on a device that has gone silent keeps the only thread, which
+// is what a key typed into another window may have to wait.
+void PollOfASilentDevice(benchmark::State& state) {
+    const std::string bus = testing_support::Bus({testing_support::Target("000F1B0000000001", "bootloader")},
+                                                 R"({"node": 0, "command": 8, "count": 1000000, "do": "silence"})");
+    ProgramWithWindows program(bus);
+    auto* shell = OpenShell();
+    double longest = 0;
+    for (auto _ : state) {
+        const std::int64_t before = program.clock.Now();
+        shell->tmrPollForShellData_Timer();
+        longest = std::max(longest, double(program.clock.Now() - before) / 1e6);
+    }
+    state.counters["bus_ms_a_poll"] = longest;
+}
+BENCHMARK(PollOfASilentDevice)->Iterations(5);
 
 // Memory behind `step` done 100 times, and behind ten times as often again.
 template <class Step> void ReportMemory(benchmark::State& state, Step step) {

@@ -17,6 +17,7 @@ wiring::WindowHooks HooksOfTheWindows(std::function<void()> endProgram) {
     hooks.nodesChanged = windows::NodesChanged;
     hooks.resetComplete = windows::ResetComplete;
     hooks.incomingData = windows::IncomingData;
+    hooks.shellCharactersLost = windows::CharactersLost;
     hooks.debugSpew = windows::AppendDebugSpew;
     hooks.startBusTimers = windows::StartBusTimers;
     hooks.statusWindowWants = windows::StatusWindowWants;

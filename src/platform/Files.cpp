@@ -197,9 +197,10 @@ ByteArray ReadWholeFile(const std::string& path) {
     return bytes;
 }
 
-OutputFile::OutputFile(const std::string& path) : descriptor_(-1) {
+OutputFile::OutputFile(const std::string& path, Start start) : descriptor_(-1) {
     const std::string resolved = ResolvePath(path);
-    descriptor_ = open(resolved.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int where = start == Start::Append ? O_APPEND : O_TRUNC;
+    descriptor_ = open(resolved.c_str(), O_WRONLY | O_CREAT | where | O_CLOEXEC, 0666);
     if (descriptor_ < 0)
         RaiseError(errno, resolved);
 }
@@ -212,7 +213,11 @@ void OutputFile::WriteLine(const std::string& text) {
     ByteArray line = AnsiFromText(text);
     line.push_back('\r');
     line.push_back('\n');
-    WriteAll(descriptor_, line.data(), line.size(), "the output file");
+    Write(line);
+}
+
+void OutputFile::Write(const ByteArray& bytes) {
+    WriteAll(descriptor_, bytes.data(), bytes.size(), "the output file");
 }
 
 } // namespace platform

@@ -45,14 +45,16 @@ private:
 
 ByteArray ReadWholeFile(const std::string& path); // failure 53
 
-// A text file written line by line; each line reaches the file system at once.
+// A text file, written in the ANSI code page; what is written reaches the file system at once.
 class OutputFile {
 public:
-    explicit OutputFile(const std::string& path); // made anew
+    enum class Start { Anew, Append };
+    explicit OutputFile(const std::string& path, Start start = Start::Anew);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
-    void WriteLine(const std::string& text); // ends in CR LF; the ANSI code page on disk
+    void WriteLine(const std::string& text); // ends in CR LF
+    void Write(const ByteArray& bytes);      // as they are
 
 private:
     int descriptor_;

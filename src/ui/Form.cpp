@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QEventLoop>
 #include <QItemSelectionModel>
 #include <QLabel>
 
@@ -55,6 +56,17 @@ bool Form::isMinimizedForm() {
 void Form::showForm() {
     show();
     frame()->show();
+}
+
+void Form::showModal(QWidget* owner) {
+    const QSize size = this->size();
+    setParent(owner, Qt::Dialog);
+    setWindowModality(Qt::ApplicationModal);
+    resize(size);
+    QEventLoop loop;
+    connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
+    show();
+    loop.exec();
 }
 
 void Form::fitClient(int width, int height) {

@@ -34,6 +34,8 @@ public:
     bool isMaximizedForm();
     bool isMinimizedForm();
     void showForm();
+    // As a dialog over `owner`, until it is unloaded.
+    void showModal(QWidget* owner);
     // Sizes the frame so that the client area holds these pixels.
     void fitClient(int width, int height);
     std::string nameText() const { return objectName().toStdString(); }

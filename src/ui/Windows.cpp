@@ -6,6 +6,7 @@
 #include "Paths.h"
 #include "WindowSettings.h"
 #include "frmMain.h"
+#include "frmShell.h"
 #include "frmStatus.h"
 
 #include <utility>
@@ -19,6 +20,12 @@ namespace {
 
 ::frmStatus* StatusWindow(std::size_t slot) {
     return slot < globals.statusWindows.size() ? globals.statusWindows[slot] : nullptr;
+}
+
+template <class Step> void ForEachShell(Step step) {
+    for (Form* form : globals.shellWindows)
+        if (auto* shell = qobject_cast<frmShell*>(form))
+            step(*shell);
 }
 
 } // namespace
@@ -86,6 +93,14 @@ void NodesChanged() {
 void ResetComplete() {
     if (globals.main != nullptr)
         globals.main->IEEE1394Bus_ResetComplete();
+    ForEachShell([](frmShell& shell) { shell.BusWasReset(); });
+}
+
+void CharactersLost(std::int32_t handle, std::int32_t count) {
+    ForEachShell([=](frmShell& shell) {
+        if (shell.CurrentHandle() == handle)
+            shell.CharactersLost(count);
+    });
 }
 
 void IncomingData() {

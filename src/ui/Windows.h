@@ -48,6 +48,7 @@ void FocusMainWindow(); // if it is visible
 void NodesChanged();
 void ResetComplete();
 void IncomingData();
+void CharactersLost(std::int32_t handle, std::int32_t count); // to the shell window on that target
 void AppendDebugSpew(const std::string& text);
 void StartBusTimers();
 void EnableMainWindow(bool enabled);

@@ -100,6 +100,7 @@ private:
     void UpdateImage(std::int32_t imageType);
     void ResetSelectedDevice(std::int32_t mode);
     void mnuLaunchShell_Click();
+    void LaunchShell(const Device& device);
     void mnuViewConfigROM_Click();
     void mnuRescanBus_Click();
     void mnuStartApplication_Click();

@@ -1,6 +1,8 @@
 // The commands of the device window for the device of the grid's current row.
 
 #include "Dialogs.h"
+#include "Guarded.h"
+#include "KeyBatch.h"
 #include "MDIForm1.h"
 #include "Windows.h"
 #include "bas1394.h"
@@ -10,8 +12,11 @@
 #include "basUtils.h"
 #include "frmConfigROM.h"
 #include "frmMain.h"
+#include "frmShell.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 using namespace basBootloader;
 
@@ -73,8 +78,30 @@ void frmMain::mnuLaunchShell_Click() {
         platform::CurrentDialogs().MessageBox(InvalidNodeText(device.NodeNum), basApp::TITLE);
         return;
     }
-    OpenBootloaderDevice(device);
-    StatusDisplay(LEVEL_USER, "The shell window comes with a later version.");
+    Guarded("frmMain", "cmdLaunchShell", [&] { LaunchShell(device); });
+}
+
+// Brings the shell window on that device forward, or opens one in the first empty slot.
+void frmMain::LaunchShell(const Device& device) {
+    const std::int32_t handle = OpenBootloaderDevice(device);
+    auto& list = windows::globals.shellWindows;
+    for (Form* form : list) {
+        auto* shell = qobject_cast<frmShell*>(form);
+        if (shell != nullptr && shell->CurrentHandle() == handle)
+            return windows::globals.parent->mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(shell->frame()));
+    }
+    const auto empty = std::find(list.begin(), list.end(), nullptr);
+    const auto slot = std::size_t(empty - list.begin());
+    if (empty == list.end())
+        list.push_back(nullptr);
+    auto* shell = new frmShell;
+    list[slot] = shell;
+    windows::globals.parent->AddChild(shell);
+    shell->Form_Load();
+    shell->Index = std::int32_t(slot);
+    shell->setCurrentHandle(handle);
+    windows::globals.parent->ShowChild(shell);
+    shell->txtShell->setFocus();
 }
 
 void frmMain::ResetSelectedDevice(std::int32_t mode) {
@@ -254,7 +281,8 @@ void frmMain::mnuSwitchTo1394Shell_Click() {
 }
 
 void frmMain::mnuExecuteKeyBatch_Click() {
-    StatusDisplay(LEVEL_USER, "Key batches come with a later version.");
+    if (basAutomation::ExecuteKeyBatchFromMenu() != 1)
+        windows::UnloadParentWindow();
 }
 
 void frmMain::mnuSendErrorReport_Click() {

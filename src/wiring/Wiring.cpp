@@ -97,7 +97,7 @@ void WireBus(const WindowHooks& windows) {
         .logTargets = LogTargets,
         .startBusTimers = windows.startBusTimers,
     };
-    basBootloader::hooks = {.nodesChanged = windows.nodesChanged};
+    basBootloader::hooks = {.nodesChanged = windows.nodesChanged, .shellCharactersLost = windows.shellCharactersLost};
     basBootloader::downloadHooks = {.progress = EchoProgress};
 }
 
@@ -106,7 +106,6 @@ void WireAutomation(const WindowHooks& windows) {
         .enableMainWindow = windows.enableMainWindow,
         .enableScheduler = windows.enableScheduler,
         .endRun = windows.endRun,
-        .performKeyBatch = {}, // key batches come with their own module
         .statusFileLost = windows.standardError,
     };
 }

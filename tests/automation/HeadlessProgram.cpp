@@ -1,6 +1,7 @@
 #include "HeadlessProgram.h"
 
 #include "BusEnumeration.h"
+#include "BusOnVirtualClock.h"
 #include "CodePage.h"
 #include "PackageBuilder.h"
 #include "Paths.h"
@@ -21,8 +22,6 @@ namespace testing_support {
 
 namespace {
 
-using platform::testing::VirtualClock;
-
 void ResetGlobals() {
     basApp::globals = {};
     basDebug::globals = {};
@@ -30,17 +29,6 @@ void ResetGlobals() {
     basBootloader::globals = {};
     basAutomation::globals = {};
     wiring::globals = {};
-}
-
-// The simulated bus on the virtual clock.
-void UseVirtualClock(VirtualClock* clock) {
-    const SimulatorClock calls{
-        clock, [](void* context) { return static_cast<VirtualClock*>(context)->Now(); },
-        [](void* context, std::int64_t time) { static_cast<VirtualClock*>(context)->Sleep(time); },
-        [](void* context, std::int64_t due, void (*call)(void*), void* argument) {
-            static_cast<VirtualClock*>(context)->CallAt(due, [=] { call(argument); });
-        }};
-    SimulatorUseClock(&calls);
 }
 
 } // namespace
@@ -54,7 +42,7 @@ HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLeve
         platform::Database::Create(directory.file("db1_clean.mdb"), clsDbManager::Schema());
     else
         Write("db1.mdb", std::string("no database"));
-    UseVirtualClock(&clock);
+    UseVirtualClock(clock);
     if (SimulatorDescribe(bus.c_str(), directory.path().c_str()) != 1)
         throw std::runtime_error(SimulatorLastError());
     Wire();
@@ -153,14 +141,18 @@ bool HeadlessProgram::SaidAtLevel(std::int32_t level) const {
 }
 
 std::vector<std::string> HeadlessProgram::RequestsSent() const {
-    std::vector<std::string> requests;
+    return WrittenTo("0xffffc8021000");
+}
+
+std::vector<std::string> HeadlessProgram::WrittenTo(const std::string& address) const {
+    std::vector<std::string> written;
     std::ifstream trace(directory.file("trace.jsonl"));
     for (std::string line; std::getline(trace, line);) {
         const auto entry = nlohmann::json::parse(line);
-        if (entry["operation"] == "write" && entry["address"] == "0xffffc8021000")
-            requests.push_back(entry["data"]);
+        if (entry["operation"] == "write" && entry["address"] == address)
+            written.push_back(entry["data"]);
     }
-    return requests;
+    return written;
 }
 
 ByteArray HeadlessProgram::Flash(std::uint32_t node, const char* section) const {

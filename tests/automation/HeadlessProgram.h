@@ -42,6 +42,7 @@ public:
     bool SaidAtLevel(std::int32_t level) const;
     // The requests that crossed the bus, in order, in hex. Byte 6 of each is its command code.
     std::vector<std::string> RequestsSent() const;
+    std::vector<std::string> WrittenTo(const std::string& address) const; // in hex, "0xffffc8021040"
     ByteArray Flash(std::uint32_t node, const char* section) const;
 
     platform::testing::TemporaryDirectory directory;

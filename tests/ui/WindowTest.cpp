@@ -1,24 +1,42 @@
 #include "WindowTest.h"
 
+#include "SingleInstance.h"
 #include "WindowSettings.h"
 #include "WindowWiring.h"
 #include "Wiring.h"
-#include "basApp.h"
+#include "bas1394.h"
+#include "basAutomation.h"
+#include "basBootloader.h"
 
 #include <QApplication>
+#include <QTimer>
 #include <QtTest/QTest>
+
+#include <algorithm>
+#include <cstdlib>
 
 namespace testing_support {
 
 void WindowTest::Start(const std::string& bus, const std::string& commandLine) {
+    End();
     program = std::make_unique<HeadlessProgram>(bus);
     program->windowSystem.eachTurn = [] { QCoreApplication::processEvents(); };
+    Load(commandLine);
+}
+
+void WindowTest::Load(const std::string& commandLine) {
     WireWindows([] {});
+    basDebug::hooks.statusWindowWants = [](std::size_t, std::int32_t level) { return level >= LEVEL_TRACE; };
+    basDebug::hooks.postToStatusWindow = [this](std::size_t slot, std::string_view text, float time, std::int32_t level,
+                                                std::string_view module) {
+        program->messages.push_back({level, std::string(text)});
+        windows::PostToStatusWindow(slot, text, time, level, module);
+    };
     ASSERT_TRUE(basApp::Main(commandLine));
     Pass(3000);
 }
 
-WindowTest::~WindowTest() {
+void WindowTest::Unload() {
     if (windows::globals.parent != nullptr)
         windows::globals.parent->close();
     delete windows::globals.parent;
@@ -27,12 +45,34 @@ WindowTest::~WindowTest() {
     windowSettings::hooks = {};
 }
 
+void WindowTest::End() {
+    Unload();
+    program.reset();
+}
+
+void WindowTest::Restart() {
+    Unload();
+    platform::ReleaseSingleInstance();
+    basApp::globals = {};
+    basDebug::globals = {};
+    bas1394::globals = {};
+    basBootloader::globals = {};
+    basAutomation::globals = {};
+    ForgetTold();
+    Load({});
+}
+
+WindowTest::~WindowTest() {
+    End();
+}
+
 void WindowTest::Pass(std::int64_t milliseconds) {
     program->windowSystem.RunUntil([] { return false; }, milliseconds);
 }
 
 void WindowTest::SelectRow(int row) {
     QTableWidget* grid = form().mfgDevices;
+    ASSERT_GE(row, 0);
     ASSERT_LT(row, grid->rowCount());
     const QPoint at = grid->visualItemRect(grid->item(row, deviceRows::ID)).center();
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, Qt::NoModifier, at);
@@ -57,6 +97,13 @@ bool WindowTest::Choose(const char* itemName) {
     auto* item = form().findChild<QAction*>(itemName);
     if (item == nullptr || !item->isEnabled() || !item->isVisible())
         return false;
+    for (const QMenu* menu : form().findChildren<QMenu*>())
+        if (menu->actions().contains(item) && !(menu->menuAction()->isEnabled() && menu->menuAction()->isVisible()))
+            return false;
+    QTimer::singleShot(0, qApp, [] {
+        if (QWidget* box = QApplication::activeModalWidget())
+            box->close();
+    });
     item->trigger();
     Pass(20);
     return true;
@@ -66,14 +113,30 @@ std::string WindowTest::Setting(const std::string& section, const std::string& k
     return windowSettings::Get(section, key, "<none>");
 }
 
-std::string WindowTest::LastStatusLine() const {
-    const QAbstractItemModel* rows = status().mfgStatus->model();
-    return rows->index(rows->rowCount() - 1, 3).data().toString().toStdString();
+std::vector<std::string> WindowTest::Told() const {
+    std::vector<std::string> texts;
+    for (const Message& message : program->messages)
+        texts.push_back(message.text);
+    for (const auto& box : program->dialogs.shown)
+        texts.push_back(box.caption + ": " + box.text);
+    return texts;
+}
+
+bool WindowTest::WasTold(const std::string& part) const {
+    const std::vector<std::string> texts = Told();
+    return std::any_of(texts.begin(), texts.end(),
+                       [&](const std::string& text) { return text.find(part) != std::string::npos; });
+}
+
+void WindowTest::ForgetTold() {
+    program->messages.clear();
+    program->dialogs.shown.clear();
 }
 
 } // namespace testing_support
 
 int main(int argc, char** argv) {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1); // the panel shows local times too
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     ::testing::InitGoogleTest(&argc, argv);

@@ -21,24 +21,41 @@ class WindowTest : public ::testing::Test {
 protected:
     ~WindowTest() override;
 
-    // Starts the program on a bus, and lets the first enumeration finish.
+    // Starts the program on a bus, and lets the first enumeration finish. A program that ran before
+    // ends first.
     void Start(const std::string& bus, const std::string& commandLine = {});
+    void End();
+    // Ends the program and starts it once more on the same bus, in the same directory.
+    void Restart();
     // The message loop for so much time of the virtual clock.
     void Pass(std::int64_t milliseconds);
     void SelectRow(int row); // with a click, as the user does
     // The row of a node's number, -1 without one.
     int RowOf(int node) const;
     std::vector<std::string> Cells(int row) const;
-    // Chooses the item as the user does; false when it is disabled, hidden or not there.
+    // Chooses the item of the device window as the user does; false when it is disabled, hidden or
+    // not there. A box that is opened over it is closed again.
     bool Choose(const char* itemName);
     std::string Setting(const std::string& section, const std::string& key) const; // "<none>" without one
-    std::string LastStatusLine() const; // message column of the newest row of window 0
+    // Texts of all messages and dialogs since the program began or ForgetTold.
+    std::vector<std::string> Told() const;
+    bool WasTold(const std::string& part) const;
+    void ForgetTold();
 
     MDIForm1& parent() const { return *windows::globals.parent; }
     frmMain& form() const { return *windows::globals.main; }
     frmStatus& status(std::size_t slot = 0) const { return *windows::globals.statusWindows[slot]; }
+    // The child window of a class that was opened last, null without one.
+    template <class Window> Window* Newest() const {
+        const QList<Window*> all = parent().findChildren<Window*>();
+        return all.isEmpty() ? nullptr : all.last();
+    }
 
     std::unique_ptr<HeadlessProgram> program;
+
+private:
+    void Load(const std::string& commandLine);
+    void Unload();
 };
 
 } // namespace testing_support

@@ -1,0 +1,379 @@
+#include "frmShell.h"
+
+#include "CodePage.h"
+#include "Guarded.h"
+#include "WindowSettings.h"
+#include "Windows.h"
+#include "bas1394.h"
+#include "basBootloader.h"
+#include "basUtils.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPainter>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr const char* MODULE = "frmShell";
+constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
+constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
+constexpr int PASSES_PER_TICK = 3;
+constexpr std::uint8_t PASTE = 22;         // Control V
+constexpr std::size_t PASTE_PIECE = 256;   // bytes; a longer paste leaves the windows their turns
+constexpr std::int32_t PASTE_INTERVAL = 1; // ms
+
+QString Q(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
+    const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
+    if (!basUtils::IsNumericText(text))
+        return defaultValue;
+    const std::int32_t number = platform::NumberFromText(text);
+    return number < lowest ? defaultValue : number;
+}
+
+// A lamp: green while a read succeeds.
+QPixmap Lamp(const QColor& colour) {
+    QPixmap picture(20, 20);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::gray);
+    painter.setBrush(colour);
+    painter.drawEllipse(3, 3, 14, 14);
+    return picture;
+}
+
+BootloaderTarget* TargetOf(std::int32_t handle) {
+    const std::int32_t index = basBootloader::GetDeviceIndex(handle);
+    return index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)];
+}
+
+bool IsNothing(const ByteArray& bytes) {
+    return bytes.empty() || (bytes.size() == 1 && bytes.front() == 0);
+}
+
+std::string LineOf(const BootloaderTarget& target) {
+    return fmt::format("Node={}  Handle={}  GUID={}  State={}", target.Device.NodeNum, target.Handle,
+                       basUtils::ByteArrayToHexString(target.Info.GUID.data(), target.Info.GUID.size()),
+                       target.Info.BootloaderVersion != 0 ? "bootloader running" : "app running");
+}
+
+} // namespace
+
+frmShell::frmShell() : Form("frmShell", "Tarnwell 1394 Shell Window") {
+    BuildControls();
+    BuildMenus();
+    tmrPollForShellData =
+        new WindowTimer(this, "tmrPollForShellData", DEFAULT_INTERVAL, [this] { tmrPollForShellData_Timer(); });
+    tmrPaste_ = new WindowTimer(this, "tmrPaste", PASTE_INTERVAL, [this] { SendNextOfPaste(); });
+}
+
+void frmShell::BuildControls() {
+    const auto named = [](auto* widget, const char* name) {
+        widget->setObjectName(name);
+        return widget;
+    };
+    const int gap = 6, line = fontMetrics().height() + 10;
+    txtShell = new ShellTerminal(nullptr);
+    const QFontMetrics fixed(txtShell->font());
+    const int width = fixed.averageCharWidth() * 80 + 60, height = fixed.lineSpacing() * 25 + 20;
+
+    Frame2 = named(new QGroupBox("Device Details", this), "Frame2");
+    Frame2->setGeometry(gap, gap, width, 2 * line);
+    cmbDeviceDetails = named(new QComboBox(Frame2), "cmbDeviceDetails");
+    cmbDeviceDetails->setGeometry(gap, line - 4, width - 40, line);
+    cmbDeviceDetails->setEditable(true); // it also shows texts that aren't in its list
+    cmbDeviceDetails->setInsertPolicy(QComboBox::NoInsert);
+    cmbDeviceDetails->lineEdit()->setReadOnly(true);
+    imgConnected = named(new QLabel(Frame2), "imgConnected");
+    imgNotConnected = named(new QLabel(Frame2), "imgNotConnected");
+    imgConnected->setPixmap(Lamp(QColor(0x2e, 0xa0, 0x43)));
+    imgConnected->setToolTip("Connected: the device's console answers");
+    imgNotConnected->setPixmap(Lamp(QColor(0xb0, 0x30, 0x30)));
+    imgNotConnected->setToolTip("Not connected: the last read failed, or there is no device");
+    for (QLabel* picture : {imgConnected, imgNotConnected})
+        picture->setGeometry(width - 28, line - 2, 22, 22);
+
+    fraRawInterface = named(new QGroupBox("Raw Command Interface", this), "fraRawInterface");
+    fraRawInterface->setGeometry(gap, Frame2->geometry().bottom() + gap, width, height + line + gap);
+    txtShell->setParent(fraRawInterface);
+    named(txtShell, "txtShell")->setGeometry(gap, line - 4, width - 2 * gap, height);
+    txtShell->keyPress = [this](std::uint8_t keyAscii) { txtShell_KeyPress(keyAscii); };
+
+    fraInvisible = named(new QGroupBox("Invisible Controls", this), "fraInvisible");
+    fraInvisible->hide();
+    chkAlwaysOnTop = named(new QCheckBox("Always on &Top", fraInvisible), "chkAlwaysOnTop");
+    cmdCheckForData = named(new QPushButton("Re-enable polling", fraInvisible), "cmdCheckForData");
+
+    connect(cmdCheckForData, &QPushButton::clicked, this, [this] {
+        tmrPollForShellData->setEnabled(true);
+        cmdCheckForData->setVisible(!tmrPollForShellData->isEnabled());
+    });
+    connect(cmbDeviceDetails, &QComboBox::textActivated, this, [this] { cmbDeviceDetails_Click(); });
+    connect(cmbDeviceDetails, &QComboBox::editTextChanged, this,
+            [] { basDebug::Display(MODULE, LEVEL_WATCH, "cmbDeviceDetails_Change"); });
+    cmbDeviceDetails->installEventFilter(this);
+    setFocusProxy(txtShell);
+    setTabOrder(txtShell, cmbDeviceDetails);
+}
+
+void frmShell::Form_Load() {
+    fitClient(fraRawInterface->geometry().right() + 7, fraRawInterface->geometry().bottom() + 7);
+    layout_ = std::make_unique<clsLayoutManager>();
+    Guarded(MODULE, "Form_Load", [this] { layout_->SetLayoutForm(this); });
+    txtShell->SetScrollBack(NumberSetting("ScrollBackLines", 0, DEFAULT_SCROLL_BACK));
+    tmrPollForShellData->setInterval(NumberSetting("ShellPollingInterval", 1, DEFAULT_INTERVAL));
+    tmrPollForShellData->setEnabled(true);
+    txtShell->Replace({});
+    cmdCheckForData->setVisible(!tmrPollForShellData->isEnabled());
+    setConnected(false);
+    basDebug::Display(MODULE, LEVEL_WATCH, "frmShell created.");
+}
+
+void frmShell::Form_Resize() {
+    if (layout_)
+        layout_->ResizeForm();
+}
+
+void frmShell::Form_Unload() {
+    basDebug::Display(MODULE, LEVEL_WATCH, "destroying frmShell, index #{}", Index);
+    tmrPollForShellData->setEnabled(false);
+    tmrPaste_->setEnabled(false);
+    log_.reset();
+    layout_.reset();
+    auto& list = windows::globals.shellWindows;
+    std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
+}
+
+void frmShell::keyPressEvent(QKeyEvent* event) {
+    if (txtShell->hasFocus())
+        event->ignore(); // it comes from there
+    else
+        txtShell->keyPressEvent(event); // not sent, or an unwanted one would come back for ever
+}
+
+bool frmShell::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == cmbDeviceDetails && event->type() == QEvent::KeyRelease) {
+        basDebug::Display(MODULE, LEVEL_WATCH, "cmbDeviceDetails_Keypress");
+        RefreshDeviceList();
+    }
+    return Form::eventFilter(watched, event);
+}
+
+void frmShell::setConnected(bool connected) {
+    imgConnected->setVisible(connected);
+    imgNotConnected->setVisible(!connected);
+}
+
+void frmShell::setCurrentHandle(std::int32_t handle) {
+    if (handle != currentHandle_) {
+        CloseOthersOn(handle);
+        txtShell->Replace({});
+        paste_.clear(); // it was meant for the other device
+        if (log_)
+            log_->Mark("the window moved to another device");
+    }
+    currentHandle_ = handle;
+    RefreshDeviceList();
+}
+
+// No two windows stay on one target.
+void frmShell::CloseOthersOn(std::int32_t handle) {
+    const std::vector<Form*> list = windows::globals.shellWindows; // closing changes it
+    for (Form* form : list) {
+        auto* other = qobject_cast<frmShell*>(form);
+        if (other != nullptr && other != this && other->CurrentHandle() == handle)
+            other->Unload();
+    }
+}
+
+void frmShell::EnableCommands(bool enabled) {
+    cmdCheckForData->setEnabled(enabled);
+    for (QAction* action : {mnuGetDebugGUID, mnuHalt, mnuInitializePersistentParameters, mnuReset, mnuStartApplication,
+                            mnuStartDebugger, mnuSwitchTo1394shell})
+        action->setEnabled(enabled);
+}
+
+void frmShell::ShowNoTarget(const QString& text) {
+    cmbDeviceDetails->setCurrentIndex(-1);
+    cmbDeviceDetails->setEditText(text);
+}
+
+// One line for each target, each with a handle by which it can be chosen, and the present one selected.
+void frmShell::ShowTargets() {
+    const QSignalBlocker quiet(cmbDeviceDetails);
+    cmbDeviceDetails->clear();
+    for (const BootloaderTarget& target : basBootloader::globals.TargetList) {
+        if (target.Device.NodeNum != NO_NODE)
+            basBootloader::OpenBootloaderDevice(target.Device);
+        cmbDeviceDetails->addItem(Q(LineOf(target)));
+    }
+    const std::int32_t index = basBootloader::GetDeviceIndex(currentHandle_);
+    if (currentHandle_ == 0)
+        ShowNoTarget("INVALID DEVICE HANDLE: 0x0");
+    else if (index < 0)
+        ShowNoTarget(Q(fmt::format("INVALID DEVICE INDEX: {}", index)));
+    else if (basBootloader::GetNodeNum(currentHandle_).NodeNum > LAST_NODE)
+        ShowNoTarget(Q(fmt::format("Node has disappeared from the bus!  No current nodes match handle 0x{:X}",
+                                   std::uint32_t(currentHandle_))));
+    else
+        cmbDeviceDetails->setCurrentIndex(index);
+}
+
+void frmShell::RefreshDeviceList() {
+    EnableCommands(false);
+    ShowTargets();
+    setConnected(false);
+    if (currentHandle_ == 0) {
+        txtShell->Replace("  INVALID DEVICE HANDLE: 0x0");
+        return;
+    }
+    const BootloaderTarget* target = TargetOf(currentHandle_);
+    if (target == nullptr || target->Device.NodeNum > LAST_NODE)
+        return;
+    txtShell->Replace({});
+    EnableCommands(true);
+    mnuFirmwareCRCs->setEnabled(true);
+    for (const ByteArray& piece : target->Shell.History())
+        ShellOutput(piece);
+}
+
+void frmShell::BusWasReset() {
+    if (log_)
+        log_->Mark("bus reset");
+    ShowTargets();
+}
+
+void frmShell::CharactersLost(std::int32_t count) {
+    if (log_)
+        log_->Mark(fmt::format("{} characters lost", count));
+}
+
+void frmShell::cmbDeviceDetails_Click() {
+    Guarded(MODULE, "cmbDeviceDetails_Click.  Exiting...", [this] {
+        basDebug::Display(MODULE, LEVEL_TRACE, "cmbDeviceDetails_Click");
+        const std::string text = platform::UpperCase(cmbDeviceDetails->currentText().toStdString());
+        constexpr std::string_view LABEL = "HANDLE=";
+        const std::size_t at = text.find(LABEL);
+        if (at == std::string::npos)
+            return;
+        const std::size_t start = at + LABEL.size();
+        const std::int32_t handle = platform::NumberFromText(text.substr(start, text.find(' ', start) - start));
+        if (handle == currentHandle_)
+            return;
+        setCurrentHandle(handle);
+        txtShell->setFocus();
+    });
+}
+
+// Tells of a target that can't be polled, and rebuilds the window once when it went.
+bool frmShell::HasUsableNode() {
+    const std::int16_t node = basBootloader::GetNodeNum(currentHandle_).NodeNum;
+    const bool usable = currentHandle_ != 0 && node >= 0 && node <= LAST_NODE;
+    if (usable != targetWasValid_)
+        RefreshDeviceList();
+    targetWasValid_ = usable;
+    if (!usable)
+        txtShell->Replace(currentHandle_ == 0
+                              ? QString("  <NO ACTIVE DEVICE HANDLE>")
+                              : Q(fmt::format("  <INVALID NODE NUMBER FOR HANDLE {}>", currentHandle_)));
+    return usable;
+}
+
+void frmShell::tmrPollForShellData_Timer() {
+    if (std::exchange(polling_, true))
+        return;
+    platform::Attempt([this] { ReadPasses(); },
+                      [](const platform::Failure& f) {
+                          basDebug::Display(MODULE, LEVEL_WARNING, "ERROR #{}: {} in tmrPollForShellData.  Exiting...",
+                                            f.Number, f.Description);
+                      });
+    polling_ = false;
+}
+
+void frmShell::ReadPasses() {
+    if (!HasUsableNode())
+        return setConnected(false);
+    bool more = true;
+    for (int pass = 0; more && pass < PASSES_PER_TICK; ++pass) {
+        if (pass > 0)
+            platform::DoEvents(); // a flood leaves the other windows their turn
+        if (unloaded() || currentHandle_ == 0)
+            return;
+        more = ReadOnce();
+    }
+}
+
+bool frmShell::ReadOnce() {
+    const std::int32_t handle = currentHandle_;
+    ByteArray bytes;
+    const std::int32_t code = basBootloader::ReadShellCharacters(handle, bytes, mnuBufferWrapNotices->isChecked());
+    setConnected(code == basBootloader::SUCCESS);
+    if (code != basBootloader::SUCCESS) {
+        basDebug::Display(MODULE, LEVEL_WARNING, "Failed receiving bytes from the UART, code {}", code);
+        return false;
+    }
+    if (IsNothing(bytes))
+        return false;
+    basDebug::Display(MODULE, LEVEL_TRACE, "tmrPollForShellData_Timer: Received {} bytes from the UART.", bytes.size());
+    ShellOutput(bytes);
+    WriteToLog(bytes);
+    if (BootloaderTarget* target = TargetOf(handle))
+        target->Shell.Append(bytes);
+    return bytes.front() != 0;
+}
+
+void frmShell::ShellOutput(const ByteArray& bytes) {
+    txtShell->ShowEdit(shellText::EditOf(bytes, txtShell->Length()));
+}
+
+void frmShell::WriteToLog(const ByteArray& bytes) {
+    if (!log_)
+        return;
+    const auto stop = [this](const platform::Failure& f) {
+        basDebug::Display(MODULE, LEVEL_ERROR, "The terminal's log '{}' ends here: {}", log_->path(), f.Description);
+        log_.reset();
+        mnuLogToFile->setChecked(false);
+    };
+    platform::Attempt([&] { log_->Write(bytes); }, stop);
+}
+
+void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {
+    ByteArray bytes{keyAscii};
+    if (keyAscii == PASTE) {
+        bytes = platform::AnsiFromText(shellText::PasteText(QApplication::clipboard()->text().toStdString()));
+        if (bytes.empty())
+            return;
+    }
+    if (!paste_.empty() || bytes.size() > PASTE_PIECE) { // in order behind what is still to be sent
+        paste_.insert(paste_.end(), bytes.begin(), bytes.end());
+        tmrPaste_->setEnabled(true);
+        return;
+    }
+    const std::int32_t code = basBootloader::WriteShellCharacters(currentHandle_, bytes);
+    if (code != basBootloader::SUCCESS)
+        basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);
+}
+
+void frmShell::SendNextOfPaste() {
+    const auto piece = std::ptrdiff_t(std::min(paste_.size(), PASTE_PIECE));
+    const ByteArray bytes(paste_.begin(), paste_.begin() + piece);
+    paste_.erase(paste_.begin(), paste_.begin() + piece);
+    const std::int32_t code =
+        bytes.empty() ? basBootloader::SUCCESS : basBootloader::WriteShellCharacters(currentHandle_, bytes);
+    if (code != basBootloader::SUCCESS) {
+        basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);
+        paste_.clear(); // half a line behind a gap would be worse than none
+    }
+    tmrPaste_->setEnabled(!paste_.empty());
+}

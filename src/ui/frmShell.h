@@ -1,0 +1,106 @@
+// A terminal on one target at a time: polls the target's console, shows what comes back, sends the
+// user's keys, and carries a menu of bootloader commands.
+#pragma once
+
+#include "Form.h"
+#include "ShellLog.h"
+#include "ShellTerminal.h"
+#include "WindowTimer.h"
+#include "clsLayoutManager.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class frmShell : public Form {
+    Q_OBJECT
+public:
+    frmShell();
+
+    void Form_Load() override;
+    std::vector<QMenu*> menus() override;
+
+    std::int32_t Index = 0; // slot in the list of shell windows
+    std::int32_t CurrentHandle() const { return currentHandle_; }
+    // Closes every other window on that target, empties the text, shows the target's history.
+    void setCurrentHandle(std::int32_t handle);
+    bool Connected() const { return !imgConnected->isHidden(); }
+    void setConnected(bool connected);
+    bool AlwaysOnTop() const { return chkAlwaysOnTop->isChecked(); }
+    void setAlwaysOnTop(bool onTop) { mnuAlwaysOnTop->setChecked(onTop); }
+    void RefreshDeviceList();
+
+    // A bus reset is over: the combo tells the present nodes, the log gets a mark.
+    void BusWasReset();
+    // The device dropped so many characters before they could be read.
+    void CharactersLost(std::int32_t count);
+
+    void txtShell_KeyPress(std::uint8_t keyAscii);
+    void tmrPollForShellData_Timer();
+
+    QGroupBox *Frame2, *fraRawInterface, *fraInvisible;
+    QComboBox* cmbDeviceDetails;
+    QLabel *imgConnected, *imgNotConnected;
+    ShellTerminal* txtShell;
+    QCheckBox* chkAlwaysOnTop;
+    QPushButton* cmdCheckForData;
+    WindowTimer* tmrPollForShellData;
+
+    QMenu *mnuFile, *mnuCommand, *mnuView, *mnuSettings, *mnuWindow;
+    QAction *mnuClose, *mnuSwitchTo1394shell, *mnuReset, *mnuHalt, *mnuStartDebugger, *mnuStartApplication,
+        *mnuGetDebugGUID, *mnuInitializePersistentParameters, *mnuFirmwareCRCs, *mnuAlwaysOnTop, *mnuBufferWrapNotices,
+        *mnuPollingRate, *mnuTile, *mnuCascade;
+    QAction *mnuFind, *mnuFindNext, *mnuClear, *mnuLargerText, *mnuSmallerText, *mnuLogToFile, *mnuLogTimestamps,
+        *mnuScrollBack;
+
+protected:
+    void Form_Resize() override;
+    void Form_Unload() override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void BuildControls();
+    void BuildMenus(); // frmShellMenus.cpp
+    void ShowTargets();
+    void ShowNoTarget(const QString& text);
+    void EnableCommands(bool enabled);
+    bool HasUsableNode();
+    void CloseOthersOn(std::int32_t handle);
+    void ReadPasses();
+    bool ReadOnce(); // false when there is no more to read now
+    void ShellOutput(const ByteArray& data);
+    void WriteToLog(const ByteArray& data);
+    void SendNextOfPaste();
+    void cmbDeviceDetails_Click();
+
+    // Commands (frmShellMenus.cpp).
+    void mnuSwitchTo1394shell_Click();
+    void mnuReset_Click();
+    void mnuHalt_Click();
+    void StartImage(std::int32_t imageType);
+    void mnuGetDebugGUID_Click();
+    void mnuInitializePersistentParameters_Click();
+    void mnuFirmwareCRCs_Click();
+    void mnuPollingRate_Click();
+    void mnuFind_Click();
+    void mnuLogToFile_Click();
+    void mnuScrollBack_Click();
+
+    std::int32_t currentHandle_ = 0;
+    bool targetWasValid_ = false; // at the last tick
+    bool polling_ = false;        // a tick gives turns and must not run inside itself
+    ByteArray paste_;             // what of a long paste is still to be sent
+    QString wanted_;              // text looked for last
+    std::unique_ptr<ShellLog> log_;
+    std::unique_ptr<clsLayoutManager> layout_;
+    WindowTimer* tmrPaste_;
+};

@@ -1,0 +1,239 @@
+// What the menus of the device window do: on each kind of row, to the wire, and on bad input.
+#include "WindowTest.h"
+
+#include "bas1394.h"
+#include "frmConfigROM.h"
+
+#include <QMdiSubWindow>
+
+#include <deque>
+#include <functional>
+#include <set>
+#include <tuple>
+
+namespace testing_support {
+
+namespace {
+
+using Commands = WindowTest;
+using Texts = std::vector<std::string>;
+
+const std::string APPLICATION = Target("000F1B0000000001", "application");
+const std::string BOOTLOADER = Target("000F1B0000000002", "bootloader");
+
+// A user who takes his time over an input box.
+struct SlowUser : platform::testing::ScriptedDialogs {
+    std::function<void()> meanwhile;
+    std::string InputBox(const std::string& prompt, const std::string& title, const std::string& first) override {
+        meanwhile();
+        return ScriptedDialogs::InputBox(prompt, title, first);
+    }
+};
+
+TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
+    enum Row { NONE, HOST, APP, BOOT };
+    // The first row on which an item can be chosen, and the first on which it doesn't complain of the node.
+    constexpr int NEVER = 4;
+    const struct {
+        const char* name;
+        int enabledFrom, worksFrom;
+        const char* told;         // where it works
+        const char* command = ""; // the code of its request
+    } items[] = {
+        {"mnuLaunchShell", APP, APP, ""},
+        {"mnuLaunchShellApp", NONE, NONE, "Not implemented yet."},
+        {"mnuStatusWindow", NONE, NONE, ""},
+        {"mnuViewConfigROM", NONE, NONE, ""},
+        {"mnuDebugMessageLevel", NONE, NONE, "Message Level: "},
+        {"mnuStartApplication", NONE, BOOT, "mnuStartApplication failure: StartApplication call failed, code ", "11"},
+        {"mnuSetBootloaderGUID", BOOT, BOOT, "Input New GUID: "},
+        {"mnuSetMACaddress", BOOT, BOOT, "Input New MAC: "},
+        {"mnuInitializePersistentParameters", BOOT, BOOT, "InitializePersistentParams succeeded", "0c"},
+        {"mnuFactoryDefaults", BOOT, BOOT, "Initialized bootloader config to factory defaults.", "0d"},
+        {"mnuUpdateApplicationFirmware", BOOT, BOOT, "Updating firmare image (type = 0)"},
+        {"mnuUpdateBootloaderFirmware", BOOT, BOOT, "Updating firmare image (type = 3)"},
+        {"mnuUpdateDebuggerFirmware", BOOT, BOOT, "Updating firmare image (type = 2)"},
+        {"mnuDebugLoggingLevel", NONE, NONE, "Debug Logging Level: "},
+        {"mnuRemove1394VirtualDriverOnShutdown", NONE, NONE, ""},
+        {"mnuDefault1394TransactionTimeout", NONE, NONE, "Transaction Timeout Time: "},
+        {"mnuUseTwlThesyconDriver", NONE, NONE, ""},
+        {"mnuShowDllMessages", NONE, NONE, ""},
+        {"mnu1394DLLdebugLevel", NONE, NONE, "DLL Message Level: "},
+        {"mnuSwitchTo1394Shell", NONE, APP, "", "07"},
+        {"mnuExecuteKeyBatch", NEVER, NEVER, ""},
+        {"mnuAutoScaleChildren", NONE, NONE, ""},
+        {"mnuTile", NONE, NONE, ""},
+        {"mnuCascade", NEVER, NEVER, ""},
+        {"mnuUserGuide", NONE, NONE, ""},
+        {"mnuSendErrorReport", NONE, NONE, ""},
+        {"mnuReleaseNotes", NONE, NONE, ""},
+        {"mnuAbout", NONE, NONE, ""},
+        {"mnuResetBus", NONE, NONE, ""},
+        {"mnuRescanBus", NONE, NONE, "Rescan Bus Commanded"},
+        {"mnuReset", APP, APP, "Reset to application mode commanded.", "02"},
+        {"mnuResetToBootloader", APP, APP, "", "02"},
+        {"mnuStartDebugger", NONE, BOOT, "mnuStartDebugger failure: StartApplication call failed, code ", "11"},
+        {"mnuExit", NONE, NONE, "Unloading main child form..."},
+    };
+    const char* invalidNode[] = {
+        "Invalid Node: 128  GUID= Mfg= Model=",
+        "Invalid Node: 2  GUID= <unknown> Mfg=No Local Config ROM Model=No Local Config ROM",
+        "Invalid Node: 0  GUID=000F1B00 00000001 Mfg=Tarnwell Model=TX-9",
+    };
+    for (const Row row : {NONE, HOST, APP, BOOT}) {
+        Start(row == NONE ? Bus({}) : Bus({APPLICATION, BOOTLOADER}));
+        std::set<std::string> untried;
+        for (const QAction* action : form().findChildren<QAction*>())
+            if (action->objectName().startsWith("mnu"))
+                untried.insert(action->objectName().toStdString());
+        for (const auto& item : items) {
+            SCOPED_TRACE(testing::Message() << item.name << " on row " << row);
+            untried.erase(item.name);
+            if (row == NONE)
+                form().mfgDevices->setCurrentItem(nullptr);
+            else
+                SelectRow(RowOf(row == HOST ? 2 : row == APP ? 0 : 1));
+            ForgetTold();
+            const std::size_t before = program->RequestsSent().size();
+            EXPECT_EQ(Choose(item.name), row >= item.enabledFrom);
+            const char* told = row >= item.worksFrom ? item.told : row >= item.enabledFrom ? invalidNode[row] : "";
+            EXPECT_TRUE(*told == '\0' || WasTold(told)) << testing::PrintToString(Told());
+            std::string commands;
+            for (std::size_t i = before; i < program->RequestsSent().size(); ++i)
+                if (const std::string code = program->RequestsSent()[i].substr(12, 2);
+                    code != "01" && code != "0f" && code != "08")
+                    commands += code; // but for those of a bus reset and of an open shell window
+            EXPECT_EQ(commands, row >= item.worksFrom ? item.command : "");
+            Pass(2500);
+            if (commands == "02" || commands == "11") // the device may be in another mode now
+                Start(Bus({APPLICATION, BOOTLOADER}));
+        }
+        EXPECT_EQ(windows::globals.main, nullptr); // the last item was the exit
+        EXPECT_EQ(untried, std::set<std::string>());
+    }
+}
+
+TEST_F(Commands, ProgramAnIdentityOnlyFromAWholeAndConfirmedAnswer) {
+    const std::string guid = "mnuSetBootloaderGUID", mac = "mnuSetMACaddress";
+    const struct {
+        std::string item;
+        std::deque<std::string> answers;
+        std::string told, operands; // as they go out, without the request's header
+        bool rescans;
+    } rows[] = {
+        {guid, {"00 0F 1B 00 00 00 00 77", "yes"}, "Successfully set new GUID", "001b0f0077000000", true},
+        {guid, {"0x000f1b00 &H00000077", "yes"}, "to 00 0F 1B 00 00 00 00 77?", "001b0f0077000000", true},
+        {guid, {"000F1B0000000077", "no"}, "Are you sure you want to set the GUID of node 1 to 00 0F", "", true},
+        {guid, {""}, "Please enter a new 8-byte value for the GUID in the hex format", "", false},
+        {guid, {"000F1B000000007", "yes"}, "divisible by 2: '000F1B000000007' in SetBootloaderGUID.", "", false},
+        {guid, {"000F1B00000077", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
+        {guid, {"000F1B000000000077", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
+        {guid, {"000F1B000000zz77", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
+        {guid, {" ", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
+        {mac, {"00 11 22 33 44 55", "yes"}, "Successfully set MAC address to", "1100000055443322", false},
+        {mac, {"001122334455", "no"}, "MAC address of node 1 to 00 11 22 33 44 55?", "", false},
+        {mac, {""}, "The current MAC is not available.", "", false},
+        {mac, {"00112233445", "yes"}, "in SetMACaddress.  Exiting abnormally...", "", false},
+        {mac, {"0011223344", "yes"}, "in SetMACaddress.  Exiting abnormally...", "", false},
+        {mac, {"00112233445566", "yes"}, "in SetMACaddress.  Exiting abnormally...", "", false},
+        {mac, {"00112233445g", "yes"}, "in SetMACaddress.  Exiting abnormally...", "", false},
+    };
+    Start(Bus({APPLICATION, BOOTLOADER}));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.item + " " + row.answers.front());
+        SelectRow(RowOf(1));
+        ForgetTold();
+        program->dialogs.answers = row.answers;
+        const std::size_t before = program->RequestsSent().size();
+        ASSERT_TRUE(Choose(row.item.c_str()));
+        EXPECT_TRUE(WasTold(row.told)) << testing::PrintToString(Told());
+        std::string operands;
+        for (std::size_t i = before; i < program->RequestsSent().size(); ++i)
+            if (program->RequestsSent()[i].substr(12, 2) == (row.item == mac ? "0b" : "0a"))
+                operands += program->RequestsSent()[i].substr(16);
+        EXPECT_EQ(operands, row.operands);
+        EXPECT_EQ(WasTold("Rescanning bus to refresh internal data structures after operation..."), row.rescans);
+        Pass(3000);
+        EXPECT_EQ(WasTold("BusResetHandler called."), row.rescans);
+    }
+    EXPECT_EQ(form().lblBootloaderGuidInfo->text(), "ID (InfoReg):    000F1B00 00000077");
+    program->dialogs.shown.clear();
+    Choose("mnuSetBootloaderGUID");
+    EXPECT_EQ(program->dialogs.shown.back().first, "00 0F 1B 00 00 00 00 77"); // the debug GUID follows
+    ForgetTold();
+    SimulatorFailNext(0, 100, 121);
+    Choose("mnuSetBootloaderGUID");
+    EXPECT_TRUE(WasTold("SetBootloaderGUID: failed to get current GUID!  Exiting without changing GUID..."));
+    EXPECT_TRUE(program->dialogs.shown.empty());
+}
+
+TEST_F(Commands, NeverProgramAnotherDeviceThanTheOneThatWasAskedFor) {
+    for (const std::uint32_t unplugged : {0u, 1u}) { // the one in front; the selected one
+        Start(Bus({Target("000F1B0000000001", "bootloader"), BOOTLOADER, Target("000F1B0000000003", "bootloader")}));
+        SelectRow(RowOf(1));
+        SlowUser user;
+        user.meanwhile = [&] {
+            SimulatorUnplug(unplugged);
+            Pass(3000);
+        };
+        user.answers = {"000F1B0000000077", "yes"};
+        ASSERT_TRUE(Choose("mnuSetBootloaderGUID"));
+        Pass(3000);
+        std::set<std::string> ids;
+        for (int row = 0; row + 1 < form().mfgDevices->rowCount(); ++row) {
+            SelectRow(row);
+            ids.insert(form().lblBootloaderGuidInfo->text().right(8).toStdString());
+        }
+        EXPECT_EQ(ids, unplugged == 0 ? (std::set<std::string>{"00000077", "00000003"})
+                                      : (std::set<std::string>{"00000001", "00000003"}));
+        EXPECT_EQ(WasTold("ERROR: failed to set new GUID, code "), unplugged == 1);
+    }
+}
+
+TEST_F(Commands, BringADeviceIntoItsBootloaderAndBack) {
+    Start(Bus({APPLICATION}));
+    const std::tuple<const char*, const char*, bool> steps[] = {
+        {"mnuResetToBootloader", "Bootloader Running", true},
+        {"mnuReset", "App Running", false},
+        {"mnuResetToBootloader", "Bootloader Running", true},
+        {"mnuStartApplication", "App Running", false},
+    };
+    for (const auto& [item, state, bootloader] : steps) {
+        ASSERT_TRUE(Choose(item));
+        Pass(5000);
+        EXPECT_EQ(Cells(0)[deviceRows::STATE], state);
+        EXPECT_EQ(form().cmdUpdateApplicationImage->isEnabled(), bootloader);
+        EXPECT_TRUE(form().mnuReset->isEnabled());
+    }
+    for (const char* item : {"mnuRescanBus", "mnuResetBus"}) {
+        form().mfgDevices->setRowCount(0);
+        ASSERT_TRUE(Choose(item));
+        Pass(3000);
+        EXPECT_EQ(form().mfgDevices->rowCount(), 2);
+    }
+}
+
+TEST_F(Commands, ShowTheRomOfTheSelectedNodeThoughNodesInFrontAreHidden) {
+    Start(Bus({R"({"kind": "device", "guid": "00A0B00000000101"})", R"({"kind": "off"})", APPLICATION, BOOTLOADER}));
+    SelectRow(RowOf(2)); // record 0 of the node table
+    ASSERT_TRUE(Choose("mnuViewConfigROM"));
+    auto* first = Newest<frmConfigROM>();
+    SelectRow(RowOf(3));
+    ASSERT_TRUE(Choose("mnuViewConfigROM"));
+    auto* second = Newest<frmConfigROM>();
+    ASSERT_NE(first, second);
+    const auto chipId = [](frmConfigROM* window) {
+        return window->trvConfigRomAppleFormat->topLevelItem(0)->child(4)->text(0).toStdString();
+    };
+    EXPECT_EQ(first->windowTitle(), "Config ROM for Node 2  ID=000F1B00 00000001  mfg=Tarnwell  mdl=TX-9");
+    EXPECT_EQ(chipId(first), "0xF0000410   0x00000001  ChipIdLow = 0x1");
+    EXPECT_EQ(second->windowTitle(), "Config ROM for Node 3  ID=000F1B00 00000002  mfg=Tarnwell  mdl=TX-9");
+    EXPECT_EQ(chipId(second), "0xF0000410   0x00000002  ChipIdLow = 0x2");
+    SimulatorUnplug(2);
+    Pass(3000);
+    EXPECT_EQ(chipId(first), "0xF0000410   0x00000001  ChipIdLow = 0x1"); // a picture of its moment
+}
+
+} // namespace
+
+} // namespace testing_support

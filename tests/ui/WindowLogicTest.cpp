@@ -1,0 +1,160 @@
+// What the windows decide without a widget: rows and panels of records that a bus seldom gives, and
+// the arithmetic of places.
+#include "DeviceRows.h"
+#include "Layout.h"
+#include "basBootloader.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class DeviceRows : public ::testing::Test {
+protected:
+    DeviceRows() {
+        bas1394::globals = {};
+        basBootloader::globals = {};
+        basBootloader::globals.DiscoveryComplete = true;
+        device.Driver = "vdev";
+        device.NodeNum = 5;
+        device.SelfId.LinkActive = 1;
+        device.ConfigRom.RawData.assign(20, 0);
+        device.ConfigRom.NodeVendorID = 0xF1B;
+        target.Device = device;
+        target.State = 2;
+        target.Info.ApplicationVersion = 0x01020304;
+        target.Info.ApplicationDate = target.Info.BootloaderDate = {'2', '0', '0', '2', '0', '8', '3', '1'};
+        target.Info.ApplicationTime = target.Info.BootloaderTime = {'1', '2', '3', '4', '5', '6', ' ', ' '};
+        target.Info.GUID = {0, 0x0F, 0x1B, 0, 0, 0, 0, 9};
+    }
+    Texts RowTexts() const {
+        const deviceRows::Row row = deviceRows::RowOf(device);
+        return {row.text[deviceRows::ID], row.text[deviceRows::STATE], row.text[deviceRows::MODEL],
+                row.text[deviceRows::FIRMWARE]};
+    }
+    Device device;
+    BootloaderTarget target;
+};
+
+TEST_F(DeviceRows, ChooseTheWordsByTheFirstConditionThatFits) {
+    const std::string id = "000F1B00 00000000", off = "<link not active>", unknown = "<unknown>",
+                      scanning = "<scanning...>", model = "No root directory", utc = " 2002-08-31 12:34:56 utc";
+    // What is given, by letters: t a target; 0, 1 and 7 its state, b its bootloader runs, v it is under another
+    // driver; d the debugger runs, s the bus is being scanned, o the link is off, l it is this computer, f the ROM
+    // couldn't be read, m it is a minimal one.
+    const struct {
+        std::string given;
+        Texts texts;
+        std::int32_t badState = -1;
+    } rows[] = {
+        {"", {id, "Incompatible", model, unknown}},
+        {"t", {id, "App Running", model, "1.2.3.4" + utc}},
+        {"tb", {id, "Bootloader Running", model, "2.0.0.1" + utc}},
+        {"t1", {id, "missing", model, unknown}},
+        {"t7", {id, "error", model, unknown}, 7},
+        {"t0", {id, "error", model, unknown}, 0},
+        {"tv", {id, "Incompatible", model, unknown}},
+        {"d", {id, "Debugger Running", model, unknown}},
+        {"td", {id, "App Running", model, "1.2.3.4" + utc}},
+        {"tds", {id, scanning, model, scanning}},
+        {"tso", {off, off, off, unknown}},
+        {"so", {off, off, off, unknown}},
+        {"lso", {" <unknown>", "Local PC Node", "No Local Config ROM", unknown}},
+        {"f", {"<read failed>", "Incompatible", "<UNREADABLE CONFIG ROM MODEL TEXT>", unknown}},
+        {"m", {"00000000 00000000", "Incompatible", "Minimal ConfigRom (ven 0xA27)", unknown}},
+    };
+    const Device freshDevice = device;
+    const BootloaderTarget freshTarget = target;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.given);
+        const auto given = [&row](char letter) { return row.given.find(letter) != std::string::npos; };
+        device = freshDevice;
+        target = freshTarget;
+        device.SelfId.LinkActive = !given('o');
+        if (given('f') || given('m'))
+            device.ConfigRom = {};
+        if (given('m'))
+            device.ConfigRom.RawData = {1, 0, 0x0A, 0x27, 0};
+        target.Info.BootloaderVersion = given('b') ? 0x02000001 : 0;
+        target.State = given('0') ? 0 : given('1') ? 1 : given('7') ? 7 : 2;
+        target.Device.Driver = given('v') ? "vhpd" : "vdev";
+        bas1394::globals.LocalHostNode = given('l') ? 5 : 6;
+        basBootloader::globals.DiscoveryComplete = !given('s');
+        basBootloader::globals.TargetList.assign(1, given('t') ? target : BootloaderTarget{});
+        basBootloader::globals.DebuggerList.assign(1, given('d') ? device : Device{});
+        EXPECT_EQ(RowTexts(), row.texts);
+        EXPECT_EQ(deviceRows::RowOf(device).badState, row.badState);
+    }
+}
+
+TEST_F(DeviceRows, FillThePanelOfNodesThatNobodyCanCommand) {
+    const auto texts = [this] {
+        const deviceRows::Panel panel = deviceRows::PanelOf(device, -1);
+        EXPECT_FALSE(panel.targetBehindRow || panel.bootloaderRunning);
+        return Texts{panel.lblNode, panel.lblGUID, panel.lblModelName, panel.lblDeviceState,
+                     panel.txtApplicationImageVersion};
+    };
+    EXPECT_EQ(texts(), (Texts{"Node: 5", "ID (ConfigROM):  000F1B 0000000000", "Model Name: No root directory",
+                              "Device State: INCOMPATIBLE", " N/A"}));
+    device.ConfigRom.RawData = {1, 0, 0x0A, 0x27, 0};
+    EXPECT_EQ(texts()[1], "1394 ID:  None - minimal Config ROM");
+    device.ConfigRom.RawData.clear();
+    EXPECT_EQ(texts()[1], "ID (ConfigROM):  000F1B 0000000000");
+    device.SelfId.LinkActive = 0;
+    EXPECT_EQ(texts(), (Texts{"Node: 5", "<link not active>", "Model Name: ", "Device State: INCOMPATIBLE", " N/A"}));
+    for (const std::int16_t node : {63, 128, -1}) {
+        device.NodeNum = node;
+        EXPECT_EQ(texts(), (Texts{"The selected device has disappeared from the bus.",
+                                  "ID (ConfigROM):   ", "Model Name: ", "Device State: ", ""}));
+    }
+}
+
+TEST_F(DeviceRows, RememberDeviceIdsAndNothingElse) {
+    const std::pair<const char*, bool> rows[] = {
+        {"000F1B00 00000001", true},
+        {"00A0B000 FFFFFFFF", true},
+        {"90000000 00000000", true},
+        {"00000000 00000000", false},
+        {"A00F1B00 00000001", false},
+        {"000F1B00 0000001", false},
+        {"000F1B00 000000012", false},
+        {"<link not active>", false},
+        {" <unknown>", false},
+        {"<read failed>", false},
+        {"", false},
+    };
+    for (const auto& [id, memorable] : rows)
+        EXPECT_EQ(deviceRows::IsMemorableId(id), memorable) << id;
+}
+
+TEST(Layout, TilesInThreeSharesAndOneForEachStatusWindow) {
+    using Places = std::vector<layout::Rectangle>;
+    EXPECT_EQ(layout::Tile(1000, 600, 0), (Places{{0, 0, 1000, 600}}));
+    EXPECT_EQ(layout::Tile(1000, 600, 2), (Places{{0, 0, 1000, 360}, {0, 360, 1000, 120}, {0, 480, 1000, 120}}));
+    EXPECT_EQ(layout::Tile(0, 0, 1), (Places{{0, 0, 0, 0}, {0, 0, 0, 0}}));
+    EXPECT_EQ(layout::Tile(10, 2'000'000'000, 1).back(), (layout::Rectangle{0, 1'500'000'000, 10, 500'000'000}));
+}
+
+TEST(Layout, ScalesWithTheClientAreaOnceItsLastSizeIsKnown) {
+    const layout::Rectangle place{100, 200, 300, 400};
+    EXPECT_EQ(layout::ScaleWithClient(place, 500, 2000, 1000, 1000), (layout::Rectangle{50, 400, 150, 800}));
+    EXPECT_EQ(layout::ScaleWithClient(place, 500, 2000, 0, 0), place);
+    EXPECT_EQ(layout::ScaleWithClient(place, 500, 0, 0, 1000), (layout::Rectangle{100, 0, 300, 0}));
+    EXPECT_EQ(layout::ScaleWithClient({1, 1, 1, 1}, 3, 3, 2, 2), (layout::Rectangle{2, 2, 2, 2})); // not cut off
+}
+
+TEST(Layout, TakesAnyNumberFromTheSettings) {
+    constexpr std::int32_t LOWEST = std::numeric_limits<std::int32_t>::min(),
+                           HIGHEST = std::numeric_limits<std::int32_t>::max();
+    const layout::Rectangle place = layout::FromEdges(LOWEST, HIGHEST, HIGHEST, LOWEST);
+    EXPECT_LT(place.Top, 0);
+    EXPECT_GT(place.Left, 0);
+    EXPECT_GT(place.Height, 0);
+    EXPECT_LT(place.Width, 0);
+    EXPECT_EQ(layout::FromEdges(10, 20, 110, 220), (layout::Rectangle{300, 150, 3000, 1500}));
+}
+
+} // namespace
