@@ -1,6 +1,7 @@
 // GUID and MAC: their text, from an option or a file, and the way into the device.
 #include "CodePage.h"
 #include "Files.h"
+#include "KeyBatchText.h"
 #include "OneTarget.h"
 #include "RunFailures.h"
 #include "basBootloader.h"
@@ -55,15 +56,12 @@ std::string FileSource(const std::string& path) {
 
 constexpr const char* GUID_OPTION = "the option /G";
 
-// The first item of a file: up to a comma or a line end, or what stands in double quotes.
+// The first item of a file.
 std::string FirstItem(const std::string& path) {
     ByteArray bytes(LONGEST_ITEM);
     bytes.resize(platform::InputFile(path).Read(bytes.data(), bytes.size()));
     const std::string text = platform::TextFromAnsi(bytes);
-    const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
-    if (start < text.size() && text[start] == '"')
-        return text.substr(start + 1, text.find('"', start + 1) - start - 1);
-    return platform::Trim(text.substr(start, text.find_first_of(",\r\n", start) - start));
+    return platform::Trim(ItemReader(text).Next());
 }
 
 std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, const std::string& text) {

@@ -2,6 +2,7 @@
 #include "basAutomation.h"
 
 #include "CodePage.h"
+#include "KeyBatch.h"
 #include "Processes.h"
 #include "RunFailures.h"
 
@@ -66,14 +67,6 @@ void ShowStatusFile() {
         platform::Shell("cmd /c start notepad.exe " + globals.StatusFile);
 }
 
-std::int32_t PerformKeyBatch() {
-    if (hooks.performKeyBatch)
-        return hooks.performKeyBatch(globals.KeyBatchFile);
-    StatusDisplay(LEVEL_ERROR, "Key batches are not available in this version: '{}' was not executed.",
-                  globals.KeyBatchFile);
-    return -1;
-}
-
 } // namespace
 
 std::int32_t Initialize() {
@@ -98,7 +91,7 @@ std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options
     next([&] { StartPass(options, matchGuid); });
     const std::int32_t result = Code(next, [&] { return PerformDeviceWork(matchGuid); });
     if (globals.ExecuteKeyBatchFlag)
-        return Code(next, PerformKeyBatch);
+        return Code(next, [] { return PerformKeyBatchOperation(globals.KeyBatchFile); });
     if (result != DEVICE_WAS_RESET)
         next(ShowStatusFile);
     return result;

@@ -1,4 +1,4 @@
-// The command line and the unattended programming of one device.
+// The command line and the unattended programming of one device. Key batches: KeyBatch.h.
 #pragma once
 
 #include "ImageDownload.h"
@@ -32,7 +32,8 @@ struct Globals {
     std::string MacFile = "script-data\\MACID.txt";
     std::string MacText; // /M; nothing reads it
     bool ProgramMacFromFileFlag = false;
-    std::string KeyBatchFile; // /R
+    std::string KeyBatchFile;      // /R
+    std::string KeyBatchDirectory; // the batch file's folder with its separator, or empty
     bool ExecuteKeyBatchFlag = false;
     bool ShowOutputOnExit = false; // /S
     // The status file of a run.
@@ -51,7 +52,6 @@ struct Hooks {
     std::function<void(bool enabled)> enableMainWindow; // frmMain takes user input
     std::function<void(bool enabled)> enableScheduler;  // tmrAutomationScheduler
     std::function<void()> endRun;                       // stop the timer, a turn, repaint, 2000 ms, unload MDIForm1
-    std::function<std::int32_t(const std::string& file)> performKeyBatch; // empty: not there yet
     // A line that the status file can't take, since it couldn't be made or written.
     std::function<void(std::string_view text)> statusFileLost;
 };

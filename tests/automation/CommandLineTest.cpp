@@ -1,16 +1,13 @@
+#include "AppTest.h"
 #include "basAutomation.h"
-
-#include <gtest/gtest.h>
 
 using Options = std::vector<std::string>;
 
 namespace {
 
-class CommandLine : public testing::Test {
+class CommandLine : public AppTest {
 protected:
-    void SetUp() override {
-        basApp::globals = {};
-        basDebug::hooks = {};
+    CommandLine() {
         basAutomation::globals = {};
         basAutomation::hooks = {};
     }
@@ -32,11 +29,10 @@ constexpr const char* NO_SLASH = "ERROR: expected '/' in command line position 1
 constexpr const char* NO_END = "Command Line Error: Begin quotation with no matching end quotation!";
 
 TEST_F(CommandLine, SplitsAtEachSlashOutsideQuotes) {
-    struct Row {
+    const struct {
         const char* text;
         Options options, errors;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"", {""}, {""}},
         {"  ", {""}, {""}},
         {"/", {"", "/"}, {""}},
@@ -52,7 +48,7 @@ TEST_F(CommandLine, SplitsAtEachSlashOutsideQuotes) {
         {"/S /", {"", "/S"}, {""}},
         {"//", {"", "/"}, {""}},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         Parse(row.text);
         EXPECT_EQ(basApp::globals.CommandLineOptions, row.options);
@@ -75,27 +71,14 @@ TEST_F(CommandLine, OptionsSetTheParametersOfTheRun) {
     EXPECT_EQ(run.ImageFile, "C:/X Y/B.TWD"); // the later one wins
     EXPECT_EQ(run.BootloaderFile, "BOOT.TWD");
     EXPECT_EQ(run.GuidText, "0011223344556677");
-    EXPECT_FALSE(run.ShowOutputOnExit || run.ProgramGuidFromFileFlag || run.ExecuteKeyBatchFlag);
-
-    Apply("/DFILE /O EXTRA /R KEYS.HTML");
+    Apply("/DFILE /O EXTRA");
     EXPECT_EQ(run.ImageFile, "FILE");
-    EXPECT_FALSE(basApp::globals.OverrideHardwareCompatibility);
-    EXPECT_TRUE(run.ExecuteKeyBatchFlag);
-    EXPECT_EQ(run.KeyBatchFile, "KEYS.HTML");
-
-    Apply("/O /A /S");
-    EXPECT_TRUE(basApp::globals.OverrideHardwareCompatibility);
-    EXPECT_TRUE(run.ShowOutputOnExit && run.ProgramGuidFromFileFlag && run.ProgramMacFromFileFlag);
-    EXPECT_EQ(run.ImageFile, "DTCP\\GUID\\MACID\\Config_Image.twd");
-    EXPECT_EQ(run.GuidFile, "DTCP\\GUID\\MACID\\GUID.txt");
-    EXPECT_EQ(run.MacFile, "DTCP\\GUID\\MACID\\MACID.txt");
+    EXPECT_FALSE(basApp::globals.OverrideHardwareCompatibility || run.ShowOutputOnExit);
+    Apply("/O /S");
+    EXPECT_TRUE(basApp::globals.OverrideHardwareCompatibility && run.ShowOutputOnExit);
 }
 
 TEST_F(CommandLine, OptionsThatDoNothingSayWhy) {
-    std::vector<std::string> errors;
-    basDebug::hooks.statusWindowWants = [](std::size_t, std::int32_t level) { return level == 11; };
-    basDebug::hooks.postToStatusWindow = [&](std::size_t, std::string_view text, float, std::int32_t,
-                                             std::string_view) { errors.emplace_back(text); };
     const std::pair<const char*, const char*> rows[] = {
         {"/A /S", "The /A command cannot be used with other command-line options!"},
         {"/F/A", "The /F command cannot be used with other command-line options!"},
@@ -104,15 +87,16 @@ TEST_F(CommandLine, OptionsThatDoNothingSayWhy) {
         {"/D \"\"", "The option /D has no value and is passed over."},
         {"/X", "The option /X has no value and is passed over."},
     };
+    basApp::globals.DebugLoggingLevel = 11;
     for (const auto& [text, error] : rows) {
-        errors.clear();
+        log.clear();
         Apply(text);
-        ASSERT_FALSE(errors.empty()) << text;
-        EXPECT_EQ(errors.front(), error);
+        ASSERT_FALSE(log.empty()) << text;
+        EXPECT_EQ(log.front(), std::string("11 ") + error);
     }
-    errors.clear();
+    log.clear();
     Apply("/A");
-    EXPECT_TRUE(errors.empty());
+    EXPECT_TRUE(log.empty());
 }
 
 } // namespace

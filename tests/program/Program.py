@@ -124,7 +124,8 @@ class Program:
                 for device in (self.data / "bus-state").glob("*")}
 
     def identity(self, guid):
-        return json.loads((self.data / "bus-state" / guid / "identity.json").read_text())
+        path = self.data / "bus-state" / guid / "identity.json"
+        return json.loads(path.read_text()) if path.exists() else {}  # none was changed
 
 
 def status_lines(text):

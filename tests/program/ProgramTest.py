@@ -5,6 +5,7 @@ ProgramTest.py CMAKE BUILD-DIRECTORY [WORD-OF-A-CASE]
 
 import json
 import random
+import re
 import shutil
 import struct
 import subprocess
@@ -145,6 +146,31 @@ def check_full_disk(program):
         program.rows()  # sound as far as it goes
 
 
+def check_key_batch(program):
+    """The shipped batch on the default bus, and once more over its own files."""
+    folder = program.folder / "batch-operations"
+
+    def outcome():
+        report = (folder / "keybatch.out.html").read_text()
+        values = {name: (folder / name).read_bytes().split(b"\r\n#-")[-2].split(b"\r\n", 1)[1]
+                  for name in re.findall('HREF="([^"/]+)"', report)}
+        assert report.count(" SUCCESS ") == len(values) and "FAILED" not in report, report
+        assert report.rstrip().endswith("</A>"), "the report isn't finished"
+        return values
+
+    expected = {"model.txt": b"TX-12", "serial.txt": b"20000002", "location.txt": b"Rack 3 / Bench 7",
+                "location-read.txt": b"Rack 3 / Bench 7", f"{guid(2)}.txt": b"\x00\xff\x10"}
+    assert outcome() == expected, outcome()
+    process = program.start(KEY_BATCH.split(), "second")
+    try:
+        assert process.wait(TIME_LIMIT) == 0
+    finally:
+        program.end(process)
+    assert program.output("second.out").count("Overwriting existing file") == len(expected)
+    assert outcome() == expected, outcome()
+
+
+KEY_BATCH = "/R batch-operations/keybatch.html"
 JUNK = NOISE.randbytes(8192)
 NO_LIBRARY = dict(
     options="/D app.twd", bus=bus(target(1)), ends=False, errors=[NO_FILE_DATE],
@@ -185,6 +211,8 @@ CASES = [
          [f"Node #{number}: GUID='{node['guid'][:8]} {node['guid'][8:]}'" for number, node in MIXED_TARGETS.items()]
          + [f"BuildBootloaderDeviceList completed: {len(MIXED_TARGETS)} compatible nodes found on the bus."],
          errors=["Invalid protocol version determined in SendRequest: 33554432(0x2000000)!"]),
+    Case("key batch, twice", bus(), KEY_BATCH, ["Overwriting existing file '"], stored={guid(2): {}},
+         prepare=remove("simulated-bus.json"), check=check_key_batch),
     load("second instance", meanwhile=second_instance),
     load("program folder that can't be written", prepare=forbid_writing, check=check_untouched),
     load("database missing", prepare=remove("db1_clean.mdb"), database=False, errors=[NO_FILE_DATE],

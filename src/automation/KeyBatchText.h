@@ -1,0 +1,92 @@
+// Key batches as text: how a batch and its data files are read, and the lines of the report and of
+// the data files that a batch leaves behind. No files and no devices here; the time that anything
+// takes grows with the text and no faster.
+#pragma once
+
+#include "Bytes.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace basAutomation {
+
+inline constexpr std::int32_t INVALID_KEY_OPERATION = 0, READ_KEY_OPERATION = 1, WRITE_KEY_OPERATION = 2;
+
+struct KeyOperation {
+    std::int32_t Operation = INVALID_KEY_OPERATION;
+    ByteArray DeviceId = ByteArray(1); // GUID as it reads left to right; one byte 2 is the first target
+    std::string KeyName;
+    std::string DataFile;     // from the batch file's folder; may be empty for a read
+    ByteArray Data;           // what is to be written, or was read
+    std::int32_t Status = -1; // 1 once it has worked
+};
+
+// --- Reading ---
+
+// The items of a text file. One ends at a comma or a line end, which are lost; one that begins with
+// a double quote runs to the next one, commas and line ends included.
+class ItemReader {
+public:
+    explicit ItemReader(std::string_view text) : text_(text) {}
+    bool AtEnd() const { return position_ >= text_.size(); }
+    std::string_view Next(); // empty at the end; lives as long as the text
+
+private:
+    std::string_view NextQuoted();
+    void SkipOneEnd();
+    void SkipBlanks();
+
+    std::string_view text_;
+    std::size_t position_ = 0;
+};
+
+// Nothing for a line that begins with "#"; otherwise what is behind the first "#" goes, the "#" stays.
+std::string StripComments(std::string_view line);
+
+enum class TagFault { None, NotClosed, NotOpened };
+// The line without each stretch from a "<" to the next ">". With a fault: as far as it went.
+std::string WithoutTags(std::string_view line, TagFault& fault);
+std::string TagFaultText(TagFault fault, std::optional<std::int32_t> lineNumber = {});
+// WithoutTags, with the fault logged at ERROR.
+std::string StripHTML(std::string_view line, std::optional<std::int32_t> lineNumber = {});
+
+// One blank in `line` for each run of blanks and tabs, and its words: a blank at either end makes an
+// empty one. 1.
+std::int32_t SplitArguments(std::string& line, std::vector<std::string>& words);
+
+// Each item trimmed, without comments and tags. `fault` gets the texts of tag faults.
+void ForEachLine(std::string_view text, const std::function<void(const std::string& fault)>& fault,
+                 const std::function<void(std::string& line)>& line);
+
+// --- Writing. Lines without their ends. ---
+
+struct BatchFacts {
+    std::string report;      // its path
+    std::string time;        // "yyyy-mm-dd hh:nn:ss"
+    std::string application; // the program file's name without its extension
+    std::string commandLine; // as the process got it
+    std::size_t operationCount = 0;
+};
+
+// The maker of a device, as its config ROM has it.
+struct MakerTexts {
+    std::string vendor, model;
+};
+
+// "a.txt" gives "a.out.txt", "a.html" gives "a.out.html", anything else gets ".out.html" behind it:
+// never the name itself.
+std::string ReportFileName(const std::string& batchFileName);
+std::vector<std::string> ReportHead(const BatchFacts& facts);
+// The row of one operation. A data file with a drive letter becomes a link, and stays one in the record.
+std::vector<std::string> ReportRow(KeyOperation& operation);
+// `statusFilePath` is where the status file was found; empty: no link to it.
+std::vector<std::string> ReportEnd(const std::string& statusFilePath, const std::string& statusFile);
+// The record of an operation that worked. Its head is comments, so that it can be read as a data file.
+std::vector<std::string> DataFileLines(const KeyOperation& operation, const BatchFacts& facts,
+                                       const std::optional<MakerTexts>& maker);
+
+} // namespace basAutomation

@@ -1,0 +1,304 @@
+#include "KeyBatch.h"
+#include "HeadlessProgram.h"
+#include "Paths.h"
+#include "basApp.h"
+#include "basAutomation.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <regex>
+
+#include <gtest/gtest.h>
+
+using namespace testing_support;
+using basAutomation::KeyOperation;
+
+namespace {
+
+constexpr const char *FIRST = "000F1B0000000001", *SECOND = "000F1B0000000002";
+
+std::string BusOfTwo(const std::string& faults = {}) {
+    const std::string keys = R"(, "keys": {"MODEL": "TX-9", "ONE": "1", "BLOB": {"hex": "00ff0d0a10"}})";
+    return R"({"stateDirectory": "bus-state", "nodes": [)" + Target(FIRST, "bootloader", keys) + ", " +
+           Target(SECOND, "bootloader") + R"(, {"kind": "host"}], "faults": [)" + faults + "]}";
+}
+
+std::string Items(const std::string& text) {
+    basAutomation::ItemReader reader(text);
+    std::string items;
+    while (!reader.AtEnd())
+        items += "[" + std::string(reader.Next()) + "]";
+    return items;
+}
+
+std::string Words(const std::string& text) {
+    std::string line = text, joined;
+    std::vector<std::string> words;
+    basAutomation::SplitArguments(line, words);
+    for (const std::string& word : words)
+        joined += "[" + word + "]";
+    return joined;
+}
+
+TEST(KeyBatchText, FollowsItsRules) {
+    struct Row {
+        std::string (*rule)(const std::string&);
+        std::string text, expected;
+    };
+    const auto withoutTags = [](const std::string& line) { return basAutomation::StripHTML(line); };
+    const auto withoutComments = [](const std::string& line) { return basAutomation::StripComments(line); };
+    const Row rows[] = {
+        {Items, "a b,c\r\nd\re\n\nf", "[a b][c][d][e][][f]"},
+        {Items, "  a\"b\" , \"c,\r\nd\"  ,e", "[a\"b\" ][c,\r\nd][e]"},
+        {Items, "\"a\"b\n\"c, no end\nd", "[a][b][c, no end\nd]"},
+        {withoutComments, "# all of it", ""},
+        {withoutComments, "write x # y # z", "write x #"},
+        {withoutTags, "<p>read <b>a</b></p>", "read a"},
+        {withoutTags, "<a<b>c", "c"},
+        {withoutTags, "<a>b<c", "b<c"},
+        {withoutTags, "a>b<c>d", "a>bd"},
+        {Words, "read\t\tx  y", "[read][x][y]"},
+        {Words, " read x ", "[][read][x][]"},
+        {basAutomation::ReportFileName, "A.HTML", "A.out.html"},
+        {basAutomation::ReportFileName, "a.Txt.txt", "a.out.txt.out.txt"},
+        {basAutomation::ReportFileName, "keys", "keys.out.html"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(row.rule(row.text), row.expected) << row.text;
+}
+
+// "R 02 K>f" is a read, "W 02 K=value" a write.
+std::string Summary(const std::vector<KeyOperation>& operations) {
+    std::string text;
+    for (std::size_t i = 1; i < operations.size(); ++i) {
+        const KeyOperation& operation = operations[i];
+        text += operation.Operation == 1 ? "R " : "W ";
+        for (const std::uint8_t byte : operation.DeviceId)
+            text += fmt::format("{:02X}", byte);
+        text += " " + operation.KeyName + (operation.Operation == 1 ? ">" + operation.DataFile : "=");
+        text += std::string(operation.Data.begin(), operation.Data.end()) + "; ";
+    }
+    return text;
+}
+
+TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
+    struct Row {
+        std::string batch, operations, message;
+    };
+    const std::string invalid = "GetKeyOperationsFromFile: Invalid key operation (first parameter) specified in b.html";
+    std::string junk;
+    for (int i = 0; i < 2000; ++i)
+        junk += "x\n";
+    const Row rows[] = {
+        {"<td>READ --Single K</td>\n# x\n<br>\nread 0x0011223344556677 K f more", "R 02 K>; R 0011223344556677 K>f; ",
+         ""},
+        {"read --single K # note", "R 02 K>#; ", ""},
+        {"read 02 K, note", "R 02 K>; ", invalid},
+        {"<td> read --single K", "", invalid},
+        {"write 02 K value.txt", "W 02 K=ab,c; ", ""},
+        {"write 02 K", "", ""},
+        {"read X", "", "GetKeyOperationsFromFile: read operation takes 2 or 3 arguments, not 1"},
+        {"write 02 K none.txt", "", "GetKeyOperationsFromFile: key data file 'none.txt' not found!"},
+        {"write 02 K blank.txt", "", "GetKeyOperationsFromFile failed to read data from file 'blank.txt'!"},
+        {"write 02 K empty.txt", "", "Error #62: Input past end of file in GetKeyDataFromFile"},
+        {"read 123 K", "R 00 K>; ",
+         "Error #30742: Error: invalid hex string - 2 chars per byte - this one is not divisible by 2: '123' in "
+         "GetKeyOperationsFromFile"},
+        {"read xy K", "R 00 K>; ", "Error #13: "},
+        {"\nread 02 K <b", "R 02 K><b; ", "StripHTML: HtmlParse ERROR - '<' with no '>', line 2.  Exiting abnormally."},
+        {"b>", "", "StripHTML: HtmlParse ERROR - '>' with no '<', line 1.  Exiting abnormally."},
+        {"", "", "Error #62: Input past end of file in GetKeyOperationsFromFile"},
+        {junk, "", "\"b.html\" has more than 1000 faults; the others are not listed."},
+        {"write 02 K " + std::string(1'000'000, '/'), "", "GetKeyOperationsFromFile: key data file '///"},
+    };
+    HeadlessProgram program(BusOfTwo());
+    platform::ChangeDirectory(program.directory.path());
+    program.Write("value.txt", std::string("# head\r\n<b> a</b>,\r\n\"b,<x>c\"\r\n"));
+    program.Write("blank.txt", std::string("# nothing\r\n"));
+    program.Write("empty.txt", std::string());
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.batch.substr(0, 60));
+        std::vector<KeyOperation> operations;
+        program.messages.clear();
+        program.Write("b.html", row.batch);
+        EXPECT_EQ(basAutomation::GetKeyOperationsFromFile("b.html", operations), 1);
+        EXPECT_EQ(Summary(operations), row.operations);
+        EXPECT_TRUE(row.message.empty() ? program.messages.empty() : program.Said(row.message));
+        EXPECT_LE(program.messages.size(), 1001u);
+    }
+}
+
+// The moment and the program's name differ from run to run.
+std::string Comparable(std::string text) {
+    const std::string name = std::filesystem::path(platform::ExecutablePath()).filename().string();
+    text = std::regex_replace(text, std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"), "TIME");
+    return std::regex_replace(text, std::regex(name), "APP");
+}
+
+std::string DataFile(const std::string& file, const std::string& kind, const std::string& key,
+                     const std::string& data) {
+    const std::string rule = "#-----------------------------------------------\r\n";
+    return rule + "# " + file +
+           "\r\n# date generated: TIME\r\n# \r\n# App='APP' Ver=1.8.1  command line = '/R keys\\b.html'\r\n" +
+           "# Device Manufacturer = 'Tarnwell'  Model = 'TX-9'\r\n# 6 operations performed.\r\n# \r\n"
+           "# Batch Parameters (" +
+           kind + ") Operation): \r\n#   Device GUID = " + FIRST + "\r\n#   Key Name = " + key + "\r\n# \r\n" + rule +
+           "# Status: OK\r\n# DATA:\r\n" + rule + data + "\r\n" + rule;
+}
+
+TEST(KeyBatch, LeavesAReportAndADataFileForEachOperationThatWorked) {
+    HeadlessProgram program(BusOfTwo());
+    program.Write("keys/b.html",
+                  std::string("read --single MODEL model.txt\nread --single BLOB\nread --single ONE one.txt\n"
+                              "read 000F1B0000000009 K k.txt\nread 000F1B0000000002 NONE n.txt\n"
+                              "write 000F1B0000000001 NAME name.txt"));
+    program.Write("keys/name.txt", std::string("Bench"));
+    program.Write("keys/model.txt", std::string("an older one"));
+    ASSERT_TRUE(program.Run("/R keys\\b.html"));
+    const std::string s = " </td><td> ";
+    const auto row = [&](const std::string& cells) { return "<tr><td>\r\n" + cells + "\r\n</td></tr>\r\n"; };
+    const auto link = [](const std::string& file) { return "<A HREF=\"" + file + "\">" + file + "</A>"; };
+    const std::string rule = "# ********************************************************\r\n";
+    std::string status = program.directory.path() + "/script-data/1394_write_status.txt";
+    EXPECT_EQ(
+        Comparable(program.Read("keys/b.out.html")),
+        rule +
+            "<br>\r\n# KEYS\\b.out.html\r\n<br>\r\n# Batch status file written on: TIME\r\n<br>\r\n"
+            "# App='APP' Ver=1.8.1  command line = '/R keys\\b.html'\r\n<br>\r\n# 6 operations performed.\r\n<br>\r\n" +
+            rule +
+            "<table border=1><tr><td>\r\n"
+            "# Type </td><td> Device ID </td><td>  Key </td><td> Data File </td><td> Results \r\n</td></tr>\r\n" +
+            row("Read" + s + FIRST + s + "MODEL" + s + link("model.txt") + s + "SUCCESS" + s) +
+            row("Read" + s + FIRST + s + "BLOB" + s + link("000F1B0000000001.txt") + s + "SUCCESS" + s) +
+            row("Read" + s + FIRST + s + "ONE" + s + "FAILED OPERATION" + s + "FAILED") +
+            row("Read" + s + "000F1B0000000009" + s + "K" + s + "FAILED OPERATION" + s + "FAILED") +
+            row("Read" + s + SECOND + s + "NONE" + s + "FAILED OPERATION" + s + "FAILED") +
+            row("Write" + s + FIRST + s + "NAME" + s + link("name.txt") + s + "SUCCESS" + s) +
+            "</table>\r\n<br>\r\n#\r\n<A HREF=\"" + status +
+            "\">Application Status Information: script-data\\1394_write_status.txt</A>\r\n");
+    EXPECT_EQ(Comparable(program.Read("keys/model.txt")), DataFile("model.txt", "Read", "MODEL", "TX-9"));
+    EXPECT_EQ(Comparable(program.Read("keys/000F1B0000000001.txt")),
+              DataFile("000F1B0000000001.txt", "Read", "BLOB", std::string("\0\xff\r\n\x10", 5)));
+    EXPECT_EQ(Comparable(program.Read("keys/name.txt")), DataFile("name.txt", "Write", "NAME", "Bench"));
+    ByteArray again;
+    EXPECT_EQ(basAutomation::GetKeyDataFromFile(program.directory.file("keys/name.txt"), again), 1);
+    EXPECT_EQ(again, (ByteArray{'B', 'e', 'n', 'c', 'h'}));
+    EXPECT_FALSE(std::filesystem::exists(program.directory.file("keys/one.txt")));
+    for (const char* message :
+         {"PerformKeyOperations: received 1 bytes from target", "  data='TX-9'", "# FAILED, code 0xFFFFFFFF",
+          "PerformKeyOperations: failed to get handle for device '00 0F 1B 00 00 00 00 09'",
+          "PerformKeyOperations: failed to read key value, code 0xFFFFFFFF.",
+          "PerformKeyOperations: sent 5 bytes to target", "Overwriting existing file 'KEYS\\model.txt'"})
+        EXPECT_TRUE(program.Said(message)) << message;
+}
+
+TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
+    struct Row {
+        const char *batch, *message, *report; // part of it; null when there is none
+    };
+    const Row rows[] = {
+        {nullptr,
+         "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ",
+         nullptr},
+        {"# no work", "PerformKeyBatchOperation error: PerformKeyOperations returned code 0xFFFFFFFF",
+         "# 0 operations performed."},
+        {"read --single MODEL folder",
+         "DumpKeyBatchOutput: failed to remove existing file'folder', aborting operation!",
+         "# 1 operations performed."},
+        {"read --single MODEL b.txt", "DumpKeyBatchOutput: failed to remove existing file'b.txt', aborting operation!",
+         "# 1 operations performed."},
+        {"read --single MODEL no/x.txt", "Error #76: ", "SUCCESS"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.message);
+        HeadlessProgram program(BusOfTwo());
+        std::filesystem::create_directory(program.directory.file("folder"));
+        if (row.batch != nullptr)
+            program.Write("b.txt", std::string(row.batch));
+        ASSERT_TRUE(program.Run("/R b.txt"));
+        EXPECT_TRUE(program.Said(row.message));
+        EXPECT_EQ(program.Read("b.txt"), row.batch == nullptr ? "" : row.batch);
+        const std::string report = program.Read("b.out.txt");
+        EXPECT_EQ(row.report == nullptr, report.empty());
+        EXPECT_NE(report.find(row.report == nullptr ? "" : row.report), std::string::npos) << report;
+    }
+}
+
+TEST(KeyBatch, TheMenuCommandRunsTheShippedBatchAndShowsItsReport) {
+    HeadlessProgram program(BusOfTwo());
+    program.Write("batch-operations/keybatch.html", std::string("read --single MODEL m.txt"));
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", program.directory.path().c_str(), 1); // no viewer opens during tests
+    std::int32_t result = 0;
+    std::unique_ptr<platform::Timer> click = platform::MakeTimer(5000, [&] {
+        click->SetEnabled(false);
+        result = basAutomation::ExecuteKeyBatchFromMenu();
+    });
+    click->SetEnabled(true);
+    EXPECT_TRUE(program.Run(""));
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(result, 1);
+    EXPECT_NE(program.Read("batch-operations/keybatch.out.html").find("SUCCESS"), std::string::npos);
+    EXPECT_TRUE(program.Said("Error #53: File not found: xdg-open"));
+}
+
+struct Outcome {
+    bool ended = false;
+    int successes = 0, lies = 0;
+    std::uint64_t transactions = 0;
+};
+
+// Two writes and a read, of a value and a name of several passes, with some trouble.
+Outcome RunBatch(const std::string& faults, std::uint64_t resetBehind) {
+    const std::string value(300, 'v'), name(60, 'N');
+    HeadlessProgram program(BusOfTwo(faults), LEVEL_ERROR);
+    program.Write("b.txt", "write 000F1B0000000001 A a.txt\nwrite 000F1B0000000002 " + name +
+                               " short.txt\nread 000F1B0000000001 MODEL m.txt");
+    program.Write("a.txt", value);
+    program.Write("short.txt", std::string("short"));
+    if (resetBehind != 0)
+        SimulatorResetAfter(resetBehind);
+    Outcome outcome;
+    outcome.ended = program.Run("/R b.txt");
+    outcome.transactions = SimulatorTransactions();
+    const std::string report = program.Read("b.out.txt");
+    const auto check = [&](const std::string& key, const char* file, const std::string& content) {
+        if (report.find(" " + key + " </td><td> <A") == std::string::npos)
+            return;
+        ++outcome.successes;
+        outcome.lies += program.Read(file).find(content) == std::string::npos;
+    };
+    check("A", "bus-state/000F1B0000000001/keys.json", "\"A\": \"" + value + "\"");
+    check(name, "bus-state/000F1B0000000002/keys.json", "\"" + name + "\": \"short\"");
+    check("MODEL", "m.txt", "\r\nTX-9\r\n");
+    return outcome;
+}
+
+TEST(KeyBatchSweep, WhatIsReportedAsASuccessIsOne) {
+    const Outcome undisturbed = RunBatch("", 0);
+    ASSERT_EQ(undisturbed.successes, 3);
+    ASSERT_EQ(undisturbed.lies, 0);
+    int runs = 0, disturbed = 0, successes = 0;
+    const auto run = [&](const std::string& faults, std::uint64_t resetBehind) {
+        SCOPED_TRACE(faults + std::to_string(resetBehind));
+        const Outcome outcome = RunBatch(faults, resetBehind);
+        EXPECT_TRUE(outcome.ended) << "the program hangs";
+        EXPECT_EQ(outcome.lies, 0) << "a success with a different key";
+        ++runs;
+        disturbed += outcome.transactions != undisturbed.transactions;
+        successes += outcome.successes;
+    };
+    for (std::uint64_t k = 1; k <= undisturbed.transactions; ++k) {
+        run("", k);
+        for (const char* effect : {R"("do": "unplug")", R"("result": 121)", R"("result": 2147483649)"})
+            run(R"({"node": 0, "afterTransactions": )" + std::to_string(k) + ", " + effect + "}", 0);
+    }
+    EXPECT_GT(disturbed, runs / 2) << "the trouble doesn't happen";
+    EXPECT_LT(successes, 3 * runs) << "and harms nothing";
+    std::cout << runs << " runs of 3 operations, " << disturbed << " disturbed, " << successes
+              << " operations reported as successes, all of them true\n";
+}
+
+} // namespace
