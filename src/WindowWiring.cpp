@@ -52,4 +52,7 @@ void WireWindows(std::function<void()> endProgram) {
     wiring::WireProgram(HooksOfTheWindows(std::move(endProgram)));
     windowSettings::hooks = SettingsOfTheWindows();
     windows::hooks.shutdownApplication = basApp::ShutdownApplication;
+    windows::hooks.sendErrorReport = [] {
+        return wiring::globals.DbManager ? wiring::globals.DbManager->SendErrorReport() : -1;
+    };
 }

@@ -2,6 +2,7 @@
 
 #include "AppIcon.h"
 #include "CodePage.h"
+#include "Mail.h"
 #include "QtDialogs.h"
 #include "QtWindowSystem.h"
 #include "WindowWiring.h"
@@ -62,8 +63,11 @@ int main(int argc, char** argv) {
     const QtWindowSystem windowSystem;
     // A run without a user must not wait for one: its boxes are lines on standard error.
     std::optional<QtDialogs> dialogs;
-    if (!HasOperations(commandLine))
+    std::optional<platform::ComposerMail> mail;
+    if (!HasOperations(commandLine)) {
         dialogs.emplace();
+        mail.emplace();
+    }
     WireWindows([] { QCoreApplication::exit(0); });
     // No result reaches the operating system. A start that failed before there was a window ends here.
     const bool goesOn = basApp::Main(commandLine) && windows::globals.parent != nullptr;

@@ -7,10 +7,13 @@
 #include "Paths.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <map>
 #include <spawn.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -81,7 +84,14 @@ std::vector<std::string> SplitAtBlanks(const std::string& command) {
     return arguments;
 }
 
+// Ended processes that nobody has a handle of leave no zombies.
+void Reap() {
+    std::erase_if(globals.started,
+                  [](const auto& entry) { return entry.second.use_count() == 1 && entry.second->TryWait(); });
+}
+
 pid_t Spawn(const std::vector<std::string>& arguments) {
+    Reap();
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
@@ -92,12 +102,6 @@ pid_t Spawn(const std::vector<std::string>& arguments) {
     if (error != 0)
         Raise(FILE_NOT_FOUND, "File not found: " + arguments[0] + " (" + std::strerror(error) + ")");
     return id;
-}
-
-// Ended processes that nobody has a handle of leave no zombies.
-void Reap() {
-    std::erase_if(globals.started,
-                  [](const auto& entry) { return entry.second.use_count() == 1 && entry.second->TryWait(); });
 }
 
 std::int32_t RunMakeFolder(const std::string& folder) {
@@ -127,7 +131,6 @@ std::vector<std::string> CommandArguments(const std::string& command) {
 }
 
 std::int32_t Shell(const std::string& command) {
-    Reap();
     const std::vector<std::string> arguments = CommandArguments(command);
     if (arguments.empty())
         Raise(INVALID_CALL, DescriptionOf(INVALID_CALL));
@@ -135,9 +138,25 @@ std::int32_t Shell(const std::string& command) {
         return RunMakeFolder(arguments[1]);
     if (StartsWith(command, OPEN))
         return RunOpener(arguments);
-    const pid_t id = Spawn(arguments);
+    return Start(arguments);
+}
+
+std::int32_t Start(const std::vector<std::string>& programAndArguments) {
+    const pid_t id = Spawn(programAndArguments);
     globals.started[id] = std::make_shared<Process>(id);
     return id;
+}
+
+bool IsOnPath(const std::string& program) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path != nullptr ? path : "");
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        std::error_code error;
+        const std::string candidate = JoinPath(folder.empty() ? "." : folder, program);
+        if (std::filesystem::is_regular_file(candidate, error) && access(candidate.c_str(), X_OK) == 0)
+            return true;
+    }
+    return false;
 }
 
 Handle OpenProcess(std::uint32_t, bool, std::int32_t processId) {

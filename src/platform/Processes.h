@@ -18,6 +18,9 @@ std::vector<std::string> CommandArguments(const std::string& command);
 
 // Starts it; the process id, or a failure 53. For mkdir an id whose exit code is at hand.
 std::int32_t Shell(const std::string& command);
+// The same for a program (looked for on the PATH) with arguments that are passed on as they are.
+std::int32_t Start(const std::vector<std::string>& programAndArguments);
+bool IsOnPath(const std::string& program);
 // A handle that WaitForSingleObject and GetExitCodeProcess take; 0 when the id isn't one of Shell.
 Handle OpenProcess(std::uint32_t desiredAccess, bool inheritHandle, std::int32_t processId);
 // STILL_ACTIVE while it runs. False for a handle that isn't a process.

@@ -26,6 +26,9 @@ std::string CleanDatabase() {
 std::string CompactedDatabase() {
     return platform::JoinPath(platform::ProgramDirectory(), "db1-compacted.mdb");
 }
+std::string ErrorReportCopy() {
+    return platform::JoinPath(platform::ProgramDirectory(), "debug_log.mdb");
+}
 
 } // namespace store
 

@@ -32,6 +32,9 @@ public:
     std::int32_t RemoveSetting(const std::string& appName, const std::string& section, const std::string& key);
     // `runTime` in whole milliseconds, -1 where no clock is at hand.
     void AppendToLog(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
+    // Opens a mail to the support address with a copy of the file (ErrorReport.cpp). Everything that
+    // goes wrong is told here, by a message box, the log, or both. 1 or -1; -1 in an unattended run.
+    std::int32_t SendErrorReport();
     // Copies the file, closed for that time. 1 or -1.
     std::int32_t MakeCopy(const std::string& strFilename);
 
@@ -53,6 +56,8 @@ private:
     void StoreLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
     void AddLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
     void RemoveSurplusRows();
+    // As stored, or else as the user gives it when asked; may stay empty.
+    std::string SupportAddress();
     // While frmMain doesn't exist straight into the log, whatever the level.
     void StatusDisplay(std::int32_t level, const std::string& message);
     void LogOpening();

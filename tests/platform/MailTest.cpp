@@ -1,0 +1,67 @@
+#include "Mail.h"
+#include "Files.h"
+#include "PlatformTest.h"
+#include "TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+// A stand-in for the desktop's composer writes down each argument and ends in a given way.
+class Composer : public ::testing::Test {
+protected:
+    Composer() {
+        setenv("XDG_CACHE_HOME", folder.path().c_str(), 1);
+        setenv("PATH", (folder.path() + ":" + path).c_str(), 1);
+        platform::WriteFileAtomically(report, TextBytes("content"));
+    }
+    ~Composer() override {
+        setenv("PATH", path.c_str(), 1);
+        unsetenv("XDG_CACHE_HOME");
+    }
+    std::int32_t Send(const std::string& ending, std::uint32_t longestWait = 60'000) {
+        const std::string script = "#!/bin/sh\nprintf '[%s]' \"$@\" >'" + folder.file("told") + "'\n" + ending + "\n";
+        platform::WriteFileAtomically(program, TextBytes(script));
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        platform::ComposerMail mail(longestWait);
+        EXPECT_TRUE(mail.SessionExists());
+        mail.NewMessage();
+        mail.SetRecipient("--a.b@c.de, \xC3\xBC?'");
+        mail.SetSubject("The \"log\" $(x); it's");
+        mail.SetAttachment(report);
+        mail.SetText(" ");
+        return FailureOf([] { platform::CurrentMail().Send(); });
+    }
+
+    const std::string path = getenv("PATH");
+    const platform::testing::TemporaryDirectory folder;
+    const std::string program = folder.file("xdg-email"), report = folder.file("log it's.mdb"),
+                      kept = folder.file("HoistlineApp/mail/log it's.mdb");
+};
+
+TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStays) {
+    EXPECT_EQ(Send(""), 0);
+    std::filesystem::remove(report);
+    EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("content"));
+    EXPECT_EQ(platform::ReadWholeFile(folder.file("told")),
+              TextBytes("[--utf8][--subject][The \"log\" $(x); it's][--body][ ][--attach][" + kept +
+                        "][mailto:--a.b@c.de,%20%C3%BC%3F%27]"));
+    EXPECT_EQ(Send(""), 53); // nothing to attach
+}
+
+TEST_F(Composer, TellsOfCancellingAndFailingAsLongAsItIsWaitedFor) {
+    EXPECT_EQ(Send("exit 130"), 32001);
+    EXPECT_EQ(Send("exit 4"), 32002);
+    EXPECT_FALSE(std::filesystem::exists(kept));
+    // A window that stays open, here until this test's folder is gone.
+    EXPECT_EQ(Send("while [ -d '" + folder.path() + "' ]; do sleep 0.1; done", 0), 0);
+    EXPECT_TRUE(std::filesystem::exists(kept));
+    setenv("PATH", "/proc", 1);
+    EXPECT_FALSE(platform::ComposerMail().SessionExists());
+    EXPECT_FALSE(platform::CurrentMail().SessionExists()); // without the service there is none either
+}
+
+} // namespace
