@@ -3,10 +3,13 @@
 #include "Failure.h"
 #include "basUtils.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <vector>
 
 namespace basUtils {
 
@@ -40,15 +43,55 @@ std::uint8_t HexDigit(char character) {
     return static_cast<std::uint8_t>(lower - 'a' + 10);
 }
 
-// The `width` bytes that end behind element `end`. In a short last line they reach back into the
-// line before, so that a text never loses its beginning.
-std::string CharacterColumn(const ByteArray& bytes, std::size_t end, std::size_t width) {
-    const std::size_t start = end - std::min(end, width);
-    ByteArray shown(bytes.begin() + static_cast<std::ptrdiff_t>(start),
-                    bytes.begin() + static_cast<std::ptrdiff_t>(end));
-    std::replace(shown.begin(), shown.end(), std::uint8_t{0}, std::uint8_t{21});
-    return platform::TextFromAnsi(shown);
-}
+constexpr char DIGITS[] = "0123456789ABCDEF";
+
+// One line of a hex dump after another, through tables and one buffer: a megabyte is 262,144 lines.
+class HexDumpWriter {
+public:
+    HexDumpWriter(const ByteArray& bytes, std::size_t width)
+        : bytes_(bytes), width_(width), line_(MOST_OF_ADDRESS + (3 + MOST_OF_CHARACTER) * width) {
+        for (std::size_t i = 0; i < characters_.size(); ++i) {
+            const auto byte = static_cast<std::uint8_t>(i == 0 ? 21 : i);
+            const std::string text = platform::TextFromAnsi(&byte, 1);
+            characters_[i].length = static_cast<std::uint8_t>(text.copy(characters_[i].utf8, MOST_OF_CHARACTER));
+        }
+    }
+
+    std::string_view Line(std::uint32_t address, std::size_t lineStart) {
+        const std::size_t lineEnd = std::min(lineStart + width_, bytes_.size());
+        char* to = fmt::format_to(line_.data(), FMT_COMPILE("0x{:X}: "), address);
+        for (std::size_t i = lineStart; i < lineEnd; ++i) {
+            *to++ = DIGITS[bytes_[i] >> 4];
+            *to++ = DIGITS[bytes_[i] & 15];
+            *to++ = ' ';
+        }
+        to = std::fill_n(to, 3 * (lineStart + width_ - lineEnd), ' ');
+        // The `width` bytes that end with the line. In a short last line they reach back into the
+        // line before, so that a text never loses its beginning.
+        for (std::size_t i = lineEnd - std::min(lineEnd, width_); i < lineEnd; ++i)
+            to = Write(to, characters_[bytes_[i]]);
+        *to++ = '\r';
+        *to++ = '\n';
+        return {line_.data(), static_cast<std::size_t>(to - line_.data())};
+    }
+
+private:
+    static constexpr std::size_t MOST_OF_ADDRESS = sizeof("0xFFFFFFFF: \r\n");
+    static constexpr std::size_t MOST_OF_CHARACTER = 3; // UTF-8 of the ANSI code page
+    struct Character {
+        char utf8[MOST_OF_CHARACTER] = {};
+        std::uint8_t length = 0;
+    };
+    static char* Write(char* to, const Character& character) {
+        std::copy_n(character.utf8, MOST_OF_CHARACTER, to); // all of it: quicker than a loop over its length
+        return to + character.length;
+    }
+
+    const ByteArray& bytes_;
+    std::size_t width_;
+    std::vector<char> line_;
+    std::array<Character, 256> characters_;
+};
 
 } // namespace
 
@@ -60,7 +103,6 @@ std::string FormatHex(std::uint32_t value, std::string_view hexTemplate) {
 }
 
 std::string ByteArrayToHexString(const std::uint8_t* bytes, std::size_t count, std::int32_t groupSize) {
-    constexpr char DIGITS[] = "0123456789ABCDEF";
     const auto group = static_cast<std::size_t>(std::max(groupSize, 1));
     std::string text;
     text.reserve(count * 3);
@@ -118,14 +160,16 @@ std::string GetOption(std::string_view options, std::string_view name) {
 std::string FormatHexDump(std::uint32_t startAddress, const ByteArray& bytes, std::string_view options) {
     const double wished = platform::LeadingNumber(GetOption(options, "columnwidth"));
     const std::size_t width = wished >= 1 && wished <= 65535 ? static_cast<std::size_t>(wished) : DEFAULT_COLUMN_WIDTH;
+    return HexDumpLines(startAddress, bytes, width, 0, (bytes.size() + width - 1) / width);
+}
+
+std::string HexDumpLines(std::uint32_t startAddress, const ByteArray& bytes, std::size_t width, std::size_t firstLine,
+                         std::size_t lineCount) {
+    HexDumpWriter writer(bytes, width);
     std::string text;
-    for (std::size_t lineStart = 0; lineStart < bytes.size(); lineStart += width) {
-        const std::size_t count = std::min(width, bytes.size() - lineStart);
-        text += fmt::format("0x{:X}: ", static_cast<std::uint32_t>(startAddress + lineStart));
-        text += ByteArrayToHexString(bytes.data() + lineStart, count) + ' ';
-        text.append(3 * (width - count), ' ');
-        text += CharacterColumn(bytes, lineStart + count, width) + "\r\n";
-    }
+    text.reserve(lineCount * (14 + 4 * width)); // address, digits, characters, line end
+    for (std::size_t line = firstLine; line < firstLine + lineCount; ++line)
+        text += writer.Line(static_cast<std::uint32_t>(startAddress + line * width), line * width);
     return text;
 }
 

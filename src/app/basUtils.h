@@ -50,6 +50,9 @@ bool IsNumericText(std::string_view text);
 std::string GetOption(std::string_view options, std::string_view name);
 // Lines of "0x<address>: ", the bytes, their characters, CR LF. Options: "<columnwidth=n>".
 std::string FormatHexDump(std::uint32_t startAddress, const ByteArray& bytes, std::string_view options);
+// Lines firstLine.. of that dump with `width` bytes a line; they all have to exist.
+std::string HexDumpLines(std::uint32_t startAddress, const ByteArray& bytes, std::size_t width, std::size_t firstLine,
+                         std::size_t lineCount);
 
 // "yyyy", "mm", "dd", "hh", "nn", "ss" and their short forms.
 std::string FormatSystemTime(const platform::SystemTime& systemTime, std::string_view format);

@@ -1,5 +1,6 @@
 #include "MDIForm1.h"
 
+#include "Dialogs.h"
 #include "Form.h"
 #include "Guarded.h"
 #include "Layout.h"
@@ -9,6 +10,7 @@
 #include "frmAbout.h"
 #include "frmHelp.h"
 #include "frmMain.h"
+#include "frmSelectFirmware.h"
 #include "frmStatus.h"
 
 #include <QCloseEvent>
@@ -78,7 +80,8 @@ void MDIForm1::BuildMenus() {
 void MDIForm1::ShowMenusOfActiveChild() {
     const QMdiSubWindow* active = mdiArea->activeSubWindow();
     auto* form = active == nullptr ? nullptr : qobject_cast<Form*>(active->widget());
-    std::vector<QMenu*> menus = form == nullptr ? std::vector<QMenu*>() : form->menus();
+    // A window that is off gives no commands either.
+    std::vector<QMenu*> menus = form == nullptr || !form->isEnabled() ? std::vector<QMenu*>() : form->menus();
     if (menus.empty())
         menus = {mnuFile2, mnuView2, mnuWindow, mnuHelp2};
     menuBar()->clear();
@@ -225,7 +228,28 @@ void MDIForm1::mnuStatusWindow_Click() {
         ArrangeChildren(1);
 }
 
+std::int32_t MDIForm1::CreateDownloadWindow() {
+    std::int32_t result = -1;
+    Guarded(MODULE, "CreateDownloadWindow", [&] {
+        const std::size_t slot = windows::EmptySlot(windows::globals.firmwareWindows);
+        auto* browser = new frmSelectFirmware;
+        windows::globals.firmwareWindows[slot] = browser;
+        AddChild(browser);
+        browser->Form_Load();
+        browser->SlotNumber = std::int16_t(slot);
+        result = std::int32_t(slot);
+    });
+    return result;
+}
+
+// A target in the middle of a load would be left without an image.
 void MDIForm1::closeEvent(QCloseEvent* event) {
+    if (basApp::globals.DownloadInProgress) {
+        event->ignore();
+        platform::CurrentDialogs().MessageBox("A load is under way.  Wait until it has ended, then close the program.",
+                                              basApp::TITLE);
+        return;
+    }
     event->accept();
     MDIForm_Unload();
 }

@@ -25,6 +25,9 @@ public:
 
     // Puts a window into a frame of its own. The caller loads and shows it.
     void AddChild(Form* form);
+    void ShowMenusOfActiveChild();
+    // A new, loaded firmware browser in the first empty slot of its list: the slot, or -1.
+    std::int32_t CreateDownloadWindow();
     // Shows it with all of it in view, as far as it fits into the area.
     void ShowChild(Form* form);
 
@@ -51,7 +54,6 @@ protected:
 
 private:
     void BuildMenus();
-    void ShowMenusOfActiveChild();
     void MDIForm_Unload();
     // Of the area for the children, in twips, whether or not it shows scroll bars.
     int ClientHeight() const;

@@ -9,6 +9,7 @@
 #include "frmShell.h"
 #include "frmStatus.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace windows {
@@ -38,6 +39,14 @@ void LoadParentWindow() {
 void UnloadParentWindow() {
     if (globals.parent != nullptr)
         globals.parent->close();
+}
+
+std::size_t EmptySlot(std::vector<Form*>& list) {
+    const auto empty = std::find(list.begin(), list.end(), nullptr);
+    const auto slot = std::size_t(empty - list.begin());
+    if (empty == list.end())
+        list.push_back(nullptr);
+    return slot;
 }
 
 void UnloadAll(std::vector<Form*>& list) {
@@ -119,8 +128,11 @@ void StartBusTimers() {
 }
 
 void EnableMainWindow(bool enabled) {
-    if (globals.main != nullptr)
-        globals.main->setEnabled(enabled);
+    if (globals.main == nullptr)
+        return;
+    globals.main->setEnabled(enabled);
+    if (globals.parent != nullptr)
+        globals.parent->ShowMenusOfActiveChild();
 }
 
 void EnableScheduler(bool enabled) {

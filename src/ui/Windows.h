@@ -28,12 +28,15 @@ extern Globals globals;
 // What the windows call that lies above them. Filled by WindowWiring.
 struct Hooks {
     std::function<void()> shutdownApplication;
+    std::function<std::int32_t()> sendErrorReport; // 1, or -1 when it failed
 };
 extern Hooks hooks;
 
 // Creates and loads MDIForm1, which loads frmMain and the first frmStatus.
 void LoadParentWindow();
 void UnloadParentWindow();
+// The first empty slot of a list, which grows by one when there is none.
+std::size_t EmptySlot(std::vector<Form*>& list);
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);
 // Behind a menu's own items, a line for each visible child window that brings it to the front.

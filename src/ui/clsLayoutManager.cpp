@@ -24,7 +24,7 @@ constexpr Kind KINDS[] = {
     {"QGroupBox", "Frame"},           {"QTableView", "MSFlexGrid"}, {"QTabWidget", "TabStrip"},
     {"QComboBox", "ComboBox"},        {"QCheckBox", "CheckBox"},    {"QListWidget", "ListBox"},
     {"QPushButton", "CommandButton"}, {"QTreeView", "TreeView"},    {"QListView", "ListView"},
-    {"QProgressBar", "ProgressBar"},  {"QLabel", "Label"},
+    {"QProgressBar", "ProgressBar"},  {"QLabel", "Label"},          {"HexDumpView", "TextBox"},
 };
 
 constexpr std::array<const char*, 4> EDGES{"Top", "Left", "Bottom", "Right"};

@@ -12,11 +12,10 @@
 #include "basUtils.h"
 #include "frmConfigROM.h"
 #include "frmMain.h"
+#include "frmSelectFirmware.h"
 #include "frmShell.h"
 
 #include <fmt/format.h>
-
-#include <algorithm>
 
 using namespace basBootloader;
 
@@ -67,9 +66,16 @@ void frmMain::UpdateImage(std::int32_t imageType) {
         return;
     }
     mfgDevices->setFocus();
-    StatusDisplay(LEVEL_USER,
-                  "The firmware browser comes with a later version; load a package with the command line option /D.");
-    CloseBootloaderDevice(handle);
+    MDIForm1& parent = *windows::globals.parent;
+    const std::int32_t slot = parent.CreateDownloadWindow();
+    if (slot < 0) {
+        CloseBootloaderDevice(handle);
+        return;
+    }
+    auto* browser = static_cast<frmSelectFirmware*>(windows::globals.firmwareWindows[std::size_t(slot)]);
+    browser->setFirmwareType(imageType);
+    browser->setHDevice(handle);
+    parent.ShowChild(browser);
 }
 
 void frmMain::mnuLaunchShell_Click() {
@@ -90,10 +96,7 @@ void frmMain::LaunchShell(const Device& device) {
         if (shell != nullptr && shell->CurrentHandle() == handle)
             return windows::globals.parent->mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(shell->frame()));
     }
-    const auto empty = std::find(list.begin(), list.end(), nullptr);
-    const auto slot = std::size_t(empty - list.begin());
-    if (empty == list.end())
-        list.push_back(nullptr);
+    const std::size_t slot = windows::EmptySlot(list);
     auto* shell = new frmShell;
     list[slot] = shell;
     windows::globals.parent->AddChild(shell);
@@ -286,5 +289,7 @@ void frmMain::mnuExecuteKeyBatch_Click() {
 }
 
 void frmMain::mnuSendErrorReport_Click() {
-    StatusDisplay(LEVEL_USER, "The error report comes with a later version; the log lies in db1.mdb.");
+    const std::int32_t result = windows::hooks.sendErrorReport ? windows::hooks.sendErrorReport() : -1;
+    if (result != 1)
+        StatusDisplay(LEVEL_ERROR, "Failed to send error report, code 0x{:X}", static_cast<std::uint32_t>(result));
 }

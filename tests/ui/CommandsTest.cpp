@@ -65,7 +65,7 @@ TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
         {"mnuTile", NONE, NONE, ""},
         {"mnuCascade", NEVER, NEVER, ""},
         {"mnuUserGuide", NONE, NONE, ""},
-        {"mnuSendErrorReport", NONE, NONE, ""},
+        {"mnuSendErrorReport", NONE, NONE, "Failed to send error report, code 0xFFFFFFFF"},
         {"mnuReleaseNotes", NONE, NONE, ""},
         {"mnuAbout", NONE, NONE, ""},
         {"mnuResetBus", NONE, NONE, ""},
@@ -104,6 +104,7 @@ TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
                     code != "01" && code != "0f" && code != "08")
                     commands += code; // but for those of a bus reset and of an open shell window
             EXPECT_EQ(commands, row >= item.worksFrom ? item.command : "");
+            windows::UnloadAll(windows::globals.firmwareWindows); // while one is open the device window is off
             Pass(2500);
             if (commands == "02" || commands == "11") // the device may be in another mode now
                 Start(Bus({APPLICATION, BOOTLOADER}));
@@ -232,6 +233,16 @@ TEST_F(Commands, ShowTheRomOfTheSelectedNodeThoughNodesInFrontAreHidden) {
     SimulatorUnplug(2);
     Pass(3000);
     EXPECT_EQ(chipId(first), "0xF0000410   0x00000001  ChipIdLow = 0x1"); // a picture of its moment
+}
+
+TEST_F(Commands, CarryOutTheKeyBatchOfTheMenuAndEndTheProgram) {
+    Start(Bus({Target("000F1B0000000001", "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}));
+    program->Write("batch-operations/keybatch.html", std::string("<p>read --single MODEL model.txt</p>\r\n"));
+    form().mnuExecuteKeyBatch->trigger();
+    Pass(20'000);
+    EXPECT_NE(program->Read("batch-operations/keybatch.out.html").find("# 1 operations performed."), std::string::npos);
+    EXPECT_NE(program->Read("batch-operations/model.txt").find("\r\nTX-9\r\n"), std::string::npos);
+    EXPECT_EQ(windows::globals.main, nullptr);
 }
 
 } // namespace

@@ -52,26 +52,36 @@ void DecodeFields(const ByteArray& data, TwdHeader& header) {
     header.InfoText = DecodeInfoText(header.InfoBytes);
 }
 
-bool ReadPackageFile(const std::string& path, ByteArray& bytes, std::int64_t limit) {
-    if (basUtils::ReadFileBytes(path, bytes, limit) == 1)
+using Log = std::function<void(const std::string& text, std::int32_t level)>;
+
+void LogOfModule(const std::string& text, std::int32_t level) {
+    StatusDisplay(level, "{}", text);
+}
+
+bool ReadPackageFile(const std::string& path, ByteArray& bytes, std::int64_t limit, const Log& log,
+                     const basUtils::ReadProgress* progress = nullptr) {
+    if (basUtils::ReadFileBytes(path, bytes, limit, progress) == 1)
         return true;
-    StatusDisplay(LEVEL_ERROR, "Load TWD error: failed to load file '{}' into memory.", path);
+    log(fmt::format("Load TWD error: failed to load file '{}' into memory.", path), LEVEL_ERROR);
     return false;
 }
 
-bool ReadAndParse(const std::string& path, std::int64_t limit, TwdHeader& header) {
+bool ReadAndParse(const std::string& path, std::int64_t limit, TwdHeader& header, const Log& log,
+                  const basUtils::ReadProgress* progress = nullptr) {
     ByteArray bytes;
-    if (!ReadPackageFile(path, bytes, limit))
+    if (!ReadPackageFile(path, bytes, limit, log, progress))
         return false;
     ByteArrayToTwdStruct(std::move(bytes), header);
     if (IsTwdValid(header))
         return true;
-    StatusDisplay(LEVEL_ERROR, "Load TWD error: Failed to validate file '{}'!", path);
+    log(fmt::format("Load TWD error: Failed to validate file '{}'!", path), LEVEL_ERROR);
     return false;
 }
 
-void ReportLoadFailure(const platform::Failure& failure) {
-    StatusDisplay(LEVEL_ERROR, "Error #{}: {} in LoadTWD", failure.Number, failure.Description);
+auto ReportTo(const Log& log) {
+    return [log](const platform::Failure& failure) {
+        log(fmt::format("Error #{}: {} in LoadTWD", failure.Number, failure.Description), LEVEL_ERROR);
+    };
 }
 
 } // namespace
@@ -106,10 +116,10 @@ bool IsTwdValid(const TwdHeader& header) {
 
 void LoadTWDHeader(const std::string& path, TwdHeader& header) {
     header = {};
-    platform::ResumeNext next{ReportLoadFailure};
+    platform::ResumeNext next{ReportTo(LogOfModule)};
     ByteArray bytes;
     bool read = false;
-    next([&] { read = ReadPackageFile(path, bytes, HEADER_READ_LIMIT); });
+    next([&] { read = ReadPackageFile(path, bytes, HEADER_READ_LIMIT, LogOfModule); });
     if (!read)
         return;
     next([&] { ByteArrayToTwdStruct(std::move(bytes), header); });
@@ -120,20 +130,29 @@ void LoadTWDHeader(const std::string& path, TwdHeader& header) {
 }
 
 // The first bytes are looked at before a file that may be large and of another kind is read whole.
-void LoadTWD(const std::string& path, TwdHeader& header) {
+bool ReadTwd(const std::string& path, TwdHeader& header, const TwdReading& reading) {
     header = {};
-    platform::ResumeNext next{ReportLoadFailure};
+    platform::ResumeNext next{ReportTo(reading.log)};
     TwdHeader parsed;
     bool valid = false;
-    next([&] { valid = ReadAndParse(path, HEADER_READ_LIMIT, parsed); });
+    next([&] { valid = ReadAndParse(path, HEADER_READ_LIMIT, parsed, reading.log); });
     if (!valid)
-        return;
-    StatusDisplay(LEVEL_WATCH, "Reading '{}'...", path);
+        return false;
+    reading.begins();
     valid = false;
-    next([&] { valid = ReadAndParse(path, NO_LIMIT, parsed); });
-    if (!valid)
+    next([&] { valid = ReadAndParse(path, reading.limit, parsed, reading.log, reading.progress); });
+    if (valid)
+        header = std::move(parsed);
+    return valid;
+}
+
+void LoadTWD(const std::string& path, TwdHeader& header) {
+    const TwdReading reading{.limit = NO_LIMIT,
+                             .progress = nullptr,
+                             .begins = [&] { StatusDisplay(LEVEL_WATCH, "Reading '{}'...", path); },
+                             .log = LogOfModule};
+    if (!ReadTwd(path, header, reading))
         return;
-    header = std::move(parsed);
     StatusDisplay(LEVEL_USER,
                   "TWD version:  software id = {} (0x{:X}),  software version = {} (0x{:X}),  date/time = {} {}",
                   header.SoftwareID, static_cast<std::uint32_t>(header.SoftwareID), header.SoftwareVersion,

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "Bytes.h"
+#include "basUtils.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 inline constexpr std::int32_t TwdMagic = 0x74576C44; // "tWlD", big-endian
@@ -43,12 +45,23 @@ void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header);
 bool IsTwdValid(const TwdHeader& header);
 // The header alone: FileData holds the first 1001 bytes at most.
 void LoadTWDHeader(const std::string& path, TwdHeader& header);
-// The whole package. Magic tells whether it worked.
+// How the whole package is read, for the two places that do it.
+struct TwdReading {
+    std::int64_t limit = 0; // bytes 0 to limit are read; 0: all of them
+    const basUtils::ReadProgress* progress = nullptr;
+    std::function<void()> begins; // the file looks like a package, and is now read whole
+    std::function<void(const std::string& text, std::int32_t level)> log;
+};
+// True for a valid package; otherwise the header is empty.
+bool ReadTwd(const std::string& path, TwdHeader& header, const TwdReading& reading);
+// The whole package, told by the module. Magic tells whether it worked.
 void LoadTWD(const std::string& path, TwdHeader& header);
 
 std::string FormatVersion(std::int32_t version);                    // 0x01020304 gives 1.2.3.4
 std::string FormatTwdDate(const std::array<std::uint8_t, 8>& date); // 2002-08-31
 std::string FormatTwdTime(const std::array<std::uint8_t, 8>& time); // 15:25:03 utc
+// The local time "17:25:03" of both; "00:00:00" where it can't be told.
+std::string FormatLocalTime(const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time);
 // "2002-08-31 15:25:03 utc / 17:25:03 (local)"; without the local part where it can't be told.
 std::string FormatDateTime(const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time);
 

@@ -49,6 +49,13 @@ std::string FormatTwdTime(const Field& time) {
     return fmt::format("{}:{}:{} utc", Cut(time, 0, 2), Cut(time, 2, 2), Cut(time, 4, 2));
 }
 
+std::string FormatLocalTime(const Field& date, const Field& time) {
+    platform::SystemTime local;
+    if (basApp::SystemTimeToLocal(SystemTimeFromTwd(date, time), local) != 1)
+        local = {};
+    return fmt::format("{:02}:{:02}:{:02}", local.Hour, local.Minute, local.Second);
+}
+
 std::string FormatDateTime(const Field& date, const Field& time) {
     std::string text = FormatTwdDate(date) + " " + FormatTwdTime(time);
     platform::SystemTime local;

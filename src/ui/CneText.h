@@ -1,0 +1,23 @@
+// The CNE section of a package as text: pure, one pass over the bytes. The section is a list of
+// NUL-terminated strings in which "[" opens a group and "]" closes it; inside a group the strings
+// come in key and value pairs.
+#pragma once
+
+#include "Bytes.h"
+
+#include <cstddef>
+#include <string>
+
+namespace cneText {
+
+// Deeper groups are indented as those of this depth.
+inline constexpr std::size_t DEEPEST_INDENT = 64;
+// Characters of a text; behind the line that passes them stands that the text was cut.
+inline constexpr std::size_t LONGEST_TEXT = 4 << 20;
+// Characters of a line; a longer one goes on in the next. No view lays out a line of megabytes.
+inline constexpr std::size_t LONGEST_LINE = 65536;
+
+// Inside a group a line for each pair, "key=value", indented by depth. Line ends are CR LF.
+std::string TextOf(const ByteArray& cne);
+
+} // namespace cneText

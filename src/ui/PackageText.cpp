@@ -1,0 +1,115 @@
+#include "PackageText.h"
+
+#include "basApp.h"
+#include "basBootloader.h"
+#include "basUtils.h"
+
+#include <fmt/format.h>
+
+#include <limits>
+
+namespace packageText {
+
+namespace {
+
+std::string DecimalAndHex(std::int32_t value) {
+    return fmt::format("{} (0x{:X})", value, static_cast<std::uint32_t>(value));
+}
+
+std::string Verdict(const char* what, std::int32_t id, std::int32_t wanted) {
+    return fmt::format("{} {} is {}compatible with the device", what, DecimalAndHex(id), id == wanted ? "" : "NOT ");
+}
+
+std::string VersionText(std::int32_t version) {
+    const char* remark = version == basBootloader::PRIVATE_BUILD ? " - private build"
+                         : version == 0                          ? " - missing information"
+                                                                 : "";
+    return "Version: " + DecimalAndHex(version) + remark;
+}
+
+std::string Included(const TwdHeader& header) {
+    if (!basBootloader::IsTwdValid(header))
+        return "Package included: None - invalid image";
+    std::string text = "Packages included:";
+    text += header.Image1.Length > 0 ? "  Image1" : "";
+    text += header.Image2.Length > 0 ? "  Image2 (not used)" : "";
+    text += header.Cne.Length > 0 ? "  CNE" : "";
+    return text;
+}
+
+bool LiesWithin(const TwdSection& section, std::int64_t size) {
+    return section.Offset >= 0 && std::int64_t{section.Offset} + section.Length <= size;
+}
+
+// Why a section must not be loaded; empty when it may.
+std::string Fault(const char* name, const TwdSection& section, std::int64_t fileSize) {
+    if (section.Length <= 0)
+        return {};
+    if (!LiesWithin(section, fileSize))
+        return fmt::format("The package's {} reaches outside the file: it is damaged and can't be loaded.  ", name);
+    if (!LiesWithin(section, READ_LIMIT))
+        return fmt::format("The package's {} lies behind the first {} bytes, which is all that is read of a file.  ",
+                           name, READ_LIMIT);
+    return {};
+}
+
+// Whether the target can take a load of this package at all.
+bool LoadPossible(const TwdHeader& header, const BootloaderTarget& target, bool overrideHardware) {
+    const std::int16_t node = target.Device.NodeNum;
+    return node >= 0 && node <= LAST_NODE && target.Info.BootloaderVersion != 0 &&
+           (header.HardwareID == target.Info.HardwareModelID || overrideHardware);
+}
+
+} // namespace
+
+void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
+              bool overrideHardware, std::int64_t fileSize) {
+    using namespace basBootloader;
+    view.lblSoftwareInfo = "Info Text: " + header.InfoText;
+    view.lblSoftwareID = "Software ID: " + DecimalAndHex(header.SoftwareID);
+    view.lblSoftwareBuiltOn =
+        fmt::format("Build date: {} {} / {}(local)", FormatTwdDate(header.ImageDate), FormatTwdTime(header.ImageTime),
+                    FormatLocalTime(header.ImageDate, header.ImageTime));
+    view.lblSoftwareVersion = VersionText(header.SoftwareVersion);
+    if (target == nullptr) {
+        view.lblCompatibleHardware =
+            fmt::format("ERROR: Failed to get GUID from device Handle: 0x{:X}", static_cast<std::uint32_t>(handle));
+        return;
+    }
+    view.lblCompatibleHardware = Verdict("version", header.HardwareID, target->Info.HardwareModelID);
+    view.lblVendorCompatibility =
+        Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
+    view.lblPackagesIncluded = Included(header);
+    const std::string imageFault = Fault("Image1", header.Image1, fileSize);
+    const std::string configFault = Fault("CNE", header.Cne, fileSize);
+    view.warning = imageFault + configFault;
+    const bool possible = LoadPossible(header, *target, overrideHardware);
+    view.loadImage = header.Image1.Length > 0 && possible && imageFault.empty();
+    view.loadConfig = header.Cne.Length > 0 && possible && configFault.empty();
+    view.viewConfig = header.Cne.Length > 0;
+}
+
+std::string LastUpdated(platform::FileTime lastWrite) {
+    platform::SystemTime utc, local;
+    if (platform::FileTimeToSystemTime(lastWrite, utc) && basApp::SystemTimeToLocal(utc, local) == 1)
+        return basUtils::FormatSystemTime(local, "yyyy-mm-dd hh:nn:ss") + " (local)";
+    return basUtils::FormatWinDateTime(lastWrite, "yyyy-mm-dd hh:nn:ss utc");
+}
+
+std::string SizeText(std::int64_t bytes) {
+    if (bytes < 0)
+        return "error";
+    if (bytes > std::numeric_limits<std::uint32_t>::max())
+        return "overflow";
+    return fmt::format("{} kB", bytes / 1024);
+}
+
+std::string ProgressText(std::int64_t bytes, std::int64_t length, double elapsedMilliseconds) {
+    std::string text = fmt::format("{} of {} bytes", bytes, length);
+    if (bytes <= 0 || elapsedMilliseconds <= 0)
+        return text;
+    const double rate = static_cast<double>(bytes) / elapsedMilliseconds; // bytes a ms are kB a second
+    return text + fmt::format(", {:.1f} kB/s, {:.0f} s left", rate, static_cast<double>(length - bytes) / rate / 1000);
+}
+
+} // namespace packageText

@@ -1,0 +1,45 @@
+// What the firmware browser shows of a file and lets the user do with it, worked out from header
+// and target without a widget.
+#pragma once
+
+#include "BootloaderRecords.h"
+#include "Clock.h"
+#include "TwdPackage.h"
+
+#include <cstdint>
+#include <string>
+
+namespace packageText {
+
+// The labels and what can be done. The default is what stands there before a file is picked.
+struct View {
+    std::string lblFilename = "Filename: <none selected>";
+    std::string lblSoftwareID = "Software ID: <unknown>";
+    std::string lblSoftwareVersion = "Version: <unknown>";
+    std::string lblSoftwareBuiltOn = "Build date: <not applicable>";
+    std::string lblFileCreatedOn = "File Last Updated: <none selected>";
+    std::string lblSoftwareInfo = "Software Info: <unknown>";
+    std::string lblCompatibleHardware, lblVendorCompatibility; // as they stand, when empty
+    std::string lblPackagesIncluded = "Package included: <no image selected>";
+    bool loadImage = false, loadConfig = false, viewConfig = false;
+    bool loadBoth() const { return loadImage && loadConfig; }
+    std::string warning; // for the status label: why a package must not be loaded
+};
+
+// The package's part of the view. `target` is null when the handle has none; `fileSize` in bytes.
+// A section that reaches outside the file, or outside what the browser reads, can't be loaded: the
+// device would be erased before that showed.
+void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
+              bool overrideHardware, std::int64_t fileSize);
+
+// The most that the browser reads of a package.
+inline constexpr std::int64_t READ_LIMIT = 10'000'000;
+
+// The file list: "2026-11-24 15:30:00 (local)" or "... utc", "123 kB", "overflow" from 4 GB on.
+std::string LastUpdated(platform::FileTime lastWrite);
+std::string SizeText(std::int64_t bytes);
+
+// How a load stands: "65536 of 131072 bytes, 53.8 kB/s, 2 s left".
+std::string ProgressText(std::int64_t bytes, std::int64_t length, double elapsedMilliseconds);
+
+} // namespace packageText

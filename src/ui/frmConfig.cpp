@@ -1,0 +1,32 @@
+#include "frmConfig.h"
+
+#include "Guarded.h"
+
+frmConfig::frmConfig() : Form("frmConfig", ""), RTB1(new RichTextBox(this)) {
+    RTB1->setObjectName("RTB1");
+    RTB1->setGeometry(0, 0, fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 28);
+    RTB1->setReadOnly(true);
+    RTB1->setUndoRedoEnabled(false);
+    RTB1->setLineWrapMode(QPlainTextEdit::NoWrap);
+    RTB1->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+}
+
+void frmConfig::Form_Load() {
+    fitClient(RTB1->width(), RTB1->height());
+    layout_ = std::make_unique<clsLayoutManager>();
+    Guarded("frmConfig", "Form_Load", [this] { layout_->SetLayoutForm(this); }); // restores the layout too
+    QFont font("Courier New", 8);
+    font.setStyleHint(QFont::Monospace);
+    RTB1->setFont(font);
+}
+
+void frmConfig::Form_Resize() {
+    if (layout_)
+        layout_->ResizeForm();
+}
+
+void frmConfig::Form_Unload() {
+    if (!layout_)
+        StatusDisplay(LEVEL_WARNING, "clsLayoutMan terminated prior to form termination.");
+    layout_.reset();
+}

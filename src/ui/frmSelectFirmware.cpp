@@ -1,0 +1,429 @@
+#include "frmSelectFirmware.h"
+
+#include "CodePage.h"
+#include "Dialogs.h"
+#include "Guarded.h"
+#include "MDIForm1.h"
+#include "Paths.h"
+#include "UserSettings.h"
+#include "WindowSettings.h"
+#include "WindowSystem.h"
+#include "Windows.h"
+#include "basApp.h"
+#include "basBootloader.h"
+#include "basUtils.h"
+
+#include <QCloseEvent>
+#include <QDateTime>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QStorageInfo>
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace {
+
+constexpr const char* MODULE = "frmSelectFirmware";
+constexpr std::int64_t HEADER_LIMIT = 512; // what a click reads
+
+enum Column { FILENAME, UPDATED, SIZE };
+constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, where its text isn't
+
+QString Q(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+class FileItem : public QTreeWidgetItem {
+public:
+    using QTreeWidgetItem::QTreeWidgetItem;
+    bool operator<(const QTreeWidgetItem& other) const override {
+        const int column = treeWidget()->sortColumn();
+        if (column == FILENAME)
+            return text(FILENAME).localeAwareCompare(other.text(FILENAME)) < 0;
+        return data(column, SORT_KEY).toLongLong() < other.data(column, SORT_KEY).toLongLong();
+    }
+};
+
+platform::FileTime LastWriteTime(const QFileInfo& file) {
+    return platform::FileTimeFromUnix(file.lastModified().toMSecsSinceEpoch() * 1'000'000);
+}
+
+template <class Widget> Widget* Named(Widget* widget, const char* name) {
+    widget->setObjectName(name);
+    return widget;
+}
+
+} // namespace
+
+frmSelectFirmware::frmSelectFirmware()
+    : Form("frmSelectFirmware", "Select Firmware Image"), folders_(new QFileSystemModel(this)),
+      watcher_(new QFileSystemWatcher(this)) {
+    BuildControls();
+    setAcceptDrops(true);
+}
+
+void frmSelectFirmware::BuildControls() {
+    const int gap = 6, line = fontMetrics().height() + 8;
+    const int width = std::max(920, fontMetrics().averageCharWidth() * 126), side = 6 * line + 40;
+    const int finderHeight = 7 * line + 6 * 10 + 2 * gap;
+    fraFileFinder = Named(new QGroupBox("File Finder", this), "fraFileFinder");
+    fraFileFinder->setGeometry(gap, gap, width - side - gap, finderHeight);
+    BuildFileFinder();
+
+    fraCommandSet = Named(new QGroupBox("Command Set", this), "fraCommandSet");
+    fraCommandSet->setGeometry(width - side + gap, gap, side, finderHeight);
+    int top = line;
+    const auto button = [&](const char* name, const char* caption, void (frmSelectFirmware::*click)()) {
+        auto* made = Named(new QPushButton(caption, fraCommandSet), name);
+        made->setGeometry(gap, top, side - 2 * gap, line + 4);
+        top += line + 10;
+        connect(made, &QPushButton::clicked, this, click);
+        return made;
+    };
+    cmdLoadImageAndConfig =
+        button("cmdLoadImageAndConfig", "Load Image &And Config", &frmSelectFirmware::cmdLoadImageAndConfig_Click);
+    cmdLoadSelected = button("cmdLoadSelected", "&Load Image Only", &frmSelectFirmware::cmdLoadSelected_Click);
+    cmdLoadConfig = button("cmdLoadConfig", "Loa&d Config Only", &frmSelectFirmware::cmdLoadConfig_Click);
+    cmdViewConfig = button("cmdViewConfig", "&View Config", &frmSelectFirmware::cmdViewConfig_Click);
+    cmdPreferences = button("cmdPreferences", "&Preferences", &frmSelectFirmware::cmdPreferences_Click);
+    cmdClose = button("cmdClose", "&Close Window", &frmSelectFirmware::Unload);
+    for (QPushButton* load : {cmdLoadImageAndConfig, cmdLoadSelected, cmdLoadConfig, cmdViewConfig})
+        load->setEnabled(false);
+
+    fraProperties = Named(new QGroupBox("Firmware Image Properties", this), "fraProperties");
+    fraProperties->setGeometry(gap, fraFileFinder->geometry().bottom() + gap, width, line * 6 + 2 * gap);
+    const int half = width / 2;
+    const auto label = [&](const char* name, int column, int row) {
+        auto* made = Named(new QLabel(fraProperties), name);
+        made->setGeometry(gap + column * half, line * (row + 1) - 4, half - 2 * gap, line);
+        MakeCopyable(made);
+        return made;
+    };
+    lblFilename = label("lblFilename", 0, 0);
+    lblPath = label("lblPath", 0, 1);
+    lblSoftwareID = label("lblSoftwareID", 0, 2);
+    lblSoftwareVersion = label("lblSoftwareVersion", 0, 3);
+    lblSoftwareInfo = label("lblSoftwareInfo", 0, 4);
+    lblSoftwareBuiltOn = label("lblSoftwareBuiltOn", 1, 0);
+    lblFileCreatedOn = label("lblFileCreatedOn", 1, 1);
+    lblCompatibleHardware = label("lblCompatibleHardware", 1, 2);
+    lblVendorCompatibility = label("lblVendorCompatibility", 1, 3);
+    lblPackagesIncluded = label("lblPackagesIncluded", 1, 4);
+
+    fraDownloadControls = Named(new QGroupBox("Download Controls", this), "fraDownloadControls");
+    fraDownloadControls->setGeometry(gap, fraProperties->geometry().bottom() + gap, width, line * 4 + 2 * gap);
+    fraStatus = Named(new QGroupBox("Status", fraDownloadControls), "fraStatus");
+    fraStatus->setGeometry(gap, line - 4, width - 2 * gap, line * 3 + gap);
+    lblStatus = Named(new QLabel(fraStatus), "lblStatus");
+    lblStatus->setGeometry(gap, line - 6, width - 4 * gap, line + 4);
+    MakeCopyable(lblStatus);
+    pgbReadFile = Named(new QProgressBar(fraStatus), "pgbReadFile");
+    pgbReadFile->setGeometry(gap, 2 * line - 2, width - 4 * gap, line - 2);
+    pgbReadFile->hide();
+}
+
+void frmSelectFirmware::BuildFileFinder() {
+    const int gap = 6, line = fontMetrics().height() + 8;
+    const int width = fraFileFinder->width(), height = fraFileFinder->height();
+    Drive1 = Named(new DriveListBox(fraFileFinder), "Drive1");
+    Drive1->setGeometry(gap, line, width / 4, line);
+    Dir1 = Named(new DirListBox(fraFileFinder), "Dir1");
+    Dir1->setGeometry(gap, 2 * line + gap, width / 4, height - 2 * line - 2 * gap);
+    folders_->setFilter(QDir::Dirs | QDir::NoDotAndDotDot);
+    folders_->setRootPath("/");
+    Dir1->setModel(folders_);
+    Dir1->setHeaderHidden(true);
+    for (int column = 1; column < folders_->columnCount(); ++column)
+        Dir1->hideColumn(column);
+    ListView1 = Named(new QTreeWidget(fraFileFinder), "ListView1");
+    ListView1->setGeometry(width / 4 + 2 * gap, line, width - width / 4 - 3 * gap, height - line - gap);
+    ListView1->setHeaderLabels({"Filename", "Last Updated", "Size"});
+    ListView1->setRootIsDecorated(false);
+    ListView1->setUniformRowHeights(true);
+    ListView1->header()->setSectionsClickable(true);
+    ListView1->header()->setSortIndicatorShown(true);
+    MakeCopyable(ListView1);
+
+    connect(Drive1, &QComboBox::activated, this, [this] { setFolder(Drive1->currentData().toString().toStdString()); });
+    connect(Dir1, &QTreeView::clicked, this,
+            [this](const QModelIndex& index) { setFolder(folders_->filePath(index).toStdString()); });
+    connect(Dir1, &QTreeView::activated, this,
+            [this](const QModelIndex& index) { setFolder(folders_->filePath(index).toStdString()); });
+    // The folders come from the disk after a while.
+    connect(folders_, &QFileSystemModel::directoryLoaded, this,
+            [this] { Dir1->scrollTo(Dir1->currentIndex(), QAbstractItemView::PositionAtCenter); });
+    connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmSelectFirmware::ListView1_ColumnClick);
+    connect(ListView1, &QTreeWidget::currentItemChanged, this, [this](const QTreeWidgetItem* item) {
+        if (item != nullptr)
+            ListView1_ItemClick();
+    });
+    connect(ListView1, &QTreeWidget::itemDoubleClicked, this, &frmSelectFirmware::ListView1_DblClick);
+    connect(watcher_, &QFileSystemWatcher::directoryChanged, this, &frmSelectFirmware::Dir1_Change);
+}
+
+void frmSelectFirmware::Form_Load() {
+    windows::EnableMainWindow(false);
+    setFirmwareType(-1);
+    hDevice_ = 0;
+    AlwaysLoadConfig = windowSettings::Get(MODULE, "AlwaysLoadConfig", "0") == "1";
+    ShowView({});
+    fitClient(fraProperties->geometry().right() + 7, fraDownloadControls->geometry().bottom() + 7);
+    layout_ = std::make_unique<clsLayoutManager>();
+    Guarded(MODULE, "Form_Load", [this] {
+        layout_->SetLayoutForm(this);
+        layout_->VerifyFormPosition(this);
+    });
+    FillDrives();
+    std::string folder = platform::GetUserSetting("Global", "DefaultFirmwarePath", platform::CurrentDirectory());
+    if (!basApp::DirectoryExists(folder))
+        folder = platform::CurrentDirectory();
+    setFolder(folder);
+}
+
+// The mounted places, and the user's own.
+void frmSelectFirmware::FillDrives() {
+    Drive1->addItem("Home", QDir::homePath());
+    for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
+        const bool ofUse = volume.isValid() && volume.isReady() && volume.bytesTotal() > 0;
+        if (ofUse && Drive1->findData(volume.rootPath()) < 0)
+            Drive1->addItem(volume.rootPath(), volume.rootPath());
+    }
+}
+
+void frmSelectFirmware::Form_Unload() {
+    basBootloader::CloseBootloaderDevice(hDevice_);
+    platform::SaveUserSetting("Global", "DefaultFirmwarePath", folder_);
+    layout_.reset(); // saves the layout
+    platform::DoEvents();
+    windows::EnableMainWindow(true);
+    auto& list = windows::globals.firmwareWindows;
+    std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
+}
+
+// A target in the middle of a load would be left without an image.
+void frmSelectFirmware::closeEvent(QCloseEvent* event) {
+    if (!loading_)
+        return Form::closeEvent(event);
+    event->ignore();
+    platform::CurrentDialogs().MessageBox("A load is under way.  Wait until it has ended.",
+                                          windowTitle().toStdString());
+}
+
+void frmSelectFirmware::Form_Resize() {
+    if (!layout_)
+        return;
+    layout_->ResizeForm();
+    const int width = ListView1->width();
+    ListView1->setColumnWidth(FILENAME, width / 2);
+    ListView1->setColumnWidth(UPDATED, width / 4);
+}
+
+void frmSelectFirmware::Status(const std::string& text) {
+    lblStatus->setText(Q(text));
+    lblStatus->setToolTip(lblStatus->text());
+    lblStatus->repaint();
+}
+
+void frmSelectFirmware::setFirmwareType(std::int32_t imageType) {
+    firmwareType_ = imageType;
+    std::string caption = fmt::format("Select Firmware Image (PROGRAM ERROR: type {} unknown!)", imageType);
+    if (imageType == -1)
+        caption = "Select Firmware Image (PROGRAM ERROR - INVALID TYPE)";
+    else if (imageType >= basBootloader::IMAGE_APPLICATION && imageType <= basBootloader::IMAGE_BOOTLOADER)
+        caption = fmt::format("Select {} Image...", basBootloader::FirmwareImageTypeLookup(imageType));
+    setWindowTitle(Q(caption));
+}
+
+void frmSelectFirmware::setHDevice(std::int32_t handle) {
+    using namespace basBootloader;
+    Guarded(MODULE, "hDevice_PropertyLet", [&] {
+        if (hDevice_ > 0 && hDevice_ != handle) {
+            if (CloseBootloaderDevice(hDevice_) != SUCCESS)
+                basDebug::Display(MODULE, LEVEL_ERROR,
+                                  "Failed to close bootloader device handle {} (0x{:X}) in property set hDevice",
+                                  hDevice_, std::uint32_t(hDevice_));
+            const Device device = GetNodeNum(handle);
+            if (OpenBootloaderDevice(device) < 1) {
+                basDebug::Display(MODULE, LEVEL_ERROR,
+                                  "Failed to open bootloader for device handle {} (0x{:X}) in property set hDevice",
+                                  handle, std::uint32_t(handle));
+                handle = 0;
+            }
+        }
+        hDevice_ = handle;
+        if (handle < 1)
+            basDebug::Display(MODULE, LEVEL_WARNING, "frmSelectFirmware given an invalid device handle: {}", handle);
+        const std::int32_t index = GetDeviceIndex(handle);
+        if (index < 0) {
+            Status(fmt::format("PROGRAM ERROR: Invalid Device Handle: 0x{:X}", std::uint32_t(handle)));
+            return;
+        }
+        const BootloaderTarget& target = basBootloader::globals.TargetList[std::size_t(index)];
+        const std::string guid = basUtils::ByteArrayToHexString(target.DebugGUID);
+        Status(fmt::format("Select new image for Device '{}', H/W model ID={}", guid, target.Info.HardwareModelID));
+        const bool known = firmwareType_ >= IMAGE_APPLICATION && firmwareType_ <= IMAGE_BOOTLOADER;
+        setWindowTitle(Q(known
+                             ? fmt::format("Select new {} Image for device {}', h/w model ID={}",
+                                           FirmwareImageTypeLookup(firmwareType_), guid, target.Info.HardwareModelID)
+                             : fmt::format("TWD File Browser - Cannot Load - Invalid Image Type: {}", firmwareType_)));
+    });
+    if (ListView1->currentItem() != nullptr)
+        ListView1_ItemClick();
+}
+
+void frmSelectFirmware::setFolder(const std::string& folder) {
+    folder_ = folder;
+    if (!folder_.ends_with('/'))
+        folder_ += '/';
+    const QModelIndex index = folders_->index(Q(folder_));
+    Dir1->setCurrentIndex(index);
+    Dir1->expand(index);
+    Dir1->scrollTo(index);
+    if (!watcher_->directories().isEmpty())
+        watcher_->removePaths(watcher_->directories());
+    watcher_->addPath(Q(folder_));
+    Dir1_Change();
+}
+
+// Fills the list; a file that was picked and is still there stays picked.
+void frmSelectFirmware::Dir1_Change() {
+    const QString picked = ListView1->currentItem() == nullptr ? QString() : ListView1->currentItem()->text(FILENAME);
+    const QSignalBlocker quiet(ListView1); // a change of folder touches neither labels nor buttons
+    Guarded(MODULE, "Dir1_Change", [this] {
+        ListView1->clear();
+        AddFilesOf("*.twd");
+        AddFilesOf("*.bin");
+        ListView1->sortItems(sortColumn_, sortOrder_);
+        ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
+        platform::SaveUserSetting("Global", "Last_Path", folder_);
+    });
+    const QList<QTreeWidgetItem*> again = ListView1->findItems(picked, Qt::MatchExactly, FILENAME);
+    if (!picked.isEmpty() && !again.isEmpty())
+        ListView1->setCurrentItem(again.first());
+}
+
+void frmSelectFirmware::AddFilesOf(const char* pattern) {
+    QList<QTreeWidgetItem*> items;
+    for (const QFileInfo& file : QDir(Q(folder_)).entryInfoList({pattern}, QDir::Files)) {
+        auto* item = new FileItem;
+        item->setText(FILENAME, file.fileName());
+        item->setText(UPDATED, Q(packageText::LastUpdated(LastWriteTime(file))));
+        item->setText(SIZE, Q(packageText::SizeText(file.size())));
+        item->setData(UPDATED, SORT_KEY, file.lastModified().toMSecsSinceEpoch());
+        item->setData(SIZE, SORT_KEY, file.size());
+        item->setToolTip(UPDATED, item->text(UPDATED));
+        items << item;
+    }
+    ListView1->addTopLevelItems(items);
+}
+
+bool frmSelectFirmware::SelectFile(const std::string& path) {
+    const QFileInfo file(Q(path));
+    setFolder(file.absolutePath().toStdString());
+    const QList<QTreeWidgetItem*> found = ListView1->findItems(file.fileName(), Qt::MatchExactly, FILENAME);
+    if (found.isEmpty())
+        return false;
+    ListView1->setCurrentItem(found.first());
+    return true;
+}
+
+void frmSelectFirmware::dragEnterEvent(QDragEnterEvent* event) {
+    if (!loading_ && event->mimeData()->hasUrls() && event->mimeData()->urls().first().isLocalFile())
+        event->acceptProposedAction();
+}
+
+void frmSelectFirmware::dropEvent(QDropEvent* event) {
+    const std::string path = event->mimeData()->urls().first().toLocalFile().toStdString();
+    if (!SelectFile(path))
+        Status(fmt::format("'{}' is not a package file (*.twd, *.bin)", path));
+}
+
+void frmSelectFirmware::ListView1_ColumnClick(int column) {
+    Guarded(MODULE, "ListView1_ColumnClick", [&] {
+        if (column == sortColumn_)
+            sortOrder_ = sortOrder_ == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
+        sortColumn_ = column;
+        ListView1->sortItems(sortColumn_, sortOrder_);
+        ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
+    });
+}
+
+std::string frmSelectFirmware::SelectedName() const {
+    const QTreeWidgetItem* item = ListView1->currentItem();
+    return item == nullptr ? std::string() : item->text(FILENAME).toStdString();
+}
+
+std::string frmSelectFirmware::SelectedPath() const {
+    return folder_ + SelectedName();
+}
+
+void frmSelectFirmware::ListView1_ItemClick() {
+    if (loading_)
+        return; // the load has this window's labels
+    Guarded(MODULE, "ListView1_ItemClick", [this] {
+        packageText::View view;
+        header_ = {};
+        const std::string name = SelectedName();
+        view.lblFilename = "Filename: " + name;
+        ShowView(view);
+        if (name.empty())
+            return;
+        lblPath->setText(Q(folder_));
+        if (basApp::FileExists(SelectedPath()))
+            ReadHeader(view, SelectedPath());
+        pgbReadFile->hide();
+    });
+}
+
+void frmSelectFirmware::ReadHeader(packageText::View& view, const std::string& path) {
+    pgbReadFile->show();
+    const QString status = lblStatus->text();
+    Status(fmt::format("Reading File '{}'...", SelectedName()));
+    platform::DoEvents();
+    view.lblFileCreatedOn =
+        "File Last Updated: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(path), "yyyy-mm-dd hh:nn:ss");
+    ByteArray bytes;
+    const basUtils::ReadProgress progress = ReadingProgress();
+    const bool read = basUtils::ReadFileBytes(path, bytes, HEADER_LIMIT, &progress) == 1;
+    Status(status.toStdString());
+    if (read)
+        basBootloader::ByteArrayToTwdStruct(std::move(bytes), header_);
+    if (basBootloader::IsTwdValid(header_)) {
+        const std::int32_t index = basBootloader::GetDeviceIndex(hDevice_);
+        packageText::Describe(view, header_,
+                              index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)], hDevice_,
+                              basApp::globals.OverrideHardwareCompatibility, basApp::GetFileSize64(path));
+        lblPath->setText(Q("Path: " + folder_));
+        if (!view.warning.empty())
+            Status(view.warning);
+    }
+    ShowView(view);
+}
+
+void frmSelectFirmware::ShowView(const packageText::View& view) {
+    const auto set = [](QLabel* label, const std::string& text) {
+        label->setText(Q(text));
+        label->setToolTip(label->text()); // long ones can be read in full
+    };
+    set(lblFilename, view.lblFilename);
+    set(lblSoftwareID, view.lblSoftwareID);
+    set(lblSoftwareVersion, view.lblSoftwareVersion);
+    set(lblSoftwareBuiltOn, view.lblSoftwareBuiltOn);
+    set(lblFileCreatedOn, view.lblFileCreatedOn);
+    set(lblSoftwareInfo, view.lblSoftwareInfo);
+    set(lblPackagesIncluded, view.lblPackagesIncluded);
+    if (!view.lblCompatibleHardware.empty())
+        set(lblCompatibleHardware, view.lblCompatibleHardware);
+    if (!view.lblVendorCompatibility.empty())
+        set(lblVendorCompatibility, view.lblVendorCompatibility);
+    lblPath->setToolTip(lblPath->text());
+    cmdLoadSelected->setEnabled(view.loadImage);
+    cmdLoadConfig->setEnabled(view.loadConfig);
+    cmdLoadImageAndConfig->setEnabled(view.loadBoth());
+    cmdViewConfig->setEnabled(view.viewConfig);
+}

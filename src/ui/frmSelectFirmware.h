@@ -1,0 +1,113 @@
+// The firmware browser: picks a package for one target, tells what it says of itself and whether it
+// fits, and loads it. While one is open the device window is off.
+#pragma once
+
+#include "Form.h"
+#include "ImageDownload.h"
+#include "PackageText.h"
+#include "clsLayoutManager.h"
+
+#include <QComboBox>
+#include <QFileSystemModel>
+#include <QFileSystemWatcher>
+#include <QGroupBox>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTreeView>
+#include <QTreeWidget>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// The mounted places.
+class DriveListBox : public QComboBox {
+    Q_OBJECT
+public:
+    using QComboBox::QComboBox;
+};
+
+// The folders below a place.
+class DirListBox : public QTreeView {
+    Q_OBJECT
+public:
+    using QTreeView::QTreeView;
+};
+
+class frmSelectFirmware : public Form {
+    Q_OBJECT
+public:
+    frmSelectFirmware();
+
+    void Form_Load() override;
+
+    std::int32_t FirmwareType() const { return firmwareType_; }
+    void setFirmwareType(std::int32_t imageType);
+    std::int32_t hDevice() const { return hDevice_; }
+    void setHDevice(std::int32_t handle); // behind setFirmwareType
+    std::int16_t SlotNumber = 0;          // in the list of firmware windows
+
+    // Opens a folder in Dir1 and lists its packages.
+    void setFolder(const std::string& folder);
+    // Opens the file's folder and picks the file; false when it isn't listed there.
+    bool SelectFile(const std::string& path);
+    bool LoadInProgress() const { return loading_; }
+
+    QGroupBox *fraFileFinder, *fraCommandSet, *fraProperties, *fraDownloadControls, *fraStatus;
+    DriveListBox* Drive1;
+    DirListBox* Dir1;
+    QTreeWidget* ListView1;
+    QPushButton *cmdLoadImageAndConfig, *cmdLoadSelected, *cmdLoadConfig, *cmdViewConfig, *cmdPreferences, *cmdClose;
+    QLabel *lblFilename, *lblPath, *lblSoftwareID, *lblSoftwareVersion, *lblSoftwareBuiltOn, *lblFileCreatedOn,
+        *lblSoftwareInfo, *lblCompatibleHardware, *lblVendorCompatibility, *lblPackagesIncluded, *lblStatus;
+    QProgressBar* pgbReadFile;
+
+protected:
+    void Form_Resize() override;
+    void Form_Unload() override;
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void BuildControls();
+    void BuildFileFinder();
+    void FillDrives();
+    void Dir1_Change();
+    void AddFilesOf(const char* pattern);
+    void ListView1_ColumnClick(int column);
+    void ListView1_DblClick();
+    void ListView1_ItemClick();
+    void ShowView(const packageText::View& view);
+    void ReadHeader(packageText::View& view, const std::string& path);
+    std::string SelectedName() const;
+    std::string SelectedPath() const;
+    void Status(const std::string& text);
+
+    // Loading (frmSelectFirmwareLoad.cpp).
+    void cmdLoadSelected_Click();
+    void cmdLoadConfig_Click();
+    void cmdLoadImageAndConfig_Click();
+    void cmdViewConfig_Click();
+    void cmdPreferences_Click();
+    template <class Load> void LoadFrame(const char* procedure, const std::string& beginning, Load load);
+    std::int32_t DownloadImage(std::int32_t imageType);
+    void LoadTWD(const std::string& path, TwdHeader& header);
+    void ShowProgress(const basBootloader::DownloadProgress& progress);
+    basUtils::ReadProgress ReadingProgress();
+    void EnableCommands(bool enabled);
+
+    std::int32_t firmwareType_ = -1; // image type
+    std::int32_t hDevice_ = 0;
+    bool AlwaysLoadConfig = false; // nothing else hangs on it
+    TwdHeader header_;             // of the picked file; empty without one
+    std::string folder_;           // with a separator at its end
+    bool loading_ = false;
+    std::int64_t loadStart_ = 0; // performance counter at the first block
+    int sortColumn_ = 0;
+    Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
+    QFileSystemModel* folders_;
+    QFileSystemWatcher* watcher_;
+    std::unique_ptr<clsLayoutManager> layout_;
+};

@@ -1,0 +1,179 @@
+// A package picked and loaded by hand, on the simulated bus.
+#include "UserSettings.h"
+#include "WindowTest.h"
+#include "frmSelectFirmware.h"
+
+#include <QtTest/QTest>
+
+namespace testing_support {
+
+namespace {
+
+const ByteArray IMAGE(5000, 0x5A), CNE{'[', 0, 'a', 0, 'b', 0, ']', 0};
+
+class Browser : public WindowTest {
+protected:
+    // A bus with one target in its bootloader, packages beside the program, and the browser open.
+    frmSelectFirmware* Open(const std::string& faults = {}, const char* item = "mnuUpdateApplicationFirmware") {
+        Start(Bus({Target("000F1B0000000001", "bootloader")}, faults));
+        platform::UseUserSettingsFile(program->directory.file("user.json"));
+        program->Write("packages/both.twd", Package(IMAGE, CNE));
+        program->Write("packages/image only.twd", Package(IMAGE));
+        program->Write("packages/none.bin", std::string("no package at all"));
+        SelectRow(RowOf(0));
+        EXPECT_TRUE(Choose(item));
+        auto* browser = Newest<frmSelectFirmware>();
+        browser->setFolder(program->directory.file("packages"));
+        Pass(50);
+        return browser;
+    }
+    ~Browser() override { platform::UseUserSettingsFile(""); }
+    bool Pick(frmSelectFirmware* browser, const char* name) {
+        const bool found = browser->SelectFile(program->directory.file(std::string("packages/") + name));
+        Pass(20);
+        return found;
+    }
+    static std::string Text(const QLabel* label) { return label->text().toStdString(); }
+};
+
+TEST_F(Browser, LoadsImageAndConfigurationOfThePickedPackage) {
+    frmSelectFirmware* browser = Open();
+    EXPECT_FALSE(form().isEnabled());
+    ASSERT_EQ(browser->ListView1->topLevelItemCount(), 3);
+    EXPECT_FALSE(browser->cmdLoadImageAndConfig->isEnabled());
+    ASSERT_TRUE(Pick(browser, "both.twd"));
+    ASSERT_TRUE(browser->cmdLoadImageAndConfig->isEnabled());
+    browser->cmdLoadImageAndConfig->click();
+    EXPECT_EQ(Text(browser->lblStatus),
+              "Successfully loaded new application and CNE (configuration data) from 'both.twd' onto target.");
+    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
+    EXPECT_EQ(program->Flash(0, "config"), CNE);
+    Pass(3000); // the bus is read again behind a load
+    EXPECT_TRUE(browser->cmdClose->isEnabled());
+    browser->cmdClose->click();
+    Pass(100);
+    EXPECT_TRUE(form().isEnabled());
+    EXPECT_EQ(windows::globals.firmwareWindows, (std::vector<Form*>{nullptr}));
+}
+
+TEST_F(Browser, EnablesWhatEachFileOffers) {
+    frmSelectFirmware* browser = Open();
+    Pick(browser, "image only.twd");
+    EXPECT_TRUE(browser->cmdLoadSelected->isEnabled());
+    EXPECT_FALSE(browser->cmdLoadConfig->isEnabled());
+    EXPECT_FALSE(browser->cmdViewConfig->isEnabled());
+    Pick(browser, "none.bin");
+    EXPECT_EQ(Text(browser->lblFilename), "Filename: none.bin");
+    EXPECT_EQ(Text(browser->lblSoftwareID), "Software ID: <unknown>");
+    EXPECT_FALSE(browser->cmdLoadSelected->isEnabled());
+}
+
+TEST_F(Browser, TellsAFailedLoadAndGivesTheCommandsBack) {
+    const struct {
+        const char* faults;
+        const char* told;
+    } rows[] = {
+        {R"({"node": 0, "command": 6, "do": "badCrc"})", "CRC failure in Image Load process"},
+        {R"({"node": 0, "command": 5, "skip": 2, "count": 3, "status": -3})",
+         "Failed to write data to flash on target"},
+        {R"({"node": 0, "command": 4, "count": 1000, "result": "0x80000102"})", "DownloadStart command failed"},
+    };
+    for (const auto& row : rows) {
+        frmSelectFirmware* browser = Open(row.faults);
+        Pick(browser, "both.twd");
+        browser->cmdLoadSelected->click();
+        EXPECT_TRUE(WasTold(row.told)) << row.told;
+        EXPECT_FALSE(WasTold("Successfully loaded")) << row.told;
+        EXPECT_TRUE(browser->cmdClose->isEnabled()) << row.told;
+        EXPECT_TRUE(browser->cmdLoadSelected->isEnabled()) << row.told;
+        EXPECT_FALSE(basApp::globals.DownloadInProgress);
+    }
+}
+
+TEST_F(Browser, SendsAPackageThatDoesNotFitOnlyAfterTwoDecisions) {
+    frmSelectFirmware* browser = Open();
+    ByteArray package = Package(IMAGE);
+    package[0x20] = 18; // hardware ID
+    program->Write("packages/other.twd", package);
+    Pick(browser, "other.twd");
+    EXPECT_FALSE(browser->cmdLoadSelected->isEnabled());
+    const std::size_t before = program->RequestsSent().size();
+    Q_EMIT browser->ListView1->itemDoubleClicked(browser->ListView1->currentItem(), 0); // image and config
+    EXPECT_EQ(program->dialogs.shown.back().caption, "Incompatible Image");
+    EXPECT_EQ(program->RequestsSent().size(), before);
+    basApp::globals.OverrideHardwareCompatibility = true;
+    Pick(browser, "both.twd");
+    Pick(browser, "other.twd");
+    ASSERT_TRUE(browser->cmdLoadSelected->isEnabled());
+    program->dialogs.answers = {"no"};
+    browser->cmdLoadSelected->click();
+    EXPECT_EQ(program->RequestsSent().size(), before);
+    program->dialogs.answers = {"yes"};
+    browser->cmdLoadSelected->click();
+    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
+}
+
+TEST_F(Browser, IsNotClosedInTheMiddleOfALoad) {
+    frmSelectFirmware* browser = Open();
+    Pick(browser, "both.twd");
+    bool tried = false;
+    program->windowSystem.eachTurn = [&] {
+        QCoreApplication::processEvents();
+        if (basApp::globals.DownloadInProgress && !std::exchange(tried, true)) {
+            browser->frame()->close();
+            parent().close();
+        }
+    };
+    browser->cmdLoadSelected->click();
+    EXPECT_TRUE(tried);
+    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
+    EXPECT_FALSE(browser->unloaded());
+    EXPECT_EQ(program->dialogs.shown.size(), 2U);
+}
+
+TEST_F(Browser, FollowsFilesThatVanishBetweenClickAndLoad) {
+    frmSelectFirmware* browser = Open();
+    Pick(browser, "both.twd");
+    std::remove(program->directory.file("packages/both.twd").c_str());
+    const std::size_t before = program->RequestsSent().size();
+    browser->cmdLoadSelected->click();
+    EXPECT_TRUE(WasTold("could not load TWD file"));
+    EXPECT_EQ(program->RequestsSent().size(), before);
+    EXPECT_TRUE(browser->cmdClose->isEnabled());
+}
+
+// What a load sends: the requests of DownloadStart, DownloadBlock and DownloadEnd from the command code on.
+std::vector<std::string> LoadRequests(const HeadlessProgram& program) {
+    std::vector<std::string> requests;
+    for (const std::string& request : program.RequestsSent())
+        if (const std::string code = request.substr(12, 2); code == "04" || code == "05" || code == "06")
+            requests.push_back(request.substr(12));
+    return requests;
+}
+
+TEST_F(Browser, SendsWhatAnUnattendedLoadSendsButForTheAddressOfTheConfiguration) {
+    std::vector<std::string> unattended;
+    {
+        HeadlessProgram run(Bus({Target("000F1B0000000001", "bootloader")}));
+        run.Write("both.twd", Package(IMAGE, CNE));
+        ASSERT_TRUE(run.Run("/D \"" + run.directory.file("both.twd") + "\""));
+        unattended = LoadRequests(run);
+    }
+    frmSelectFirmware* browser = Open();
+    Pick(browser, "both.twd");
+    browser->cmdLoadImageAndConfig->click();
+    std::vector<std::string> byHand = LoadRequests(*program);
+    ASSERT_EQ(byHand.size(), unattended.size());
+    ASSERT_EQ(byHand.size(), 1 + 5 + 1 + 1 + 1 + 1U); // 5000 bytes in five blocks, the configuration in one
+    // Of the configuration: operand bytes 28 to 31 of the start, 4 to 7 of its block.
+    for (const auto& [request, at] : {std::pair{7, 4 + 2 * 28}, std::pair{8, 4 + 2 * 4}}) {
+        EXPECT_EQ(byHand[request].substr(at, 8), "00000000");
+        EXPECT_EQ(unattended[request].substr(at, 8), "00001a20"); // 0x201A0000
+        byHand[request].replace(at, 8, "00001a20");
+    }
+    EXPECT_EQ(byHand, unattended);
+}
+
+} // namespace
+
+} // namespace testing_support

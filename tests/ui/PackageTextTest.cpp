@@ -1,0 +1,106 @@
+// What the firmware browser says of a package and lets the user do with it.
+#include "PackageText.h"
+#include "basApp.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+constexpr std::int64_t FILE_SIZE = 2000;
+
+TwdHeader Package() {
+    TwdHeader header;
+    header.Magic = TwdMagic;
+    header.ImageDate = {'2', '0', '0', '2', '0', '8', '3', '1'};
+    header.ImageTime = {'1', '5', '2', '5', '0', '3', ' ', ' '};
+    header.SoftwareID = 0x1234;
+    header.SoftwareVersion = 0x01020304;
+    header.HardwareID = 17;
+    header.VendorID = 0xF1B;
+    header.Image1 = {352, 0, 1000, 0};
+    header.Cne = {1352, 0, 100, 0};
+    header.InfoText = "for the bench";
+    return header;
+}
+
+BootloaderTarget Target() {
+    BootloaderTarget target;
+    target.Device.NodeNum = 3;
+    target.Info.HardwareModelID = 17;
+    target.Info.BootloaderVersion = 1;
+    target.DebugGUID = {0x00, 0x0F, 0x1B, 0, 0, 0, 0, 1};
+    return target;
+}
+
+TEST(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
+    using Change = void (*)(TwdHeader&, BootloaderTarget&);
+    const struct {
+        const char* what;
+        Change change;
+        bool overrideHardware, image, config, view;
+    } rows[] = {
+        {"all fits", [](TwdHeader&, BootloaderTarget&) {}, false, true, true, true},
+        {"other hardware", [](TwdHeader& p, BootloaderTarget&) { p.HardwareID = 18; }, false, false, false, true},
+        {"other hardware, override", [](TwdHeader& p, BootloaderTarget&) { p.HardwareID = 18; }, true, true, true,
+         true},
+        {"other vendor", [](TwdHeader& p, BootloaderTarget&) { p.VendorID = 1; }, false, true, true, true},
+        {"application runs", [](TwdHeader&, BootloaderTarget& t) { t.Info.BootloaderVersion = 0; }, true, false, false,
+         true},
+        {"off the bus", [](TwdHeader&, BootloaderTarget& t) { t.Device.NodeNum = 128; }, true, false, false, true},
+        {"no image", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = -1; }, false, false, true, true},
+        {"no configuration", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Length = 0; }, false, true, false, false},
+        {"image outside", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = 1649; }, false, false, true, true},
+        {"image to the end", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = 1648; }, false, true, true, true},
+        {"offset below 0", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Offset = -1; }, false, true, false, true},
+        {"length beyond 2 GB", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Length = 0x7FFFFFFF; }, false, true, false,
+         true},
+    };
+    for (const auto& row : rows) {
+        TwdHeader header = Package();
+        BootloaderTarget target = Target();
+        row.change(header, target);
+        packageText::View view;
+        packageText::Describe(view, header, &target, 63, row.overrideHardware, FILE_SIZE);
+        EXPECT_EQ(view.loadImage, row.image) << row.what;
+        EXPECT_EQ(view.loadConfig, row.config) << row.what;
+        EXPECT_EQ(view.viewConfig, row.view) << row.what;
+        EXPECT_EQ(view.loadBoth(), row.image && row.config) << row.what;
+    }
+}
+
+TEST(PackageText, SaysWhatStandsInThePackage) {
+    TwdHeader header = Package();
+    BootloaderTarget target = Target();
+    packageText::View view;
+    packageText::Describe(view, header, &target, 63, false, FILE_SIZE);
+    EXPECT_EQ(view.lblSoftwareID, "Software ID: 4660 (0x1234)");
+    EXPECT_EQ(view.lblSoftwareVersion, "Version: 16909060 (0x1020304)");
+    EXPECT_EQ(view.lblSoftwareInfo, "Info Text: for the bench");
+    EXPECT_EQ(view.lblCompatibleHardware, "version 17 (0x11) is compatible with the device");
+    EXPECT_EQ(view.lblVendorCompatibility, "vendor ID 3867 (0xF1B) is compatible with the device");
+    EXPECT_EQ(view.lblPackagesIncluded, "Packages included:  Image1  CNE");
+    EXPECT_EQ(view.lblSoftwareBuiltOn.rfind("Build date: 2002-08-31 15:25:03 utc / ", 0), 0U);
+    header.SoftwareVersion = 0xFFFFFF;
+    header.HardwareID = 18;
+    packageText::Describe(view, header, &target, 63, false, FILE_SIZE);
+    EXPECT_EQ(view.lblSoftwareVersion, "Version: 16777215 (0xFFFFFF) - private build");
+    EXPECT_EQ(view.lblCompatibleHardware, "version 18 (0x12) is NOT compatible with the device");
+    header.SoftwareVersion = 0;
+    packageText::Describe(view, header, nullptr, -101, false, FILE_SIZE);
+    EXPECT_EQ(view.lblSoftwareVersion, "Version: 0 (0x0) - missing information");
+    EXPECT_EQ(view.lblCompatibleHardware, "ERROR: Failed to get GUID from device Handle: 0xFFFFFF9B");
+}
+
+TEST(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
+    EXPECT_EQ(packageText::SizeText(0), "0 kB");
+    EXPECT_EQ(packageText::SizeText(2047), "1 kB");
+    EXPECT_EQ(packageText::SizeText(0xFFFFFFFF), "4194303 kB");
+    EXPECT_EQ(packageText::SizeText(0x100000000), "overflow");
+    EXPECT_EQ(packageText::SizeText(-1), "error");
+    EXPECT_EQ(packageText::ProgressText(65536, 131072, 1000), "65536 of 131072 bytes, 65.5 kB/s, 1 s left");
+    EXPECT_EQ(packageText::ProgressText(0, 131072, 0), "0 of 131072 bytes");
+}
+
+} // namespace

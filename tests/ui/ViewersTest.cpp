@@ -1,0 +1,135 @@
+// The windows that show a package's CNE data.
+#include "Viewers.h"
+#include "WindowTest.h"
+#include "basUtils.h"
+#include "frmConfig.h"
+#include "frmViewMemory.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QtTest/QTest>
+
+namespace testing_support {
+
+namespace {
+
+class Viewers : public WindowTest {
+protected:
+    void Show(const ByteArray& cne, std::uint32_t startAddress = 0) {
+        if (!program)
+            Start(Bus({}));
+        ShowCneData(cne, startAddress, "a.twd");
+        Pass(20);
+        memory = Newest<frmViewMemory>();
+    }
+    // So that the dump's box is so many bytes and a few pixels wide.
+    void Widen(int bytes) {
+        layout::Rectangle place = memory->place();
+        place.Width += 800 + bytes * 480 + 100 - layout::Twips(memory->txtNodeMemory->width());
+        for (int i = 0; i < 3; ++i) { // the box has a share of what its window gets
+            memory->setPlace(place);
+            Pass(20);
+            place.Width += 800 + bytes * 480 + 100 - layout::Twips(memory->txtNodeMemory->width());
+        }
+    }
+    std::string Dump(int columns) const {
+        return basUtils::FormatHexDump(memory->StartAddress, memory->ByteData(),
+                                       "<columnwidth = " + std::to_string(columns) + ">");
+    }
+    static std::string Clipboard() { return QApplication::clipboard()->text().toStdString(); }
+    frmViewMemory* memory = nullptr;
+};
+
+ByteArray Numbers(std::size_t count) {
+    ByteArray bytes(count);
+    for (std::size_t i = 0; i < count; ++i)
+        bytes[i] = static_cast<std::uint8_t>(i);
+    return bytes;
+}
+
+TEST_F(Viewers, ShowTheDataAsDumpAndAsText) {
+    Show({'[', 'G', 0, 'k', 0, 'v', 0, ']', 0}, 0xFC);
+    EXPECT_EQ(memory->windowTitle(), "View Memory - CNE data from 'a.twd'");
+    EXPECT_TRUE(memory->isVisible());
+    EXPECT_EQ(memory->txtNodeMemory->text(), Dump(16));
+    const auto* config = Newest<frmConfig>();
+    EXPECT_EQ(config->windowTitle(), "Config (CNE) data from 'a.twd'");
+    EXPECT_EQ(config->RTB1->toPlainText(), "+G\n  | k=v\n");
+    EXPECT_EQ(config->RTB1->size(), config->size());
+    EXPECT_EQ(clsLayoutManager::ControlType(config->RTB1), "RichTextBox");
+}
+
+TEST_F(Viewers, TakeTheFirstEmptySlotOfTheirList) {
+    Show(Numbers(9));
+    frmViewMemory* first = memory;
+    Show(Numbers(9));
+    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{first, memory}));
+    frmViewMemory* second = memory;
+    QTest::mouseClick(first->cmdClose, Qt::LeftButton);
+    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{nullptr, second}));
+    Pass(20);
+    Show({});
+    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{memory, second}));
+    EXPECT_EQ(memory->txtNodeMemory->text(), "");
+}
+
+TEST_F(Viewers, DrawAnewWhenTheirWidthIsGoodForOtherColumns) {
+    Show(Numbers(1023), 0xFFF0);
+    for (const int bytes : {12, 13, 8, 17, 24}) {
+        Widen(bytes);
+        EXPECT_EQ(memory->ColumnCount, bytes / 4 * 4);
+        EXPECT_EQ(memory->txtNodeMemory->text(), Dump(bytes / 4 * 4));
+    }
+    memory->setByteData({7}); // a single byte is never drawn anew
+    Widen(8);
+    EXPECT_EQ(memory->ColumnCount, 24);
+}
+
+TEST_F(Viewers, CopyTheLinesThatKeysAndMouseSelect) {
+    Show(Numbers(165)); // ten lines of 16 and one of 5
+    HexDumpView* view = memory->txtNodeMemory;
+    const auto lines = [&](std::size_t first, std::size_t count) {
+        return basUtils::HexDumpLines(0, memory->ByteData(), 16, first, count);
+    };
+    const int height = view->fontMetrics().height();
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, {30, height + 2});
+    QTest::keyClick(view, Qt::Key_Down, Qt::ShiftModifier);
+    view->copy();
+    EXPECT_EQ(Clipboard(), lines(1, 2));
+    QTest::keyClick(view, Qt::Key_End);
+    EXPECT_EQ(view->selectedText(), lines(10, 1));
+    QTest::keyClick(view, Qt::Key_Home, Qt::ShiftModifier);
+    EXPECT_EQ(view->selectedText(), Dump(16));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, {30, view->height() - 20}); // below the last line
+    EXPECT_EQ(view->selectedText(), lines(10, 1));
+    view->selectAll();
+    view->copy();
+    EXPECT_EQ(Clipboard(), Dump(16));
+}
+
+TEST_F(Viewers, FindBytesAndTellWhenThereAreNone) {
+    Show(Numbers(4096));
+    const auto find = [&](const char* text) {
+        memory->txtFind->setText(text);
+        QTest::keyClick(memory->txtFind, Qt::Key_Return);
+        return memory->txtNodeMemory->selectedText().substr(0, 7);
+    };
+    EXPECT_EQ(find("1F 20 21"), "0x10: 1"); // over the end of a line
+    EXPECT_EQ(find("1F 20 21"), "0x110: ");
+    EXPECT_EQ(find("FF"), "0x1F0: ");
+    EXPECT_TRUE(Told().empty() || !WasTold("does not stand"));
+    find("no such text");
+    EXPECT_TRUE(WasTold("Find: 'no such text' does not stand in this memory."));
+}
+
+TEST_F(Viewers, WarnOfALayoutKeeperThatIsGone) {
+    Start(Bus({}));
+    auto* config = new frmConfig; // never loaded
+    parent().AddChild(config);
+    config->Unload();
+    EXPECT_TRUE(WasTold("clsLayoutMan terminated prior to form termination."));
+}
+
+} // namespace
+
+} // namespace testing_support
