@@ -1,6 +1,7 @@
 // What the windows cost, offscreen: the redraw of a full bus, a config ROM as rows and in its
 // window, and messages into a status window. The bus takes no time and the clock is the virtual
 // one, so that only our own work is measured.
+#include "CneText.h"
 #include "ConfigRomText.h"
 #include "HeadlessProgram.h"
 #include "MDIForm1.h"
@@ -10,10 +11,12 @@
 #include "bas1394.h"
 #include "basApp.h"
 #include "basBootloader.h"
+#include "basUtils.h"
 #include "frmConfigROM.h"
 #include "frmMain.h"
 #include "frmShell.h"
 #include "frmStatus.h"
+#include "frmViewMemory.h"
 
 #include <QApplication>
 
@@ -196,6 +199,65 @@ void PollOfASilentDevice(benchmark::State& state) {
     state.counters["bus_ms_a_poll"] = longest;
 }
 BENCHMARK(PollOfASilentDevice)->Iterations(5);
+
+ByteArray EveryByte(std::size_t count) {
+    ByteArray bytes(count);
+    for (std::size_t i = 0; i < count; ++i)
+        bytes[i] = static_cast<std::uint8_t>(i * 31 + i / 256);
+    return bytes;
+}
+
+void HexDumpOf1MB(benchmark::State& state) {
+    const ByteArray bytes = EveryByte(1 << 20);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(basUtils::FormatHexDump(0xC000, bytes, "<columnwidth = 4>"));
+}
+BENCHMARK(HexDumpOf1MB)->Unit(benchmark::kMillisecond);
+
+// Until the first painting is done.
+void MemoryWindowOf16MB(benchmark::State& state) {
+    const ByteArray bytes = EveryByte(16 << 20);
+    const ProgramWithWindows program(1);
+    for (auto _ : state) {
+        auto* window = new frmViewMemory;
+        windows::globals.parent->AddChild(window);
+        window->Form_Load();
+        window->setByteData(bytes);
+        windows::globals.parent->ShowChild(window);
+        QCoreApplication::processEvents();
+        state.PauseTiming();
+        if (window->txtNodeMemory->lineCount() != 1 << 20)
+            return state.SkipWithError("the window doesn't hold 16 bytes a line");
+        window->Unload();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(MemoryWindowOf16MB)->Unit(benchmark::kMillisecond);
+
+// Groups with 20 pairs each, four deep; the argument's other choices are a flood of brackets and noise.
+ByteArray CneOf1MB(std::int64_t kind) {
+    if (kind == 1)
+        return ByteArray(1 << 20, '[');
+    if (kind == 2)
+        return EveryByte(1 << 20);
+    std::string text;
+    for (int group = 0; text.size() < 1 << 20; ++group) {
+        text += fmt::format("[Group{}", group) + '\0';
+        for (int pair = 0; pair < 20; ++pair)
+            text += fmt::format("key{}", pair) + '\0' + fmt::format("value of {}", pair) + '\0';
+        if (group % 4 == 3)
+            text += std::string("]\0]\0]\0]\0", 8);
+    }
+    return {text.begin(), text.end()};
+}
+
+void CneTextOf1MB(benchmark::State& state) {
+    const ByteArray cne = CneOf1MB(state.range(0));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(cneText::TextOf(cne));
+}
+BENCHMARK(CneTextOf1MB)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 // Memory behind `step` done 100 times, and behind ten times as often again.
 template <class Step> void ReportMemory(benchmark::State& state, Step step) {
