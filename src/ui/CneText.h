@@ -15,7 +15,7 @@ inline constexpr std::size_t DEEPEST_INDENT = 64;
 // Characters of a text; behind the line that passes them stands that the text was cut.
 inline constexpr std::size_t LONGEST_TEXT = 4 << 20;
 // Characters of a line; a longer one goes on in the next. No view lays out a line of megabytes.
-inline constexpr std::size_t LONGEST_LINE = 65536;
+inline constexpr std::size_t LONGEST_LINE = 16384;
 
 // Inside a group a line for each pair, "key=value", indented by depth. Line ends are CR LF.
 std::string TextOf(const ByteArray& cne);

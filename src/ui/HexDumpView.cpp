@@ -94,7 +94,7 @@ void HexDumpView::selectAll() {
 void HexDumpView::copy() {
     if (current_ < 0)
         return;
-    QApplication::setOverrideCursor(Qt::WaitCursor); // all of 16 MB are 130 MB of text
+    QApplication::setOverrideCursor(Qt::WaitCursor); // all of 16 MB are up to 120 MB of text
     QApplication::clipboard()->setText(QString::fromStdString(selectedText()));
     QApplication::restoreOverrideCursor();
 }

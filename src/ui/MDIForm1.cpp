@@ -266,6 +266,8 @@ void MDIForm1::MDIForm_Unload() {
     for (frmStatus*& slot : windows::globals.statusWindows)
         if (frmStatus* status = std::exchange(slot, nullptr))
             status->Unload();
+    for (QMdiSubWindow* frame : mdiArea->subWindowList()) // ROMs, viewers, help: each keeps its place
+        frame->close();
     if (windows::hooks.shutdownApplication)
         windows::hooks.shutdownApplication();
 }

@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char* MODULE = "frmSelectFirmware";
 constexpr std::uint32_t PAUSE_AFTER_LOAD = 200; // ms
-constexpr std::int32_t BAR_UNIT = 131072;       // bytes of a reader's progress
+constexpr std::int32_t UNIT_KILOBYTES = 128;    // a unit of a reader's progress
 constexpr std::size_t SMALLEST_PACKAGE = 98;    // what isn't even this was not read
 
 void Log(const std::string& text, std::int32_t level) {
@@ -175,10 +175,10 @@ void frmSelectFirmware::ShowProgress(const DownloadProgress& progress) {
 
 basUtils::ReadProgress frmSelectFirmware::ReadingProgress() {
     return {[this](std::int32_t maximum) {
-                pgbReadFile->setRange(0, std::max(1, maximum * (BAR_UNIT / 1024)));
+                pgbReadFile->setRange(0, std::max(1, maximum * UNIT_KILOBYTES));
                 pgbReadFile->setValue(0);
             },
-            [this](double value) { pgbReadFile->setValue(int(value * (BAR_UNIT / 1024))); },
+            [this](double value) { pgbReadFile->setValue(int(value * UNIT_KILOBYTES)); },
             [this] { pgbReadFile->repaint(); }};
 }
 

@@ -10,6 +10,12 @@
 
 #include <utility>
 
+namespace {
+
+constexpr int GAP = 6; // pixels between controls
+
+} // namespace
+
 frmViewMemory::frmViewMemory()
     : Form("frmViewMemory", "Memory Viewer"), fraBounding(new QGroupBox(this)),
       txtNodeMemory(new HexDumpView(fraBounding)), txtFind(new QLineEdit(fraBounding)),
@@ -19,12 +25,12 @@ frmViewMemory::frmViewMemory()
     txtFind->setObjectName("txtFind");
     cmdClose->setObjectName("cmdClose");
 
-    const int gap = 6, width = 580, height = 340; // 16 bytes a line
-    const int line = fontMetrics().height() + 10, buttonWidth = fontMetrics().horizontalAdvance("Close") + 50;
-    fraBounding->setGeometry(0, 0, width + 2 * gap, height + line + 3 * gap);
-    txtNodeMemory->setGeometry(gap, gap, width, height);
-    txtFind->setGeometry(gap, height + 2 * gap, width - buttonWidth - gap, line);
-    cmdClose->setGeometry(width + gap - buttonWidth, height + 2 * gap, buttonWidth, line);
+    const int width = 580, height = 340; // 16 bytes a line
+    const int line = FindLineHeight(), buttonWidth = fontMetrics().horizontalAdvance("Close") + 50;
+    fraBounding->setGeometry(0, 0, width + 2 * GAP, height + line + 3 * GAP);
+    txtNodeMemory->setGeometry(GAP, GAP, width, height);
+    txtFind->setGeometry(GAP, height + 2 * GAP, width - buttonWidth - GAP, line);
+    cmdClose->setGeometry(width + GAP - buttonWidth, height + 2 * GAP, buttonWidth, line);
     setMinimumSize(300, 160);
 
     txtFind->setPlaceholderText("Find hex bytes (0A 1B) or text (Ctrl+F, then Enter)");
@@ -65,10 +71,24 @@ void frmViewMemory::FindNext() {
         platform::CurrentDialogs().MessageBox(fmt::format("'{}' does not stand in this memory.", text), "Find");
 }
 
+int frmViewMemory::FindLineHeight() const {
+    return fontMetrics().height() + 10;
+}
+
+// A line to type in that shrank and grew with the window couldn't be read in a small one: it keeps its
+// height, the dump takes what is left.
+void frmViewMemory::KeepFindLine() {
+    const int line = FindLineHeight(), top = fraBounding->height() - line - GAP;
+    for (QWidget* control : {static_cast<QWidget*>(txtFind), static_cast<QWidget*>(cmdClose)})
+        control->setGeometry(control->x(), top, control->width(), line);
+    txtNodeMemory->resize(txtNodeMemory->width(), top - GAP - txtNodeMemory->y());
+}
+
 void frmViewMemory::Form_Resize() {
     if (!layout_)
         return;
     layout_->ResizeForm();
+    KeepFindLine();
     if (ByteData().size() <= 1)
         return;
     const std::int32_t columns = hexDump::ColumnsOfWidth(layout::Twips(txtNodeMemory->width()));

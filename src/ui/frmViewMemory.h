@@ -36,6 +36,8 @@ protected:
 
 private:
     void FindNext();
+    int FindLineHeight() const;
+    void KeepFindLine();
 
     std::unique_ptr<clsLayoutManager> layout_;
 };

@@ -52,7 +52,7 @@ TEST(CneText, OfHostileDataStaysBounded) {
     EXPECT_TRUE(million.ends_with(cut));
     EXPECT_LT(million.size(), 4'300'000U);
     const std::string line = cneText::TextOf(ByteArray(200'000, 'x'));
-    EXPECT_EQ(line.size(), 200'000U + 2 * 3); // in lines of 65,536
+    EXPECT_EQ(line.size(), 200'000U + 2 * 12); // in lines of 16,384
 }
 
 TEST(HexDump, WidensInStepsOfFourBytes) {
