@@ -209,7 +209,9 @@ void frmSelectFirmware::cmdViewConfig_Click() {
     const auto view = [this] {
         ListView1->setFocus();
         TwdHeader package;
+        const std::string status = lblStatus->text().toStdString();
         LoadTWD(SelectedPath(), package);
+        Status(status);
         if (package.FileData.size() < SMALLEST_PACKAGE) {
             Log(fmt::format("ERROR: could not read file '{}'", SelectedName()), LEVEL_TRACE);
             return;
