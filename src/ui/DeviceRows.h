@@ -31,9 +31,8 @@ Row RowOf(const Device& device);
 // What to do when the bus shows nothing to work on; empty while it is being read, or when it does.
 std::string Hint();
 
-// Whether the ID column's text is worth remembering as the selected one: 16 digits less blanks,
-// not all zero and not beginning with a letter, which no text of the grid and no vendor's ID does
-// that is met in practice.
+// Whether the ID column's text is worth remembering as the selected one: 16 hexadecimal digits less
+// blanks, not all zero, and beginning with one of 0 to 9.
 bool IsMemorableId(const std::string& idColumn);
 
 // Twips (15 to a pixel) of each column; a width that isn't above 0 leaves a column alone.

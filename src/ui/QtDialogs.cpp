@@ -1,17 +1,11 @@
 #include "QtDialogs.h"
 
+#include "Controls.h"
+
 #include <QApplication>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
-
-namespace {
-
-QString Q(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
-} // namespace
 
 QtDialogs::QtDialogs() {
     platform::UseDialogs(this);

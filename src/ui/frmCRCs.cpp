@@ -1,5 +1,6 @@
 #include "frmCRCs.h"
 
+#include "Controls.h"
 #include "Guarded.h"
 #include "Windows.h"
 #include "basBootloader.h"
@@ -11,19 +12,15 @@
 #include <fmt/format.h>
 
 frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
-    const auto named = [](auto* widget, const char* name) {
-        widget->setObjectName(name);
-        return widget;
-    };
     const int gap = 8, line = fontMetrics().height() + 10, width = fontMetrics().averageCharWidth() * 90;
-    Frame2 = named(new QGroupBox("Device Details", this), "Frame2");
+    Frame2 = Named(new QGroupBox("Device Details", this), "Frame2");
     Frame2->setGeometry(gap, gap, width, 2 * line + gap);
-    txtDeviceDetails = named(new QLineEdit(Frame2), "txtDeviceDetails");
+    txtDeviceDetails = Named(new QLineEdit(Frame2), "txtDeviceDetails");
     txtDeviceDetails->setGeometry(gap, line - 2, width - 2 * gap, line);
     txtDeviceDetails->setReadOnly(true);
     int top = Frame2->geometry().bottom() + gap;
     const auto label = [&](const char* name) {
-        auto* made = named(new QLabel(this), name);
+        auto* made = Named(new QLabel(this), name);
         made->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
         made->setGeometry(2 * gap, top, width - 2 * gap, line);
         MakeCopyable(made);
@@ -35,9 +32,9 @@ frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
     lblDebuggerCRC = label("lblDebuggerCRC");
     lblCNE_CRC = label("lblCNE_CRC");
     top += gap;
-    chkAlwaysOnTop = named(new QCheckBox("Always on &Top", this), "chkAlwaysOnTop");
+    chkAlwaysOnTop = Named(new QCheckBox("Always on &Top", this), "chkAlwaysOnTop");
     chkAlwaysOnTop->setGeometry(2 * gap, top, width / 2, line);
-    cmdClose = named(new QPushButton("&Close", this), "cmdClose");
+    cmdClose = Named(new QPushButton("&Close", this), "cmdClose");
     cmdClose->setGeometry(width - 10 * line / 3, top, 10 * line / 3, line);
     connect(cmdClose, &QPushButton::clicked, this, [this] { Unload(); });
 }

@@ -1,6 +1,7 @@
 #include "frmMain.h"
 
 #include "BusEnumeration.h"
+#include "Controls.h"
 #include "MDIForm1.h"
 #include "WindowSettings.h"
 #include "Windows.h"
@@ -23,15 +24,6 @@ namespace {
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
 constexpr std::int32_t HINT_DELAY = 500;          // ms, for a start after which no bus is read
-
-QString Q(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
-template <class Widget> Widget* Named(Widget* widget, const char* name) {
-    widget->setObjectName(name);
-    return widget;
-}
 
 } // namespace
 

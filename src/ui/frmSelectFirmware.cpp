@@ -1,6 +1,7 @@
 #include "frmSelectFirmware.h"
 
 #include "CodePage.h"
+#include "Controls.h"
 #include "Dialogs.h"
 #include "Guarded.h"
 #include "MDIForm1.h"
@@ -34,10 +35,6 @@ constexpr std::int64_t HEADER_LIMIT = 512; // what a click reads
 enum Column { FILENAME, UPDATED, SIZE };
 constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, where its text isn't
 
-QString Q(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
 class FileItem : public QTreeWidgetItem {
 public:
     using QTreeWidgetItem::QTreeWidgetItem;
@@ -51,11 +48,6 @@ public:
 
 platform::FileTime LastWriteTime(const QFileInfo& file) {
     return platform::FileTimeFromUnix(file.lastModified().toMSecsSinceEpoch() * 1'000'000);
-}
-
-template <class Widget> Widget* Named(Widget* widget, const char* name) {
-    widget->setObjectName(name);
-    return widget;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "frmShell.h"
 
 #include "CodePage.h"
+#include "Controls.h"
 #include "Guarded.h"
 #include "WindowSettings.h"
 #include "Windows.h"
@@ -28,10 +29,6 @@ constexpr int PASSES_PER_TICK = 3;
 constexpr std::uint8_t PASTE = 22;         // Control V
 constexpr std::size_t PASTE_PIECE = 256;   // bytes; a longer paste leaves the windows their turns
 constexpr std::int32_t PASTE_INTERVAL = 1; // ms
-
-QString Q(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
@@ -79,24 +76,20 @@ frmShell::frmShell() : Form("frmShell", "Tarnwell 1394 Shell Window") {
 }
 
 void frmShell::BuildControls() {
-    const auto named = [](auto* widget, const char* name) {
-        widget->setObjectName(name);
-        return widget;
-    };
     const int gap = 6, line = fontMetrics().height() + 10;
     txtShell = new ShellTerminal(nullptr);
     const QFontMetrics fixed(txtShell->font());
     const int width = fixed.averageCharWidth() * 80 + 60, height = fixed.lineSpacing() * 25 + 20;
 
-    Frame2 = named(new QGroupBox("Device Details", this), "Frame2");
+    Frame2 = Named(new QGroupBox("Device Details", this), "Frame2");
     Frame2->setGeometry(gap, gap, width, 2 * line);
-    cmbDeviceDetails = named(new QComboBox(Frame2), "cmbDeviceDetails");
+    cmbDeviceDetails = Named(new QComboBox(Frame2), "cmbDeviceDetails");
     cmbDeviceDetails->setGeometry(gap, line - 4, width - 40, line);
     cmbDeviceDetails->setEditable(true); // it also shows texts that aren't in its list
     cmbDeviceDetails->setInsertPolicy(QComboBox::NoInsert);
     cmbDeviceDetails->lineEdit()->setReadOnly(true);
-    imgConnected = named(new QLabel(Frame2), "imgConnected");
-    imgNotConnected = named(new QLabel(Frame2), "imgNotConnected");
+    imgConnected = Named(new QLabel(Frame2), "imgConnected");
+    imgNotConnected = Named(new QLabel(Frame2), "imgNotConnected");
     imgConnected->setPixmap(Lamp(QColor(0x2e, 0xa0, 0x43)));
     imgConnected->setToolTip("Connected: the device's console answers");
     imgNotConnected->setPixmap(Lamp(QColor(0xb0, 0x30, 0x30)));
@@ -104,16 +97,16 @@ void frmShell::BuildControls() {
     for (QLabel* picture : {imgConnected, imgNotConnected})
         picture->setGeometry(width - 28, line - 2, 22, 22);
 
-    fraRawInterface = named(new QGroupBox("Raw Command Interface", this), "fraRawInterface");
+    fraRawInterface = Named(new QGroupBox("Raw Command Interface", this), "fraRawInterface");
     fraRawInterface->setGeometry(gap, Frame2->geometry().bottom() + gap, width, height + line + gap);
     txtShell->setParent(fraRawInterface);
-    named(txtShell, "txtShell")->setGeometry(gap, line - 4, width - 2 * gap, height);
+    Named(txtShell, "txtShell")->setGeometry(gap, line - 4, width - 2 * gap, height);
     txtShell->keyPress = [this](std::uint8_t keyAscii) { txtShell_KeyPress(keyAscii); };
 
-    fraInvisible = named(new QGroupBox("Invisible Controls", this), "fraInvisible");
+    fraInvisible = Named(new QGroupBox("Invisible Controls", this), "fraInvisible");
     fraInvisible->hide();
-    chkAlwaysOnTop = named(new QCheckBox("Always on &Top", fraInvisible), "chkAlwaysOnTop");
-    cmdCheckForData = named(new QPushButton("Re-enable polling", fraInvisible), "cmdCheckForData");
+    chkAlwaysOnTop = Named(new QCheckBox("Always on &Top", fraInvisible), "chkAlwaysOnTop");
+    cmdCheckForData = Named(new QPushButton("Re-enable polling", fraInvisible), "cmdCheckForData");
 
     connect(cmdCheckForData, &QPushButton::clicked, this, [this] {
         tmrPollForShellData->setEnabled(true);

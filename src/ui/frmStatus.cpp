@@ -2,6 +2,7 @@
 
 #include "Clock.h"
 #include "CodePage.h"
+#include "Controls.h"
 #include "Failure.h"
 #include "MDIForm1.h"
 #include "WindowSettings.h"
@@ -19,10 +20,6 @@ namespace {
 
 constexpr int MAXIMUM_ROW_COUNT = 500;     // the heading counts
 constexpr std::int32_t SHOW_INTERVAL = 50; // ms between two paintings of new rows
-
-QString Q(std::string_view text) {
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
 
 } // namespace
 
