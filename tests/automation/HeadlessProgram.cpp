@@ -20,9 +20,7 @@
 
 namespace testing_support {
 
-namespace {
-
-void ResetGlobals() {
+void HeadlessProgram::ResetGlobals() {
     basApp::globals = {};
     basDebug::globals = {};
     bas1394::globals = {};
@@ -30,8 +28,6 @@ void ResetGlobals() {
     basAutomation::globals = {};
     wiring::globals = {};
 }
-
-} // namespace
 
 HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) : lowestLevel_(lowestLevel) {
     setenv("XDG_RUNTIME_DIR", directory.path().c_str(), 1); // named mutexes and the instance of this test alone
@@ -130,18 +126,39 @@ std::string HeadlessProgram::Read(const std::string& name) const {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-bool HeadlessProgram::Said(const std::string& part) const {
-    return std::any_of(messages.begin(), messages.end(),
-                       [&](const Message& message) { return message.text.find(part) != std::string::npos; });
+std::vector<std::string> HeadlessProgram::Told() const {
+    std::vector<std::string> texts;
+    for (const Message& message : messages)
+        texts.push_back(message.text);
+    for (const auto& box : dialogs.shown)
+        texts.push_back(box.caption + ": " + box.text);
+    return texts;
 }
 
-bool HeadlessProgram::SaidAtLevel(std::int32_t level) const {
-    return std::any_of(messages.begin(), messages.end(),
-                       [&](const Message& message) { return message.level == level; });
+bool HeadlessProgram::Said(const std::string& part) const {
+    return std::ranges::any_of(Told(), [&](const std::string& text) { return text.find(part) != text.npos; });
 }
 
 std::vector<std::string> HeadlessProgram::RequestsSent() const {
-    return WrittenTo("0xffffc8021000");
+    constexpr std::size_t HEADER = 2 * 6;
+    std::vector<std::string> requests = WrittenTo("0xffffc8021000");
+    for (std::string& request : requests)
+        request.erase(0, HEADER);
+    return requests;
+}
+
+std::string HeadlessProgram::Changes(std::size_t from) const {
+    std::string changes;
+    const std::vector<std::string> requests = RequestsSent();
+    for (std::size_t i = from; i < requests.size(); ++i) {
+        const int code = std::stoi(requests[i].substr(0, 2), nullptr, 16);
+        if (code == 1 || code == 8 || code == 14 || code == 15) // those of a bus reset and of an open shell
+            continue;
+        changes += fmt::format(" {}", code);
+        if (code == 10 || code == 11)
+            changes += fmt::format("({})", requests[i].substr(4));
+    }
+    return changes;
 }
 
 std::vector<std::string> HeadlessProgram::WrittenTo(const std::string& address) const {

@@ -29,6 +29,7 @@ public:
     ~HeadlessProgram();
     HeadlessProgram(const HeadlessProgram&) = delete;
     HeadlessProgram& operator=(const HeadlessProgram&) = delete;
+    static void ResetGlobals(); // of all modules, as a program that begins has them
 
     // A file of the program directory, with its folders.
     void Write(const std::string& name, const ByteArray& bytes) const;
@@ -38,10 +39,13 @@ public:
     // From Main until the program has ended. False when it is still there after so much bus time.
     bool Run(const std::string& commandLine, std::int64_t limitMilliseconds = 600'000);
 
-    bool Said(const std::string& part) const; // a message holds this text
-    bool SaidAtLevel(std::int32_t level) const;
-    // The requests that crossed the bus, in order, in hex. Byte 6 of each is its command code.
+    std::vector<std::string> Told() const;    // texts of all messages and dialogs
+    bool Said(const std::string& part) const; // one of them holds this text
+    // The requests that crossed the bus, in order, in hex from their command code on.
     std::vector<std::string> RequestsSent() const;
+    // The codes of those behind the first `from` that change a device or take it away, GUID and MAC with
+    // their operands: " 2 10(3322110077665544) 17" is a reset, a new GUID, the start of an image.
+    std::string Changes(std::size_t from = 0) const;
     std::vector<std::string> WrittenTo(const std::string& address) const; // in hex, "0xffffc8021040"
     ByteArray Flash(std::uint32_t node, const char* section) const;
 

@@ -3,11 +3,11 @@
 #include "Paths.h"
 #include "basApp.h"
 #include "basAutomation.h"
+#include "basUtils.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <ranges>
 #include <regex>
 
 #include <gtest/gtest.h>
@@ -25,100 +25,63 @@ std::string BusOfTwo(const std::string& faults = {}) {
            Target(SECOND, "bootloader") + R"(, {"kind": "host"}], "faults": [)" + faults + "]}";
 }
 
-std::string Items(const std::string& text) {
-    basAutomation::ItemReader reader(text);
-    std::string items;
-    while (!reader.AtEnd())
-        items += "[" + std::string(reader.Next()) + "]";
-    return items;
-}
-
-std::string Words(const std::string& text) {
-    std::string line = text, joined;
-    std::vector<std::string> words;
-    basAutomation::SplitArguments(line, words);
-    for (const std::string& word : words)
-        joined += "[" + word + "]";
-    return joined;
-}
-
-TEST(KeyBatchText, FollowsItsRules) {
-    struct Row {
-        std::string (*rule)(const std::string&);
-        std::string text, expected;
-    };
-    const auto withoutTags = [](const std::string& line) { return basAutomation::StripHTML(line); };
-    const auto withoutComments = [](const std::string& line) { return basAutomation::StripComments(line); };
-    const Row rows[] = {
-        {Items, "a b,c\r\nd\re\n\nf", "[a b][c][d][e][][f]"},
-        {Items, "  a\"b\" , \"c,\r\nd\"  ,e", "[a\"b\" ][c,\r\nd][e]"},
-        {Items, "\"a\"b\n\"c, no end\nd", "[a][b][c, no end\nd]"},
-        {withoutComments, "# all of it", ""},
-        {withoutComments, "write x # y # z", "write x #"},
-        {withoutTags, "<p>read <b>a</b></p>", "read a"},
-        {withoutTags, "<a<b>c", "c"},
-        {withoutTags, "<a>b<c", "b<c"},
-        {withoutTags, "a>b<c>d", "a>bd"},
-        {Words, "read\t\tx  y", "[read][x][y]"},
-        {Words, " read x ", "[][read][x][]"},
-        {basAutomation::ReportFileName, "A.HTML", "A.out.html"},
-        {basAutomation::ReportFileName, "a.Txt.txt", "a.out.txt.out.txt"},
-        {basAutomation::ReportFileName, "keys", "keys.out.html"},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(row.rule(row.text), row.expected) << row.text;
+TEST(KeyBatchText, TurnsTheNameOfABatchIntoThatOfItsReport) {
+    EXPECT_EQ(basAutomation::ReportFileName("A.HTML"), "A.out.html");
+    EXPECT_EQ(basAutomation::ReportFileName("a.Txt.txt"), "a.out.txt.out.txt");
+    EXPECT_EQ(basAutomation::ReportFileName("keys"), "keys.out.html");
 }
 
 // "R 02 K>f" is a read, "W 02 K=value" a write.
 std::string Summary(const std::vector<KeyOperation>& operations) {
     std::string text;
-    for (std::size_t i = 1; i < operations.size(); ++i) {
-        const KeyOperation& operation = operations[i];
-        text += operation.Operation == 1 ? "R " : "W ";
-        for (const std::uint8_t byte : operation.DeviceId)
-            text += fmt::format("{:02X}", byte);
-        text += " " + operation.KeyName + (operation.Operation == 1 ? ">" + operation.DataFile : "=");
-        text += std::string(operation.Data.begin(), operation.Data.end()) + "; ";
+    for (const KeyOperation& operation : operations | std::views::drop(1)) {
+        const bool isRead = operation.Operation == 1;
+        text +=
+            (isRead ? "R " : "W ") + basUtils::ByteArrayToHexString(operation.DeviceId, 8) + " " + operation.KeyName;
+        text += (isRead ? ">" + operation.DataFile : "=" + std::string(operation.Data.begin(), operation.Data.end())) +
+                "; ";
     }
     return text;
 }
 
 TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
-    struct Row {
-        std::string batch, operations, message;
-    };
-    const std::string invalid = "GetKeyOperationsFromFile: Invalid key operation (first parameter) specified in b.html";
+    const std::string procedure = "GetKeyOperationsFromFile: ", failed = "GetKeyOperationsFromFile failed to ",
+                      invalid = procedure + "Invalid key operation (first parameter) specified in b.html",
+                      past = "Error #62: Input past end of file in GetKey", tag = "StripHTML: HtmlParse ERROR - ";
     std::string junk;
     for (int i = 0; i < 2000; ++i)
         junk += "x\n";
-    const Row rows[] = {
+    const struct {
+        std::string batch, operations, message;
+    } rows[] = {
         {"<td>READ --Single K</td>\n# x\n<br>\nread 0x0011223344556677 K f more", "R 02 K>; R 0011223344556677 K>f; ",
          ""},
-        {"read --single K # note", "R 02 K>#; ", ""},
+        {"read --single K # note # more", "R 02 K>#; ", ""},
+        {"read 02 <a<b>c>d</b>", "R 02 c>d>; ", tag + "'>' with no '<', line 1.  Exiting abnormally."},
+        {"\nread 02 <a>K<b", "R 02 K<b>; ", tag + "'<' with no '>', line 2.  Exiting abnormally."},
+        {"read 02\t\tK  f\rread 02 L,read 02 M\r\n\n", "R 02 K>f; R 02 L>; R 02 M>; ", ""},
+        {"\"read 02,\nK\"read 02 L\n  read 02 a\"b\" ", "R 02 L>; R 02 a\"b\">; ", procedure + "read operation takes"},
+        {"\"read 02 K", "R 02 K>; ", ""},
         {"read 02 K, note", "R 02 K>; ", invalid},
         {"<td> read --single K", "", invalid},
         {"write 02 K value.txt", "W 02 K=ab,c; ", ""},
         {"write 02 K", "", ""},
-        {"read X", "", "GetKeyOperationsFromFile: read operation takes 2 or 3 arguments, not 1"},
-        {"write 02 K none.txt", "", "GetKeyOperationsFromFile: key data file 'none.txt' not found!"},
-        {"write 02 K blank.txt", "", "GetKeyOperationsFromFile failed to read data from file 'blank.txt'!"},
-        {"write 02 K empty.txt", "", "Error #62: Input past end of file in GetKeyDataFromFile"},
-        {"read 123 K", "R 00 K>; ",
-         "Error #30742: Error: invalid hex string - 2 chars per byte - this one is not divisible by 2: '123' in "
-         "GetKeyOperationsFromFile"},
+        {"read X", "", procedure + "read operation takes 2 or 3 arguments, not 1"},
+        {"write 02 K none.txt", "", procedure + "key data file 'none.txt' not found!"},
+        {"write 02 K blank.txt", "", failed + "read data from file 'blank.txt'!"},
+        {"write 02 K empty.txt", "", past + "DataFromFile"},
+        {"read 123 K", "R 00 K>; ", "2 chars per byte - this one is not divisible by 2: '123' in GetKeyOperations"},
         {"read xy K", "R 00 K>; ", "Error #13: "},
-        {"\nread 02 K <b", "R 02 K><b; ", "StripHTML: HtmlParse ERROR - '<' with no '>', line 2.  Exiting abnormally."},
-        {"b>", "", "StripHTML: HtmlParse ERROR - '>' with no '<', line 1.  Exiting abnormally."},
-        {"", "", "Error #62: Input past end of file in GetKeyOperationsFromFile"},
+        {"", "", past + "OperationsFromFile"},
         {junk, "", "\"b.html\" has more than 1000 faults; the others are not listed."},
-        {"write 02 K " + std::string(1'000'000, '/'), "", "GetKeyOperationsFromFile: key data file '///"},
+        {"write 02 K " + std::string(1'000'000, '/'), "", procedure + "key data file '///"},
     };
     HeadlessProgram program(BusOfTwo());
     platform::ChangeDirectory(program.directory.path());
     program.Write("value.txt", std::string("# head\r\n<b> a</b>,\r\n\"b,<x>c\"\r\n"));
     program.Write("blank.txt", std::string("# nothing\r\n"));
     program.Write("empty.txt", std::string());
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.batch.substr(0, 60));
         std::vector<KeyOperation> operations;
         program.messages.clear();
@@ -182,9 +145,6 @@ TEST(KeyBatch, LeavesAReportAndADataFileForEachOperationThatWorked) {
     EXPECT_EQ(Comparable(program.Read("keys/000F1B0000000001.txt")),
               DataFile("000F1B0000000001.txt", "Read", "BLOB", std::string("\0\xff\r\n\x10", 5)));
     EXPECT_EQ(Comparable(program.Read("keys/name.txt")), DataFile("name.txt", "Write", "NAME", "Bench"));
-    ByteArray again;
-    EXPECT_EQ(basAutomation::GetKeyDataFromFile(program.directory.file("keys/name.txt"), again), 1);
-    EXPECT_EQ(again, (ByteArray{'B', 'e', 'n', 'c', 'h'}));
     EXPECT_FALSE(std::filesystem::exists(program.directory.file("keys/one.txt")));
     for (const char* message :
          {"PerformKeyOperations: received 1 bytes from target", "  data='TX-9'", "# FAILED, code 0xFFFFFFFF",
@@ -195,105 +155,73 @@ TEST(KeyBatch, LeavesAReportAndADataFileForEachOperationThatWorked) {
 }
 
 TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
-    struct Row {
-        const char *batch, *message, *report; // part of it; null when there is none
-    };
-    const Row rows[] = {
-        {nullptr,
-         "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ",
-         nullptr},
+    const std::string removal = "DumpKeyBatchOutput: failed to remove existing file";
+    const struct {
+        const char* batch;
+        std::string message, report; // a part of it; empty when there is none
+    } rows[] = {
+        {"",
+         "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ", ""},
         {"# no work", "PerformKeyBatchOperation error: PerformKeyOperations returned code 0xFFFFFFFF",
-         "# 0 operations performed."},
-        {"read --single MODEL folder",
-         "DumpKeyBatchOutput: failed to remove existing file'folder', aborting operation!",
-         "# 1 operations performed."},
-        {"read --single MODEL b.txt", "DumpKeyBatchOutput: failed to remove existing file'b.txt', aborting operation!",
-         "# 1 operations performed."},
+         "# 0 operations"},
+        {"read --single MODEL folder", removal + "'folder', aborting operation!", "# 1 operations performed."},
+        {"read --single MODEL b.txt", removal + "'b.txt', aborting operation!", "# 1 operations performed."},
         {"read --single MODEL no/x.txt", "Error #76: ", "SUCCESS"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.message);
         HeadlessProgram program(BusOfTwo());
         std::filesystem::create_directory(program.directory.file("folder"));
-        if (row.batch != nullptr)
+        if (*row.batch != '\0')
             program.Write("b.txt", std::string(row.batch));
         ASSERT_TRUE(program.Run("/R b.txt"));
         EXPECT_TRUE(program.Said(row.message));
-        EXPECT_EQ(program.Read("b.txt"), row.batch == nullptr ? "" : row.batch);
+        EXPECT_EQ(program.Read("b.txt"), row.batch);
         const std::string report = program.Read("b.out.txt");
-        EXPECT_EQ(row.report == nullptr, report.empty());
-        EXPECT_NE(report.find(row.report == nullptr ? "" : row.report), std::string::npos) << report;
+        EXPECT_EQ(row.report.empty(), report.empty());
+        EXPECT_NE(report.find(row.report), std::string::npos) << report;
     }
 }
 
-TEST(KeyBatch, TheMenuCommandRunsTheShippedBatchAndShowsItsReport) {
-    HeadlessProgram program(BusOfTwo());
-    program.Write("batch-operations/keybatch.html", std::string("read --single MODEL m.txt"));
-    const std::string path = std::getenv("PATH");
-    setenv("PATH", program.directory.path().c_str(), 1); // no viewer opens during tests
-    std::int32_t result = 0;
-    std::unique_ptr<platform::Timer> click = platform::MakeTimer(5000, [&] {
-        click->SetEnabled(false);
-        result = basAutomation::ExecuteKeyBatchFromMenu();
-    });
-    click->SetEnabled(true);
-    EXPECT_TRUE(program.Run(""));
-    setenv("PATH", path.c_str(), 1);
-    EXPECT_EQ(result, 1);
-    EXPECT_NE(program.Read("batch-operations/keybatch.out.html").find("SUCCESS"), std::string::npos);
-    EXPECT_TRUE(program.Said("Error #53: File not found: xdg-open"));
-}
-
-struct Outcome {
-    bool ended = false;
-    int successes = 0, lies = 0;
-    std::uint64_t transactions = 0;
+// Counts runs of two writes and a read, of a value and a name of several passes.
+class KeyBatchSweep : public testing::Test {
+protected:
+    // With these faults and a bus reset behind so many transactions, 0 for none. The transactions that there were.
+    std::uint64_t Run(const std::string& faults, std::uint64_t resetBehind) {
+        SCOPED_TRACE(faults + std::to_string(resetBehind));
+        const std::string value(300, 'v'), name(60, 'N');
+        HeadlessProgram program(BusOfTwo(faults), LEVEL_ERROR);
+        program.Write("b.txt", "write 000F1B0000000001 A a.txt\nwrite 000F1B0000000002 " + name +
+                                   " short.txt\nread 000F1B0000000001 MODEL m.txt");
+        program.Write("a.txt", value);
+        program.Write("short.txt", std::string("short"));
+        if (resetBehind != 0)
+            SimulatorResetAfter(resetBehind);
+        EXPECT_TRUE(program.Run("/R b.txt")) << "the program hangs";
+        const std::string report = program.Read("b.out.txt");
+        const auto check = [&](const std::string& key, const char* file, const std::string& content) {
+            if (report.find(" " + key + " </td><td> <A") == std::string::npos)
+                return;
+            ++successes;
+            EXPECT_NE(program.Read(file).find(content), std::string::npos) << "a success with a different key";
+        };
+        check("A", "bus-state/000F1B0000000001/keys.json", "\"A\": \"" + value + "\"");
+        check(name, "bus-state/000F1B0000000002/keys.json", "\"" + name + "\": \"short\"");
+        check("MODEL", "m.txt", "\r\nTX-9\r\n");
+        ++runs;
+        return SimulatorTransactions();
+    }
+    int runs = 0, successes = 0;
 };
 
-// Two writes and a read, of a value and a name of several passes, with some trouble.
-Outcome RunBatch(const std::string& faults, std::uint64_t resetBehind) {
-    const std::string value(300, 'v'), name(60, 'N');
-    HeadlessProgram program(BusOfTwo(faults), LEVEL_ERROR);
-    program.Write("b.txt", "write 000F1B0000000001 A a.txt\nwrite 000F1B0000000002 " + name +
-                               " short.txt\nread 000F1B0000000001 MODEL m.txt");
-    program.Write("a.txt", value);
-    program.Write("short.txt", std::string("short"));
-    if (resetBehind != 0)
-        SimulatorResetAfter(resetBehind);
-    Outcome outcome;
-    outcome.ended = program.Run("/R b.txt");
-    outcome.transactions = SimulatorTransactions();
-    const std::string report = program.Read("b.out.txt");
-    const auto check = [&](const std::string& key, const char* file, const std::string& content) {
-        if (report.find(" " + key + " </td><td> <A") == std::string::npos)
-            return;
-        ++outcome.successes;
-        outcome.lies += program.Read(file).find(content) == std::string::npos;
-    };
-    check("A", "bus-state/000F1B0000000001/keys.json", "\"A\": \"" + value + "\"");
-    check(name, "bus-state/000F1B0000000002/keys.json", "\"" + name + "\": \"short\"");
-    check("MODEL", "m.txt", "\r\nTX-9\r\n");
-    return outcome;
-}
-
-TEST(KeyBatchSweep, WhatIsReportedAsASuccessIsOne) {
-    const Outcome undisturbed = RunBatch("", 0);
-    ASSERT_EQ(undisturbed.successes, 3);
-    ASSERT_EQ(undisturbed.lies, 0);
-    int runs = 0, disturbed = 0, successes = 0;
-    const auto run = [&](const std::string& faults, std::uint64_t resetBehind) {
-        SCOPED_TRACE(faults + std::to_string(resetBehind));
-        const Outcome outcome = RunBatch(faults, resetBehind);
-        EXPECT_TRUE(outcome.ended) << "the program hangs";
-        EXPECT_EQ(outcome.lies, 0) << "a success with a different key";
-        ++runs;
-        disturbed += outcome.transactions != undisturbed.transactions;
-        successes += outcome.successes;
-    };
-    for (std::uint64_t k = 1; k <= undisturbed.transactions; ++k) {
-        run("", k);
+TEST_F(KeyBatchSweep, WhatIsReportedAsASuccessIsOne) {
+    const std::uint64_t undisturbed = Run("", 0);
+    ASSERT_EQ(successes, 3);
+    int disturbed = 0;
+    for (std::uint64_t k = 1; k <= undisturbed; ++k) {
+        disturbed += Run("", k) != undisturbed;
         for (const char* effect : {R"("do": "unplug")", R"("result": 121)", R"("result": 2147483649)"})
-            run(R"({"node": 0, "afterTransactions": )" + std::to_string(k) + ", " + effect + "}", 0);
+            disturbed += Run(fmt::format(R"({{"node": 0, "afterTransactions": {}, {}}})", k, effect), 0) != undisturbed;
     }
     EXPECT_GT(disturbed, runs / 2) << "the trouble doesn't happen";
     EXPECT_LT(successes, 3 * runs) << "and harms nothing";

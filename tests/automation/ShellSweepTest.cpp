@@ -19,69 +19,64 @@ struct Outcome {
     std::uint64_t start = 0, end = 0; // of the session but its last line, in transactions
 };
 
-class Terminal {
-public:
+struct Terminal {
     Terminal(std::int32_t protocol, const std::string& faults)
-        : program_(
-              R"({"nodes": [{"kind": "target", "guid": "000F1B0000000001", "protocol": )" + std::to_string(protocol) +
-                  R"(, "shell": {"ring": 1024}}, {"kind": "device"}, {"kind": "host"}], "faults": [)" + faults + "]}",
-              LEVEL_ERROR),
-          readsOnce_(protocol == 1 || protocol == 3) {
-        program_.Run("", 3000);
+        : program(fmt::format(R"({{"nodes": [{{"kind": "target", "guid": "000F1B0000000001", "protocol": {},
+                                 "shell": {{"ring": 1024}}}}, {{"kind": "device"}}, {{"kind": "host"}}],
+                                 "faults": [{}]}})",
+                              protocol, faults),
+                  LEVEL_ERROR),
+          readsOnce(protocol == 1 || protocol == 3) {
+        program.Run("", 3000);
+        handle = basBootloader::globals.TargetList.front().Handle;
         basBootloader::hooks.shellCharactersLost = [this](std::int32_t, std::int32_t) { outcome.toldLoss = true; };
     }
     void Type(const std::string& line) {
         for (int i = 0; i < 50; ++i) { // a user types on when it is certain that nothing went out
             const std::uint64_t before = SimulatorTransactions();
-            if (basBootloader::WriteShellCharacters(Handle(), {line.begin(), line.end()}) == 1)
+            if (basBootloader::WriteShellCharacters(handle, {line.begin(), line.end()}) == 1)
                 break;
             if (SimulatorTransactions() != before) {
                 outcome.toldLoss = true;
                 break;
             }
-            Wait();
+            Wait(50);
         }
         for (int i = 0; i < 4; ++i)
             Poll();
     }
     void Poll() {
-        Wait();
+        Wait(50);
         const std::uint64_t before = SimulatorTransactions();
         ByteArray data;
-        if (basBootloader::ReadShellCharacters(Handle(), data, true) != 1)
-            outcome.toldLoss |= readsOnce_ && SimulatorTransactions() != before; // a ring can be read again
+        if (basBootloader::ReadShellCharacters(handle, data, true) != 1)
+            outcome.toldLoss |= readsOnce && SimulatorTransactions() != before; // a ring can be read again
         else if (data != ByteArray{0})
             outcome.text.append(data.begin(), data.end());
     }
-    void Settle() {
-        program_.windowSystem.RunUntil([] { return false; }, 3000);
+    void Wait(std::int64_t milliseconds) {
+        program.windowSystem.RunUntil([] { return false; }, milliseconds);
     }
-
+    HeadlessProgram program;
+    const bool readsOnce;
+    std::int32_t handle = 0;
     Outcome outcome;
-
-private:
-    static std::int32_t Handle() { return basBootloader::globals.TargetList.front().Handle; }
-    void Wait() {
-        program_.windowSystem.RunUntil([] { return false; }, 50);
-    }
-
-    HeadlessProgram program_;
-    const bool readsOnce_;
 };
 
 Outcome Session(std::int32_t protocol, const std::string& faults) {
     Terminal terminal(protocol, faults);
-    terminal.outcome.start = SimulatorTransactions();
+    Outcome& outcome = terminal.outcome;
+    outcome.start = SimulatorTransactions();
     for (const char* line : {"help\r", "flood 12\r", "vfr\b\bersion\r", "flood 7\r"})
         terminal.Type(line);
-    terminal.outcome.end = SimulatorTransactions();
+    outcome.end = SimulatorTransactions();
     terminal.Type("\r"); // a fault that waits for one more write has had it
-    terminal.Settle();
+    terminal.Wait(3000);
     terminal.Poll();
-    const std::size_t before = terminal.outcome.text.size();
+    const std::size_t before = outcome.text.size();
     terminal.Type("keys no more\r");
-    terminal.outcome.lastLine = terminal.outcome.text.substr(before);
-    return terminal.outcome;
+    outcome.lastLine = outcome.text.substr(before);
+    return outcome;
 }
 
 bool IsPartOf(const std::string& text, const std::string& whole) {

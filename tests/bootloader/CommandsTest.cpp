@@ -13,7 +13,7 @@ constexpr const char* TURNED = "33 22 11 00 77 66 55 44";
 class SingleCommands : public OneTarget {
 protected:
     std::int32_t crc = 77, validity = 77, flag = 77;
-    ByteArray guid = Bytes(TURNED), mac = Bytes("02 01 00 00 06 05 04 03"), read;
+    ByteArray guid = Bytes(TURNED), read;
 };
 
 TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
@@ -79,25 +79,16 @@ TEST_F(SingleCommands, GiveTheValuesOfTheAnswer) {
     EXPECT_TRUE(Logged("StartImage Failed: bad CRC of debugger image on embedded target!"));
 }
 
-TEST_F(SingleCommands, ProgramOnlyAWholeIdentityAndShowItAsTyped) {
-    for (const char* bytes : {"", "11 22 33 44 55 66 77", "11 22 33 44 55 66 77 88 99"}) {
-        ByteArray value = Bytes(bytes);
-        EXPECT_EQ(ProgramGUID(HANDLE, value) + ProgramMAC(HANDLE, value) + SetDebugGUID(HANDLE, value), -3) << bytes;
-    }
-    EXPECT_TRUE(library.transactions.empty());
-    EXPECT_EQ(ProgramMAC(HANDLE, mac), 1);
-    EXPECT_EQ(LastRequest(), Bytes("01 00 00 00 01 00 0B 02 02 01 00 00 06 05 04 03"));
-    EXPECT_EQ(mac, Bytes("00 00 01 02 03 04 05 06"));
-    EXPECT_TRUE(Logged("Setting MAC address to 01 02 03 04 05 06..."));
-    EXPECT_TRUE(Logged("Successfully set MAC address to the new value."));
-}
-
 TEST_F(SingleCommands, OtherThanAHaltNeverGoToAllNodes) {
     EXPECT_EQ(ResetDevice(0, 1), -101);
     EXPECT_EQ(ReadImageCRC(0, 0, crc, validity), -101);
     EXPECT_EQ(ProgramGUID(0, guid), -101);
     EXPECT_EQ(GetDebugGUID(0, read), 0);
     EXPECT_EQ(DownloadStart(0, {}, crc), -101);
+    EXPECT_EQ(ReadShellCharacters(0, read, false), -101);
+    EXPECT_EQ(WriteShellCharacters(0, guid), -101);
+    EXPECT_EQ(ReadKey(0, "K", read), -101);
+    EXPECT_EQ(WriteKey(0, "K", guid), -101);
     EXPECT_TRUE(library.transactions.empty());
     EXPECT_EQ(HaltBootloader(0), 1);
     EXPECT_TRUE(Logged("Broadcasted halt command."));

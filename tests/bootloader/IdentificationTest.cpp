@@ -77,9 +77,6 @@ TEST_F(Identification, ShowsAPrivateBuildByItsTwentyFourBits) {
     read();
     EXPECT_TRUE(Logged("Node #0: bootloader version=257, hardware version=17.16777216, software version=4660 "
                        "<private build> 2002-08-31 15:25:03 utc"));
-    Put(target.info, 52, "FF FF FF FF");
-    read();
-    EXPECT_TRUE(Logged("software version=4660.-1 2002-08-31"));
 }
 
 TEST_F(Identification, RecognisesADebuggerByItsAnswer) {

@@ -62,30 +62,6 @@ TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
     EXPECT_TRUE(Logged("5 BusResetHandler: the number of nodes on the bus has changed from 0 to 6"));
 }
 
-TEST_F(BusEnumeration, IsCompleteWhereverABusResetComesBetween) {
-    Enumerate();
-    const std::size_t undisturbed = library.transactions.size();
-    for (const std::int32_t code : {1, Code(0x80000001)})
-        for (std::size_t k = 0; k < undisturbed; ++k) {
-            SCOPED_TRACE(testing::Message() << "transaction " << k << ", code " << code);
-            library.transactions.clear();
-            completions = 0;
-            library.result = [=, this](std::size_t transaction) {
-                if (transaction != k)
-                    return 1;
-                Notice();
-                return code;
-            };
-            Enumerate();
-            EXPECT_EQ(Table(), COMPLETE);
-            EXPECT_EQ(seen.back(), COMPLETE);
-            EXPECT_EQ(completions, 1);
-            EXPECT_TRUE(globals.BusEnumerated && !globals.BusResetPending);
-            // At most the ROM at hand, 8 quadlets, is still read; no further node's.
-            EXPECT_LE(library.transactions.size(), k + 9 + undisturbed);
-        }
-}
-
 TEST_F(BusEnumeration, StartsOverWhenANoticeComesWhileTheBusSettles) {
     clock.CallAt(clock.Now() + 100'000'000, [this] { Notice(); });
     const std::int64_t start = clock.Now();

@@ -17,7 +17,7 @@ protected:
 
 TEST_F(ConfigRomText, ShowsEachQuadletWithItsMeaningBehindIt) {
     EXPECT_EQ(Read({0x04258765, 0x31333934, 0xA864A1B2, 0x000F1BC3, 0x14050607, // bus info block
-                    0x0006ABCD, 0x03000F1B, 0x81000005, 0x0C0083C0, 0x16000042, 0x44000100, 0xD1000006, // root
+                    0x0006ABCD, 0x03000F1B, 0x81000005, 0x0C00A953, 0x16000042, 0x44000100, 0xD1000006, // root
                     0x00041357, 0x00000001, 0x21230409, 0x5461726E, 0x77656C6C,                         // "Tarnwell"
                     0x00042468, 0x1200A02D, 0x0C0083C0, 0x8D000002, 0x81F00000,                         // unit
                     0x00021111, 0x000F1BC3, 0x14050607}),
@@ -40,12 +40,15 @@ TEST_F(ConfigRomText, ShowsEachQuadletWithItsMeaningBehindIt) {
         {2, "0xF0000438   0x21230409  width=0x2  CharacterSet=0x123  Language=0x409"},
         {2, "0xF000043C   5461726E 77656C6C "},
         {3, "\"Tarnwell\""},
-        {1, "0xF0000420   0x0C0083C0  key type=0 (imm), key=0x0C value=NODE_CAPABILITIES  data=0x83C0"},
+        {1, "0xF0000420   0x0C00A953  key type=0 (imm), key=0x0C value=NODE_CAPABILITIES  data=0xA953"},
         {2, "SplitTimeout"},
-        {2, "BitAddressing64"},
+        {2, "InterruptRegisters"},
+        {2, "TestRegisters"},
         {2, "FixedAddressing"},
-        {2, "LostBit"},
         {2, "DisableRequest"},
+        {2, "ErrorLogRegister"},
+        {2, "DeadState"},
+        {2, "InitializingState"},
         {1, "0xF0000424   0x16000042  key type=0 (imm), key=0x16 value=UNKNOWN:0x16  data=0x42"},
         {1, "0xF0000428   0x44000100  key type=1 (off), key=0x04 value=MODULE HW VERSION  data=0x100"},
         {2, "0xF0000400   0x04258765  (offset data)"},
@@ -86,30 +89,35 @@ TEST_F(ConfigRomText, NumbersLeavesByThemselvesAndGoesOnPastWhatIsMissing) {
     EXPECT_EQ(tree.Rows.back().Key, "DIRECTORY_002_KEY_000");
 }
 
+TEST_F(ConfigRomText, NamesTheOtherBitsOfTheBusInfoBlockAndOfTheCapabilities) {
+    Read({0x04000000, 0, 0x54FF52C5, 0, 0, 0x00010000, 0x0C0056AC});
+    Format();
+    EXPECT_EQ(tree.Rows[3].Text,
+              "0xF0000408   0x54FF52C5  CMC BMC ADJ CycClkAcc=0xFF MaxRec=0x5 MaxRom=0x2 Generation=0xC LinkSpd=0x5 ");
+    std::string flags;
+    for (std::size_t i = 9; i < tree.Rows.size(); ++i)
+        flags += tree.Rows[i].Text + " ";
+    EXPECT_EQ(flags, "MessagePassing ArgumentRegisters PrivateSpace BitAddressing64 LostBit AttentionBit OffBit ");
+}
+
 TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {
+    const std::string inDirectory = "in FormatConfigRomDirectoryApple", failed = "ERROR: Failed call to Format";
+    auto& directories = rom.Directories;
     const struct {
         const char* name;
         std::function<void()> given;
         std::int32_t result;
         std::size_t rows;
-        const char* log;
+        std::string log;
     } rows[] = {
         {"no bus info block", [&] { rom.info_len = 0; }, -1, 0, "ERROR: Invalid config rom in FormatConfigRomApple!"},
         {"a cut bus info block", [&] { rom.RawData.resize(10); }, 1, 12 - 3, "in FormatConfigRomBusInfoBlockApple"},
-        {"no root directory", [&] { rom.Directories[0].RawData.resize(3); }, -1, 7,
-         "ERROR: Failed call to FormatConfigRomDirectoryApple in FormatConfigRomApple.  Exiting function abnormally!"},
-        {"a root that lies in itself", [&] { rom.Directories[0].Children = {0}; }, 1, 12 - 2, nullptr},
-        {"a child that lies in itself",
-         [&] {
-             rom.Directories[1].Children = {1};
-             rom.Directories[1].Entries[0].KeyType = 3;
-         },
-         1, 12, nullptr},
-        {"a child that isn't there", [&] { rom.Directories[0].Children = {7}; }, 1, 12 - 2, nullptr},
-        {"no list of children", [&] { rom.Directories[0].Children.clear(); }, 1, 12 - 2,
-         "in FormatConfigRomDirectoryApple"},
-        {"more entries than bytes", [&] { rom.Directories[1].Entries.resize(3); }, 1, 12,
-         "in FormatConfigRomDirectoryApple"},
+        {"no root directory", [&] { directories[0].RawData.resize(3); }, -1, 7, failed + "ConfigRomDirectoryApple in "},
+        {"a root that lies in itself", [&] { directories[0].Children = {0}; }, 1, 12 - 2, ""},
+        {"a child that lies in itself", [&] { directories[1] = directories[0]; }, 1, 12 + 1, ""},
+        {"a child that isn't there", [&] { directories[0].Children = {7}; }, 1, 12 - 2, ""},
+        {"no list of children", [&] { directories[0].Children.clear(); }, 1, 12 - 2, inDirectory},
+        {"more entries than bytes", [&] { directories[1].Entries.resize(3); }, 1, 12, inDirectory},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -117,7 +125,7 @@ TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {
         row.given();
         EXPECT_EQ(Format(), row.result);
         EXPECT_EQ(tree.Rows.size(), row.rows);
-        EXPECT_TRUE(row.log == nullptr || Logged(row.log)) << testing::PrintToString(log);
+        EXPECT_TRUE(Logged(row.log)) << testing::PrintToString(log);
     }
 }
 

@@ -26,69 +26,37 @@ TEST_F(SimulatedBus, TheTopologyMapHoldsAValidSelfIdForEachNode) {
     EXPECT_EQ(address.NodeAddress, 0xFFC4);
 }
 
-TEST_F(SimulatedBus, ALaterNodeMovesDownWhileOneIsUnplugged) {
+TEST_F(SimulatedBus, AGeneratedRomHoldsItsVendorItsTextsAndTheirCrcs) {
     Describe(MIXED);
-    EXPECT_EQ(Get(1, 0xFFFFF000040C, 4), (Bytes{0x00, 0xA0, 0xB0, 0x00}));
-    SimulatorUnplug(0);
-    EXPECT_EQ(NodeCount(), 4);
-    EXPECT_EQ(Get(0, 0xFFFFF000040C, 4), (Bytes{0x00, 0xA0, 0xB0, 0x00}));
-    SimulatorPlug(0);
-    EXPECT_EQ(NodeCount(), 5);
-    EXPECT_EQ(Get(0, 0xFFFFF000040C, 4), (Bytes{0x00, 0x0F, 0x1B, 0x00}));
-    SimulatorUnplug(4); // this computer
-    EXPECT_EQ(NodeCount(), 5);
-    EXPECT_EQ(notices, (std::vector<uint32_t>{1326, 1326}));
-}
-
-// IEEE 1212: each block's CRC over its quadlets.
-unsigned Crc(const Bytes& bytes, std::size_t from, std::size_t quadlets) {
-    unsigned crc = 0;
-    for (std::size_t quadlet = 0; quadlet < quadlets; ++quadlet) {
-        for (int shift = 28; shift >= 0; shift -= 4) {
-            const std::size_t at = from + quadlet * 4 + static_cast<std::size_t>(3 - shift / 8);
-            const unsigned nibble = (shift % 8 == 4 ? bytes[at] >> 4 : bytes[at]) & 15u;
-            const unsigned sum = (crc >> 12 ^ nibble) & 15;
-            crc = (crc << 4 ^ sum << 12 ^ sum << 5 ^ sum) & 0xFFFF;
-        }
-    }
-    return crc;
-}
-
-TEST_F(SimulatedBus, AGeneratedRomHoldsItsCrcsAndItsVendor) {
-    Describe(MIXED);
-    Bytes rom;
+    std::vector<uint32_t> rom;
     Bytes quadlet;
-    for (uint64_t address = 0xFFFFF0000400; Read(1, address, 4, quadlet) == 1; address += 4)
-        rom.insert(rom.end(), quadlet.begin(), quadlet.end());
-    EXPECT_EQ(Read(1, 0xFFFFF0000400 + rom.size(), 4, quadlet), static_cast<int32_t>(0x80000017));
-    ASSERT_GT(rom.size(), 60u);
-    EXPECT_EQ(Bytes(rom.begin(), rom.begin() + 2), (Bytes{4, 4}));
-    EXPECT_EQ(Crc(rom, 4, 4), unsigned{rom[2]} << 8 | rom[3]);
-    EXPECT_EQ(std::string(rom.begin() + 4, rom.begin() + 8), "1394");
-    EXPECT_EQ(Bytes(rom.begin() + 12, rom.begin() + 20), (Bytes{0x00, 0xA0, 0xB0, 0, 0, 0, 0, 2}));
-    EXPECT_EQ(Bytes(rom.begin() + 20, rom.begin() + 22), (Bytes{0, 7})); // the root directory's length
-    EXPECT_EQ(Crc(rom, 24, 7), unsigned{rom[22]} << 8 | rom[23]);
-    EXPECT_EQ(Bytes(rom.begin() + 24, rom.begin() + 28), (Bytes{0x03, 0x00, 0xA0, 0xB0}));
+    for (uint64_t address = 0xFFFFF0000400; Read(1, address, 4, quadlet) == 1; address += 4) {
+        std::reverse(quadlet.begin(), quadlet.end());
+        rom.push_back(Little(quadlet, 0));
+    }
+    EXPECT_EQ(rom, (std::vector<uint32_t>{
+                       0x04048FCB, 0x31333934, 0x2064A012, 0x00A0B000, 0x00000002,             // bus info block
+                       0x00074812, 0x0300A0B0, 0x81000006, 0x04010000, 0x0C0083C0, 0x17000001, // root directory
+                       0x81000007, 0xD100000A, 0x0004A2E3, 0,          0,          0x4D616B65, 0x72000000, // "Maker"
+                       0x0003246D, 0,          0,          0x43616D00,                                     // "Cam"
+                       0x00041512, 0x1200A0B0, 0x13000001, 0x17000001, 0x81000001, // unit directory
+                       0x0003246D, 0,          0,          0x43616D00}));
 }
 
 TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
     const ScratchDirectory scratch;
-    const std::string big("\x04\x04\x12\x34"
-                          "1394"
-                          "\x20\x64\xA0\x12"
-                          "\x00\x11\x22\x33"
-                          "\x44\x55\x66\x77",
-                          20);
-    std::string little;
-    for (std::size_t i = 0; i < big.size(); i += 4)
-        little += {big[i + 3], big[i + 2], big[i + 1], big[i]};
-    scratch.Put("big.img", big);
-    scratch.Put("little.img", little);
-    for (const std::string name : {"big.img", "little.img"}) {
-        Describe(R"({"nodes": [{"kind": "device", "romImage": ")" + scratch.path() + "/" + name + R"("}]})");
-        EXPECT_EQ(Get(0, 0xFFFFF0000400, 20), Bytes(big.begin(), big.end())) << name;
+    const std::string big = "\x04\x04\x12\x34"
+                            "1394"
+                            "Wxyz",
+                      little = "\x34\x12\x04\x04"
+                               "4931"
+                               "zyxW";
+    for (const std::string& image : {big, little}) {
+        scratch.Put("rom.img", image);
+        Describe(R"({"nodes": [{"kind": "device", "romImage": ")" + scratch.path() + R"(/rom.img"}]})");
+        EXPECT_EQ(Get(0, 0xFFFFF0000400, 12), Bytes(big.begin(), big.end()));
         Bytes beyond;
-        EXPECT_EQ(Read(0, 0xFFFFF0000410, 8, beyond), static_cast<int32_t>(0x80000017));
+        EXPECT_EQ(Read(0, 0xFFFFF0000408, 8, beyond), static_cast<int32_t>(0x80000017));
     }
 }
 
@@ -161,6 +129,30 @@ TEST_F(SimulatedBus, TheDriverCanComeLate) {
     EXPECT_EQ(AddVirtualDriver(&client, &record, 0), 0);
     GetVirtualDeviceList(&list);
     EXPECT_STREQ(list.Name[0], "1394_VIRTUAL_DEVICE");
+}
+
+TEST_F(SimulatedBus, WhatTheInterfaceForbidsIsRefused) {
+    Describe(MIXED);
+    Twl1394Client second = client;
+    EXPECT_NE(RegisterClient(&second), 1) << "one at a time";
+    EXPECT_NE(BusReset(nullptr, nullptr, 0), 0);
+    const Twl1394Address request{0xFFFF, 0, 0xC8021040}, response{0xFFFF, 0, 0xC8029040};
+    uint8_t data[2052] = {};
+    EXPECT_NE(AsyncReadWrapper(0, nullptr, 4, data, 0), 1);
+    for (const auto& [node, size] :
+         {std::pair{0u, 2048u}, {0u, 0u}, {0u, 3u}, {0u, 6u}, {0u, 2052u}, {64u, 4u}}) { // the first is taken
+        EXPECT_EQ(AsyncReadWrapper(node, &response, size, data, 0) == 1, size == 2048) << node << ", " << size;
+        EXPECT_EQ(AsyncWriteWrapper(node, &request, size, data, 0) == 1, size == 2048) << node << ", " << size;
+    }
+    const char* const device = "1394_VIRTUAL_DEVICE";
+    Twl1394AddressRange range{1, 1, 0x40, 0, 11, 3, {0xFFFF, 0, 0xC8029000}, 0, {}}, overlapping = range;
+    ASSERT_EQ(AllocateAddressRange(&client, device, &range, 0), 0);
+    EXPECT_NE(AllocateAddressRange(&client, device, &overlapping, 0), 0);
+    EXPECT_EQ(FreeAddressRange(&client, device, range.RangeHandle), 0);
+    EXPECT_NE(FreeAddressRange(&client, device, range.RangeHandle), 0) << "it is gone";
+    DeRegisterClient(&client);
+    SimulatorBusReset();
+    EXPECT_TRUE(notices.empty()) << "a client that has gone gets none";
 }
 
 } // namespace

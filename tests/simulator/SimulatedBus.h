@@ -58,13 +58,11 @@ protected:
     }
     // The operands of the answer, or {0xFF} if the answer there isn't the one to this request.
     Bytes Answer(uint32_t node, uint8_t version, uint8_t code, uint8_t count, const Bytes& operands = {}) {
-        const Bytes response = Command(node, version, code, count, operands);
-        return OperandsOf(response, version, code);
+        Command(node, version, code, count, operands);
+        return AnswerNow(node, version, code);
     }
     Bytes AnswerNow(uint32_t node, uint8_t version, uint8_t code) {
-        return OperandsOf(Get(node, 0xFFFFC8029000, 40), version, code);
-    }
-    Bytes OperandsOf(const Bytes& response, uint8_t version, uint8_t code) const {
+        const Bytes response = Get(node, 0xFFFFC8029000, 40);
         const Bytes echo = {version, 0, 0, 0, id, 0, code};
         if (!std::equal(echo.begin(), echo.end(), response.begin()) || response[7] > 8)
             return {0xFF};

@@ -12,7 +12,7 @@ protected:
     void Load(const std::string& image) {
         const auto size = static_cast<uint32_t>(image.size());
         const uint32_t crc = Crc32({image.begin(), image.end()});
-        Answer(0, 1, 4, 10, Words({0, 0, 0, 0, 0, 0x77, 0, 0, size, crc}));
+        Answer(0, 1, 4, 10, Words({0, 0x34323032, 0x39323230, 0x35353332, 0x20203835, 0x77, 0x01000203, 0, size, crc}));
         Write(0, 0xFFFFC8021040, Bytes(image.begin(), image.end()));
         Answer(0, 1, 5, 3, Words({0, 0, size}));
         EXPECT_EQ(Little(Answer(0, 1, 6, 0), 4), 0u);
@@ -37,12 +37,15 @@ TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
     const Bytes registers = Get(0, 0xFFFFC8020000, 104);
     EXPECT_EQ(Little(registers, 12), 0u);
     EXPECT_EQ(registers[20], 9);
+    EXPECT_EQ(std::string(registers.begin() + 32, registers.begin() + 48), "20240229235558  ");
     EXPECT_EQ(Little(registers, 48), 0x77u);
+    EXPECT_EQ(Little(registers, 52), 0x01000203u);
     EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 9}));
     uint8_t content[20];
     EXPECT_EQ(SimulatorSection(0, "application", content, 20), 12);
     Command(0, 1, 2, 1, {1});
     PassMs(700);
+    EXPECT_EQ(Answer(0, 1, 3, 1, Bytes(4, 0)), Words({Crc32(Bytes(content, content + 12)), 0}));
     EXPECT_EQ(Answer(0, 1, 15, 0), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
     EXPECT_EQ(Little(Answer(0, 1, 18, 4, Words({2, 0, 0}, "A")), 4), 3u);
     EXPECT_EQ(Get(0, 0xFFFFC8029040, 4)[0], 'v');
@@ -75,13 +78,6 @@ TEST_F(State, ADamagedFileIsToldAndSurvived) {
         EXPECT_EQ(NodeCount(), 2);
         EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(row.file) == "application.bin");
     }
-}
-
-TEST_F(State, WithoutARoomForItTheStateStaysInMemory) {
-    scratch.Put("state", "a file where the directory should be");
-    DescribeAgain();
-    EXPECT_NE(text.find("the state stays in memory"), std::string::npos);
-    Load("new firmware");
 }
 
 TEST_F(State, TwoTargetsOfOneGuidKeepTheirFlashApart) {

@@ -93,8 +93,6 @@ LibraryTest::LibraryTest() {
 
 LibraryTest::~LibraryTest() {
     bas1394::library::Unbind();
-    bas1394::globals = {};
-    bas1394::hooks = {};
 }
 
 } // namespace testing_support

@@ -42,37 +42,12 @@ ByteArray InfoBytes(std::int32_t version, const char* guid) {
 Reply ScriptedTarget::Answer(const ByteArray& request) {
     if (reply)
         return *reply;
-    switch (request[6]) {
-    case 4:
-        announced = request;
-        return {.operands = Quadlets({maxBlockSize}, false)};
-    case 5: {
-        const auto address = static_cast<std::uint32_t>(basUtils::ByteArrayToLong(request, 12));
-        const std::int32_t size = basUtils::ByteArrayToLong(request, 16);
-        blocks.push_back(fmt::format("{} {:X} {}", request[8], address, size));
-        statuses.push_back(0);
-        const auto status = static_cast<std::uint32_t>(statuses.front());
-        statuses.pop_front();
-        if (status == 0)
-            flash.insert(flash.end(), requestBuffer_.begin(), requestBuffer_.begin() + size);
-        return {.operands = Quadlets({request[8], status}, false)};
-    }
-    case 6:
-        ++ends;
-        return endAnswered ? Reply{.operands = Quadlets({crc, crcValidity}, false)} : Reply{.readResult = 121};
-    case 14:
+    if (request[6] == 14)
         debugGuid.assign(request.begin() + 8, request.end());
-        return {};
-    case 15:
-        return {.operands = debugGuid};
-    default:
-        return {};
-    }
+    return request[6] == 15 ? Reply{debugGuid} : Reply{};
 }
 
 std::int32_t ScriptedTarget::Write(std::uint64_t address, const ByteArray& bytes) {
-    if (address == 0xFFFFC8021040)
-        requestBuffer_ = bytes;
     if (address != REQUEST)
         return 1;
     const Reply told = Answer(bytes);
@@ -137,14 +112,6 @@ void TargetsTest::Nodes(std::size_t count) {
         table[i].ConfigRom.RawData = Bytes("04 04 00 00");
     }
     bas1394::globals.LocalHostNode = static_cast<std::uint8_t>(count);
-}
-
-std::vector<int> TargetsTest::Commands(std::uint32_t node) const {
-    std::vector<int> codes;
-    for (const auto& [target, bytes] : requests)
-        if (target == node)
-            codes.push_back(bytes[6]);
-    return codes;
 }
 
 OneTarget::OneTarget() {

@@ -5,8 +5,6 @@
 #include "basBootloader.h"
 #include "basUtils.h"
 
-#include <deque>
-
 namespace testing_support {
 
 ByteArray Bytes(const char* hex);
@@ -24,28 +22,21 @@ struct Reply {
     int codeOffset = 0, idOffset = 0, versionOffset = 0; // of the echo
 };
 
-// A target with a flash, or, while `reply` is set, one that answers everything with that.
+// A target with a debug GUID, or, while `reply` is set, one that answers everything with that.
 struct ScriptedTarget {
     ByteArray info = InfoBytes(1);
     ByteArray debugGuid = Bytes("00 0F 1B 00 00 00 00 01"), debuggerAnswer = ByteArray(8);
     std::optional<Reply> reply;
-    std::uint32_t maxBlockSize = 1024, crc = 0, crcValidity = 0;
-    bool endAnswered = true;
-    std::deque<std::int32_t> statuses; // of the blocks to come, then good
-    int failingReads = 0;              // from now on, with this code:
+    int failingReads = 0; // from now on, with this code:
     std::int32_t failureCode = 121;
-
     ByteArray responseBuffer; // what a read of it finds
-    ByteArray announced, flash;
-    std::vector<std::string> blocks; // "number address size"
-    int ends = 0;
 
     std::int32_t Write(std::uint64_t address, const ByteArray& bytes);
     std::int32_t Read(std::uint64_t address, std::uint8_t* data, std::size_t size);
 
 private:
     Reply Answer(const ByteArray& request);
-    ByteArray requestBuffer_, response_ = ByteArray(40), next_ = ByteArray(40);
+    ByteArray response_ = ByteArray(40), next_ = ByteArray(40);
     int latePolls_ = 0;
     std::int32_t readResult_ = 1;
 };
@@ -57,7 +48,6 @@ protected:
     ~TargetsTest() override;
     // Fills the node table: `count` nodes and this computer behind them.
     void Nodes(std::size_t count);
-    std::vector<int> Commands(std::uint32_t node) const;                  // their codes
     std::vector<ScriptedTarget> targets = std::vector<ScriptedTarget>(8); // by node number
     std::vector<std::pair<std::uint32_t, ByteArray>> requests;            // node, bytes
     std::function<void()> onRequest;

@@ -39,30 +39,15 @@ TEST(CneText, IndentsPairsByTheirDepth) {
 TEST(CneText, OfHostileDataStaysBounded) {
     const std::string cut = "\r\n*** The text is cut here: the data goes on. ***\r\n";
     const std::string deep = cneText::TextOf(Bytes(std::string(100, '[') + "~k~v~"));
-    EXPECT_NE(deep.find("\r\n  " +
-                        [] {
-                            std::string bars;
-                            for (int i = 0; i < 64; ++i)
-                                bars += "| ";
-                            return bars;
-                        }() +
-                        "k=v"),
-              std::string::npos);
+    std::string bars;
+    for (int i = 0; i < 64; ++i)
+        bars += "| ";
+    EXPECT_NE(deep.find("\r\n  " + bars + "k=v"), std::string::npos);
     const std::string million = cneText::TextOf(Bytes(std::string(1'000'000, '[') + std::string(1'000'000, '~')));
     EXPECT_TRUE(million.ends_with(cut));
     EXPECT_LT(million.size(), 4'300'000U);
     const std::string line = cneText::TextOf(ByteArray(200'000, 'x'));
     EXPECT_EQ(line.size(), 200'000U + 2 * 12); // in lines of 16,384
-}
-
-TEST(HexDump, WidensInStepsOfFourBytes) {
-    const struct {
-        std::int32_t width, columns;
-    } rows[] = {{800 + 8 * 480, 8}, {800 + 8 * 480 - 1, 4}, {800 + 7 * 480, 4},
-                {800 + 9 * 480, 8}, {800 + 12 * 480, 12},   {0, 4},
-                {-5000, 4}};
-    for (const auto& row : rows)
-        EXPECT_EQ(hexDump::ColumnsOfWidth(row.width), row.columns) << row.width;
 }
 
 TEST(HexDump, IsSearchedForTextAndForHexBytesAlike) {

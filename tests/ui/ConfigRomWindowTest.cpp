@@ -14,13 +14,15 @@
 #include <deque>
 #include <fstream>
 
-namespace testing_support {
+using namespace testing_support;
 
 namespace {
 
 class ConfigRomWindow : public WindowTest {
 protected:
-    void Open() {
+    void SetUp() override { Open({}); }
+    void Open(const std::string& ofTarget) {
+        Start(Bus({Target("000F1B0000000001", "application", ofTarget)}));
         SelectRow(0);
         ASSERT_TRUE(Choose("mnuViewConfigROM"));
         window = Newest<frmConfigROM>();
@@ -49,16 +51,13 @@ protected:
 TEST_F(ConfigRomWindow, GivesTheTextOfTheToolThatReadsRomFiles) {
     const ByteArray rom = {4, 4, 0, 0, '1', '3', '9', '4', 0x20, 0x64, 0xA0, 0x12, 0,    0x0F, 0x1B, 0,
                            0, 0, 0, 7, 0,   2,   0,   0,   3,    0,    0x0F, 0x1B, 0x81, 0,    0,    1,
-                           0, 3, 0, 0, 0,   0,   0,   0,   0,    0,    0,    0,    0xE9, 'b',  'c',  0};
+                           0, 3, 0, 0, 0,   0,   0,   0,   0,    0,    0,    0,    0xE9, 'h',  'c',  0};
     const platform::testing::TemporaryDirectory roms;
     std::ofstream(roms.file("a.rom"), std::ios::binary)
         .write(reinterpret_cast<const char*>(rom.data()), std::streamsize(rom.size()));
-    Start(Bus({Target("000F1B0000000001", "application", R"(, "romImage": ")" + roms.file("a.rom") + "\"")}));
-    Open();
+    Open(R"(, "romImage": ")" + roms.file("a.rom") + "\"");
     const std::string copied = Copied(), saved = Saved();
-    EXPECT_NE(copied.find("\"\xC3\xA9"
-                          "bc\"\r\n"),
-              std::string::npos);
+    EXPECT_NE(copied.find("\"éhc\"\r\n"), std::string::npos);
     End();
     ConfigRomRecord record;
     basConfigRom::RomTree tree;
@@ -69,8 +68,6 @@ TEST_F(ConfigRomWindow, GivesTheTextOfTheToolThatReadsRomFiles) {
 }
 
 TEST_F(ConfigRomWindow, LeavesAFileAloneUnlessTheUserSaysYes) {
-    Start(Bus({Target("000F1B0000000001", "application")}));
-    Open();
     const std::string name = program->directory.file("saved.txt");
     const struct {
         std::deque<std::string> answers;
@@ -95,8 +92,6 @@ TEST_F(ConfigRomWindow, LeavesAFileAloneUnlessTheUserSaysYes) {
 }
 
 TEST_F(ConfigRomWindow, ShowsWhatThereIsOfRomsThatAreNone) {
-    Start(Bus({Target("000F1B0000000001", "application")}));
-    Open();
     auto& table = bas1394::globals.DeviceTable;
     table.resize(3);
     table[0].ConfigRom = {};
@@ -106,14 +101,12 @@ TEST_F(ConfigRomWindow, ShowsWhatThereIsOfRomsThatAreNone) {
     table[2].ConfigRom.RawData = {0, 0, 0, 0};
     const struct {
         std::int32_t index;
-        std::string rows, told;
-    } rows[] = {
-        {0, "", "Minimal config rom on node # 0"},
-        {1, "", ""},
-        {2, "", "frmConfigROM: FormatConfigRomApple failed, code -1"},
-        {3, "frmConfigROM: Invalid Node Number: 3\r\n", "frmConfigROM: Invalid Node Number: 3"},
-        {-1, "frmConfigROM: Invalid Node Number: -1\r\n", "frmConfigROM: Invalid Node Number: -1"},
-    };
+        std::string told, rows;
+    } rows[] = {{0, "Minimal config rom on node # 0", ""},
+                {1, "", ""},
+                {2, "frmConfigROM: FormatConfigRomApple failed, code -1", ""},
+                {3, "frmConfigROM: Invalid Node Number: 3", "frmConfigROM: Invalid Node Number: 3\r\n"},
+                {-1, "frmConfigROM: Invalid Node Number: -1", "frmConfigROM: Invalid Node Number: -1\r\n"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.index);
         ForgetTold();
@@ -126,5 +119,3 @@ TEST_F(ConfigRomWindow, ShowsWhatThereIsOfRomsThatAreNone) {
 }
 
 } // namespace
-
-} // namespace testing_support

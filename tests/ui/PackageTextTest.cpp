@@ -1,68 +1,64 @@
 // What the firmware browser says of a package and lets the user do with it.
 #include "PackageText.h"
+#include "PackageBuilder.h"
 #include "basApp.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <utility>
+
+using testing_support::PackageBuilder;
 
 namespace {
 
 constexpr std::int64_t FILE_SIZE = 2000;
 
-TwdHeader Package() {
+class PackageText : public ::testing::Test {
+protected:
+    PackageText() {
+        PackageBuilder package;
+        package.text(0x60, "for the bench").image(0, ByteArray(1000)).cne(ByteArray(100));
+        basBootloader::ByteArrayToTwdStruct(package.bytes(), header);
+        target.Device.NodeNum = 3;
+        target.Info.HardwareModelID = 17;
+        target.Info.BootloaderVersion = 1;
+        target.DebugGUID = {0x00, 0x0F, 0x1B, 0, 0, 0, 0, 1};
+    }
+    void Describe(bool overrideHardware = false) {
+        packageText::Describe(view, header, &target, 63, overrideHardware, FILE_SIZE);
+    }
     TwdHeader header;
-    header.Magic = TwdMagic;
-    header.ImageDate = {'2', '0', '0', '2', '0', '8', '3', '1'};
-    header.ImageTime = {'1', '5', '2', '5', '0', '3', ' ', ' '};
-    header.SoftwareID = 0x1234;
-    header.SoftwareVersion = 0x01020304;
-    header.HardwareID = 17;
-    header.VendorID = 0xF1B;
-    header.Image1 = {352, 0, 1000, 0};
-    header.Cne = {1352, 0, 100, 0};
-    header.InfoText = "for the bench";
-    return header;
-}
-
-BootloaderTarget Target() {
     BootloaderTarget target;
-    target.Device.NodeNum = 3;
-    target.Info.HardwareModelID = 17;
-    target.Info.BootloaderVersion = 1;
-    target.DebugGUID = {0x00, 0x0F, 0x1B, 0, 0, 0, 0, 1};
-    return target;
-}
+    packageText::View view;
+};
 
-TEST(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
-    using Change = void (*)(TwdHeader&, BootloaderTarget&);
+TEST_F(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
+    using P = TwdHeader&;
+    using T = BootloaderTarget&;
     const struct {
         const char* what;
-        Change change;
+        void (*change)(P package, T target);
         bool overrideHardware, image, config, view;
     } rows[] = {
-        {"all fits", [](TwdHeader&, BootloaderTarget&) {}, false, true, true, true},
-        {"other hardware", [](TwdHeader& p, BootloaderTarget&) { p.HardwareID = 18; }, false, false, false, true},
-        {"other hardware, override", [](TwdHeader& p, BootloaderTarget&) { p.HardwareID = 18; }, true, true, true,
-         true},
-        {"other vendor", [](TwdHeader& p, BootloaderTarget&) { p.VendorID = 1; }, false, true, true, true},
-        {"application runs", [](TwdHeader&, BootloaderTarget& t) { t.Info.BootloaderVersion = 0; }, true, false, false,
-         true},
-        {"off the bus", [](TwdHeader&, BootloaderTarget& t) { t.Device.NodeNum = 128; }, true, false, false, true},
-        {"no image", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = -1; }, false, false, true, true},
-        {"no configuration", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Length = 0; }, false, true, false, false},
-        {"image outside", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = 1649; }, false, false, true, true},
-        {"image to the end", [](TwdHeader& p, BootloaderTarget&) { p.Image1.Length = 1648; }, false, true, true, true},
-        {"offset below 0", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Offset = -1; }, false, true, false, true},
-        {"length beyond 2 GB", [](TwdHeader& p, BootloaderTarget&) { p.Cne.Length = 0x7FFFFFFF; }, false, true, false,
-         true},
+        {"all fits", [](P, T) {}, false, true, true, true},
+        {"other hardware", [](P p, T) { p.HardwareID = 18; }, false, false, false, true},
+        {"other hardware, override", [](P p, T) { p.HardwareID = 18; }, true, true, true, true},
+        {"other vendor", [](P p, T) { p.VendorID = 1; }, false, true, true, true},
+        {"application runs", [](P, T t) { t.Info.BootloaderVersion = 0; }, true, false, false, true},
+        {"off the bus", [](P, T t) { t.Device.NodeNum = 128; }, true, false, false, true},
+        {"no image", [](P p, T) { p.Image1.Length = -1; }, false, false, true, true},
+        {"no configuration", [](P p, T) { p.Cne.Length = 0; }, false, true, false, false},
+        {"image outside", [](P p, T) { p.Image1.Length = 1649; }, false, false, true, true},
+        {"image to the end", [](P p, T) { p.Image1.Length = 1648; }, false, true, true, true},
+        {"offset below 0", [](P p, T) { p.Cne.Offset = -1; }, false, true, false, true},
+        {"length beyond 2 GB", [](P p, T) { p.Cne.Length = 0x7FFFFFFF; }, false, true, false, true},
     };
+    const auto [freshHeader, freshTarget] = std::pair(header, target);
     for (const auto& row : rows) {
-        TwdHeader header = Package();
-        BootloaderTarget target = Target();
+        header = freshHeader;
+        target = freshTarget;
         row.change(header, target);
-        packageText::View view;
-        packageText::Describe(view, header, &target, 63, row.overrideHardware, FILE_SIZE);
+        Describe(row.overrideHardware);
         EXPECT_EQ(view.loadImage, row.image) << row.what;
         EXPECT_EQ(view.loadConfig, row.config) << row.what;
         EXPECT_EQ(view.viewConfig, row.view) << row.what;
@@ -70,11 +66,8 @@ TEST(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
     }
 }
 
-TEST(PackageText, SaysWhatStandsInThePackage) {
-    TwdHeader header = Package();
-    BootloaderTarget target = Target();
-    packageText::View view;
-    packageText::Describe(view, header, &target, 63, false, FILE_SIZE);
+TEST_F(PackageText, SaysWhatStandsInThePackage) {
+    Describe();
     EXPECT_EQ(view.lblSoftwareID, "Software ID: 4660 (0x1234)");
     EXPECT_EQ(view.lblSoftwareVersion, "Version: 16909060 (0x1020304)");
     EXPECT_EQ(view.lblSoftwareInfo, "Info Text: for the bench");
@@ -84,7 +77,7 @@ TEST(PackageText, SaysWhatStandsInThePackage) {
     EXPECT_EQ(view.lblSoftwareBuiltOn.rfind("Build date: 2002-08-31 15:25:03 utc / ", 0), 0U);
     header.SoftwareVersion = 0xFFFFFF;
     header.HardwareID = 18;
-    packageText::Describe(view, header, &target, 63, false, FILE_SIZE);
+    Describe();
     EXPECT_EQ(view.lblSoftwareVersion, "Version: 16777215 (0xFFFFFF) - private build");
     EXPECT_EQ(view.lblCompatibleHardware, "version 18 (0x12) is NOT compatible with the device");
     header.SoftwareVersion = 0;
@@ -93,7 +86,7 @@ TEST(PackageText, SaysWhatStandsInThePackage) {
     EXPECT_EQ(view.lblCompatibleHardware, "ERROR: Failed to get GUID from device Handle: 0xFFFFFF9B");
 }
 
-TEST(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
+TEST_F(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
     EXPECT_EQ(packageText::SizeText(0), "0 kB");
     EXPECT_EQ(packageText::SizeText(2047), "1 kB");
     EXPECT_EQ(packageText::SizeText(0xFFFFFFFF), "4194303 kB");

@@ -18,20 +18,15 @@
 #include <QTimer>
 #include <QtTest/QTest>
 
-#include <algorithm>
-#include <deque>
+#include <set>
 
-namespace testing_support {
+using namespace testing_support;
 
 namespace {
 
 class Parent : public WindowTest {
 protected:
-    void Begin() { Start(Bus({Target("000F1B0000000001", "application")})); }
-    std::string Text(std::size_t slot, int fromLast = 1) {
-        const QAbstractItemModel* rows = status(slot).mfgStatus->model();
-        return rows->index(rows->rowCount() - fromLast, 3).data().toString().toStdString();
-    }
+    void SetUp() override { Start(Bus({Target("000F1B0000000001", "application")})); }
     frmConfigROM* OpenRom() {
         SelectRow(0);
         EXPECT_TRUE(Choose("mnuViewConfigROM"));
@@ -54,64 +49,53 @@ protected:
 TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
     constexpr const char *LOGGING = "mnuDebugLoggingLevel", *MESSAGE = "mnuDebugMessageLevel",
                          *DLL = "mnu1394DLLdebugLevel", *TIMEOUT = "mnuDefault1394TransactionTimeout";
+    const std::string level = "Invalid Level: Invalid result: ", time = "Invalid Time Setting: Invalid result: ";
     const struct {
-        const char *item, *key, *answer, *told; // told: nothing when it is accepted or cancelled
+        const char *item, *key, *answer;
+        std::string told; // nothing when it is accepted or cancelled
     } rows[] = {
         {LOGGING, "DebugLoggingLevel", "17", ""},
         {LOGGING, "DebugLoggingLevel", "1", ""},
         {LOGGING, "DebugLoggingLevel", "", ""},
-        {LOGGING, "DebugLoggingLevel", "18", "Invalid Level: Invalid result: 18.  Debug Logging Level unchanged."},
-        {LOGGING, "DebugLoggingLevel", "0", "Invalid Level: Invalid result: 0.  Debug Logging Level unchanged."},
+        {LOGGING, "DebugLoggingLevel", "18", level + "18.  Debug Logging Level unchanged."},
+        {LOGGING, "DebugLoggingLevel", "0", level + "0.  Debug Logging Level unchanged."},
         {LOGGING, "DebugLoggingLevel", "five", "Error #13: "},
         {MESSAGE, "DebugMessageLevel", "15", ""},
-        {MESSAGE, "DebugMessageLevel", "16", "Invalid Level: Invalid result: 16.  Message Level unchanged."},
-        {MESSAGE, "DebugMessageLevel", "-1", "Invalid Level: Invalid result: -1.  Message Level unchanged."},
+        {MESSAGE, "DebugMessageLevel", "16", level + "16.  Message Level unchanged."},
+        {MESSAGE, "DebugMessageLevel", "-1", level + "-1.  Message Level unchanged."},
         {MESSAGE, "DebugMessageLevel", "5x", "Error #13: "},
         {DLL, "DllMessageLevel", "15", ""},
-        {DLL, "DllMessageLevel", "16", "Invalid Level: Invalid result: 16.  1394 DLL Debug level unchanged."},
+        {DLL, "DllMessageLevel", "16", level + "16.  1394 DLL Debug level unchanged."},
         {DLL, "DllMessageLevel", "99999999999", "Error #6: "},
         {TIMEOUT, "Default1394TransactionTimeout", "0", ""},
         {TIMEOUT, "Default1394TransactionTimeout", "3000", ""},
         {TIMEOUT, "Default1394TransactionTimeout", "", ""},
-        {TIMEOUT, "Default1394TransactionTimeout", "3001",
-         "Invalid Time Setting: Invalid result: 3001.  Default transaction time unchanged."},
+        {TIMEOUT, "Default1394TransactionTimeout", "3001", time + "3001.  Default transaction time unchanged."},
         {TIMEOUT, "Default1394TransactionTimeout", "-1",
-         "Invalid Time Setting: Invalid result: 0.  You must enter a number!  Default transaction time unchanged."},
+         time + "0.  You must enter a number!  Default transaction time unchanged."},
         {TIMEOUT, "Default1394TransactionTimeout", "10 s", "Error #13: "},
-    };
-    Begin();
-    const auto inForce = [this](const std::string& key) {
-        const auto& globals = basApp::globals;
-        EXPECT_EQ(globals.CurrentTransactionTimeout, globals.Default1394TransactionTimeout);
-        EXPECT_EQ(globals.DebugMessageLevel, status().MessageLevel);
-        return std::to_string(key == "DebugLoggingLevel"   ? globals.DebugLoggingLevel
-                              : key == "DebugMessageLevel" ? globals.DebugMessageLevel
-                              : key == "DllMessageLevel"   ? globals.DllMessageLevel
-                                                           : globals.Default1394TransactionTimeout);
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.item) + " " + row.answer);
-        const std::string before = inForce(row.key), storedBefore = Setting("Global", row.key);
-        const bool accepted = *row.told == '\0' && *row.answer != '\0';
-        ForgetTold();
+        const auto shown = [&] { // at first: what is in force
+            ForgetTold();
+            EXPECT_TRUE(Choose(row.item));
+            return program->dialogs.shown.front().first;
+        };
+        const std::string before = shown(), storedBefore = Setting("Global", row.key);
+        const bool accepted = row.told.empty() && *row.answer != '\0';
         program->dialogs.answers = {row.answer};
-        ASSERT_TRUE(Choose(row.item));
-        EXPECT_EQ(inForce(row.key), accepted ? row.answer : before);
+        EXPECT_EQ(shown(), before);
         EXPECT_EQ(Setting("Global", row.key), accepted ? row.answer : storedBefore);
-        EXPECT_EQ(program->dialogs.shown.size(), std::string(row.told).find("Invalid") == 0 ? 2u : 1u);
-        EXPECT_TRUE(*row.told == '\0' || WasTold(row.told)) << testing::PrintToString(Told());
-        ASSERT_TRUE(Choose(row.item)); // the next one shows what is in force
-        EXPECT_EQ(program->dialogs.shown.back().first, inForce(row.key));
+        EXPECT_EQ(program->dialogs.shown.size(), row.told.starts_with("Invalid") ? 2u : 1u);
+        EXPECT_TRUE(row.told.empty() || WasTold(row.told)) << testing::PrintToString(Told());
+        EXPECT_EQ(shown(), accepted ? row.answer : before);
+        EXPECT_EQ(basApp::globals.CurrentTransactionTimeout, basApp::globals.Default1394TransactionTimeout);
+        EXPECT_EQ(basApp::globals.DebugMessageLevel, status().MessageLevel);
     }
-    Choose(LOGGING);
-    EXPECT_EQ(program->dialogs.shown.back().text,
-              "Please enter the new level of messages to add to the debug log (1 to 15).  A lower number means more "
-              "messages.\r\n\tLEVEL_DETAIL=1\r\n\tLEVEL_MUTEX=3\r\n\tLEVEL_TRACE=5\r\n\tLEVEL_WARNING=7\r\n\t"
-              "LEVEL_WATCH=9\r\n\tLEVEL_ERROR=11\r\n\tLEVEL_USER=13\r\n\tLEVEL_FATAL=15\r\n\tLEVEL_NONE=17");
 }
 
 TEST_F(Parent, SetsTheLevelOfTheStatusWindowThatIsMeant) {
-    Begin();
     const auto setLevel = [this](const char* level) {
         ForgetTold();
         program->dialogs.answers = {level};
@@ -125,7 +109,8 @@ TEST_F(Parent, SetsTheLevelOfTheStatusWindowThatIsMeant) {
     EXPECT_EQ(setLevel("9"), "Status Window not Specified"); // the last one, then
     EXPECT_EQ(status(0).MessageLevel, 3);
     EXPECT_EQ(status(1).MessageLevel, 9);
-    status(1).Unload();
+    status(1).frame()->close();
+    Pass(20);
     parent().mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(form().frame()));
     EXPECT_EQ(setLevel("7"), "Message Level");
     EXPECT_EQ(status(0).MessageLevel, 7);
@@ -135,7 +120,6 @@ TEST_F(Parent, SetsTheLevelOfTheStatusWindowThatIsMeant) {
 }
 
 TEST_F(Parent, ArrangesItsChildrenByTheirShares) {
-    Begin();
     const double height = parent().mdiArea->maximumViewportSize().height();
     for (std::size_t windows = 1; windows <= 3; ++windows) {
         const std::vector<int> heights = Heights();
@@ -150,7 +134,6 @@ TEST_F(Parent, ArrangesItsChildrenByTheirShares) {
 }
 
 TEST_F(Parent, ScalesItsChildrenWithItselfWhileTheMarkIsSet) {
-    Begin();
     const auto resizeBy = [this](int pixels) {
         parent().resize(parent().width() + pixels, parent().height() + pixels);
         Pass(20);
@@ -176,27 +159,24 @@ TEST_F(Parent, ScalesItsChildrenWithItselfWhileTheMarkIsSet) {
 }
 
 TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
-    Begin();
     const QRect place(40, 30, 500, 300);
-    const auto stored = [this] {
-        std::vector<std::string> edges;
-        for (const char* edge : {"Top", "Left", "Bottom", "Right"})
-            edges.push_back(Setting("frmConfigROM", edge));
-        return edges;
+    const std::vector<std::string> edges{"Top", "Left", "Bottom", "Right"};
+    const auto close = [&] {
+        QTest::mouseClick(Newest<frmConfigROM>()->cmdClose, Qt::LeftButton);
+        Pass(20);
+        std::vector<std::string> stored;
+        for (const std::string& edge : edges)
+            stored.push_back(Setting("frmConfigROM", edge));
+        return stored;
     };
-    const std::vector<std::string> edges{"30", "40", "330", "540"};
     OpenRom()->frame()->setGeometry(place);
-    QTest::mouseClick(Newest<frmConfigROM>()->cmdClose, Qt::LeftButton);
-    Pass(20);
-    EXPECT_EQ(stored(), edges);
+    EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     for (const auto change : {&QWidget::showMaximized, &QWidget::showMinimized}) {
         frmConfigROM* window = OpenRom();
         EXPECT_EQ(window->frame()->geometry(), place);
         (window->frame()->*change)();
         Pass(20);
-        window->Unload();
-        Pass(20);
-        EXPECT_EQ(stored(), edges);
+        EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     }
     Restart();
     EXPECT_EQ(OpenRom()->frame()->geometry(), place);
@@ -209,17 +189,14 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
     for (const auto& edge : elsewhere) {
         SCOPED_TRACE(edge[0]);
-        Newest<frmConfigROM>()->Unload();
-        Pass(20);
-        const char* const keys[] = {"Top", "Left", "Bottom", "Right"};
+        close();
         for (std::size_t i = 0; i < 4; ++i)
-            windowSettings::Save("frmConfigROM", keys[i], edge[i]);
+            windowSettings::Save("frmConfigROM", edges[i], edge[i]);
         EXPECT_TRUE(screen.contains(OpenRom()->frame()->geometry()));
     }
 }
 
 TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {
-    Begin();
     Form window("frmTest", "Test");
     window.resize(400, 300);
     const auto add = [&window](QWidget* control, const char* name) {
@@ -233,18 +210,15 @@ TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {
     clsLayoutManager keeper;
     keeper.SetLayoutForm(&window);
     const QWidget* late = add(new QLineEdit, "txtLate");
-    const struct {
-        int width, height;
-        QRect text, box;
-    } rows[] = {{200, 150, {10, 20, 100, 30}, {10, 20, 100, 60}},
-                {200, 0, {10, 0, 100, 0}, {10, 0, 100, 60}},
-                {401, 300, {20, 40, 201, 60}, {20, 40, 201, 60}}, // 200.5 of a pixel
-                {400, 300, {20, 40, 200, 60}, {20, 40, 200, 60}}};
-    for (const auto& row : rows) {
-        window.resize(row.width, row.height);
+    const QRect rows[][3] = {{{0, 0, 200, 150}, {10, 20, 100, 30}, {10, 20, 100, 60}},
+                             {{0, 0, 200, 0}, {10, 0, 100, 0}, {10, 0, 100, 60}},
+                             {{0, 0, 401, 300}, {20, 40, 201, 60}, {20, 40, 201, 60}}, // 200.5 of a pixel
+                             {{0, 0, 400, 300}, {20, 40, 200, 60}, {20, 40, 200, 60}}};
+    for (const auto& [form, ofText, ofBox] : rows) {
+        window.resize(form.size());
         EXPECT_EQ(keeper.ResizeForm(), 1);
-        EXPECT_EQ(text->geometry(), row.text);
-        EXPECT_EQ(box->geometry(), row.box);
+        EXPECT_EQ(text->geometry(), ofText);
+        EXPECT_EQ(box->geometry(), ofBox);
         EXPECT_EQ(other->geometry(), QRect(20, 40, 200, 60));
         EXPECT_EQ(late->geometry(), QRect(20, 40, 200, 60));
     }
@@ -252,7 +226,6 @@ TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {
 }
 
 TEST_F(Parent, KeepsTheNewestMessagesInViewUnlessTheUserReadsOlderOnes) {
-    Begin();
     const auto post = [this](int count) {
         for (int i = 1; i <= count; ++i)
             basDebug::StatusDisplay("message " + std::to_string(i), LEVEL_USER, "test");
@@ -262,8 +235,8 @@ TEST_F(Parent, KeepsTheNewestMessagesInViewUnlessTheUserReadsOlderOnes) {
     const QTableView* grid = status().mfgStatus;
     QScrollBar* bar = grid->verticalScrollBar();
     EXPECT_EQ(grid->model()->rowCount(), 499);
-    EXPECT_EQ(Text(0), "message 2000");
-    EXPECT_EQ(Text(0, 499), "message 1502");
+    EXPECT_EQ(grid->model()->index(0, 3).data().toString(), "message 1502");
+    EXPECT_EQ(grid->model()->index(498, 3).data().toString(), "message 2000");
     EXPECT_EQ(bar->value(), bar->maximum());
     bar->setValue(100);
     post(20);
@@ -273,23 +246,7 @@ TEST_F(Parent, KeepsTheNewestMessagesInViewUnlessTheUserReadsOlderOnes) {
     EXPECT_EQ(bar->value(), bar->maximum());
 }
 
-TEST_F(Parent, OpensANewStatusWindowInANewSlot) {
-    Begin();
-    status(0).frame()->close();
-    Pass(20);
-    basDebug::StatusDisplay("to nobody", LEVEL_USER, "test");
-    ASSERT_TRUE(Choose("mnuStatusWindow"));
-    ASSERT_EQ(windows::globals.statusWindows.size(), 2u);
-    EXPECT_EQ(status(1).WindowIndex, 1);
-    status(1).MessageLevel = LEVEL_WATCH;
-    ASSERT_TRUE(Choose("mnuRescanBus")); // the device window speaks to all status windows, others to the first
-    Pass(3000);
-    EXPECT_EQ(Text(1), "Rescan Bus Commanded");
-    EXPECT_FALSE(status(0).isVisible());
-}
-
 TEST_F(Parent, ShowsTheShippedHelpAndFindsInIt) {
-    Begin();
     windowSettings::Save("Global", "HelpHost", "file://" HELP_PAGES);
     ASSERT_TRUE(Choose("mnuReleaseNotes"));
     EXPECT_EQ(Newest<frmHelp>()->windowTitle(), "Release Notes");
@@ -301,33 +258,26 @@ TEST_F(Parent, ShowsTheShippedHelpAndFindsInIt) {
     QTest::keySequence(help->WebBrowser1, QKeySequence::Find);
     EXPECT_TRUE(help->Text1->hasFocus());
     QTest::keyClicks(help->Text1, "first steps");
-    std::vector<int> found;
-    for (int i = 0; i < 4; ++i) {
+    std::set<int> found;
+    for (int i = 0; i < 4; ++i) { // from the top again behind the last one
         QTest::keyClick(help->Text1, Qt::Key_Return);
         EXPECT_EQ(help->WebBrowser1->textCursor().selectedText().toLower(), "first steps");
-        found.push_back(help->WebBrowser1->textCursor().position());
+        found.insert(help->WebBrowser1->textCursor().position());
     }
-    EXPECT_LT(found[0], found[1]);
-    EXPECT_TRUE(std::count(found.begin(), found.end(), found[0]) > 1); // from the top again
+    EXPECT_TRUE(found.size() > 1 && found.size() < 4);
     windowSettings::Save("Global", "HelpHost", "file:///nowhere");
     ASSERT_TRUE(Choose("mnuUserGuide"));
     EXPECT_TRUE(Newest<frmHelp>()->WebBrowser1->toPlainText().startsWith("The page could not be opened:"));
 }
 
 TEST_F(Parent, TellsAboutItself) {
-    Begin();
-    std::string texts;
-    QTimer::singleShot(0, qApp, [&texts] {
+    QTimer::singleShot(0, qApp, [] {
         auto* about = qobject_cast<frmAbout*>(QApplication::activeModalWidget());
-        ASSERT_NE(about, nullptr);
-        for (const QLabel* label : {about->lblApplicationName, about->lblVersion, about->lblExeFilename})
-            texts += label->text().toStdString() + "|";
+        EXPECT_EQ(about->lblVersion->text(), "Version: 1.8.1");
+        EXPECT_EQ(about->lblExeFilename->text(), "Exe Filename: ui_tests.exe");
         QTest::mouseClick(about->cmdClose, Qt::LeftButton);
     });
     parent().mnuAbout->trigger();
-    EXPECT_EQ(texts, "Application Name: HoistlineApp|Version: 1.8.1|Exe Filename: ui_tests.exe|");
 }
 
 } // namespace
-
-} // namespace testing_support

@@ -3,16 +3,11 @@
 #include "SingleInstance.h"
 #include "WindowSettings.h"
 #include "WindowWiring.h"
-#include "Wiring.h"
-#include "bas1394.h"
-#include "basAutomation.h"
-#include "basBootloader.h"
 
 #include <QApplication>
 #include <QTimer>
 #include <QtTest/QTest>
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace testing_support {
@@ -53,11 +48,7 @@ void WindowTest::End() {
 void WindowTest::Restart() {
     Unload();
     platform::ReleaseSingleInstance();
-    basApp::globals = {};
-    basDebug::globals = {};
-    bas1394::globals = {};
-    basBootloader::globals = {};
-    basAutomation::globals = {};
+    HeadlessProgram::ResetGlobals();
     ForgetTold();
     Load({});
 }
@@ -111,21 +102,6 @@ bool WindowTest::Choose(const char* itemName) {
 
 std::string WindowTest::Setting(const std::string& section, const std::string& key) const {
     return windowSettings::Get(section, key, "<none>");
-}
-
-std::vector<std::string> WindowTest::Told() const {
-    std::vector<std::string> texts;
-    for (const Message& message : program->messages)
-        texts.push_back(message.text);
-    for (const auto& box : program->dialogs.shown)
-        texts.push_back(box.caption + ": " + box.text);
-    return texts;
-}
-
-bool WindowTest::WasTold(const std::string& part) const {
-    const std::vector<std::string> texts = Told();
-    return std::any_of(texts.begin(), texts.end(),
-                       [&](const std::string& text) { return text.find(part) != std::string::npos; });
 }
 
 void WindowTest::ForgetTold() {

@@ -38,8 +38,8 @@ protected:
     bool Choose(const char* itemName);
     std::string Setting(const std::string& section, const std::string& key) const; // "<none>" without one
     // Texts of all messages and dialogs since the program began or ForgetTold.
-    std::vector<std::string> Told() const;
-    bool WasTold(const std::string& part) const;
+    std::vector<std::string> Told() const { return program->Told(); }
+    bool WasTold(const std::string& part) const { return program->Said(part); }
     void ForgetTold();
 
     MDIForm1& parent() const { return *windows::globals.parent; }
