@@ -1,6 +1,7 @@
 // A long life on the virtual clock: bus resets, loads from the firmware browser, and every window
 // opened and closed, with memory, open files and log rows told along the way.
 // Arguments: resets, loads, rounds of windows (10000 1000 1000).
+#include "AppIcon.h"
 #include "Database.h"
 #include "HeadlessProgram.h"
 #include "MDIForm1.h"
@@ -141,6 +142,8 @@ int main(int argc, char** argv) {
     const int resets = count(1, 10'000), loads = count(2, 1'000), rounds = count(3, 1'000);
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(
+        AppIcon()); // as the program does; else each frame would draw, and cache, one of its own
     LongLife program;
     const ByteArray image(3000, 0x5A);
     program.Write("packages/soak.twd", Package(image));

@@ -70,6 +70,8 @@ int main(int argc, char** argv) {
     }
     WireWindows([] { QCoreApplication::exit(0); });
     // No result reaches the operating system. A start that failed before there was a window ends here.
-    const bool goesOn = basApp::Main(commandLine) && windows::globals.parent != nullptr;
-    return goesOn ? QApplication::exec() : 0;
+    if (basApp::Main(commandLine) && windows::globals.parent != nullptr)
+        return QApplication::exec();
+    basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there
+    return 0;
 }

@@ -51,11 +51,18 @@ void CreateStore() {
     CallHook(hooks.createStore);
 }
 
-// Failure 13 for a stored text that isn't a number.
+// A stored text that isn't a number is a failure that names the setting: the user has to find it.
 std::int32_t NumberSetting(const std::string& key, std::int32_t defaultValue) {
     if (!hooks.globalSetting)
         return defaultValue;
-    return platform::NumberFromText(hooks.globalSetting(key, std::to_string(defaultValue)));
+    const std::string stored = hooks.globalSetting(key, std::to_string(defaultValue));
+    std::int32_t number = defaultValue;
+    platform::Attempt([&] { number = platform::NumberFromText(stored); },
+                      [&](const platform::Failure& failure) {
+                          platform::Raise(failure.Number,
+                                          fmt::format("{} (setting {} = \"{}\")", failure.Description, key, stored));
+                      });
+    return number;
 }
 
 void ReadDllMessageLevel() {

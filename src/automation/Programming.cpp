@@ -148,7 +148,7 @@ std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, co
     bool good = false;
     next([&] { good = ValuesAreGood(work); });
     if (!good)
-        return -1;
+        return 0;
     std::int32_t handle = 0, bootloaderVersion = 0;
     if (ChooseTarget("m_PerformUnattendedOperations", matchGuid, handle, bootloaderVersion) != TargetChoice::One)
         return 0;

@@ -2,6 +2,7 @@
 #include "CodePage.h"
 #include "Files.h"
 #include "Processes.h"
+#include "RunFailures.h"
 #include "WindowSystem.h"
 #include "basAutomation.h"
 #include "basUtils.h"
@@ -46,8 +47,8 @@ void WriteOrTell(std::string_view text) {
 void CreateStatusFile() {
     globals.StatusFileHandle.reset(); // that of an earlier run
     MakeFolder(globals.StatusFile);
-    if (basApp::FileExists(std::as_const(globals.StatusFile)))
-        platform::DeleteFile(globals.StatusFile);
+    if (basApp::FileExists(std::as_const(globals.StatusFile))) // where that fails the opening still empties it
+        platform::Attempt([] { platform::DeleteFile(globals.StatusFile); }, Reporter("Initialize"));
     globals.StatusFileHandle = std::make_unique<platform::OutputFile>(globals.StatusFile);
 }
 

@@ -120,7 +120,7 @@ std::int32_t PollForBlock(std::int32_t handle, const BootloaderRequest& request,
             return SUCCESS;
         if (result == GIVE_UP || pass >= BLOCK_POLLS)
             return ReasonForGivingUp(answer, blockNumber);
-        platform::DoEvents();
+        TurnInExchange(handle, platform::DoEvents);
         platform::Sleep(PAUSE_BETWEEN_BLOCK_POLLS);
     }
 }

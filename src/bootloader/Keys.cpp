@@ -1,7 +1,6 @@
 // The named items of a target's persistent store. A name or a value that doesn't fit into one
 // exchange goes in several passes, which carry an offset into each.
 #include "CodePage.h"
-#include "ShellWire.h"
 #include "Trapped.h"
 #include "basBootloader.h"
 #include "basUtils.h"
@@ -103,9 +102,6 @@ bool IsSound(const ReadKeyAnswer& answer, const std::string& keyName, std::int32
     else if (sizeBefore != 0 && answer.SizeOfKeyData != sizeBefore)
         StatusDisplay(LEVEL_ERROR, "ReadKey failure: the size of key '{}' changed from {} to {} while it was read",
                       keyName, sizeBefore, answer.SizeOfKeyData);
-    else if (answer.ResponseBufferSize < 1 || answer.ResponseBufferSize > BULK_BUFFER_BYTES)
-        StatusDisplay(LEVEL_ERROR, "ReadKey failure: {} bytes of key '{}' in the Response Buffer lead nowhere",
-                      answer.ResponseBufferSize, keyName);
     else
         return true;
     return false;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 namespace basBootloader {
 
@@ -155,12 +156,19 @@ std::int32_t PollOnce(std::int32_t handle, const BootloaderRequest& request, Boo
     return request.CommandCode == RESET_DEVICE ? SUCCESS : result;
 }
 
-void ShowProgress(const CommandProgress& progress, float elapsed, std::int32_t maximum) {
+void ShowProgress(std::int32_t handle, const CommandProgress& progress, float elapsed, std::int32_t maximum) {
     const float value = std::clamp(std::nearbyint(elapsed / 100.0F), 0.0F, static_cast<float>(maximum));
     if (progress.value)
         progress.value(static_cast<std::int32_t>(value));
     if (progress.repaint)
-        progress.repaint();
+        TurnInExchange(handle, progress.repaint);
+}
+
+bool AwaitsAnswer(const char* procedure, std::int32_t handle) {
+    const bool awaits = globals.AwaitedHandle != 0 && (handle == globals.AwaitedHandle || handle == 0);
+    if (awaits)
+        StatusDisplay(LEVEL_TRACE, "{} failed: another exchange with the target awaits its answer", procedure);
+    return awaits;
 }
 
 std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& request, BootloaderResponse& response,
@@ -172,7 +180,7 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
             const float elapsed = basApp::ElapsedMilliseconds(startCount);
             platform::Sleep(PAUSE_BETWEEN_POLLS);
             if (progress)
-                ShowProgress(*progress, elapsed, timeOutMs / 100);
+                ShowProgress(handle, *progress, elapsed, timeOutMs / 100);
         }
         if (settled || basApp::ElapsedMilliseconds(startCount) >= static_cast<float>(timeOutMs))
             return result;
@@ -181,12 +189,24 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
 
 } // namespace
 
+void TurnInExchange(std::int32_t handle, const std::function<void()>& turn) {
+    const std::int32_t outer = std::exchange(globals.AwaitedHandle, handle);
+    Finally(
+        [&] {
+            turn();
+            return SUCCESS;
+        },
+        [&] { globals.AwaitedHandle = outer; });
+}
+
 std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request) {
     return Trapped("SendRequest", [&] {
         if (handle < 0) {
             StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid device handle: {}", handle);
             return FAILED;
         }
+        if (AwaitsAnswer("SendRequest", handle))
+            return FAILED;
         std::optional<Device> broadcast;
         const Device& device = handle == 0 ? broadcast.emplace(BroadcastDevice()) : GetNodeNum(handle);
         if (handle != 0 && !IsNode(device)) {
@@ -280,6 +300,8 @@ std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t /*numBytes*/, 
         StatusDisplay(LEVEL_ERROR, "WriteRequestBuffer failed, INVALID_HANDLE_ERROR");
         return INVALID_HANDLE_ERROR;
     }
+    if (AwaitsAnswer("WriteRequestBuffer", handle))
+        return FAILED;
     const Device& device = GetNodeNum(handle);
     if (!IsNode(device))
         StatusDisplay(LEVEL_TRACE, "WriteRequestBuffer failed: invalid nodenum ({} for device handle {}",

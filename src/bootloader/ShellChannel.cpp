@@ -94,7 +94,7 @@ void LogAnswer(const ShellAnswer& answer, std::size_t size) {
                   answer.Status, answer.CharactersLost);
     if (size > 19)
         StatusDisplay(LEVEL_DETAIL,
-                      "ReadShellCharacters:  head=0x{:X}  tail=0x{:X}  bufferStart=0x{:X}  sizeOfPayload=0x{:X}",
+                      "ReadShellCharacters: head=0x{:X}  tail=0x{:X}  bufferStart=0x{:X}  sizeOfPayload=0x{:X}",
                       answer.Head, answer.Tail, answer.BufferStart, answer.SizeOfPayload);
     if (size > 27)
         StatusDisplay(LEVEL_DETAIL,
@@ -272,7 +272,7 @@ std::int32_t ReadShellCharacters_Ver1(std::int32_t handle, ByteArray& data) {
                           "ReadShellCharacters: the target indicates that there is {} quadlets returned but the "
                           "payload is empty.",
                           response.NumQuadlets);
-        if (answer.Received == 0)
+        if (answer.Received <= 0)
             return result;
         LogAnswer(answer, response.Operands.size());
         return answer.CharactersLost > 0 ? FetchBehindNotice(handle, answer, data) : FetchAll(handle, answer, data);

@@ -35,6 +35,7 @@ struct Globals {
     platform::Handle TransactionMutex = 0; // "ShellTransactionMutex", system-wide
     platform::Handle TargetListMutex = 0;  // unnamed
     std::int32_t MutexWaitTime = 2000;     // ms
+    std::int32_t AwaitedHandle = 0;        // whose answer is awaited while a turn is given, 0 for none
     std::vector<BootloaderTarget> TargetList = std::vector<BootloaderTarget>(1); // never shrinks
     std::int32_t NextHandle = 63;
     std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
@@ -69,6 +70,9 @@ std::int32_t SessionLayerTransaction(std::int32_t handle, BootloaderRequest& req
 std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request);
 std::int32_t GetResponse(std::int32_t handle, BootloaderResponse& response);
 std::int32_t ValidateResponse(const BootloaderRequest& request, const BootloaderResponse& response); // 1 or -1
+// Gives a turn in the middle of an exchange. What runs in it can't send to that target, nor to all: the
+// mutex lets its own thread through, and a target has one place for a request and one for an answer.
+void TurnInExchange(std::int32_t handle, const std::function<void()>& turn);
 // One block write of the whole array (padded to a quadlet) to the Request Buffer.
 std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t numBytes, ByteArray& data);
 // `data` gets numBytes rounded up to a quadlet.

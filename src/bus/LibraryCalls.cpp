@@ -109,8 +109,7 @@ VirtualDeviceList GetVirtualDeviceList() {
     Twl1394VirtualDeviceList wire{};
     Loaded().GetVirtualDeviceList(&wire);
     VirtualDeviceList list;
-    list.DeviceCount =
-        static_cast<std::int32_t>(std::min<std::uint32_t>(wire.DeviceCount, TWL1394_MAX_VIRTUAL_DEVICES));
+    list.DeviceCount = std::clamp(static_cast<std::int32_t>(wire.DeviceCount), 0, TWL1394_MAX_VIRTUAL_DEVICES);
     for (std::int32_t i = 0; i < list.DeviceCount; ++i)
         list.Names.emplace_back(wire.Name[i], strnlen(wire.Name[i], sizeof wire.Name[i]));
     return list;

@@ -22,8 +22,9 @@ struct Address1394 {
     bool operator==(const Address1394&) const = default;
 };
 
-// Result codes of this layer. The library's own codes stand in Twl1394api.h.
 inline constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE"; // the one that is added when there is none
+
+// Result codes of this layer. The library's own codes stand in Twl1394api.h.
 inline constexpr std::int32_t RESULT_SUCCESS = 1;
 inline constexpr std::int32_t RESULT_FAILED = -1;
 inline constexpr std::int32_t RESULT_BUS_RESET = -105;

@@ -1,10 +1,10 @@
 // The directories of a ROM and their leaves.
 //
 // Entries lead only onward, so directories form no circle; but a directory that two refer to is
-// there twice in the tree, and a ROM of 1 KiB unfolds into more of them than memory holds. So each
-// address is read once, and caps hold the whole (the limits in basConfigRom.h). A directory that is
-// cut off looks like one that could not be read. A leaf that several entries share is legitimate
-// and is served from the bytes already read.
+// there twice in the tree (a unit directory that the root and an instance share), and a ROM of 1 KiB
+// can unfold into more of them than memory holds. So caps hold the whole (the limits in
+// basConfigRom.h): a directory keeps the entries that were walked. A leaf that several entries share
+// is served from the bytes already read.
 #include "CodePage.h"
 #include "RomAccess.h"
 #include "bas1394.h"
@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <map>
-#include <set>
 #include <utility>
 
 namespace basConfigRom {
@@ -82,10 +81,11 @@ void DecodeDirectory(ByteArray bytes, std::int32_t address, ConfigRomDirectory& 
     for (std::size_t j = 0; j < directory.Entries.size(); ++j) {
         const auto at = static_cast<std::int32_t>(4 * j + 4);
         const std::uint32_t quadlet = Quadlet(raw, at);
-        directory.Entries[j] = {.Address = address + at,
-                                .KeyType = static_cast<std::int32_t>(quadlet >> 30),
-                                .KeyValue = static_cast<std::int32_t>(quadlet >> 24 & 0x3F),
-                                .Data = static_cast<std::int32_t>(quadlet & 0xFFFFFF)};
+        directory.Entries[j] = {
+            .Address = static_cast<std::int32_t>(static_cast<std::uint32_t>(address) + static_cast<std::uint32_t>(at)),
+            .KeyType = static_cast<std::int32_t>(quadlet >> 30),
+            .KeyValue = static_cast<std::int32_t>(quadlet >> 24 & 0x3F),
+            .Data = static_cast<std::int32_t>(quadlet & 0xFFFFFF)};
     }
     directory.Offsets.assign(1, {});
     directory.Leaves.assign(1, {});
@@ -99,10 +99,6 @@ public:
 
     // 1 or -1.
     std::int32_t Read(std::int32_t address, std::int32_t index, const std::string& trail) {
-        if (!directoriesRead_.insert(address).second) {
-            ReportCutOff(trail, address, "a directory is referred to twice");
-            return -1;
-        }
         ByteArray bytes;
         const std::int32_t code = GetConfigRomEntry(nodeIndex_, address, HEADER_MASK_BLOCK, bytes, trail);
         Count(bytes);
@@ -123,7 +119,7 @@ private:
         std::int32_t precedingKey = 0; // of the immediate that stands last before an entry
         for (std::size_t j = 0; j < Directory(index).Entries.size(); ++j) {
             if (TooLarge()) {
-                ReportCutOff(trail, Directory(index).Entries[j].Address, "it is too large");
+                ReportCutOff(trail, Directory(index).Entries[j].Address);
                 CutEntries(Directory(index).Entries, j);
                 return;
             }
@@ -144,8 +140,6 @@ private:
 
     void Take(std::int32_t index, std::size_t j, std::int32_t& precedingKey, const std::string& trail) {
         const ConfigRomEntry entry = Directory(index).Entries[j];
-        if (entry.KeyType != TYPE_IMMEDIATE && bas1394::globals.BusResetPending)
-            return; // the ROM is read anew behind the reset
         std::int32_t target = 0;
         switch (entry.KeyType) {
         case TYPE_IMMEDIATE:
@@ -215,17 +209,16 @@ private:
         quadlets_ += block.size() > 1 ? static_cast<std::int32_t>(block.size() / 4) : FAILED_READ_COST;
     }
 
-    void ReportCutOff(const std::string& trail, std::int32_t address, const char* why) {
+    void ReportCutOff(const std::string& trail, std::int32_t address) {
         if (!std::exchange(cutOffReported_, true))
             StatusDisplay(trail, LEVEL_WARNING,
-                          "GetConfigRomDirectory: the config rom of node index {} is cut off at address 0xFFFF{:X}: "
-                          "{}.",
-                          nodeIndex_, static_cast<std::uint32_t>(address), why);
+                          "GetConfigRomDirectory: the config rom of node index {} is cut off at address 0xFFFF{:X}: it "
+                          "is too large.",
+                          nodeIndex_, static_cast<std::uint32_t>(address));
     }
 
     std::int32_t nodeIndex_;
     ConfigRomRecord& rom_;
-    std::set<std::int32_t> directoriesRead_;      // addresses
     std::map<std::int32_t, ByteArray> leafBytes_; // by address; one byte for a leaf that couldn't be read
     std::int32_t leaves_ = 0, quadlets_ = 0;
     bool cutOffReported_ = false; // one WARNING a ROM

@@ -15,8 +15,8 @@ inline constexpr std::uint32_t ROM_BASE = 0xF0000400; // lower 32 bits; the uppe
 
 inline constexpr std::int32_t NO_ROOT_DIRECTORY = -20; // all but the root directory was read
 
-// What bounds a reading of one ROM, however its directories refer to each other: each address is
-// read once, and nothing beyond these. A ROM of 1 KiB holds at most 255 headers.
+// What bounds a reading of one ROM, however its directories refer to each other: nothing beyond
+// these. A ROM of 1 KiB holds at most 255 headers.
 inline constexpr std::size_t MAX_DIRECTORIES = 256;
 inline constexpr std::int32_t MAX_LEAVES = 1024;
 inline constexpr std::int32_t MAX_QUADLETS = 16384; // read in all; a read that fails counts for many

@@ -42,9 +42,13 @@ const char* ImageName(std::int32_t imageType) {
     }
 }
 
-void ReportFailureResumingNext(const platform::Failure& failure) {
-    StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in frmSelectFirmware.DownloadImage.  Resuming next...", failure.Number,
-                  failure.Description);
+auto ReportResumingNext(const DownloadStyle& style) {
+    return [&style](const platform::Failure& failure) {
+        if (style.log)
+            style.log(fmt::format("ERROR #{}: {} in frmSelectFirmware.DownloadImage.  Resuming next...", failure.Number,
+                                  failure.Description),
+                      LEVEL_WARNING);
+    };
 }
 
 // One load under way.
@@ -288,7 +292,7 @@ void TellSuccess(const Load& load) {
 // Everything from the erase on. A failure of one step leaves it failed and the next one runs, so
 // that the target is told of the end whatever happened to its blocks.
 std::int32_t LoadSection(Load& load) {
-    platform::ResumeNext next{ReportFailureResumingNext};
+    platform::ResumeNext next{ReportResumingNext(load.style)};
     std::int32_t maxBlockSize = 0;
     bool announced = false;
     next([&] { announced = Announce(load, maxBlockSize); });
@@ -326,7 +330,7 @@ DownloadStyle UnattendedStyle() {
 
 std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const std::string& file,
                                   const DownloadStyle& style) {
-    platform::ResumeNext next{ReportFailureResumingNext};
+    platform::ResumeNext next{ReportResumingNext(style)};
     Load load{handle, imageType, file, style, ImageName(imageType), {}, {}};
     load.startCount = platform::QueryPerformanceCounter();
     if (!load.name) {

@@ -277,6 +277,8 @@ void Database::Execute(const std::string& statements) {
 
 void Database::Compact(const std::string& from, const std::string& to) {
     const Database source(from);
+    // Refused while another process has the file open, which then must not be replaced under it.
+    Run(source.connection_, "PRAGMA journal_mode = DELETE");
     const Statement vacuum = Prepare(source.connection_, "VACUUM INTO ?1");
     Bind(vacuum.get(), 1, ResolvePath(to));
     if (sqlite3_step(vacuum.get()) != SQLITE_DONE)

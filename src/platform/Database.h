@@ -52,7 +52,7 @@ public:
     Database& operator=(const Database&) = delete;
     bool Updatable() const;
     std::unique_ptr<Recordset> OpenRecordset(const std::string& query);
-    // Runs statements that make tables; for tools and tests.
+    // Runs statements that give no rows.
     void Execute(const std::string& statements);
 
     // A compacted copy of `from` in the new file `to`; neither may be open.

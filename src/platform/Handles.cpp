@@ -41,10 +41,13 @@ public:
 private:
     static constexpr off_t OWNER = 0, USERS = 1;
 
+    // One folder for all processes of the user: the session's own is known inside the session only, not
+    // to a job that the system starts. One that is named otherwise is meant (tests, sandboxes).
     static std::string Folder() {
-        const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-        if (runtime != nullptr && access(runtime, W_OK) == 0)
-            return runtime;
+        const char* named = std::getenv("XDG_RUNTIME_DIR");
+        const bool meant = named != nullptr && named != "/run/user/" + std::to_string(getuid());
+        if (meant && access(named, W_OK) == 0)
+            return named;
         return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
     }
     static std::string FileNameOf(std::string name) {

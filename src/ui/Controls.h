@@ -1,9 +1,16 @@
-// Two small things that every window needs: our text as Qt's, and a control with its given name.
+// Small things that every window needs: our text as Qt's, a control with its given name, a menu item with
+// what it does.
 #pragma once
 
+#include "Guarded.h"
+
+#include <QAction>
 #include <QString>
 
+#include <functional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 inline QString Q(std::string_view text) {
     return QString::fromUtf8(text.data(), qsizetype(text.size()));
@@ -12,4 +19,11 @@ inline QString Q(std::string_view text) {
 template <class Widget> Widget* Named(Widget* widget, const char* name) {
     widget->setObjectName(name);
     return widget;
+}
+
+// A failure that gets as far as the item is logged under its name: out of Qt it would end the program.
+inline void OnChoice(QAction* item, const char* module, std::function<void()> click) {
+    QObject::connect(item, &QAction::triggered, item, [=, click = std::move(click)] {
+        Guarded(module, (item->objectName().toStdString() + "_Click").c_str(), click);
+    });
 }

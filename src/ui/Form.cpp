@@ -42,6 +42,8 @@ layout::Rectangle Form::place() {
 }
 
 void Form::setPlace(const layout::Rectangle& place) {
+    if (isMaximizedForm() || isMinimizedForm())
+        return; // the area sees to it, and its frame knows the place that it goes back to
     place_ = place;
     frame()->setGeometry(PixelsOf(place));
 }

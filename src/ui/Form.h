@@ -30,7 +30,7 @@ public:
     QWidget* frame();
     // As it was set, if it still stands there to the pixel: what scales it again and again loses nothing.
     layout::Rectangle place();
-    void setPlace(const layout::Rectangle& place);
+    void setPlace(const layout::Rectangle& place); // nothing while it is maximized or minimized
     bool isMaximizedForm();
     bool isMinimizedForm();
     void showForm();

@@ -1,5 +1,6 @@
 #include "MDIForm1.h"
 
+#include "Controls.h"
 #include "Dialogs.h"
 #include "Form.h"
 #include "Guarded.h"
@@ -22,6 +23,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -49,7 +51,7 @@ void MDIForm1::BuildMenus() {
     const auto item = [this](QMenu* in, const char* name, const char* caption, auto click) {
         QAction* action = in->addAction(QString::fromLatin1(caption));
         action->setObjectName(name);
-        connect(action, &QAction::triggered, this, click);
+        OnChoice(action, "MDIForm1", std::bind_front(click, this));
         return action;
     };
     mnuFile2 = menu("mnuFile2", "&File");
@@ -63,13 +65,13 @@ void MDIForm1::BuildMenus() {
     mnuWindow = menu("mnuWindow", "&Window");
     space = mnuWindow->addSeparator();
     space->setObjectName("space");
-    mnuAutoScaleChildren = item(mnuWindow, "mnuAutoScaleChildren", "&Auto-Scale Children", [this] {
+    mnuAutoScaleChildren = item(mnuWindow, "mnuAutoScaleChildren", "&Auto-Scale Children", [this](MDIForm1*) {
         mnuAutoScaleChildren->toggle(); // the click itself flips the mark below
         mnuAutoScaleChildren_Click();
     });
     mnuAutoScaleChildren->setCheckable(true);
     mnuTile = item(mnuWindow, "mnuTile", "&Tile", &MDIForm1::mnuTile_Click);
-    mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [] {});
+    mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [](MDIForm1*) {});
     mnuHelp2 = menu("mnuHelp2", "&Help");
     mnuUserGuide = item(mnuHelp2, "mnuUserGuide", "&User Guide", &MDIForm1::mnuUserGuide_Click);
     mnuReleaseNotes = item(mnuHelp2, "mnuReleaseNotes", "&Release Notes", &MDIForm1::mnuReleaseNotes_Click);
@@ -114,10 +116,15 @@ void MDIForm1::ShowChild(Form* form) {
     form->showForm();
 }
 
+void MDIForm1::BringForward(QMdiSubWindow* frame) {
+    if (frame->isMinimized())
+        frame->showNormal();
+    mdiArea->setActiveSubWindow(frame);
+}
+
 void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
-    const std::string scale = windowSettings::Get("MDIForm1", "AutoScaleChildForms", "1");
-    mnuAutoScaleChildren->setChecked(scale != "0" && scale != "False");
+    mnuAutoScaleChildren->setChecked(windowSettings::GetFlag("MDIForm1", "AutoScaleChildForms", "1"));
     setWindowTitle(
         QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version)"
                                            " (ORV Custom Build)",
@@ -164,8 +171,18 @@ void MDIForm1::VerifyFormPosition() {
     const basApp::WindowPlace place = basApp::VerifyFormPosition(
         "MDIForm1", {layout::Twips(x()), layout::Twips(y()), layout::Twips(width()), layout::Twips(height())},
         layout::Twips(screen.width()), layout::Twips(screen.height()));
-    setGeometry(layout::Pixels(place.Left), layout::Pixels(place.Top), layout::Pixels(place.Width),
-                layout::Pixels(place.Height));
+    const QSize fitting(layout::Pixels(place.Width), layout::Pixels(place.Height));
+    if (fitting != size())
+        resize(fitting);
+    if (const QPoint at(layout::Pixels(place.Left), layout::Pixels(place.Top)); at != pos())
+        move(at); // with the frame, as pos() is: its title bar stays on the screen
+}
+
+void MDIForm1::VerifyFormPosition(Form* child) const {
+    const layout::Rectangle at = child->place();
+    const basApp::WindowPlace place = basApp::VerifyFormPosition(
+        child->nameText(), {at.Left, at.Top, at.Width, at.Height}, ClientWidth(), ClientHeight());
+    child->setPlace({place.Left, place.Top, place.Width, place.Height});
 }
 
 void MDIForm1::MDIForm_Resize() {
@@ -191,8 +208,11 @@ void MDIForm1::ArrangeChildren(int mode) {
                 forms.push_back(status);
         if (mode == 1) {
             const auto places = layout::Tile(ClientWidth(), ClientHeight(), forms.size() - 1);
-            for (std::size_t i = 0; i < forms.size(); ++i)
+            for (std::size_t i = 0; i < forms.size(); ++i) {
+                if (forms[i]->isMaximizedForm())
+                    forms[i]->frame()->showNormal(); // tiled windows stand side by side
                 forms[i]->setPlace(places[i]);
+            }
             return;
         }
         for (Form* form : forms)

@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QMainWindow>
 #include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 
 #include <cstdint>
@@ -22,6 +23,7 @@ public:
     void ArrangeChildren(int mode);
     void ShowHelp(const QString& url, const QString& title);
     void VerifyFormPosition();
+    void VerifyFormPosition(Form* child) const; // that it is in view in the area
 
     // Puts a window into a frame of its own. The caller loads and shows it.
     void AddChild(Form* form);
@@ -30,6 +32,8 @@ public:
     std::int32_t CreateDownloadWindow();
     // Shows it with all of it in view, as far as it fits into the area.
     void ShowChild(Form* form);
+    // In view and active, also when it was minimized.
+    void BringForward(QMdiSubWindow* frame);
 
     void mnuStatusWindow_Click();
     void mnuDebugLoggingLevel_Click();

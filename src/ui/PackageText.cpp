@@ -62,6 +62,11 @@ bool LoadPossible(const TwdHeader& header, const BootloaderTarget& target, bool 
 
 } // namespace
 
+std::string SectionFault(const TwdHeader& header, std::int32_t imageType, std::int64_t fileSize) {
+    return imageType == basBootloader::IMAGE_CONFIG ? Fault("CNE", header.Cne, fileSize)
+                                                    : Fault("Image1", header.Image1, fileSize);
+}
+
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize) {
     using namespace basBootloader;
@@ -80,8 +85,8 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
     view.lblVendorCompatibility =
         Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
     view.lblPackagesIncluded = Included(header);
-    const std::string imageFault = Fault("Image1", header.Image1, fileSize);
-    const std::string configFault = Fault("CNE", header.Cne, fileSize);
+    const std::string imageFault = SectionFault(header, IMAGE_APPLICATION, fileSize);
+    const std::string configFault = SectionFault(header, IMAGE_CONFIG, fileSize);
     view.warning = imageFault + configFault;
     const bool possible = LoadPossible(header, *target, overrideHardware);
     view.loadImage = header.Image1.Length > 0 && possible && imageFault.empty();

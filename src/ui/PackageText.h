@@ -32,6 +32,9 @@ struct View {
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize);
 
+// Why the section that an image type loads must not be loaded; empty when it may.
+std::string SectionFault(const TwdHeader& header, std::int32_t imageType, std::int64_t fileSize);
+
 // The most that the browser reads of a package.
 inline constexpr std::int64_t READ_LIMIT = 10'000'000;
 

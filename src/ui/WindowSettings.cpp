@@ -1,5 +1,6 @@
 #include "WindowSettings.h"
 
+#include "CodePage.h"
 #include "UserSettings.h"
 
 namespace windowSettings {
@@ -12,6 +13,11 @@ bool HasStore() {
 
 std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue) {
     return HasStore() ? hooks.get(section, key, defaultValue) : platform::GetUserSetting(section, key, defaultValue);
+}
+
+bool GetFlag(const std::string& section, const std::string& key, const std::string& defaultValue) {
+    const std::string value = platform::UpperCase(Get(section, key, defaultValue));
+    return value != "0" && value != "FALSE";
 }
 
 void Save(const std::string& section, const std::string& key, const std::string& value) {

@@ -18,6 +18,8 @@ extern Hooks hooks;
 
 bool HasStore();
 std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue);
+// A stored truth value: "0" and "False", in any case, are off.
+bool GetFlag(const std::string& section, const std::string& key, const std::string& defaultValue);
 void Save(const std::string& section, const std::string& key, const std::string& value);
 void Remove(const std::string& section, const std::string& key);
 

@@ -59,7 +59,7 @@ void ListChildWindows(QMenu* menu) {
     constexpr const char* LISTED = "childWindow";
     for (QAction* action : menu->actions())
         if (action->objectName() == LISTED)
-            menu->removeAction(action);
+            delete action; // taken out only, it would stay the menu's for good
     if (globals.parent == nullptr)
         return;
     menu->addSeparator()->setObjectName(LISTED);
@@ -67,8 +67,7 @@ void ListChildWindows(QMenu* menu) {
     for (QMdiSubWindow* frame : area->subWindowList()) {
         if (!frame->isVisible())
             continue;
-        QAction* action =
-            menu->addAction(frame->windowTitle(), area, [area, frame] { area->setActiveSubWindow(frame); });
+        QAction* action = menu->addAction(frame->windowTitle(), area, [frame] { globals.parent->BringForward(frame); });
         action->setObjectName(LISTED);
         action->setCheckable(true);
         action->setChecked(frame == area->activeSubWindow());

@@ -18,7 +18,7 @@ struct Kind {
     const char* qtClass;
     const char* controlType;
 };
-constexpr Kind KINDS[] = {
+constexpr Kind ControlTypes[] = {
     {"DriveListBox", "DriveListBox"}, {"DirListBox", "DirListBox"}, {"RichTextBox", "RichTextBox"},
     {"QPlainTextEdit", "TextBox"},    {"QTextEdit", "RichTextBox"}, {"QLineEdit", "TextBox"},
     {"QGroupBox", "Frame"},           {"QTableView", "MSFlexGrid"}, {"QTabWidget", "TabStrip"},
@@ -57,7 +57,7 @@ clsLayoutManager::~clsLayoutManager() {
 }
 
 std::string clsLayoutManager::ControlType(const QWidget* widget) {
-    for (const Kind& kind : KINDS)
+    for (const Kind& kind : ControlTypes)
         if (widget->inherits(kind.qtClass))
             return kind.controlType;
     return {};

@@ -1,6 +1,6 @@
 #include "frmHelp.h"
 
-#include "Failure.h"
+#include "Guarded.h"
 #include "basDebug.h"
 
 #include <QDesktopServices>
@@ -31,8 +31,10 @@ frmHelp::frmHelp() : Form("frmHelp", "User Guide"), WebBrowser1(new QTextBrowser
 void frmHelp::Form_Load() {
     fitClient(fontMetrics().averageCharWidth() * 100, fontMetrics().height() * 34);
     layout_ = std::make_unique<clsLayoutManager>();
-    platform::Attempt([this] { layout_->SetLayoutForm(this); }, platform::IgnoreFailure);
-    layout_->VerifyFormPosition(this);
+    Guarded("frmHelp", "Form_Load", [this] {
+        layout_->SetLayoutForm(this);
+        layout_->VerifyFormPosition(this);
+    });
 }
 
 void frmHelp::navigate(const QString& url) {
@@ -49,7 +51,7 @@ void frmHelp::Form_Resize() {
 }
 
 void frmHelp::Form_Unload() {
-    if (!layout_ && basDebug::Wanted(LEVEL_WARNING))
-        basDebug::StatusDisplay("clsLayoutMan terminated prior to form termination.", LEVEL_WARNING, "frmHelp");
+    if (!layout_)
+        basDebug::Display("frmHelp", LEVEL_WARNING, "clsLayoutMan terminated prior to form termination.");
     layout_.reset();
 }

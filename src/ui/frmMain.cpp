@@ -6,6 +6,7 @@
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "bas1394.h"
+#include "basApp.h"
 #include "basAutomation.h"
 #include "basBootloader.h"
 #include "basDebug.h"
@@ -116,6 +117,8 @@ void frmMain::SetUpGrid() {
     for (const deviceRows::Column& column : deviceRows::COLUMN_TABLE)
         headers << column.header;
     mfgDevices->setHorizontalHeaderLabels(headers);
+    for (const int column : {deviceRows::DRIVER, deviceRows::NODE})
+        mfgDevices->horizontalHeaderItem(column)->setTextAlignment(Qt::AlignCenter);
     mfgDevices->setRowCount(0);
     mfgDevices->setSelectionBehavior(QAbstractItemView::SelectRows);
     mfgDevices->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -141,8 +144,8 @@ void frmMain::SetUpGrid() {
 void frmMain::Form_Load() {
     if (MDIForm1* parent = windows::globals.parent)
         mnuAutoScaleChildren->setChecked(parent->mnuAutoScaleChildren->isChecked());
-    mnuRemove1394VirtualDriverOnShutdown->setChecked(windowSettings::Get(nameText(), "RemoveDriverOnShutdown", "0") !=
-                                                     "0");
+    mnuRemove1394VirtualDriverOnShutdown->setChecked(
+        windowSettings::GetFlag(nameText(), "RemoveDriverOnShutdown", "0"));
     SetUpGrid();
     fitClient(fraDeviceList->geometry().right() + 1 + fraDeviceList->x(), fraSelectedDevice->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
@@ -163,8 +166,9 @@ void frmMain::StartBusTimers() {
     tmrIncomingData->setEnabled(true);
 }
 
-void frmMain::StatusDisplayText(std::int32_t level, const std::string& text) {
-    basDebug::StatusDisplayOfMainWindow(startCount_, text, basDebug::GetLevelName(level), "frmMain");
+// A message that names no module shows its level in the module's place.
+void frmMain::StatusDisplayText(std::int32_t level, const std::string& text, std::string_view module) {
+    basDebug::StatusDisplayOfMainWindow(startCount_, text, basDebug::GetLevelName(level), module);
 }
 
 void frmMain::Form_Resize() {
@@ -185,7 +189,8 @@ void frmMain::ResizeMFG() {
 }
 
 void frmMain::keyPressEvent(QKeyEvent* event) {
-    StatusDisplay(LEVEL_WATCH, "keypress");
+    if (!event->text().isEmpty()) // a character, not Shift or a function key
+        StatusDisplay(LEVEL_WATCH, "keypress");
     Form::keyPressEvent(event);
 }
 
@@ -228,8 +233,10 @@ std::int32_t frmMain::RefreshDeviceList() {
             [&] {
                 const deviceRows::Row row = deviceRows::RowOf(table[i]);
                 if (row.badState != -1)
-                    StatusDisplay(LEVEL_ERROR, "Invalid Bootloader state for node {}: {}", table[i].NodeNum,
-                                  row.badState);
+                    StatusDisplayText(
+                        LEVEL_ERROR,
+                        fmt::format("Invalid Bootloader state for node {}: {}", table[i].NodeNum, row.badState),
+                        "frmMain");
                 const int at = mfgDevices->rowCount();
                 mfgDevices->insertRow(at);
                 for (std::size_t column = 0; column < deviceRows::COLUMNS; ++column) {
@@ -352,9 +359,9 @@ Device frmMain::DeviceOfCurrentRow() const {
     return bas1394::FindDevice(CellText(deviceRows::DRIVER), std::int16_t(std::stoi(node)));
 }
 
-std::string frmMain::InvalidNodeText(std::int16_t node) const {
-    return fmt::format("Invalid Node: {}  GUID={} Mfg={} Model={}", node, CellText(deviceRows::ID),
-                       CellText(deviceRows::MANUFACTURER), CellText(deviceRows::MODEL));
+std::string frmMain::InvalidNodeText() const {
+    return fmt::format("Invalid Node: {}  GUID={} Mfg={} Model={}", CellText(deviceRows::NODE),
+                       CellText(deviceRows::ID), CellText(deviceRows::MANUFACTURER), CellText(deviceRows::MODEL));
 }
 
 void frmMain::AppendDebugSpew(const std::string& text) {
@@ -370,6 +377,14 @@ void frmMain::txtDebugSpew_Change() {
         for (const std::string& line : bas1394::TakeDebugLines(text))
             basDebug::StatusDisplay(line, basDebug::GetLevelNumber("DLL DEBUG SPEW"), "");
     txtDebugSpew->clear();
+}
+
+// The parent, which goes with this window, would refuse while a load runs.
+void frmMain::closeEvent(QCloseEvent* event) {
+    if (!basApp::globals.DownloadInProgress)
+        return Form::closeEvent(event);
+    event->ignore();
+    windows::UnloadParentWindow(); // says why not
 }
 
 void frmMain::Form_Unload() {

@@ -45,8 +45,7 @@ public:
     }
     void StatusDisplay(std::int32_t level, const std::string& text) { StatusDisplayText(level, text); }
 
-    // 1, or -1 when it was left early.
-    std::int32_t RefreshDeviceList();
+    std::int32_t RefreshDeviceList(); // 1
     void ClearDeviceDetails();
     void DrawScreen();
     void mfgDevices_RowColChange();
@@ -79,11 +78,12 @@ public:
 protected:
     void Form_Resize() override;
     void Form_Unload() override;
+    void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void StatusDisplayText(std::int32_t level, const std::string& text);
+    void StatusDisplayText(std::int32_t level, const std::string& text, std::string_view module = {});
     void BuildControls();
     void BuildMenus(); // frmMainMenus.cpp
     void SetUpGrid();
@@ -93,11 +93,12 @@ private:
     void txtDebugSpew_Change();
     std::string CellText(int column) const; // of the current row
     Device DeviceOfCurrentRow() const;
-    std::string InvalidNodeText(std::int16_t node) const;
+    std::string InvalidNodeText() const;
 
     // Commands (frmMainCommands.cpp).
     std::int32_t GetSelectedBootloaderHandle();
     void UpdateImage(std::int32_t imageType);
+    void OpenBrowser(std::int32_t imageType);
     void ResetSelectedDevice(std::int32_t mode);
     void mnuLaunchShell_Click();
     void LaunchShell(const Device& device);

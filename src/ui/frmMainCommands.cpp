@@ -42,7 +42,7 @@ std::int32_t frmMain::GetSelectedBootloaderHandle() {
     const Device device = DeviceOfCurrentRow();
     const std::int32_t handle = OpenBootloaderDevice(device);
     if (handle < 1) {
-        StatusDisplay(LEVEL_WARNING, InvalidNodeText(device.NodeNum));
+        StatusDisplay(LEVEL_WARNING, InvalidNodeText());
         return 0;
     }
     const std::int32_t index = GetDeviceIndex(handle);
@@ -53,6 +53,10 @@ std::int32_t frmMain::GetSelectedBootloaderHandle() {
 }
 
 void frmMain::UpdateImage(std::int32_t imageType) {
+    Guarded("frmMain", "UpdateImage", [&] { OpenBrowser(imageType); });
+}
+
+void frmMain::OpenBrowser(std::int32_t imageType) {
     StatusDisplay(LEVEL_TRACE, "Updating firmare image (type = {})", imageType);
     const Device device = DeviceOfCurrentRow();
     if (!IsUsable(device.NodeNum)) {
@@ -81,7 +85,7 @@ void frmMain::UpdateImage(std::int32_t imageType) {
 void frmMain::mnuLaunchShell_Click() {
     const Device device = DeviceOfCurrentRow();
     if (!IsUsable(device.NodeNum)) {
-        platform::CurrentDialogs().MessageBox(InvalidNodeText(device.NodeNum), basApp::TITLE);
+        platform::CurrentDialogs().MessageBox(InvalidNodeText(), basApp::TITLE);
         return;
     }
     Guarded("frmMain", "cmdLaunchShell", [&] { LaunchShell(device); });
@@ -94,7 +98,7 @@ void frmMain::LaunchShell(const Device& device) {
     for (Form* form : list) {
         auto* shell = qobject_cast<frmShell*>(form);
         if (shell != nullptr && shell->CurrentHandle() == handle)
-            return windows::globals.parent->mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(shell->frame()));
+            return windows::globals.parent->BringForward(qobject_cast<QMdiSubWindow*>(shell->frame()));
     }
     const std::size_t slot = windows::EmptySlot(list);
     auto* shell = new frmShell;
@@ -111,7 +115,7 @@ void frmMain::ResetSelectedDevice(std::int32_t mode) {
     const Device device = DeviceOfCurrentRow();
     const std::int32_t handle = OpenBootloaderDevice(device);
     if (handle < 1) {
-        basApp::MessageBoxOrStatusFile(InvalidNodeText(device.NodeNum), basApp::TITLE);
+        basApp::MessageBoxOrStatusFile(InvalidNodeText(), basApp::TITLE);
         return;
     }
     const std::int32_t index = GetDeviceIndex(handle);
@@ -152,7 +156,7 @@ void frmMain::mnuViewConfigROM_Click() {
 void frmMain::mnuStartApplication_Click() {
     const std::int32_t handle = GetSelectedBootloaderHandle();
     if (handle == 0) {
-        StatusDisplay(LEVEL_ERROR, InvalidNodeText(DeviceOfCurrentRow().NodeNum));
+        StatusDisplay(LEVEL_ERROR, InvalidNodeText());
         return;
     }
     std::int32_t crcFlag = 0;
@@ -168,7 +172,7 @@ void frmMain::mnuStartApplication_Click() {
 void frmMain::mnuStartDebugger_Click() {
     const std::int32_t handle = GetSelectedBootloaderHandle();
     if (handle == 0) {
-        StatusDisplay(LEVEL_ERROR, InvalidNodeText(DeviceOfCurrentRow().NodeNum));
+        StatusDisplay(LEVEL_ERROR, InvalidNodeText());
         return;
     }
     std::int32_t crcFlag = 0;
@@ -251,7 +255,7 @@ void frmMain::mnuSetMACaddress_Click() {
 void frmMain::mnuInitializePersistentParameters_Click() {
     const std::int32_t handle = GetSelectedBootloaderHandle();
     if (handle == 0) {
-        StatusDisplay(LEVEL_ERROR, InvalidNodeText(DeviceOfCurrentRow().NodeNum));
+        StatusDisplay(LEVEL_ERROR, InvalidNodeText());
         return;
     }
     const std::int32_t code = InitializePersistentParams(handle);
@@ -275,7 +279,7 @@ void frmMain::mnuSwitchTo1394Shell_Click() {
     const Device device = DeviceOfCurrentRow();
     const std::int32_t handle = OpenBootloaderDevice(device);
     if (handle < 1) {
-        StatusDisplay(LEVEL_ERROR, InvalidNodeText(device.NodeNum));
+        StatusDisplay(LEVEL_ERROR, InvalidNodeText());
         return;
     }
     const std::int32_t code = SwitchTo1394Shell(handle, 0, 0);

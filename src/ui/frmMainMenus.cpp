@@ -1,5 +1,6 @@
 // The menus of the device window, as a table.
 
+#include "Controls.h"
 #include "Dialogs.h"
 #include "MDIForm1.h"
 #include "Windows.h"
@@ -53,7 +54,7 @@ void frmMain::BuildMenus() {
     const auto add = [this](const Item& item) {
         item.action = item.in->addAction(QString::fromLatin1(item.caption));
         item.action->setObjectName(item.name);
-        connect(item.action, &QAction::triggered, this, item.click);
+        OnChoice(item.action, "frmMain", item.click);
     };
     const auto addAll = [&add](std::initializer_list<Item> items) {
         for (const Item& item : items)

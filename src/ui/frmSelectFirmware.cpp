@@ -154,6 +154,8 @@ void frmSelectFirmware::BuildFileFinder() {
         if (item != nullptr)
             ListView1_ItemClick();
     });
+    // The row that is current already: its file may be another one by now.
+    connect(ListView1, &QTreeWidget::itemClicked, this, &frmSelectFirmware::ListView1_ItemClick);
     connect(ListView1, &QTreeWidget::itemDoubleClicked, this, &frmSelectFirmware::ListView1_DblClick);
     connect(watcher_, &QFileSystemWatcher::directoryChanged, this, &frmSelectFirmware::Dir1_Change);
 }
@@ -175,6 +177,8 @@ void frmSelectFirmware::Form_Load() {
     if (!basApp::DirectoryExists(folder))
         folder = platform::CurrentDirectory();
     setFolder(folder);
+    if (const int drive = Drive1->findData(QStorageInfo(Q(folder_)).rootPath()); drive >= 0)
+        Drive1->setCurrentIndex(drive);
 }
 
 // The mounted places, and the user's own.
@@ -233,7 +237,7 @@ void frmSelectFirmware::setFirmwareType(std::int32_t imageType) {
 
 void frmSelectFirmware::setHDevice(std::int32_t handle) {
     using namespace basBootloader;
-    Guarded(MODULE, "hDevice_PropertyLet", [&] {
+    Guard("hDevice_PropertyLet", [&] {
         if (hDevice_ > 0 && hDevice_ != handle) {
             if (CloseBootloaderDevice(hDevice_) != SUCCESS)
                 basDebug::Display(MODULE, LEVEL_ERROR,
@@ -269,9 +273,11 @@ void frmSelectFirmware::setHDevice(std::int32_t handle) {
 }
 
 void frmSelectFirmware::setFolder(const std::string& folder) {
-    folder_ = folder;
-    if (!folder_.ends_with('/'))
-        folder_ += '/';
+    const std::string before = std::exchange(folder_, folder.ends_with('/') ? folder : folder + '/');
+    if (folder_ != before) { // a file of the same name elsewhere is another file
+        const QSignalBlocker quiet(ListView1);
+        ListView1->setCurrentItem(nullptr);
+    }
     const QModelIndex index = folders_->index(Q(folder_));
     Dir1->setCurrentIndex(index);
     Dir1->expand(index);
@@ -286,13 +292,16 @@ void frmSelectFirmware::setFolder(const std::string& folder) {
 void frmSelectFirmware::Dir1_Change() {
     const QString picked = ListView1->currentItem() == nullptr ? QString() : ListView1->currentItem()->text(FILENAME);
     const QSignalBlocker quiet(ListView1); // a change of folder touches neither labels nor buttons
-    Guarded(MODULE, "Dir1_Change", [this] {
+    const auto fill = [this] {
         ListView1->clear();
         AddFilesOf("*.twd");
         AddFilesOf("*.bin");
         ListView1->sortItems(sortColumn_, sortOrder_);
         ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
         platform::SaveUserSetting("Global", "Last_Path", folder_);
+    };
+    platform::Attempt(fill, [this](const platform::Failure& f) {
+        StatusDisplay(fmt::format("Error #{}: {}", f.Number, f.Description), LEVEL_ERROR);
     });
     const QList<QTreeWidgetItem*> again = ListView1->findItems(picked, Qt::MatchExactly, FILENAME);
     if (!picked.isEmpty() && !again.isEmpty())
@@ -320,6 +329,8 @@ bool frmSelectFirmware::SelectFile(const std::string& path) {
     const QList<QTreeWidgetItem*> found = ListView1->findItems(file.fileName(), Qt::MatchExactly, FILENAME);
     if (found.isEmpty())
         return false;
+    if (ListView1->currentItem() == found.first())
+        ListView1_ItemClick(); // it may have changed
     ListView1->setCurrentItem(found.first());
     return true;
 }
@@ -336,7 +347,7 @@ void frmSelectFirmware::dropEvent(QDropEvent* event) {
 }
 
 void frmSelectFirmware::ListView1_ColumnClick(int column) {
-    Guarded(MODULE, "ListView1_ColumnClick", [&] {
+    Guard("ListView1_ColumnClick", [&] {
         if (column == sortColumn_)
             sortOrder_ = sortOrder_ == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
         sortColumn_ = column;
@@ -357,7 +368,7 @@ std::string frmSelectFirmware::SelectedPath() const {
 void frmSelectFirmware::ListView1_ItemClick() {
     if (loading_)
         return; // the load has this window's labels
-    Guarded(MODULE, "ListView1_ItemClick", [this] {
+    Guard("ListView1_ItemClick", [this] {
         packageText::View view;
         header_ = {};
         const std::string name = SelectedName();
@@ -381,7 +392,9 @@ void frmSelectFirmware::ReadHeader(packageText::View& view, const std::string& p
         "File Last Updated: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(path), "yyyy-mm-dd hh:nn:ss");
     ByteArray bytes;
     const basUtils::ReadProgress progress = ReadingProgress();
-    const bool read = basUtils::ReadFileBytes(path, bytes, HEADER_LIMIT, &progress) == 1;
+    bool read = false;
+    Guarded(MODULE, "ListView1_ItemClick",
+            [&] { read = basUtils::ReadFileBytes(path, bytes, HEADER_LIMIT, &progress) == 1; });
     Status(status.toStdString());
     if (read)
         basBootloader::ByteArrayToTwdStruct(std::move(bytes), header_);

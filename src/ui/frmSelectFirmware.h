@@ -2,8 +2,10 @@
 // fits, and loads it. While one is open the device window is off.
 #pragma once
 
+#include "Failure.h"
 #include "Form.h"
 #include "ImageDownload.h"
+#include "Levels.h"
 #include "PackageText.h"
 #include "clsLayoutManager.h"
 
@@ -17,7 +19,10 @@
 #include <QTreeView>
 #include <QTreeWidget>
 
+#include <fmt/format.h>
+
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -53,6 +58,8 @@ public:
     // Opens the file's folder and picks the file; false when it isn't listed there.
     bool SelectFile(const std::string& path);
     bool LoadInProgress() const { return loading_; }
+    // To the log, and up to ERROR also to the status label.
+    void StatusDisplay(const std::string& text, std::int32_t level = LEVEL_TRACE);
 
     QGroupBox *fraFileFinder, *fraCommandSet, *fraProperties, *fraDownloadControls, *fraStatus;
     DriveListBox* Drive1;
@@ -84,6 +91,12 @@ private:
     std::string SelectedName() const;
     std::string SelectedPath() const;
     void Status(const std::string& text);
+    // As Guarded, with the failure on the status label too.
+    template <class Body> void Guard(const char* procedure, Body body) {
+        platform::Attempt(body, [&](const platform::Failure& f) {
+            StatusDisplay(fmt::format("Error #{}: {} in {}", f.Number, f.Description, procedure), LEVEL_ERROR);
+        });
+    }
 
     // Loading (frmSelectFirmwareLoad.cpp).
     void cmdLoadSelected_Click();
@@ -92,7 +105,9 @@ private:
     void cmdViewConfig_Click();
     void cmdPreferences_Click();
     template <class Load> void LoadFrame(const char* procedure, const std::string& beginning, Load load);
-    std::int32_t DownloadImage(std::int32_t imageType);
+    std::int32_t DownloadImage(std::int32_t imageType, const std::string& path);
+    bool HasLoaded(std::int32_t code, const char* command);
+    std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
     void ShowProgress(const basBootloader::DownloadProgress& progress);
     basUtils::ReadProgress ReadingProgress();

@@ -27,11 +27,6 @@ constexpr std::uint32_t PAUSE_AFTER_LOAD = 200; // ms
 constexpr std::int32_t UNIT_KILOBYTES = 128;    // a unit of a reader's progress
 constexpr std::size_t SMALLEST_PACKAGE = 98;    // what isn't even this was not read
 
-void Log(const std::string& text, std::int32_t level) {
-    if (basDebug::Wanted(level))
-        basDebug::StatusDisplay(text, level, MODULE);
-}
-
 } // namespace
 
 void frmSelectFirmware::EnableCommands(bool enabled) {
@@ -42,16 +37,24 @@ void frmSelectFirmware::EnableCommands(bool enabled) {
             button->setEnabled(false);
 }
 
+// To the log, and what has a low level or none also to the status label.
+void frmSelectFirmware::StatusDisplay(const std::string& text, std::int32_t level) {
+    if (level <= LEVEL_ERROR)
+        Status(text);
+    basDebug::Display(MODULE, level, "{}", text);
+}
+
 // What the three load buttons share. `load` is true for a success, behind which the list of devices
-// is rebuilt.
+// is rebuilt. The path is taken once: the list can be clicked while the load runs.
 template <class Load>
 void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& beginning, Load load) {
     if (std::exchange(loading_, true))
         return; // a double-click while a load runs
+    const std::string path = SelectedPath();
     EnableCommands(false);
     Status(beginning);
     bool loaded = false;
-    Guarded(MODULE, procedure, [&] { loaded = load(); });
+    Guard(procedure, [&] { loaded = load(path); });
     if (loaded)
         bas1394::globals.BusResetPending = true;
     platform::Sleep(PAUSE_AFTER_LOAD);
@@ -64,37 +67,41 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     cmdClose->setFocus();
 }
 
+bool frmSelectFirmware::HasLoaded(std::int32_t code, const char* command) {
+    if (code != SUCCESS)
+        StatusDisplay(fmt::format("{} failure: Download Image call failed, code {}", command, code), LEVEL_ERROR);
+    return code == SUCCESS;
+}
+
 void frmSelectFirmware::cmdLoadSelected_Click() {
+    if (!loading_)
+        Status("Downloading new image...");
     const std::string beginning = fmt::format("Beginning download of '{}' to target...", SelectedName());
-    LoadFrame("cmdLoadSelected_Click", beginning, [this] {
-        const std::int32_t code = DownloadImage(firmwareType_);
-        if (code != SUCCESS)
-            Log(fmt::format("cmdLoadSelected failure: Download Image call failed, code {}", code), LEVEL_ERROR);
-        return code == SUCCESS;
+    LoadFrame("cmdLoadSelected_Click", beginning, [this](const std::string& path) {
+        return HasLoaded(DownloadImage(firmwareType_, path), "cmdLoadSelected");
     });
 }
 
 void frmSelectFirmware::cmdLoadConfig_Click() {
     const std::string beginning =
         fmt::format("Beginning Configuration Download from file '{}' to target...", SelectedName());
-    LoadFrame("cmdLoadConfig_Click", beginning, [&] {
-        Log(beginning, LEVEL_TRACE);
-        const std::int32_t code = DownloadImage(IMAGE_CONFIG);
-        if (code != SUCCESS)
-            Log(fmt::format("cmdLoadConfig_Click_new failure: Download Image call failed, code {}", code), LEVEL_ERROR);
-        return code == SUCCESS;
+    LoadFrame("cmdLoadConfig_Click", beginning, [&](const std::string& path) {
+        StatusDisplay(beginning);
+        return HasLoaded(DownloadImage(IMAGE_CONFIG, path), "cmdLoadConfig_Click_new");
     });
 }
 
 void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
+    if (!loading_)
+        Status("Downloading new image...");
     const std::string name = SelectedName();
     const std::string beginning = fmt::format("Beginning download of '{}' to target...", name);
-    LoadFrame("cmdLoadImageAndConfig_Click", beginning, [&] {
-        std::int32_t code = DownloadImage(firmwareType_);
+    LoadFrame("cmdLoadImageAndConfig_Click", beginning, [&](const std::string& path) {
+        std::int32_t code = DownloadImage(firmwareType_, path);
         if (code != SUCCESS || firmwareType_ != IMAGE_APPLICATION) {
             Status(fmt::format("Failed to application image onto target from: {}'", name));
         } else {
-            code = DownloadImage(IMAGE_CONFIG);
+            code = DownloadImage(IMAGE_CONFIG, path);
             Status(
                 code == SUCCESS
                     ? fmt::format("Successfully loaded new application and CNE (configuration data) from '{}' onto "
@@ -102,11 +109,8 @@ void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
                                   name)
                     : fmt::format("Failed to load config data onto target.  Application load OK.  From: '{}'", name));
         }
-        Log(lblStatus->text().toStdString(), LEVEL_USER);
-        if (code != SUCCESS)
-            Log(fmt::format("cmdLoadImageAndConfig_Click failure: Download Image call failed, code {}", code),
-                LEVEL_ERROR);
-        return code == SUCCESS;
+        StatusDisplay(lblStatus->text().toStdString(), LEVEL_USER);
+        return HasLoaded(code, "cmdLoadImageAndConfig_Click");
     });
 }
 
@@ -121,7 +125,7 @@ void frmSelectFirmware::ListView1_DblClick() {
         (this->*ACTIONS[behavior])();
 }
 
-std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType) {
+std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const std::string& path) {
     const CommandProgress erasing{
         [this](std::int32_t) { pgbReadFile->setRange(0, 0); }, {}, [] { platform::DoEvents(); }};
     DownloadStyle style;
@@ -131,13 +135,20 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType) {
     style.blockSizeFailureLevel = LEVEL_TRACE;
     style.blockFailure = "DownloadImage ERROR: Failed to load '{file}' onto target.";
     style.flashFailure = "DownloadImage ERROR: Failed to write data to flash on target.";
-    style.load = [this](const std::string& file, TwdHeader& header) { LoadTWD(file, header); };
+    style.load = [this, imageType](const std::string& file, TwdHeader& header) {
+        LoadTWD(file, header);
+        const std::string fault = packageText::SectionFault(header, imageType, basApp::GetFileSize64(file));
+        if (fault.empty())
+            return;
+        StatusDisplay(fault, LEVEL_ERROR);
+        header = {}; // counts as not loaded, so that nothing is erased
+    };
     style.show = [this](const std::string& text) { Status(text); };
-    style.log = Log;
+    style.log = LogToWindow();
     style.progress = [this](const DownloadProgress& progress) { ShowProgress(progress); };
     style.startProgress = &erasing;
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, SelectedPath(), style);
+    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, path, style);
     QApplication::restoreOverrideCursor();
     return result;
 }
@@ -182,6 +193,10 @@ basUtils::ReadProgress frmSelectFirmware::ReadingProgress() {
             [this] { pgbReadFile->repaint(); }};
 }
 
+std::function<void(const std::string&, std::int32_t)> frmSelectFirmware::LogToWindow() {
+    return [this](const std::string& text, std::int32_t level) { StatusDisplay(text, level); };
+}
+
 void frmSelectFirmware::LoadTWD(const std::string& path, TwdHeader& header) {
     const basUtils::ReadProgress progress = ReadingProgress();
     ReadTwd(path, header,
@@ -192,7 +207,7 @@ void frmSelectFirmware::LoadTWD(const std::string& path, TwdHeader& header) {
                      Status(fmt::format("Reading '{}'...", SelectedName()));
                      pgbReadFile->show();
                  },
-             .log = Log});
+             .log = LogToWindow()});
     pgbReadFile->hide();
 }
 
@@ -213,21 +228,21 @@ void frmSelectFirmware::cmdViewConfig_Click() {
         LoadTWD(SelectedPath(), package);
         Status(status);
         if (package.FileData.size() < SMALLEST_PACKAGE) {
-            Log(fmt::format("ERROR: could not read file '{}'", SelectedName()), LEVEL_TRACE);
+            StatusDisplay(fmt::format("ERROR: could not read file '{}'", SelectedName()));
             return;
         }
         const TwdSection& cne = package.Cne;
         const std::int64_t end = std::int64_t{cne.Offset} + cne.Length;
         if (cne.Offset < 0 || cne.Length < 0 || end >= std::int64_t(package.FileData.size())) {
-            Log("View Config Error: failed to copy CNE data to local array", LEVEL_USER);
+            StatusDisplay("View Config Error: failed to copy CNE data to local array", LEVEL_USER);
             return;
         }
         ShowCneData(ByteArray(package.FileData.begin() + cne.Offset, package.FileData.begin() + end),
                     std::uint32_t(cne.Offset), SelectedName());
     };
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    platform::Attempt(view, [](const platform::Failure& f) {
-        Log(fmt::format("ERROR #{}: {}.  Exiting...", f.Number, f.Description), LEVEL_ERROR);
+    platform::Attempt(view, [this](const platform::Failure& f) {
+        StatusDisplay(fmt::format("ERROR #{}: {}.  Exiting...", f.Number, f.Description), LEVEL_ERROR);
     });
     QApplication::restoreOverrideCursor();
 }

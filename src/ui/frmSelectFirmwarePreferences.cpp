@@ -3,7 +3,6 @@
 #include "CodePage.h"
 #include "WindowSettings.h"
 #include "basApp.h"
-#include "basUtils.h"
 
 #include <QVBoxLayout>
 
@@ -60,8 +59,8 @@ bool frmSelectFirmwarePreferences::Form_Load() {
 }
 
 std::int32_t frmSelectFirmwarePreferences::GetDefaultDownloadBehavior() {
-    const std::string text = windowSettings::Get(SECTION, "DefaultLoadBehavior", "0");
-    return basUtils::IsNumericText(text) ? std::int32_t(platform::LeadingNumber(text)) : 0;
+    const double stored = platform::LeadingNumber(windowSettings::Get(SECTION, "DefaultLoadBehavior", "0"));
+    return stored == 1 || stored == 2 ? std::int32_t(stored) : 0; // anything else is as good as none
 }
 
 void frmSelectFirmwarePreferences::SetDefaultDownloadBehavior(std::int32_t behavior) {

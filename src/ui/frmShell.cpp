@@ -32,9 +32,8 @@ constexpr std::int32_t PASTE_INTERVAL = 1; // ms
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
-    if (!basUtils::IsNumericText(text))
-        return defaultValue;
-    const std::int32_t number = platform::NumberFromText(text);
+    std::int32_t number = defaultValue;
+    platform::Attempt([&] { number = platform::NumberFromText(text); }, platform::IgnoreFailure);
     return number < lowest ? defaultValue : number;
 }
 
@@ -173,8 +172,7 @@ void frmShell::setCurrentHandle(std::int32_t handle) {
         CloseOthersOn(handle);
         txtShell->Replace({});
         paste_.clear(); // it was meant for the other device
-        if (log_)
-            log_->Mark("the window moved to another device");
+        ToLog([](ShellLog& log) { log.Mark("the window moved to another device"); });
     }
     currentHandle_ = handle;
     RefreshDeviceList();
@@ -242,18 +240,16 @@ void frmShell::RefreshDeviceList() {
 }
 
 void frmShell::BusWasReset() {
-    if (log_)
-        log_->Mark("bus reset");
+    ToLog([](ShellLog& log) { log.Mark("bus reset"); });
     ShowTargets();
 }
 
 void frmShell::CharactersLost(std::int32_t count) {
-    if (log_)
-        log_->Mark(fmt::format("{} characters lost", count));
+    ToLog([=](ShellLog& log) { log.Mark(fmt::format("{} characters lost", count)); });
 }
 
 void frmShell::cmbDeviceDetails_Click() {
-    Guarded(MODULE, "cmbDeviceDetails_Click.  Exiting...", [this] {
+    const auto choose = [this] {
         basDebug::Display(MODULE, LEVEL_TRACE, "cmbDeviceDetails_Click");
         const std::string text = platform::UpperCase(cmbDeviceDetails->currentText().toStdString());
         constexpr std::string_view LABEL = "HANDLE=";
@@ -266,6 +262,10 @@ void frmShell::cmbDeviceDetails_Click() {
             return;
         setCurrentHandle(handle);
         txtShell->setFocus();
+    };
+    platform::Attempt(choose, [](const platform::Failure& f) {
+        basDebug::Display(MODULE, LEVEL_WARNING, "ERROR #{}: {} in cmbDeviceDetails_Click.  Exiting...", f.Number,
+                          f.Description);
     });
 }
 
@@ -313,14 +313,14 @@ bool frmShell::ReadOnce() {
     const std::int32_t code = basBootloader::ReadShellCharacters(handle, bytes, mnuBufferWrapNotices->isChecked());
     setConnected(code == basBootloader::SUCCESS);
     if (code != basBootloader::SUCCESS) {
-        basDebug::Display(MODULE, LEVEL_WARNING, "Failed receiving bytes from the UART, code {}", code);
+        basDebug::Display(MODULE, LEVEL_WARNING, "Failed receiving data from the UART, code {}", code);
         return false;
     }
     if (IsNothing(bytes))
         return false;
     basDebug::Display(MODULE, LEVEL_TRACE, "tmrPollForShellData_Timer: Received {} bytes from the UART.", bytes.size());
     ShellOutput(bytes);
-    WriteToLog(bytes);
+    ToLog([&](ShellLog& log) { log.Write(bytes); });
     if (BootloaderTarget* target = TargetOf(handle))
         target->Shell.Append(bytes);
     return bytes.front() != 0;
@@ -330,7 +330,7 @@ void frmShell::ShellOutput(const ByteArray& bytes) {
     txtShell->ShowEdit(shellText::EditOf(bytes, txtShell->Length()));
 }
 
-void frmShell::WriteToLog(const ByteArray& bytes) {
+void frmShell::ToLog(const std::function<void(ShellLog&)>& step) {
     if (!log_)
         return;
     const auto stop = [this](const platform::Failure& f) {
@@ -338,7 +338,7 @@ void frmShell::WriteToLog(const ByteArray& bytes) {
         log_.reset();
         mnuLogToFile->setChecked(false);
     };
-    platform::Attempt([&] { log_->Write(bytes); }, stop);
+    platform::Attempt([&] { step(*log_); }, stop);
 }
 
 void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {

@@ -17,6 +17,7 @@
 #include <QPushButton>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -78,7 +79,7 @@ private:
     void ReadPasses();
     bool ReadOnce(); // false when there is no more to read now
     void ShellOutput(const ByteArray& data);
-    void WriteToLog(const ByteArray& data);
+    void ToLog(const std::function<void(ShellLog&)>& step);
     void SendNextOfPaste();
     void cmbDeviceDetails_Click();
 

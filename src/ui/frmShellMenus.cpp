@@ -1,6 +1,7 @@
 // The menus of the shell window, and the bootloader commands behind them.
 
 #include "CodePage.h"
+#include "Controls.h"
 #include "Dialogs.h"
 #include "Guarded.h"
 #include "MDIForm1.h"
@@ -55,7 +56,7 @@ void frmShell::BuildMenus() {
         QAction* action = in->addAction(QString::fromLatin1(caption));
         action->setObjectName(name);
         action->setShortcut(QKeySequence(QString::fromLatin1(shortcut)));
-        connect(action, &QAction::triggered, this, std::move(click));
+        OnChoice(action, "frmShell", std::move(click));
         return action;
     };
     const auto mark = [&](

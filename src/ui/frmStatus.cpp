@@ -9,7 +9,6 @@
 #include "Windows.h"
 #include "basApp.h"
 #include "basDebug.h"
-#include "clsLayoutManager.h"
 
 #include <QHeaderView>
 #include <QScrollBar>
@@ -49,8 +48,8 @@ frmStatus::frmStatus()
 void frmStatus::Form_Load() {
     MessageLevel = basApp::globals.DebugMessageLevel;
     fitClient(fontMetrics().averageCharWidth() * 130, fontMetrics().height() * 10);
-    platform::Attempt([this] { RestoreLayout(); }, platform::IgnoreFailure);
-    clsLayoutManager().VerifyFormPosition(this);
+    Guarded("frmStatus", "Form_Load", [this] { RestoreLayout(); });
+    windows::globals.parent->VerifyFormPosition(this);
 }
 
 void frmStatus::PostMessage(std::string_view strMessage, float sngElapsedTime, std::int32_t& priority,

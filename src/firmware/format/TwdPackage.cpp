@@ -58,9 +58,17 @@ void LogOfModule(const std::string& text, std::int32_t level) {
     StatusDisplay(level, "{}", text);
 }
 
+auto ReportTo(const Log& log) {
+    return [log](const platform::Failure& failure) {
+        log(fmt::format("Error #{}: {} in LoadTWD", failure.Number, failure.Description), LEVEL_ERROR);
+    };
+}
+
 bool ReadPackageFile(const std::string& path, ByteArray& bytes, std::int64_t limit, const Log& log,
                      const basUtils::ReadProgress* progress = nullptr) {
-    if (basUtils::ReadFileBytes(path, bytes, limit, progress) == 1)
+    std::int32_t result = -1;
+    platform::Attempt([&] { result = basUtils::ReadFileBytes(path, bytes, limit, progress); }, ReportTo(log));
+    if (result == 1)
         return true;
     log(fmt::format("Load TWD error: failed to load file '{}' into memory.", path), LEVEL_ERROR);
     return false;
@@ -76,12 +84,6 @@ bool ReadAndParse(const std::string& path, std::int64_t limit, TwdHeader& header
         return true;
     log(fmt::format("Load TWD error: Failed to validate file '{}'!", path), LEVEL_ERROR);
     return false;
-}
-
-auto ReportTo(const Log& log) {
-    return [log](const platform::Failure& failure) {
-        log(fmt::format("Error #{}: {} in LoadTWD", failure.Number, failure.Description), LEVEL_ERROR);
-    };
 }
 
 } // namespace
