@@ -1,6 +1,8 @@
 // A package picked and loaded by hand, on the simulated bus.
+#include "Clock.h"
 #include "UserSettings.h"
 #include "WindowTest.h"
+#include "basBootloader.h"
 #include "frmSelectFirmware.h"
 
 #include <QtTest/QTest>
@@ -116,24 +118,49 @@ TEST_F(Browser, SendsAPackageThatDoesNotFitOnlyAfterTwoDecisions) {
     EXPECT_EQ(program->Flash(0, "application"), IMAGE);
 }
 
-TEST_F(Browser, IsNotClosedInTheMiddleOfALoad) {
+TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
+    program->Write("packages/other.twd", Package(IMAGE, {'[', 0, ']', 0}));
+    browser->setFolder(program->directory.file("packages"));
     Pick("both.twd");
     bool tried = false;
     program->windowSystem.eachTurn = [&] {
         QCoreApplication::processEvents();
         if (basApp::globals.DownloadInProgress && !std::exchange(tried, true)) {
+            browser->ListView1->setCurrentItem(browser->ListView1->topLevelItem(2));
             browser->frame()->close();
+            form().frame()->close();
             parent().close();
         }
     };
-    browser->cmdLoadSelected->click();
+    browser->cmdLoadImageAndConfig->click();
     EXPECT_TRUE(tried);
     EXPECT_EQ(program->Flash(0, "application"), IMAGE);
-    EXPECT_FALSE(browser->unloaded());
-    EXPECT_EQ(program->dialogs.shown.size(), 2U);
+    EXPECT_EQ(program->Flash(0, "config"), CNE);
+    EXPECT_FALSE(browser->unloaded() || windows::globals.main == nullptr);
+    EXPECT_EQ(program->dialogs.shown.size(), 3U);
 }
 
-TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrThatVanishBehindTheClick) {
+// A terminal on the same device polls in a turn of the erase; neither may take the other's answer.
+TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
+    for (int delay = 0; delay < 1000; delay += 50) { // the erase takes 800 ms
+        SCOPED_TRACE(delay);
+        Pick("both.twd");
+        ForgetTold();
+        const std::int64_t due = platform::QueryPerformanceCounter() + delay * 1'000'000LL;
+        bool read = false;
+        program->windowSystem.eachTurn = [&] {
+            QCoreApplication::processEvents();
+            ByteArray characters;
+            if (platform::QueryPerformanceCounter() >= due && browser->LoadInProgress() && !std::exchange(read, true))
+                basBootloader::ReadShellCharacters(browser->hDevice(), characters, false);
+        };
+        browser->cmdLoadSelected->click();
+        EXPECT_TRUE(WasTold("Successfully loaded new"));
+        Pass(3000); // the bus is read again
+    }
+}
+
+TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     Pick("none.bin");
     EXPECT_EQ(Text(browser->lblFilename) + Text(browser->lblSoftwareID), "Filename: none.binSoftware ID: <unknown>");
     EXPECT_FALSE(browser->cmdLoadSelected->isEnabled());
@@ -142,6 +169,12 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrThatVanishBehindTheClick) {
     const std::size_t before = program->RequestsSent().size();
     browser->cmdLoadSelected->click();
     EXPECT_TRUE(WasTold("could not load TWD file"));
+    ByteArray cut = Package(IMAGE);
+    cut.pop_back();
+    program->Write("packages/both.twd", cut);
+    Pick("both.twd");
+    Q_EMIT browser->ListView1->itemDoubleClicked(browser->ListView1->currentItem(), 0);
+    EXPECT_TRUE(WasTold("Image1 reaches outside the file"));
     EXPECT_EQ(program->RequestsSent().size(), before);
     EXPECT_TRUE(browser->cmdClose->isEnabled());
 }

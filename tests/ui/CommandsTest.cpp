@@ -209,6 +209,13 @@ TEST_F(Commands, ShowTheRomOfTheSelectedNodeThoughNodesInFrontAreHidden) {
     expectRomOf("2", "1"); // a picture of its moment
 }
 
+TEST_F(Commands, TellThatThereIsNoLibraryInsteadOfEndingTheProgram) {
+    Start(Bus({Target("000F1B0000000001", "application")}));
+    bas1394::UnloadTwl1394Dll();
+    ASSERT_TRUE(Choose("mnuResetBus"));
+    EXPECT_TRUE(WasTold("Error #53: File not found: Twl1394api.dll in mnuResetBus_Click"));
+}
+
 TEST_F(Commands, CarryOutTheKeyBatchOfTheMenuAndEndTheProgram) {
     Start(Bus({Target("000F1B0000000001", "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}));
     program->Write("batch-operations/keybatch.html", std::string("<p>read --single MODEL model.txt</p>\r\n"));

@@ -156,6 +156,11 @@ TEST_F(Parent, ScalesItsChildrenWithItselfWhileTheMarkIsSet) {
     parent().mnuAutoScaleChildren->trigger(); // on: tiles at once
     EXPECT_TRUE(form().mnuAutoScaleChildren->isChecked() && parent().mnuAutoScaleChildren->isChecked());
     EXPECT_NEAR(Heights()[0], before[0], 1);
+    form().frame()->showMaximized(); // which the area sees to
+    resizeBy(60);
+    EXPECT_LE(form().frame()->width(), parent().mdiArea->maximumViewportSize().width());
+    parent().mnuTile->trigger();
+    EXPECT_FALSE(form().frame()->isMaximized());
 }
 
 TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
