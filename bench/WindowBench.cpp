@@ -14,6 +14,7 @@
 #include "basUtils.h"
 #include "frmConfigROM.h"
 #include "frmMain.h"
+#include "frmSelectFirmware.h"
 #include "frmShell.h"
 #include "frmStatus.h"
 #include "frmViewMemory.h"
@@ -25,6 +26,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -234,6 +236,45 @@ void MemoryWindowOf16MB(benchmark::State& state) {
     }
 }
 BENCHMARK(MemoryWindowOf16MB)->Unit(benchmark::kMillisecond);
+
+// The firmware browser on a folder of so many packages, a file of 5 GB and odd names among them.
+struct BrowserOnFolder : ProgramWithWindows {
+    explicit BrowserOnFolder(std::int64_t packages) : ProgramWithWindows(1) {
+        const ByteArray package = testing_support::Package(ByteArray(3000, 0x5A));
+        for (std::int64_t i = 0; i < packages - 3; ++i)
+            Write(fmt::format("packages/package {}.twd", i), package);
+        for (const char* odd : {"packages/it's a \"name\" [x].twd", "packages/größe µ.twd", "packages/large.twd"})
+            Write(odd, package);
+        std::filesystem::resize_file(directory.file("packages/large.twd"), 5'000'000'000);
+        const auto slot = std::size_t(windows::globals.parent->CreateDownloadWindow());
+        browser = static_cast<frmSelectFirmware*>(windows::globals.firmwareWindows[slot]);
+        browser->setFirmwareType(basBootloader::IMAGE_APPLICATION);
+        browser->setHDevice(basBootloader::OpenBootloaderDevice(bas1394::globals.DeviceTable[0]));
+        windows::globals.parent->ShowChild(browser);
+    }
+    frmSelectFirmware* browser;
+};
+
+void ListFolderOfPackages(benchmark::State& state) {
+    const BrowserOnFolder program(state.range(0));
+    for (auto _ : state)
+        program.browser->setFolder(program.directory.file("packages"));
+    if (program.browser->ListView1->topLevelItemCount() != state.range(0))
+        state.SkipWithError("the list isn't complete");
+}
+BENCHMARK(ListFolderOfPackages)->Arg(1000)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+void ClickOnAPackage(benchmark::State& state) {
+    constexpr const char* NAMES[] = {"package 7.twd", "it's a \"name\" [x].twd", "größe µ.twd", "large.twd"};
+    const BrowserOnFolder program(1000);
+    const auto path = [&](std::int64_t i) { return program.directory.file(std::string("packages/") + NAMES[i]); };
+    program.browser->SelectFile(path(state.range(0)));
+    for (auto _ : state) // a click on the row that is current reads it anew
+        Q_EMIT program.browser->ListView1->itemClicked(program.browser->ListView1->currentItem(), 0);
+    if (!program.browser->cmdLoadSelected->isEnabled())
+        state.SkipWithError("the package isn't taken");
+}
+BENCHMARK(ClickOnAPackage)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
 
 // Groups with 20 pairs each, four deep; the argument's other choices are a flood of brackets and noise.
 ByteArray CneOf1MB(std::int64_t kind) {

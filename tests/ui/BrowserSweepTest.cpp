@@ -76,7 +76,7 @@ private:
 };
 
 TEST_F(BrowserSweep, ABusResetBehindAnyTransactionEndsInALoadOrAClearFailure) {
-    constexpr std::uint64_t STRIDE = 6;
+    constexpr std::uint64_t STRIDE = 12;
     for (std::uint64_t k = 1; k <= transactions; k += STRIDE) {
         SCOPED_TRACE(k);
         Load([k] { SimulatorResetAfter(SimulatorTransactions() + k); });
@@ -84,7 +84,7 @@ TEST_F(BrowserSweep, ABusResetBehindAnyTransactionEndsInALoadOrAClearFailure) {
 }
 
 TEST_F(BrowserSweep, AFailedTransactionEndsInALoadOrAClearFailure) {
-    constexpr std::uint64_t STRIDE = 12;
+    constexpr std::uint64_t STRIDE = 24;
     for (const std::uint32_t code : {121u, 0x80000102u})
         for (std::uint64_t k = 0; k < transactions; k += STRIDE)
             for (const std::uint64_t count : {1, 5}) {

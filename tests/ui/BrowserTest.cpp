@@ -138,26 +138,30 @@ TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
     EXPECT_EQ(program->Flash(0, "config"), CNE);
     EXPECT_FALSE(browser->unloaded() || windows::globals.main == nullptr);
     EXPECT_EQ(program->dialogs.shown.size(), 3U);
+    End();
 }
 
 // A terminal on the same device polls in a turn of the erase; neither may take the other's answer.
 TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
+    std::int64_t due = 0;
+    bool read = true;
+    program->windowSystem.eachTurn = [&] {
+        QCoreApplication::processEvents();
+        ByteArray characters;
+        if (platform::QueryPerformanceCounter() >= due && browser->LoadInProgress() && !std::exchange(read, true))
+            basBootloader::ReadShellCharacters(browser->hDevice(), characters, false);
+    };
     for (int delay = 0; delay < 1000; delay += 50) { // the erase takes 800 ms
         SCOPED_TRACE(delay);
         Pick("both.twd");
         ForgetTold();
-        const std::int64_t due = platform::QueryPerformanceCounter() + delay * 1'000'000LL;
-        bool read = false;
-        program->windowSystem.eachTurn = [&] {
-            QCoreApplication::processEvents();
-            ByteArray characters;
-            if (platform::QueryPerformanceCounter() >= due && browser->LoadInProgress() && !std::exchange(read, true))
-                basBootloader::ReadShellCharacters(browser->hDevice(), characters, false);
-        };
+        due = platform::QueryPerformanceCounter() + delay * 1'000'000LL;
+        read = false;
         browser->cmdLoadSelected->click();
         EXPECT_TRUE(WasTold("Successfully loaded new"));
         Pass(3000); // the bus is read again
     }
+    End(); // while what its turns look at is there
 }
 
 TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
