@@ -110,6 +110,7 @@ private:
     std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
     void ShowProgress(const basBootloader::DownloadProgress& progress);
+    bool IsProgressDue(const basBootloader::DownloadProgress& progress);
     basUtils::ReadProgress ReadingProgress();
     void EnableCommands(bool enabled);
 
@@ -119,7 +120,8 @@ private:
     TwdHeader header_;             // of the picked file; empty without one
     std::string folder_;           // with a separator at its end
     bool loading_ = false;
-    std::int64_t loadStart_ = 0; // performance counter at the first block
+    std::int64_t loadStart_ = 0;    // performance counter at the first block
+    std::int64_t lastProgress_ = 0; // the same, when the bar was last set
     int sortColumn_ = 0;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
     QFileSystemModel* folders_;

@@ -23,9 +23,10 @@ using namespace basBootloader;
 namespace {
 
 constexpr const char* MODULE = "frmSelectFirmware";
-constexpr std::uint32_t PAUSE_AFTER_LOAD = 200; // ms
-constexpr std::int32_t UNIT_KILOBYTES = 128;    // a unit of a reader's progress
-constexpr std::size_t SMALLEST_PACKAGE = 98;    // what isn't even this was not read
+constexpr std::uint32_t PAUSE_AFTER_LOAD = 200;         // ms
+constexpr std::int64_t PROGRESS_INTERVAL = 200'000'000; // ns
+constexpr std::int32_t UNIT_KILOBYTES = 128;            // a unit of a reader's progress
+constexpr std::size_t SMALLEST_PACKAGE = 98;            // what isn't even this was not read
 
 } // namespace
 
@@ -153,9 +154,21 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const std:
     return result;
 }
 
+// Painting a bar behind each of a thousand blocks costs a fifth of the load's time.
+bool frmSelectFirmware::IsProgressDue(const DownloadProgress& progress) {
+    const std::int64_t now = platform::QueryPerformanceCounter();
+    const bool due =
+        progress.bytes == 0 || progress.bytes >= progress.length || now - lastProgress_ >= PROGRESS_INTERVAL;
+    if (due)
+        lastProgress_ = now;
+    return due;
+}
+
 // The bar only ever goes on; while nothing moves it names what happens.
 void frmSelectFirmware::ShowProgress(const DownloadProgress& progress) {
     using Step = DownloadProgress::Step;
+    if (progress.step == Step::Loading && !IsProgressDue(progress))
+        return;
     const int kilobytes = int(progress.bytes / 1024);
     pgbReadFile->setVisible(progress.step != Step::Done);
     switch (progress.step) {

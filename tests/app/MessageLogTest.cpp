@@ -64,6 +64,12 @@ TEST_F(MessageLog, GivesAMessageToEachPlaceByItsOwnFilter) {
     basDebug::Display("m", 15, "the end"); // is heard whatever the filters say
     EXPECT_EQ(windowSystem.beeps, 3);
     EXPECT_TRUE(reached.empty());
+    basApp::hooks.queryElapsedTimeMs = nullptr; // there is no library
+    basDebug::hooks.statusWindowWants = [](auto&&...) { return true; };
+    basDebug::hooks.postToStatusWindow = [](auto&&...) { platform::Raise(91, "no window"); };
+    basApp::globals.DebugLoggingLevel = 5;
+    basDebug::Display("m", 11, "text");
+    EXPECT_EQ(reached, Reached{"log: text 0 11 m"});
 }
 
 TEST_F(MessageLog, FormatsNothingThatNobodyWants) {
@@ -80,13 +86,6 @@ TEST_F(MessageLog, FormatsNothingThatNobodyWants) {
     EXPECT_EQ(wantedFrom(), 15);
     basDebug::hooks.echo = [](std::string_view, std::int32_t, std::string_view) {};
     EXPECT_EQ(wantedFrom(), 9);
-}
-
-TEST_F(MessageLog, StillWorksWithoutALibraryAndWithAFailingWindow) {
-    basApp::hooks.queryElapsedTimeMs = nullptr;
-    basDebug::hooks.postToStatusWindow = [](auto&&...) { platform::Raise(91, "no window"); };
-    basDebug::Display("m", 11, "text");
-    EXPECT_EQ(reached, Reached{"log: text 0 11 m"});
 }
 
 TEST_F(MessageLog, OfTheMainWindowReachesEveryStatusWindowAndTakesTheLevelForTheModule) {

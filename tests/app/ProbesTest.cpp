@@ -44,9 +44,8 @@ TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
                            dated(day), path, day);
     };
     const platform::SystemTime july24{2003, 7, 0, 24, 0, 0, 0, 0};
-    const std::string missing = "13 ERROR: the file \"" + path +
-                                "\" does not exist!|11 Failed to convert driver date " +
-                                "to a readable format!  FileTimeToSystemTime result = 0|";
+    const std::string missing = "13 ERROR: the file \"" + path + "\" does not exist!|11 Failed to convert driver " +
+                                "date to a readable format!  FileTimeToSystemTime result = 0|";
     const struct {
         std::time_t written; // 0: not there
         basApp::Dependency dependency;

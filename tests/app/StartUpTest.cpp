@@ -19,18 +19,16 @@ class StartUp : public AppTest {
 protected:
     StartUp() {
         setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); // the instance of a test is its own
-        const auto record = [this](std::function<void()>& hook, const char* step) {
-            hook = [this, step] { steps.emplace_back(step); };
-        };
-        record(hooks.createStore, "store");
-        record(hooks.initializeTargetList, "targets");
-        record(hooks.prepareNodeTable, "nodes");
-        record(hooks.requestFirstEnumeration, "enumerate");
-        record(hooks.focusMainWindow, "focus");
-        record(hooks.terminateTargetList, "targets gone");
-        record(hooks.unloadLibrary, "library gone");
-        record(hooks.releaseStore, "store gone");
-        record(hooks.endProgram, "end");
+        const auto step = [this](const char* name) { return [this, name] { steps.emplace_back(name); }; };
+        hooks.createStore = step("store");
+        hooks.initializeTargetList = step("targets");
+        hooks.prepareNodeTable = step("nodes");
+        hooks.requestFirstEnumeration = step("enumerate");
+        hooks.focusMainWindow = step("focus");
+        hooks.terminateTargetList = step("targets gone");
+        hooks.unloadLibrary = step("library gone");
+        hooks.releaseStore = step("store gone");
+        hooks.endProgram = step("end");
         const auto answer = [this](const char* name, auto& result) {
             return [this, name, &result](auto&&...) { return steps.emplace_back(name), result; };
         };

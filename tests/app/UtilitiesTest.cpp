@@ -23,12 +23,10 @@ TEST(Bytes, BecomeNumbersInTheOrderThatTheCallerChooses) {
     EXPECT_EQ(ByteArrayToLong({0xFF, 0x80}, 0, 1), 0x80FF);
     EXPECT_EQ(ByteArrayToInt(FOUR, 2), 0x7856);
     EXPECT_EQ(ByteArrayToInt({0xFF, 0xFE}, 0, true), -2);
-    EXPECT_EQ(BytesToLong(0xFE, 1, 2, 3), static_cast<std::int32_t>(0xFE010203));
     ByteArray bytes(9, 0xAA);
     LongToByteArray(0x01020304, bytes, 0);
     LongToByteArray(0x01020304, bytes, 5, true);
     EXPECT_EQ(bytes, (ByteArray{4, 3, 2, 1, 0xAA, 1, 2, 3, 4}));
-    EXPECT_EQ(ExtractBitField(0x80000000, 0xF0000000), 8u);
     EXPECT_EQ(LargeIntegerToDouble(0x1'FFFF'FFFF), 4294967295.0); // the low half has a sign of its own
 }
 
@@ -53,20 +51,13 @@ TEST(Bytes, GrowWhenSomethingIsPutBehindTheirEnd) {
     EXPECT_EQ(bytes, (ByteArray{9, 9, 0, 0x34, 0x56}));
     StringToBytes(bytes, 4, "A\xC3\xBC"); // u umlaut is one byte
     EXPECT_EQ(bytes, (ByteArray{9, 9, 0, 0x34, 'A', 0xFC}));
-    ByteArray five{1, 2, 3, 4, 5};
-    EXPECT_EQ(ChangeEndian(five), 1);
-    EXPECT_EQ(five, (ByteArray{4, 3, 2, 1, 0, 0, 0, 5}));
 }
 
-TEST(Texts, OfHexHaveTheLengthOfTheirTemplate) {
-    EXPECT_EQ(FormatHex(255, "0000"), "00FF");
+TEST(Texts, OfHexFollowTheirTemplateAndBecomeBytesOrAFailure) {
     EXPECT_EQ(FormatHex(255, "0x0000"), "0x00FF");
     EXPECT_EQ(FormatHex(0x12345, "000"), "345");
     EXPECT_EQ(ByteArrayToHexString({0x0A, 0xB0, 0xFF}), "0A B0 FF");
     EXPECT_EQ(ByteArrayToHexString({1, 2, 3, 4, 5}, 4), "01020304 05");
-}
-
-TEST(Texts, OfHexBecomeBytesOrAFailure) {
     struct Row {
         const char* text;
         ByteArray bytes;
@@ -88,10 +79,8 @@ TEST(Texts, OfADumpShowTheAddressTheBytesAndTheirCharacters) {
     EXPECT_EQ(FormatHexDump(0xFC, bytes, ""), "0xFC: 41 42 00 44 AB\x15"
                                               "D\r\n0x100: 45          B\x15"
                                               "DE\r\n");
-    EXPECT_EQ(FormatHexDump(0, {'A'}, "< columnwidth = 2 >"), "0x0: 41    A\r\n");
+    EXPECT_EQ(FormatHexDump(0, {'A'}, "<a=1>< columnwidth = 2 >"), "0x0: 41    A\r\n");
     EXPECT_EQ(FormatHexDump(0, {}, ""), "");
-    EXPECT_EQ(GetOption("<a=1><b = x y>", "b"), "xy");
-    EXPECT_EQ(GetOption("<b=1", "b"), "");
 }
 
 TEST(Texts, OfDatesFollowTheLettersOfTheirFormat) {
@@ -101,15 +90,7 @@ TEST(Texts, OfDatesFollowTheLettersOfTheirFormat) {
     EXPECT_EQ(FormatWinDateTime(-1, "yyyy"), "Error in basUtils.FormatWinDateTime");
 }
 
-TEST(Paths, AreSplitAtEitherSeparatorAndGetANumberThatNoFileHas) {
-    const auto split = [](const std::string& path) {
-        std::string directory, name;
-        SplitPath(path, directory, name);
-        return directory + '|' + name;
-    };
-    EXPECT_EQ(split("a\\b/c.twd"), "a\\b|c.twd");
-    EXPECT_EQ(split("c.twd"), "|c.twd");
-    EXPECT_EQ(split("/c"), "/|c");
+TEST(Files, GetANumberThatNoneHas) {
     const TemporaryDirectory folder;
     EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.001.txt"));
     std::ofstream(folder.file("log.a.001.txt"));
@@ -117,7 +98,7 @@ TEST(Paths, AreSplitAtEitherSeparatorAndGetANumberThatNoFileHas) {
     EXPECT_EQ(NewUniqueFilename(folder.file("plain")), folder.file("plain.001."));
 }
 
-TEST(Files, AreReadWithOneZeroBehindThemOrUpToABound) {
+TEST(Files, AreReadWithOneZeroBehindThemOrUpToABoundAndShowTheirProgress) {
     const TemporaryDirectory folder;
     struct Row {
         std::size_t length;
@@ -136,16 +117,11 @@ TEST(Files, AreReadWithOneZeroBehindThemOrUpToABound) {
     ByteArray bytes{1, 2};
     EXPECT_EQ(ReadFileBytes(folder.file("none"), bytes), -1);
     EXPECT_EQ(bytes, ByteArray{0});
-}
-
-TEST(Files, ShowTheProgressOfALongRead) {
-    const TemporaryDirectory folder;
     std::ofstream(folder.file("f")) << std::string(20 * 131072, 'x');
     std::string shown;
     const ReadProgress progress{[&](std::int32_t maximum) { shown += fmt::format("to {}", maximum); },
                                 [&](double value) { shown += fmt::format(" {}", value); },
                                 [&] { shown += " repaint"; }};
-    ByteArray bytes;
     ReadFileBytes(folder.file("f"), bytes, 2 * 131072, &progress);
     EXPECT_EQ(shown, "to 20 1 2 2.0000076293945312 repaint");
 }

@@ -5,14 +5,11 @@
 
 namespace {
 
-TEST(TheCodePage, BringsEveryByteBackAsItself) {
+TEST(TheCodePage, BringsEveryByteBackAndLetsBrokenTextThrough) {
     ByteArray all;
     for (int byte = 0; byte < 256; ++byte)
         all.push_back(std::uint8_t(byte));
     EXPECT_EQ(platform::AnsiFromText(platform::TextFromAnsi(all)), all);
-}
-
-TEST(TheCodePage, KnowsItsCharactersAndLetsBrokenTextThrough) {
     const struct {
         const char* name;
         std::string text;
@@ -20,7 +17,6 @@ TEST(TheCodePage, KnowsItsCharactersAndLetsBrokenTextThrough) {
     } cases[] = {{"euro sign", "\xE2\x82\xAC", "\x80"},
                  {"umlaut", "\xC3\xBC", "\xFC"},
                  {"Z with caron", "\xC5\xBD", "\x8E"},
-                 {"unassigned byte", "\xC2\x81", "\x81"},
                  {"a character that it lacks", "a\xE4\xB8\xAD z", "a? z"},
                  {"a character of four bytes", "\xF0\x9F\x98\x80", "?"},
                  {"a lead byte at the end", "ab\xC3", "ab\xC3"},

@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <string>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,11 +14,18 @@
 namespace {
 
 constexpr const char* NAME = "Tarnwell/Transaction";
-constexpr char CREATE = 1, OPEN = 2, TAKE = 3, RELEASE = 4, CLOSE = 5, CLAIM = 6;
 constexpr std::uint32_t TAKEN = 0, TIMED_OUT = 258, FAILED = 0xFFFFFFFF;
 
-// A second process that does one thing at a time with the mutex of that name. It has to start
-// before this process opens the mutex: a fork shares what is open already.
+platform::Handle theirs = 0; // the mutex of that name as a peer has it open
+
+// What a peer does with it.
+const auto Open = [] { return (theirs = platform::OpenMutexA(0x1F0001, true, NAME)) != 0; };
+const auto Take = [] { return platform::WaitForSingleObject(theirs, 0) == TAKEN; };
+const auto Release = [] { return platform::ReleaseMutex(theirs); };
+const auto Close = [] { return platform::CloseHandle(theirs); };
+
+// A second process that carries out one order at a time. It has to start before this process opens
+// the mutex: a fork shares what is open already.
 class Peer {
 public:
     Peer() {
@@ -34,10 +40,10 @@ public:
         Kill();
         close(ends_[0]);
     }
-    // One of the orders of Carry.
-    bool Does(char order) {
+    // The order is at one address in both processes.
+    bool Does(bool (*order)()) {
         char answer = 0;
-        return write(ends_[0], &order, 1) == 1 && read(ends_[0], &answer, 1) == 1 && answer;
+        return write(ends_[0], &order, sizeof order) > 0 && read(ends_[0], &answer, 1) == 1 && answer;
     }
     void Kill() {
         if (id_ > 0)
@@ -48,29 +54,12 @@ public:
 private:
     [[noreturn]] void Serve() {
         close(ends_[0]);
-        platform::Handle mutex = 0;
         ssize_t answered = 1;
-        for (char order = 0; answered == 1 && read(ends_[1], &order, 1) == 1;) {
-            const char answer = Carry(order, mutex);
+        for (bool (*order)(); answered == 1 && read(ends_[1], &order, sizeof order) > 0;) {
+            const char answer = order();
             answered = write(ends_[1], &answer, 1);
         }
         _exit(0);
-    }
-    static bool Carry(char order, platform::Handle& mutex) {
-        switch (order) {
-        case CREATE:
-            return (mutex = platform::CreateMutexA(false, NAME)) != 0;
-        case OPEN:
-            return (mutex = platform::OpenMutexA(0x1F0001, true, NAME)) != 0;
-        case TAKE:
-            return platform::WaitForSingleObject(mutex, 0) == TAKEN;
-        case RELEASE:
-            return platform::ReleaseMutex(mutex);
-        case CLOSE:
-            return platform::CloseHandle(mutex);
-        default:
-            return platform::ClaimSingleInstance("HoistlineApp");
-        }
     }
 
     int ends_[2];
@@ -88,57 +77,52 @@ protected:
 
 TEST_F(ANamedMutex, IsThereAsLongAsSomeProcessHasItOpen) {
     Peer peer;
-    EXPECT_FALSE(peer.Does(OPEN));
+    EXPECT_FALSE(peer.Does(Open));
     const platform::Handle mutex = platform::CreateMutexA(false, NAME);
-    EXPECT_TRUE(peer.Does(OPEN));
+    EXPECT_TRUE(peer.Does(Open));
     EXPECT_TRUE(platform::CloseHandle(mutex));
     const platform::Handle again = platform::OpenMutexA(0x1F0001, true, NAME);
     EXPECT_NE(again, 0);
     EXPECT_TRUE(platform::CloseHandle(again));
-    EXPECT_TRUE(peer.Does(CLOSE));
+    EXPECT_TRUE(peer.Does(Close));
     EXPECT_EQ(platform::OpenMutexA(0x1F0001, true, NAME), 0);
 }
 
-TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesAndCountsItsTaking) {
+TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesUntilItIsReleasedOrItsOwnerDies) {
     Peer peer;
     const platform::Handle mutex = platform::CreateMutexA(true, NAME);
     const platform::Handle second = platform::OpenMutexA(0x1F0001, true, NAME);
-    ASSERT_TRUE(peer.Does(OPEN));
+    ASSERT_TRUE(peer.Does(Open));
     EXPECT_EQ(platform::WaitForSingleObject(second, 0), TAKEN); // the same object, taken twice
-    EXPECT_FALSE(peer.Does(TAKE));
-    EXPECT_FALSE(peer.Does(RELEASE));
+    EXPECT_FALSE(peer.Does(Take));
+    EXPECT_FALSE(peer.Does(Release));
     EXPECT_TRUE(platform::ReleaseMutex(mutex));
-    EXPECT_FALSE(peer.Does(TAKE));
+    EXPECT_FALSE(peer.Does(Take));
     EXPECT_TRUE(platform::ReleaseMutex(mutex));
     EXPECT_FALSE(platform::ReleaseMutex(mutex));
-    EXPECT_TRUE(peer.Does(TAKE));
+    EXPECT_TRUE(peer.Does(Take));
 
     const std::int64_t before = clock.Now();
     EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TIMED_OUT);
     EXPECT_EQ(clock.Now() - before, 250'000'000);
-    clock.CallAt(clock.Now() + 40'000'000, [&] { peer.Does(RELEASE); });
+    clock.CallAt(clock.Now() + 40'000'000, [&] { peer.Does(Release); });
     EXPECT_EQ(platform::WaitForSingleObject(mutex, 250), TAKEN);
     EXPECT_EQ(clock.Now() - before, 290'000'000);
     EXPECT_TRUE(platform::CloseHandle(mutex));
-    EXPECT_FALSE(peer.Does(TAKE)); // the second handle still holds it
+    EXPECT_FALSE(peer.Does(Take)); // the second handle still holds it
     EXPECT_TRUE(platform::CloseHandle(second));
-    EXPECT_TRUE(peer.Does(TAKE));
-}
+    EXPECT_TRUE(peer.Does(Take));
 
-TEST_F(ANamedMutex, IsGivenBackWhenItsOwnerDies) {
-    Peer peer;
-    ASSERT_TRUE(peer.Does(CREATE));
-    ASSERT_TRUE(peer.Does(TAKE));
-    const platform::Handle mutex = platform::CreateMutexA(true, NAME);
-    EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TIMED_OUT);
+    const platform::Handle third = platform::CreateMutexA(true, NAME);
+    EXPECT_EQ(platform::WaitForSingleObject(third, 0), TIMED_OUT);
     peer.Kill();
-    EXPECT_EQ(platform::WaitForSingleObject(mutex, 0), TAKEN);
-    EXPECT_TRUE(platform::CloseHandle(mutex));
+    EXPECT_EQ(platform::WaitForSingleObject(third, 0), TAKEN);
+    EXPECT_TRUE(platform::CloseHandle(third));
 }
 
 TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
     Peer peer;
-    EXPECT_TRUE(peer.Does(CLAIM));
+    EXPECT_TRUE(peer.Does([] { return platform::ClaimSingleInstance("HoistlineApp"); }));
     EXPECT_FALSE(platform::ClaimSingleInstance("HoistlineApp"));
     EXPECT_TRUE(platform::ClaimSingleInstance("Other"));
     platform::ReleaseSingleInstance();
@@ -155,9 +139,7 @@ TEST(AnEvent, StaysSignalledOnlyWithManualReset) {
         EXPECT_TRUE(platform::SetEvent(event));
         EXPECT_EQ(platform::WaitForSingleObject(event, 5), TAKEN);
         EXPECT_EQ(platform::WaitForSingleObject(event, 5), manualReset ? TAKEN : TIMED_OUT);
-        EXPECT_FALSE(platform::ReleaseMutex(event));
         EXPECT_TRUE(platform::CloseHandle(event));
-        EXPECT_FALSE(platform::SetEvent(event));
         EXPECT_FALSE(platform::CloseHandle(event));
         EXPECT_EQ(platform::WaitForSingleObject(event, 5), FAILED);
     }

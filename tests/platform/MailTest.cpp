@@ -42,7 +42,13 @@ protected:
                       kept = folder.file("HoistlineApp/mail/log it's.mdb");
 };
 
-TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStays) {
+TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStaysUnlessItIsCancelledOrFails) {
+    EXPECT_EQ(Send("exit 130"), 32001);
+    EXPECT_EQ(Send("exit 4"), 32002);
+    EXPECT_FALSE(std::filesystem::exists(kept));
+    // A window that stays open, here until this test's folder is gone.
+    EXPECT_EQ(Send("while [ -d '" + folder.path() + "' ]; do sleep 0.1; done", 0), 0);
+    EXPECT_TRUE(std::filesystem::exists(kept));
     EXPECT_EQ(Send(""), 0);
     std::filesystem::remove(report);
     EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("content"));
@@ -50,15 +56,6 @@ TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStays) {
               TextBytes("[--utf8][--subject][The \"log\" $(x); it's][--body][ ][--attach][" + kept +
                         "][mailto:--a.b@c.de,%20%C3%BC%3F%27]"));
     EXPECT_EQ(Send(""), 53); // nothing to attach
-}
-
-TEST_F(Composer, TellsOfCancellingAndFailingAsLongAsItIsWaitedFor) {
-    EXPECT_EQ(Send("exit 130"), 32001);
-    EXPECT_EQ(Send("exit 4"), 32002);
-    EXPECT_FALSE(std::filesystem::exists(kept));
-    // A window that stays open, here until this test's folder is gone.
-    EXPECT_EQ(Send("while [ -d '" + folder.path() + "' ]; do sleep 0.1; done", 0), 0);
-    EXPECT_TRUE(std::filesystem::exists(kept));
     setenv("PATH", "/proc", 1);
     EXPECT_FALSE(platform::ComposerMail().SessionExists());
     EXPECT_FALSE(platform::CurrentMail().SessionExists()); // without the service there is none either

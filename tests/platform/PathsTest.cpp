@@ -47,9 +47,6 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
                  {std::string(5000, 'x'), std::string(5000, 'x')}};
     for (const auto& row : cases)
         EXPECT_EQ(platform::ResolvePath(row.path), row.resolved) << row.path.substr(0, 80);
-}
-
-TEST_F(Paths, ServeForCreatingAndForChangingTheFolder) {
     platform::WriteFileAtomically("data\\NEW.txt", TextBytes("x"));
     EXPECT_TRUE(std::filesystem::exists(folder.file("Data/NEW.txt")));
     platform::ChangeDirectory(".\\DATA\\inner");

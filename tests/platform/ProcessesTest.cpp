@@ -40,13 +40,23 @@ TEST(CommandTexts, BecomeAProgramAndItsArguments) {
         EXPECT_EQ(platform::CommandArguments(row.command), row.arguments) << row.command;
 }
 
-TEST(Commands, RunWithoutAShellAndGiveTheirExitCode) {
+TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
     const TemporaryDirectory folder;
     EXPECT_EQ(ExitCodeOf("sh -c \"exit 7\""), 7u);
     EXPECT_EQ(ExitCodeOf("sh -c \"kill -9 $$\""), 137u);
     EXPECT_EQ(ExitCodeOf("cmd /c mkdir " + folder.file("a\\b c")), 0u);
     EXPECT_TRUE(platform::FindFirstFileA(folder.file("a/b c"))->IsDirectory);
     EXPECT_EQ(ExitCodeOf("cmd /c mkdir /proc/none/x"), 1u);
+    EXPECT_EQ(FailureOf([] { platform::Shell("hoistline-none x"); }), 53);
+    EXPECT_EQ(FailureOf([] { platform::Shell(""); }), 5);
+    EXPECT_EQ(platform::OpenProcess(1024, false, 1), 0); // not one of ours
+    const std::string path = getenv("PATH");
+    setenv("PATH", folder.path().c_str(), 1);
+    std::string reason;
+    platform::Attempt([] { platform::Shell("cmd /c start notepad.exe x"); },
+                      [&](const platform::Failure& failure) { reason = failure.Description; });
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_NE(reason.find("xdg-open"), std::string::npos) << reason;
 }
 
 TEST(Commands, DoNotInheritALock) {
@@ -56,20 +66,6 @@ TEST(Commands, DoNotInheritALock) {
     EXPECT_EQ(ExitCodeOf("sh -c \"ls -l /proc/self/fd /proc/$PPID/fd | grep -c held.lock | grep -qx 1\""), 0u);
     EXPECT_TRUE(platform::CloseHandle(mutex));
     unsetenv("XDG_RUNTIME_DIR");
-}
-
-TEST(Commands, FailClearlyWhenThereIsNoSuchProgram) {
-    const TemporaryDirectory empty;
-    EXPECT_EQ(FailureOf([] { platform::Shell("hoistline-none x"); }), 53);
-    EXPECT_EQ(FailureOf([] { platform::Shell(""); }), 5);
-    EXPECT_EQ(platform::OpenProcess(1024, false, 1), 0); // not one of ours
-    const std::string path = getenv("PATH");
-    setenv("PATH", empty.path().c_str(), 1);
-    std::string reason;
-    platform::Attempt([] { platform::Shell("cmd /c start notepad.exe x"); },
-                      [&](const platform::Failure& failure) { reason = failure.Description; });
-    setenv("PATH", path.c_str(), 1);
-    EXPECT_NE(reason.find("xdg-open"), std::string::npos) << reason;
 }
 
 } // namespace

@@ -1,6 +1,4 @@
-#include "Clock.h"
-#include "ManualWindowSystem.h"
-#include "VirtualClock.h"
+#include "WindowSystem.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +6,6 @@
 #include <string>
 
 namespace {
-
-using platform::testing::ManualWindowSystem;
-using platform::testing::VirtualClock;
 
 TEST(PostedCalls, RunInOrderAtTheNextTurnEvenAcrossNestedTurnsAndFailures) {
     std::string order;
@@ -28,31 +23,6 @@ TEST(PostedCalls, RunInOrderAtTheNextTurnEvenAcrossNestedTurnsAndFailures) {
     EXPECT_THROW(platform::DoEvents(), std::runtime_error);
     platform::DoEvents();
     EXPECT_EQ(order, "abcd");
-}
-
-TEST(Timers, TickOnlyInATurnWhenDueAndNeverInsideTheirOwnTick) {
-    const VirtualClock clock;
-    ManualWindowSystem windows;
-    std::string ticks;
-    const auto slow = platform::MakeTimer(50, [&] { ticks += 's'; });
-    const auto fast = platform::MakeTimer(20, [&] {
-        ticks += 'f';
-        platform::Sleep(100); // its next tick falls due while it runs
-        platform::DoEvents();
-    });
-    fast->SetEnabled(true);
-    platform::Sleep(19);
-    platform::DoEvents();
-    EXPECT_EQ(ticks, "");
-    platform::Sleep(1);
-    EXPECT_EQ(ticks, ""); // sleeping gives no turn
-    slow->SetEnabled(true);
-    platform::DoEvents();
-    EXPECT_EQ(ticks, "fs");
-    fast->SetEnabled(false);
-    platform::Sleep(30);
-    platform::DoEvents();
-    EXPECT_EQ(ticks, "fs"); // one tick for all the time that has passed
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "AppTest.h"
 #include "Files.h"
 #include "PlatformTest.h"
+#include "ScriptedMail.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,12 +13,15 @@
 
 namespace {
 
-// A program directory with an empty live database.
+using Texts = std::vector<std::string>;
+
+// A program directory with an empty live database, and with a name that breaks careless quoting.
 class Store : public AppTest {
 protected:
     Store() {
-        basApp::hooks.writeStatusFileLine = [this](std::string_view text) { statusFile.emplace_back(text); };
-        platform::ChangeDirectory(folder.path());
+        std::filesystem::create_directory(place);
+        platform::UseProgramDirectory(place);
+        platform::ChangeDirectory(place);
         platform::Database::Create(live, clsDbManager::Schema());
     }
     ~Store() override { platform::ChangeDirectory(startDirectory); }
@@ -30,24 +34,23 @@ protected:
     static std::int32_t Remove(clsDbManager& store, const std::string& key) {
         return store.RemoveSetting("HoistlineApp", "Global", key);
     }
-    // Rows of the log as "level message", oldest first.
-    std::vector<std::string> Log() {
-        platform::Database database(live);
-        const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
-        for (log.clear(); !rows->AtEnd(); rows->Delete())
-            log.push_back(fmt::format("{} {}", std::get<std::int64_t>(rows->Field("Level")), rows->Text("Message")));
-        return log;
+    // Rows of the log in a database as "level message", oldest first.
+    static Texts TakeLog(const std::string& path) {
+        Texts messages;
+        platform::Database database(path);
+        for (const auto rows = database.OpenRecordset("SELECT * FROM tblStatus"); !rows->AtEnd(); rows->Delete())
+            messages.push_back(fmt::format("{} {}", rows->Text("Level"), rows->Text("Message")));
+        return messages;
     }
 
     const std::string startDirectory = platform::CurrentDirectory();
-    std::vector<std::string> statusFile;
-    const std::string live = folder.file("db1.mdb");
+    const std::string place = folder.file("it's here"), live = place + "/db1.mdb";
 };
 
 } // namespace
 
 TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
-    std::filesystem::rename(live, folder.file("db1_clean.mdb")); // the first run makes the live one of it
+    std::filesystem::rename(live, place + "/db1_clean.mdb"); // the first run makes the live one of it
     {
         clsDbManager store;
         Save(store, "k", "it's");
@@ -66,17 +69,18 @@ TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
     EXPECT_EQ(Remove(store, "k"), 1);
     EXPECT_EQ(Remove(store, "k"), -1);
     EXPECT_EQ(Get(store, "k"), "default");
-    store.SetDefaultDownloadBehavior(-7);
-    EXPECT_EQ(store.GetDefaultDownloadBehavior(), -7);
     store.SaveSetting("HoistlineApp", "frmSelectFirmware", "DefaultLoadBehavior", "70000");
     EXPECT_EQ(store.GetDefaultDownloadBehavior(), 0);
 }
 
 TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
-    for (const bool corrupt : {false, true}) {
+    enum { MISSING, TEXT, FOLDER };
+    for (const auto obstacle : {MISSING, TEXT, FOLDER}) {
         std::filesystem::remove(live);
-        if (corrupt)
+        if (obstacle == TEXT)
             std::ofstream(live) << "this is no database at all";
+        if (obstacle == FOLDER)
+            std::filesystem::create_directory(live);
         dialogs.shown.clear();
         {
             clsDbManager store;
@@ -86,25 +90,20 @@ TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
             store.AppendToLog("lost", 13, "m", 1);
         }
         ASSERT_EQ(dialogs.shown.size(), 1u);
-        EXPECT_EQ(dialogs.shown[0].caption, corrupt ? "Database not usable" : "Database not found");
-        EXPECT_EQ(basApp::GetFileSize64(live), corrupt ? 26 : -1);
+        EXPECT_EQ(dialogs.shown[0].caption, obstacle == MISSING ? "Database not found" : "Database not usable");
+        EXPECT_TRUE(obstacle != TEXT || basApp::GetFileSize64(live) == 26);
     }
-    basApp::globals.PerformUnattendedOperations = true;
-    const clsDbManager store;
-    ASSERT_FALSE(statusFile.empty()); // a run has no message box
-    EXPECT_NE(statusFile[0].find(live), std::string::npos);
-    EXPECT_EQ(dialogs.shown.size(), 1u);
 }
 
 TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
-    std::ofstream(folder.file("db1-compacted.mdb")) << "half a database";
+    std::ofstream(place + "/db1-compacted.mdb") << "half a database";
     { clsDbManager store; }
-    Log();
+    log = TakeLog(live);
     ASSERT_EQ(log.size(), 3u);
     EXPECT_TRUE(log[0].starts_with("13 Database initialized and status log opened on "));
     EXPECT_TRUE(log[1].starts_with("13 App=HoistlineApp ver 1.8.1, EXE="));
     EXPECT_EQ(log[2], "5 Closing database...");
-    const std::filesystem::directory_iterator files(folder.path());
+    const std::filesystem::directory_iterator files(place);
     EXPECT_EQ(std::distance(begin(files), end(files)), 1); // the database and nothing beside it
 }
 
@@ -115,40 +114,10 @@ TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
             store.AppendToLog(fmt::format("message {}", i), 5, "m", i);
         store.AppendToLog(fmt::format("{:\xC3\xBC>300}", ""), 7, std::string(60, 'm'), 3); // 300 umlauts
     }
-    Log();
+    log = TakeLog(live);
     ASSERT_EQ(log.size(), 2000u);
     EXPECT_EQ(log.front(), "5 message 2"); // the closing is a message too
     EXPECT_EQ(log[1998].size(), 2u + 500u);
-}
-
-TEST_F(Store, WritesErrorsOfARunToItsStatusFile) {
-    clsDbManager store;
-    store.AppendToLog("before the run", 11, "m", 1);
-    basApp::globals.PerformUnattendedOperations = true;
-    store.AppendToLog("too low", 9, "m", 1);
-    store.AppendToLog("broken", 11, "bas1394", 247123);
-    EXPECT_EQ(statusFile, std::vector<std::string>{"0:04:07.123, ERROR, bas1394, broken"});
-}
-
-TEST_F(Store, CopiesItsFileAndIsOpenAgainAfterwardsWhateverHappened) {
-    clsDbManager store;
-    Save(store, "k", "v");
-    const std::string copy = folder.file("debug_log.mdb");
-    const auto makeCopy = [&](const std::string& path, const char* answer) {
-        dialogs.answers = {answer};
-        const std::int32_t result = store.MakeCopy(path);
-        EXPECT_EQ(Get(store, "k"), "v");
-        return result;
-    };
-    EXPECT_EQ(makeCopy(copy, ""), 1);
-    EXPECT_EQ(makeCopy(copy, "no"), -1);
-    EXPECT_EQ(makeCopy(copy, "yes"), 1);
-    EXPECT_EQ(makeCopy(folder.file("nowhere/copy.mdb"), ""), -1);
-    ASSERT_EQ(dialogs.shown.size(), 2u);
-    EXPECT_EQ(dialogs.shown[0].text, "The file '" + copy + "' already exists.  Overwrite?");
-    EXPECT_FALSE(platform::Database(copy).OpenRecordset("SELECT * FROM tblSettings")->AtEnd());
-    basApp::globals.PerformUnattendedOperations = true;
-    EXPECT_EQ(makeCopy(copy, "yes"), -1); // nobody is asked
 }
 
 TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
@@ -157,7 +126,8 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
         Save(store, "k", "v");
     }
     chmod(live.c_str(), 0444);
-    chmod(folder.path().c_str(), 0555);
+    chmod(place.c_str(), 0555);
+    chmod(folder.path().c_str(), 0755);
     const uid_t user = geteuid();
     ASSERT_TRUE(user != 0 || seteuid(65534) == 0); // no permission stops the superuser
     {
@@ -167,6 +137,81 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
         EXPECT_EQ(Get(store, "k"), "v");
     }
     ASSERT_TRUE(user != 0 || seteuid(user) == 0);
-    chmod(folder.path().c_str(), 0755);
-    EXPECT_EQ(Log().size(), 3u); // those of the first life
+    chmod(place.c_str(), 0755);
+    EXPECT_EQ(TakeLog(live).size(), 3u); // those of the first life
+}
+
+TEST_F(Store, MailsACopyOfItsFileAndLeavesNothingBehind) {
+    basApp::hooks.mainWindowExists = [] { return true; }; // the store's own messages go to `log`
+    const std::string copy = place + "/debug_log.mdb";
+    const std::string rest = "  Please send the file '" + live + "' to the proper support personnel.";
+    const std::string noSession = "Failed to establish a mail session." + rest,
+                      exists = "The file '" + copy + "' already exists.  Overwrite?",
+                      noCopy = "Failed to backup database file." + rest;
+    const std::string blank = "The support e-mail address is currently blank.  Would you like to add a default support "
+                              "e-mail address?",
+                      enter = "Enter the default support e-mail address:";
+    const std::string subject = "subject HoistlineApp - Debug Log; ", to = "to o'k@b.c; " + subject;
+    const std::string begun = "sign on; new message; ", sent = "attach " + copy + "; text ' '; send; ";
+    enum Obstacle { NONE, SIGNED_ON, NO_MAIL, OLD_COPY, FOLDER_IN_THE_WAY, CANCELLED, SEND_FAILS, UNATTENDED };
+    const struct {
+        Obstacle obstacle;
+        const char* address;
+        std::deque<std::string> answers;
+        std::int32_t result;
+        std::string steps;
+        Texts shown;
+        const char *logged = "", *addressAfter = " o'k@b.c ";
+    } cases[] = {
+        {NONE, "  ", {"no"}, 1, begun + subject + sent, {blank}, "", "  "},
+        {NONE, "", {"yes", "  "}, 1, begun + subject + sent, {blank, enter}, "", ""},
+        {NONE, "", {"yes", " o'k@b.c "}, 1, begun + to + sent, {blank, enter}, "", "o'k@b.c"},
+        {SIGNED_ON, " o'k@b.c ", {}, 1, "new message; " + to + sent, {}},
+        {NO_MAIL, " o'k@b.c ", {}, -1, "sign on; ", {noSession}},
+        {OLD_COPY, " o'k@b.c ", {"no"}, -1, begun + to, {exists, noCopy}},
+        {OLD_COPY, " o'k@b.c ", {"yes"}, 1, begun + to + sent, {exists}},
+        {FOLDER_IN_THE_WAY, " o'k@b.c ", {"yes"}, -1, begun + to, {exists, noCopy}, " in MakeCopy.  Could not create"},
+        {CANCELLED, " o'k@b.c ", {}, -1, begun + to + sent, {}, "Error #32001: scripted in SendErrorReport"},
+        {SEND_FAILS, " o'k@b.c ", {}, -1, begun + to + sent, {noSession}, "Error #5: scripted in SendErrorReport"},
+        {UNATTENDED, "", {"yes", "o'k@b.c"}, -1, "", {}, "", ""},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(&row - cases);
+        for (const std::string& file : {copy, live, folder.file("sent")})
+            std::filesystem::remove_all(file);
+        platform::Database::Create(live, clsDbManager::Schema());
+        platform::testing::ScriptedMail mail;
+        mail.session = row.obstacle == SIGNED_ON;
+        mail.signsOn = row.obstacle != NO_MAIL;
+        mail.sendFails = row.obstacle == CANCELLED ? 32001 : row.obstacle == SEND_FAILS ? 5 : 0;
+        if (row.obstacle == OLD_COPY)
+            platform::WriteFileAtomically(copy, TextBytes("old"));
+        if (row.obstacle == FOLDER_IN_THE_WAY)
+            std::filesystem::create_directory(copy);
+        basApp::globals.PerformUnattendedOperations = row.obstacle == UNATTENDED;
+        dialogs.shown.clear();
+        dialogs.answers = row.answers;
+        log.clear();
+        {
+            clsDbManager store;
+            store.SaveSetting("HoistlineApp", "Settings", "SupportEmailAddress", row.address);
+            store.AppendToLog("before", 13, "m", 1);
+            EXPECT_EQ(store.SendErrorReport(), row.result);
+            EXPECT_EQ(store.GetSetting("HoistlineApp", "Settings", "SupportEmailAddress"), row.addressAfter);
+            store.AppendToLog("after", 13, "m", 1);
+        }
+        EXPECT_EQ(mail.steps, row.steps);
+        Texts shown;
+        for (const auto& dialog : dialogs.shown)
+            shown.push_back(dialog.text);
+        EXPECT_EQ(shown, row.shown);
+        EXPECT_EQ(std::filesystem::exists(copy), row.shown == (Texts{exists, noCopy})); // not the report's own
+        EXPECT_EQ(TakeLog(live), (Texts{"13 before", "13 after"}));
+        EXPECT_TRUE(Logged(row.logged));
+        EXPECT_EQ(CountLogged("Error #"), *row.logged != '\0' ? 1u : 0u);
+        if (mail.steps.ends_with("send; ")) {
+            platform::WriteFileAtomically(folder.file("sent"), mail.sent);
+            EXPECT_EQ(TakeLog(folder.file("sent")), Texts{"13 before"});
+        }
+    }
 }

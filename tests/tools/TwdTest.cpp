@@ -74,8 +74,6 @@ TEST_F(Twd, FindsWhatIsWrongWithAPackage) {
         std::string package;
         const char* words;
     } faults[] = {{"", "doesn't begin with a package header"},
-                  {good.substr(0, 351), "doesn't begin with a package header"},
-                  {changed(0, "DlWt"), "doesn't begin with a package header"},
                   {changed(0x08, "20021301"), "its date is none"},
                   {changed(0x08, "\x1B[2J    "), "its date is none"},
                   {changed(0x10, "246000"), "its time is none"},
@@ -102,11 +100,9 @@ TEST_F(Twd, RefusesWhatItCanNotDoAndLeavesNoPackage) {
         const char* words;
     } cases[] = {{"", "subcommand is required"},
                  {"check nowhere.twd", "'nowhere.twd' can't be read"},
-                 {"check .", "'.' can't be read"},
                  {"extract p.twd image3 out", "image3 not in"},
                  {"pack p.twd --image1 nowhere", "'nowhere' can't be read"},
                  {"pack p.twd --image1 empty", "'empty' is empty"},
-                 {"pack p.twd --image1-address 5", "--image1-address requires --image1"},
                  {"pack p.twd --hardware-id 0x100000000", "--hardware-id"},
                  {"pack p.twd --date 20020230", "--date takes YYYYMMDD, not '20020230'"},
                  {"pack p.twd --time 1525", "--time takes HHMMSS, not '1525'"},
