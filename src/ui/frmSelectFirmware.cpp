@@ -146,9 +146,10 @@ void frmSelectFirmware::BuildFileFinder() {
             [this](const QModelIndex& index) { setFolder(folders_->filePath(index).toStdString()); });
     connect(Dir1, &QTreeView::activated, this,
             [this](const QModelIndex& index) { setFolder(folders_->filePath(index).toStdString()); });
-    // The folders come from the disk after a while.
-    connect(folders_, &QFileSystemModel::directoryLoaded, this,
-            [this] { Dir1->scrollTo(Dir1->currentIndex(), QAbstractItemView::PositionAtCenter); });
+    // The folders come from the disk after a while, and are sorted once more then.
+    const auto showCurrent = [this] { Dir1->scrollTo(Dir1->currentIndex(), QAbstractItemView::PositionAtCenter); };
+    connect(folders_, &QFileSystemModel::directoryLoaded, this, showCurrent);
+    connect(folders_, &QFileSystemModel::layoutChanged, Dir1, showCurrent, Qt::QueuedConnection);
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmSelectFirmware::ListView1_ColumnClick);
     connect(ListView1, &QTreeWidget::currentItemChanged, this, [this](const QTreeWidgetItem* item) {
         if (item != nullptr)
