@@ -51,7 +51,7 @@ void frmMain::BuildMenus() {
         const char* caption;
         std::function<void()> click;
     };
-    const auto add = [this](const Item& item) {
+    const auto add = [](const Item& item) {
         item.action = item.in->addAction(QString::fromLatin1(item.caption));
         item.action->setObjectName(item.name);
         OnChoice(item.action, "frmMain", item.click);

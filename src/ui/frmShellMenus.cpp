@@ -51,8 +51,8 @@ void frmShell::BuildMenus() {
         made->setObjectName(name);
         return made;
     };
-    const auto item = [this](QMenu* in, const char* name, const char* caption, std::function<void()> click,
-                             const char* shortcut = "") {
+    const auto item = [](QMenu* in, const char* name, const char* caption, std::function<void()> click,
+                         const char* shortcut = "") {
         QAction* action = in->addAction(QString::fromLatin1(caption));
         action->setObjectName(name);
         action->setShortcut(QKeySequence(QString::fromLatin1(shortcut)));
