@@ -107,6 +107,14 @@ TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
     EXPECT_EQ(std::distance(begin(files), end(files)), 1); // the database and nothing beside it
 }
 
+TEST_F(Store, IsNotReplacedWhileAnotherProgramHasItOpen) {
+    platform::Database other(live);
+    other.OpenRecordset("SELECT * FROM tblSettings");
+    { clsDbManager store; }
+    other.Execute("INSERT INTO tblStatus VALUES (1, 13, 'of the other', '')");
+    EXPECT_EQ(TakeLog(live).back(), "13 of the other");
+}
+
 TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
     {
         clsDbManager store;
