@@ -1,5 +1,5 @@
 // Loads from the browser while a terminal on another device polls a flood of lines and messages
-// rain into the status window, with something going wrong behind each transaction in turn.
+// rain into the status window, with something going wrong behind one transaction after the other, at a stride.
 #include "WindowTest.h"
 #include "bas1394.h"
 #include "basBootloader.h"
