@@ -71,15 +71,6 @@ TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
     }
 }
 
-TEST_F(Probes, ReportAModuleThatCannotBeHooked) {
-    basApp::hooks.hookSystemModule = [](const ByteArray& name) { return name == ByteArray{'x', 0} ? -2 : 1; };
-    EXPECT_EQ(basApp::InitializeModule({'x'}), -2);
-    EXPECT_EQ(log.back(), "11 HookSystemModule failed, code -2(0xFFFFFFFE in InitializeModule");
-    basApp::hooks.hookSystemModule = [](const ByteArray&) -> std::int32_t { platform::Raise(53, "File not found"); };
-    basApp::InitializeModule({'x', 0});
-    EXPECT_EQ(log.back(), "11 ERROR #53: File not found in InitializeModule");
-}
-
 TEST_F(Probes, BringAWindowBackOntoItsArea) {
     struct Row {
         basApp::WindowPlace place;

@@ -1,7 +1,6 @@
 #include "AppTest.h"
 #include "Failure.h"
 #include "SingleInstance.h"
-#include "WorkingDirectory.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -124,21 +123,6 @@ TEST_F(StartUp, IsTakenDownInAFixedOrderPastEveryFailure) {
     basApp::ShutdownApplication();
     EXPECT_EQ(steps, (Steps{"targets gone", "store gone", "end"}));
     EXPECT_EQ(globals.ApplicationShutdownEvent, 0);
-}
-
-TEST_F(StartUp, FromANetworkShareSearchesTheDrivesForALocalInstall) {
-    windowsExist = true;
-    std::vector<std::string> drives, entered;
-    const basApp::DirectoryCalls calls{
-        [&](const std::string& path) { return std::count(drives.begin(), drives.end(), path) == 1; },
-        [&](const std::string& path) { entered.push_back(path); }};
-    basApp::EnterWorkingDirectory("/opt/x", calls);
-    basApp::EnterWorkingDirectory("\\\\pc\\x", calls);
-    EXPECT_TRUE(Logged("Could not find an install path on the local PC that contains the hoistline information.  "));
-    drives = {"D:\\Program Files\\HoistlineApp", "Z:\\Program Files\\Hoistline"};
-    basApp::EnterWorkingDirectory("\\\\pc\\x", calls);
-    EXPECT_EQ(entered, (Steps{"/opt/x", "Z:\\Program Files\\Hoistline"}));
-    EXPECT_EQ(log.back(), "13 Using Z:\\Program Files\\Hoistline for the local data path.");
 }
 
 TEST_F(StartUp, TurnsTheArgumentsOfAShellIntoOneCommandLine) {

@@ -120,17 +120,6 @@ TEST_F(SimulatedBus, AnAnnouncementReachesAnAllocatedRangeAndAHaltKeepsTheBootlo
     }
 }
 
-TEST_F(SimulatedBus, TheDriverCanComeLate) {
-    Describe(R"({"virtualDevice": false, "nodes": []})");
-    Twl1394VirtualDeviceList list;
-    GetVirtualDeviceList(&list);
-    EXPECT_EQ(list.DeviceCount, 0u);
-    const Twl1394VirtualDevice record{0, 0, 0, "1394_VIRTUAL_DEVICE"};
-    EXPECT_EQ(AddVirtualDriver(&client, &record, 0), 0);
-    GetVirtualDeviceList(&list);
-    EXPECT_STREQ(list.Name[0], "1394_VIRTUAL_DEVICE");
-}
-
 TEST_F(SimulatedBus, WhatTheInterfaceForbidsIsRefused) {
     Describe(MIXED);
     Twl1394Client second = client;

@@ -76,17 +76,6 @@ protected:
     const std::string value = std::string(128, 'a') + std::string(128, 'b') + std::string(44, 'c');
 };
 
-TEST_F(Keys, AValueIsReadInPassesOf128) {
-    std::string read;
-    while (read.size() < value.size()) {
-        const auto offset = static_cast<uint32_t>(read.size()), size = std::min(128u, 300 - offset);
-        EXPECT_EQ(ReadPass("LONG5", 0, offset), Words({0, 300, size, offset}));
-        const Bytes part = Get(0, 0xFFFFC8029040, 128);
-        read.append(part.begin(), part.begin() + size);
-    }
-    EXPECT_EQ(read, value);
-}
-
 TEST_F(Keys, WhatCanNotBeIsAStatus) {
     EXPECT_EQ(ReadPass("ABSENT", 0, 0), Words({1, 0, 0, 0}));
     EXPECT_EQ(Little(Answer(0, 1, 18, 3, Words({0xFFFFFFFF, 0, 0}, {'\0'})), 0), 2u);

@@ -5,17 +5,14 @@
 #include "WindowSettings.h"
 #include "basDebug.h"
 #include "clsLayoutManager.h"
-#include "frmAbout.h"
 #include "frmConfigROM.h"
 #include "frmHelp.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QMdiSubWindow>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSlider>
-#include <QTimer>
 #include <QtTest/QTest>
 
 #include <set>
@@ -273,16 +270,6 @@ TEST_F(Parent, ShowsTheShippedHelpAndFindsInIt) {
     windowSettings::Save("Global", "HelpHost", "file:///nowhere");
     ASSERT_TRUE(Choose("mnuUserGuide"));
     EXPECT_TRUE(Newest<frmHelp>()->WebBrowser1->toPlainText().startsWith("The page could not be opened:"));
-}
-
-TEST_F(Parent, TellsAboutItself) {
-    QTimer::singleShot(0, qApp, [] {
-        auto* about = qobject_cast<frmAbout*>(QApplication::activeModalWidget());
-        EXPECT_EQ(about->lblVersion->text(), "Version: 1.8.1");
-        EXPECT_EQ(about->lblExeFilename->text(), "Exe Filename: ui_tests.exe");
-        QTest::mouseClick(about->cmdClose, Qt::LeftButton);
-    });
-    parent().mnuAbout->trigger();
 }
 
 } // namespace

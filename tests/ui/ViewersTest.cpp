@@ -55,21 +55,6 @@ TEST_F(Viewers, ShowTheDataAsDumpAndAsText) {
     EXPECT_EQ(config->windowTitle(), "Config (CNE) data from 'a.twd'");
     EXPECT_EQ(config->RTB1->toPlainText(), "+G\n  | k=v\n");
     EXPECT_EQ(config->RTB1->size(), config->size());
-    EXPECT_EQ(clsLayoutManager::ControlType(config->RTB1), "RichTextBox");
-}
-
-TEST_F(Viewers, TakeTheFirstEmptySlotOfTheirList) {
-    Show(Numbers(9));
-    frmViewMemory* first = memory;
-    Show(Numbers(9));
-    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{first, memory}));
-    frmViewMemory* second = memory;
-    QTest::mouseClick(first->cmdClose, Qt::LeftButton);
-    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{nullptr, second}));
-    Pass(20);
-    Show({});
-    EXPECT_EQ(windows::globals.memoryWindows, (std::vector<Form*>{memory, second}));
-    EXPECT_EQ(memory->txtNodeMemory->text(), "");
 }
 
 TEST_F(Viewers, DrawAnewWhenTheirWidthIsGoodForOtherColumns) {
