@@ -8,6 +8,7 @@
 #include <QEventLoop>
 #include <QItemSelectionModel>
 #include <QLabel>
+#include <QShortcut>
 
 #include <algorithm>
 #include <utility>
@@ -61,10 +62,12 @@ void Form::showForm() {
 }
 
 void Form::showModal(QWidget* owner) {
-    const QSize size = this->size();
+    const QRect at = geometry();
     setParent(owner, Qt::Dialog);
     setWindowModality(Qt::ApplicationModal);
-    resize(size);
+    resize(at.size());
+    move(at.topLeft().isNull() ? owner->window()->geometry().center() - rect().center() : at.topLeft());
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &Form::Unload);
     QEventLoop loop;
     connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
     show();
@@ -91,7 +94,20 @@ void Form::resizeEvent(QResizeEvent* event) {
         Form_Resize();
 }
 
+Form::Stay::~Stay() {
+    if (--form_.stays_ == 0 && form_.wanted_)
+        QMetaObject::invokeMethod(std::exchange(form_.wanted_, nullptr), &QWidget::close, Qt::QueuedConnection);
+}
+
+bool Form::closesLater(QWidget* wanted) {
+    if (stays_ > 0 && (!wanted_ || wanted->isWindow())) // the program takes the window along
+        wanted_ = wanted;
+    return stays_ > 0;
+}
+
 void Form::closeEvent(QCloseEvent* event) {
+    if (closesLater(frame()))
+        return event->ignore();
     event->accept();
     if (std::exchange(unloaded_, true))
         return;

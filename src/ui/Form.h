@@ -6,6 +6,7 @@
 
 #include <QMdiSubWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QWidget>
 
 #include <vector>
@@ -15,6 +16,21 @@ class clsLayoutManager;
 class Form : public QWidget {
     Q_OBJECT
 public:
+    // A procedure that gives turns holds one, so that its window isn't closed under it: whoever wanted
+    // that is closed when the last one goes.
+    class Stay {
+    public:
+        explicit Stay(Form& form) : form_(form) { ++form_.stays_; }
+        ~Stay();
+        Stay(const Stay&) = delete;
+        Stay& operator=(const Stay&) = delete;
+
+    private:
+        Form& form_;
+    };
+    // False when nothing holds the window; else `wanted`, it or the whole program, is closed later.
+    bool closesLater(QWidget* wanted);
+
     Form(const char* name, const QString& caption);
     ~Form() override;
 
@@ -51,6 +67,8 @@ protected:
 private:
     layout::Rectangle place_; // as it was set last
     bool unloaded_ = false;
+    int stays_ = 0;
+    QPointer<QWidget> wanted_; // closed behind the last stay
 };
 
 // Adds a context menu and the copy shortcut to a view, so that its selected rows can be copied

@@ -29,6 +29,7 @@
 namespace {
 
 constexpr const char* MODULE = "MDIForm1";
+constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
 
@@ -137,6 +138,7 @@ void MDIForm1::MDIForm_Load() {
     windows::globals.main = main;
     AddChild(main);
     main->Form_Load();
+    resize(ABOUT_DESIGNED); // a window manager finds a place for the size that is shown first
     show();
     const auto fitHeight = [this](std::int32_t childTwips) {
         resize(width(), height() - layout::Pixels(ClientHeight()) + layout::Pixels(childTwips));
@@ -264,12 +266,14 @@ std::int32_t MDIForm1::CreateDownloadWindow() {
 
 // A target in the middle of a load would be left without an image.
 void MDIForm1::closeEvent(QCloseEvent* event) {
-    if (basApp::globals.DownloadInProgress) {
-        event->ignore();
+    event->ignore();
+    if (windows::LoadInProgress()) {
         platform::CurrentDialogs().MessageBox("A load is under way.  Wait until it has ended, then close the program.",
                                               basApp::TITLE);
         return;
     }
+    if (windows::ParentClosesLater())
+        return;
     event->accept();
     MDIForm_Unload();
 }

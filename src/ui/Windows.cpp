@@ -5,7 +5,9 @@
 #include "MDIForm1.h"
 #include "Paths.h"
 #include "WindowSettings.h"
+#include "basApp.h"
 #include "frmMain.h"
+#include "frmSelectFirmware.h"
 #include "frmShell.h"
 #include "frmStatus.h"
 
@@ -47,6 +49,18 @@ std::size_t EmptySlot(std::vector<Form*>& list) {
     if (empty == list.end())
         list.push_back(nullptr);
     return slot;
+}
+
+bool LoadInProgress() {
+    return basApp::globals.DownloadInProgress || std::ranges::any_of(globals.firmwareWindows, [](Form* form) {
+               const auto* browser = qobject_cast<frmSelectFirmware*>(form);
+               return browser != nullptr && browser->LoadInProgress();
+           });
+}
+
+bool ParentClosesLater() {
+    return std::ranges::any_of(globals.parent->findChildren<Form*>(),
+                               [](Form* form) { return form->closesLater(globals.parent); });
 }
 
 void UnloadAll(std::vector<Form*>& list) {

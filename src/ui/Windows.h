@@ -37,6 +37,10 @@ void LoadParentWindow();
 void UnloadParentWindow();
 // The first empty slot of a list, which grows by one when there is none.
 std::size_t EmptySlot(std::vector<Form*>& list);
+// Whether a load runs, or its window is still busy with its end.
+bool LoadInProgress();
+// Whether a child window is in the middle of something; then the parent is closed behind that.
+bool ParentClosesLater();
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);
 // Behind a menu's own items, a line for each visible child window that brings it to the front.

@@ -1,5 +1,6 @@
 #include "frmHelp.h"
 
+#include "Dialogs.h"
 #include "Guarded.h"
 #include "basDebug.h"
 
@@ -14,12 +15,7 @@ frmHelp::frmHelp() : Form("frmHelp", "User Guide"), WebBrowser1(new QTextBrowser
     Text1->setPlaceholderText("Find in page (Ctrl+F, then Enter)");
     Text1->setClearButtonEnabled(true);
     WebBrowser1->setOpenExternalLinks(true);
-    connect(Text1, &QLineEdit::returnPressed, this, [this] {
-        if (!WebBrowser1->find(Text1->text())) {
-            WebBrowser1->moveCursor(QTextCursor::Start); // from the top again
-            WebBrowser1->find(Text1->text());
-        }
-    });
+    connect(Text1, &QLineEdit::returnPressed, this, [this] { FindNext(); });
     auto* find = new QShortcut(QKeySequence::Find, this);
     find->setContext(Qt::WidgetWithChildrenShortcut);
     connect(find, &QShortcut::activated, this, [this] {
@@ -42,6 +38,16 @@ void frmHelp::navigate(const QString& url) {
     if (WebBrowser1->toPlainText().isEmpty())
         WebBrowser1->setPlainText("The page could not be opened:\n" + url +
                                   "\n\nThe user guide lies in the folder docs/help beside the program.");
+}
+
+void frmHelp::FindNext() {
+    const QString text = Text1->text();
+    if (text.isEmpty() || WebBrowser1->find(text))
+        return;
+    WebBrowser1->moveCursor(QTextCursor::Start); // from the top again
+    if (!WebBrowser1->find(text))
+        platform::CurrentDialogs().MessageBox(fmt::format("'{}' does not stand on this page.", text.toStdString()),
+                                              "Find");
 }
 
 void frmHelp::Form_Resize() {

@@ -25,5 +25,7 @@ protected:
     void Form_Unload() override;
 
 private:
+    void FindNext(); // from the top again behind the last place
+
     std::unique_ptr<clsLayoutManager> layout_;
 };

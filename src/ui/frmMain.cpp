@@ -379,12 +379,12 @@ void frmMain::txtDebugSpew_Change() {
     txtDebugSpew->clear();
 }
 
-// The parent, which goes with this window, would refuse while a load runs.
+// The parent goes with this window; when it may not go now, it says so.
 void frmMain::closeEvent(QCloseEvent* event) {
-    if (!basApp::globals.DownloadInProgress)
+    if (!windows::LoadInProgress() && !windows::ParentClosesLater())
         return Form::closeEvent(event);
     event->ignore();
-    windows::UnloadParentWindow(); // says why not
+    windows::UnloadParentWindow();
 }
 
 void frmMain::Form_Unload() {

@@ -369,6 +369,7 @@ std::string frmSelectFirmware::SelectedPath() const {
 void frmSelectFirmware::ListView1_ItemClick() {
     if (loading_)
         return; // the load has this window's labels
+    const Stay stay(*this);
     Guard("ListView1_ItemClick", [this] {
         packageText::View view;
         header_ = {};

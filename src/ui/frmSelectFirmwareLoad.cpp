@@ -51,6 +51,7 @@ template <class Load>
 void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& beginning, Load load) {
     if (std::exchange(loading_, true))
         return; // a double-click while a load runs
+    const Stay stay(*this);
     const std::string path = SelectedPath();
     EnableCommands(false);
     Status(beginning);
@@ -59,6 +60,7 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     if (loaded)
         bas1394::globals.BusResetPending = true;
     platform::Sleep(PAUSE_AFTER_LOAD);
+    platform::DoEvents(); // what was clicked while blocks went out meets a load
     loading_ = false;
     EnableCommands(true);
     pgbReadFile->hide();
@@ -234,6 +236,7 @@ void frmSelectFirmware::cmdPreferences_Click() {
 }
 
 void frmSelectFirmware::cmdViewConfig_Click() {
+    const Stay stay(*this);
     const auto view = [this] {
         ListView1->setFocus();
         TwdHeader package;

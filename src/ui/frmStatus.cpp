@@ -100,7 +100,9 @@ void frmStatus::AppendToCaption(std::string_view message, std::int32_t level) {
 void frmStatus::Form_Resize() {
     fraApplicationStatus->setGeometry(0, 0, width(), height());
     mfgStatus->setGeometry(0, 0, width(), height());
-    const int available = mfgStatus->viewport()->width() - 7;
+    // Not the viewport's width: before it is first shown a table hasn't laid itself out.
+    const int available =
+        width() - mfgStatus->verticalScrollBar()->sizeHint().width() - 2 * mfgStatus->frameWidth() - 7;
     for (int column = 0; column < 4; ++column) {
         const int columnWidth = available * (column < 3 ? 1 : 7) / 10;
         if (columnWidth > 0)

@@ -141,6 +141,27 @@ TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
     End();
 }
 
+// Blocks go out without turns: what is clicked meanwhile waits in the queue until the load is through.
+TEST_F(Browser, OutlivesWhatIsClickedWhileItsBlocksGoOutOrItsFileIsRead) {
+    const auto clickClose = [this] {
+        for (QWidget* window : {browser->frame(), form().frame(), static_cast<QWidget*>(&parent())})
+            QMetaObject::invokeMethod(window, &QWidget::close, Qt::QueuedConnection);
+    };
+    Pick("both.twd");
+    const std::int64_t lastBlock = program->clock.Now() + 1'000'000'000; // the erase takes 800 ms of it
+    program->clock.CallAt(lastBlock, clickClose);
+    browser->cmdLoadSelected->click();
+    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
+    EXPECT_EQ(program->dialogs.shown.size(), 3U);
+    Pass(1000);
+    EXPECT_FALSE(windows::globals.firmwareWindows[0] == nullptr || windows::globals.main == nullptr);
+    clickClose(); // met by the turn in which the file is read: the window goes behind it, the program too
+    browser->SelectFile(program->directory.file("packages/both.twd"));
+    EXPECT_FALSE(browser->unloaded());
+    Pass(100);
+    EXPECT_EQ(windows::globals.main, nullptr);
+}
+
 // A terminal on the same device polls in a turn of the erase; neither may take the other's answer.
 TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
     std::int64_t due = 0;
