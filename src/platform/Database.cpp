@@ -285,6 +285,11 @@ void Database::Compact(const std::string& from, const std::string& to) {
         RaiseEngine(source.connection_);
 }
 
+void Database::RemoveLeftovers(const std::string& path) {
+    for (const char* suffix : {"-wal", "-shm", "-journal"})
+        remove((ResolvePath(path) + suffix).c_str());
+}
+
 void Database::Create(const std::string& path, const std::string& statements) {
     const std::string resolved = ResolvePath(path);
     sqlite3* connection = nullptr;

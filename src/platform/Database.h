@@ -57,6 +57,9 @@ public:
 
     // A compacted copy of `from` in the new file `to`; neither may be open.
     static void Compact(const std::string& from, const std::string& to);
+    // Removes what a killed program left of a file that is gone: the engine would put it into the next
+    // one of that name.
+    static void RemoveLeftovers(const std::string& path);
     // A new file with these statements run.
     static void Create(const std::string& path, const std::string& statements);
 

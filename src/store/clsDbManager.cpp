@@ -46,6 +46,7 @@ void ProvideDatabaseFile() {
     if (basApp::FileExists(store::LiveDatabase()))
         return;
     if (basApp::FileExists(store::CleanDatabase())) {
+        platform::Database::RemoveLeftovers(store::LiveDatabase());
         platform::CopyFile(CLEAN_DATABASE_HERE, LIVE_DATABASE_HERE);
         return;
     }

@@ -1,5 +1,7 @@
 #include "Form.h"
 
+#include "basApp.h"
+
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
@@ -54,6 +56,10 @@ bool Form::isMaximizedForm() {
 }
 bool Form::isMinimizedForm() {
     return frame()->isMinimized();
+}
+
+bool Form::hasPlaceToKeep() {
+    return !isMaximizedForm() && !isMinimizedForm() && !basApp::globals.PerformUnattendedOperations;
 }
 
 void Form::showForm() {

@@ -49,6 +49,9 @@ public:
     void setPlace(const layout::Rectangle& place); // nothing while it is maximized or minimized
     bool isMaximizedForm();
     bool isMinimizedForm();
+    // Not while it is maximized or minimized, nor in an unattended run, where nobody has arranged it and
+    // the screen may be none.
+    bool hasPlaceToKeep();
     void showForm();
     // As a dialog over `owner`, until it is unloaded.
     void showModal(QWidget* owner);

@@ -113,7 +113,7 @@ std::int32_t clsLayoutManager::ResizeForm() {
 }
 
 std::int32_t clsLayoutManager::SaveLayout() {
-    if (layoutForm_->isMaximizedForm() || layoutForm_->isMinimizedForm())
+    if (!layoutForm_->hasPlaceToKeep())
         return -1;
     const auto edges = EdgesOf(layoutForm_);
     for (std::size_t i = 0; i < EDGES.size(); ++i)

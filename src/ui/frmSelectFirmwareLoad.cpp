@@ -186,9 +186,11 @@ void frmSelectFirmware::ShowProgress(const DownloadProgress& progress) {
             pgbReadFile->setRange(0, std::max(1, int(progress.length / 1024)));
             loadStart_ = platform::QueryPerformanceCounter();
         }
-        pgbReadFile->setValue(std::min(kilobytes, pgbReadFile->maximum()));
+        pgbReadFile->setUpdatesEnabled(false); // painted once, below
         pgbReadFile->setFormat(QString::fromStdString(packageText::ProgressText(
             progress.bytes, progress.length, double(platform::QueryPerformanceCounter() - loadStart_) / 1e6)));
+        pgbReadFile->setValue(std::min(kilobytes, pgbReadFile->maximum()));
+        pgbReadFile->setUpdatesEnabled(true);
         break;
     case Step::Checking:
         pgbReadFile->setFormat("the device checks the image");

@@ -124,7 +124,7 @@ void frmStatus::Form_Unload() {
 }
 
 std::int32_t frmStatus::SaveLayout() {
-    if (isMaximizedForm() || isMinimizedForm())
+    if (!hasPlaceToKeep())
         return -1;
     const QRect rect = frame()->geometry();
     windowSettings::Save(nameText(), "Top", std::to_string(rect.top()));

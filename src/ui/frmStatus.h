@@ -18,7 +18,7 @@ public:
     frmStatus();
 
     void Form_Load() override;
-    std::int32_t SaveLayout();    // 1, or -1 when the window is maximized or minimized
+    std::int32_t SaveLayout();    // 1, or -1 when nothing was saved
     std::int32_t RestoreLayout(); // 1
     // `priority` 0 counts as a message without a level and becomes 5. Painted in batches.
     void PostMessage(std::string_view strMessage, float sngElapsedTime, std::int32_t& priority,

@@ -50,7 +50,15 @@ protected:
 } // namespace
 
 TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
-    std::filesystem::rename(live, place + "/db1_clean.mdb"); // the first run makes the live one of it
+    std::filesystem::copy_file(live, place + "/db1_clean.mdb"); // a first run makes the live one of it
+    const std::string killed = live + "-wal";
+    {
+        platform::Database lost(live);
+        lost.Execute("DROP TABLE tblSettings");
+        std::filesystem::copy_file(killed, place + "/kept");
+    }
+    std::filesystem::remove(live);
+    std::filesystem::rename(place + "/kept", killed);
     {
         clsDbManager store;
         Save(store, "k", "it's");
