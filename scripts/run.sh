@@ -15,11 +15,6 @@ if [ -z "$package" ]; then
     "$twd" pack "$package" --image1 run/application.bin --image1-address 0x20000000 --software-id 0x1234 \
         --software-version 0x01020305 --hardware-id 17 --info "made by make run" >/dev/null
 fi
-if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}${QT_QPA_PLATFORM:-}" ]; then
-    # Its warnings are about the window system that isn't there.
-    export QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=default.warning=false
-fi
-
 log=run/messages.txt
 "$program/HoistlineApp" /D "$package" /X "$guid" | tee "$log" | bash scripts/progress.sh
 

@@ -46,6 +46,7 @@ bool ChoosePlatform(const std::string& commandLine) {
         return false;
     }
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("QT_LOGGING_RULES", "default.warning=false", 0); // about the window system that isn't there
     return true;
 }
 

@@ -33,12 +33,17 @@ void PrintJson(const basConfigRom::RomTree& tree) {
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"Shows a config ROM image as rows of text"};
+    CLI::App app{"Shows a config ROM image as rows of text.\n"
+                 "Exit code: 0 all of it; 1 rows of what could be made of it; 2 no such file, or bad arguments"};
     std::string path;
     bool json = false;
     app.add_option("FILE", path, "ROM image: the quadlets from the ROM's base on")->required();
     app.add_flag("--json", json, "rows as JSON");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
 
     basDebug::hooks.echo = [](std::string_view message, std::int32_t level, std::string_view) {
         std::fprintf(stderr, "%s: %.*s\n", basDebug::GetLevelName(level).c_str(), int(message.size()), message.data());

@@ -16,6 +16,10 @@ public:
     QString hint() const { return hint_; }
 
 protected:
+    // A click beside the rows leaves the selected row shown as that: commands still work on it.
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override {
+        return index.isValid() ? QTableWidget::selectionCommand(index, event) : QItemSelectionModel::NoUpdate;
+    }
     void paintEvent(QPaintEvent* event) override {
         QTableWidget::paintEvent(event);
         if (hint_.isEmpty())
