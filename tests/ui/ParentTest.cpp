@@ -180,7 +180,11 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
         Pass(20);
         EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     }
+    OpenRom()->frame()->move(0, 0);
+    basApp::globals.PerformUnattendedOperations = true; // whose windows nobody has arranged
+    EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     Restart();
+    EXPECT_GT(status().mfgStatus->columnWidth(3), 300);
     EXPECT_EQ(OpenRom()->frame()->geometry(), place);
     const char* const elsewhere[][4] = {{"5000", "9000", "5300", "9500"}, // a screen that is gone
                                         {"-900", "-800", "-600", "-300"},
