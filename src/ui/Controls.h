@@ -5,6 +5,7 @@
 #include "Guarded.h"
 
 #include <QAction>
+#include <QItemSelectionModel>
 #include <QString>
 
 #include <functional>
@@ -20,6 +21,17 @@ template <class Widget> Widget* Named(Widget* widget, const char* name) {
     widget->setObjectName(name);
     return widget;
 }
+
+// An item view in which a click beside the rows leaves the picked one picked: commands still work on it.
+template <class View> class KeepsItsRow : public View {
+public:
+    using View::View;
+
+protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override {
+        return index.isValid() ? View::selectionCommand(index, event) : QItemSelectionModel::NoUpdate;
+    }
+};
 
 // A failure that gets as far as the item is logged under its name: out of Qt it would end the program.
 inline void OnChoice(QAction* item, const char* module, std::function<void()> click) {

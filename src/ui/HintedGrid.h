@@ -1,14 +1,16 @@
 // A grid that says what to do next in the space that its rows leave.
 #pragma once
 
+#include "Controls.h"
+
 #include <QPainter>
 #include <QTableWidget>
 
 #include <algorithm>
 
-class HintedGrid : public QTableWidget {
+class HintedGrid : public KeepsItsRow<QTableWidget> {
 public:
-    using QTableWidget::QTableWidget;
+    using KeepsItsRow::KeepsItsRow;
     void setHint(const QString& hint) {
         hint_ = hint;
         viewport()->update();
@@ -16,10 +18,6 @@ public:
     QString hint() const { return hint_; }
 
 protected:
-    // A click beside the rows leaves the selected row shown as that: commands still work on it.
-    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override {
-        return index.isValid() ? QTableWidget::selectionCommand(index, event) : QItemSelectionModel::NoUpdate;
-    }
     void paintEvent(QPaintEvent* event) override {
         QTableWidget::paintEvent(event);
         if (hint_.isEmpty())

@@ -132,7 +132,7 @@ void frmSelectFirmware::BuildFileFinder() {
     Dir1->setHeaderHidden(true);
     for (int column = 1; column < folders_->columnCount(); ++column)
         Dir1->hideColumn(column);
-    ListView1 = Named(new QTreeWidget(fraFileFinder), "ListView1");
+    ListView1 = Named(new KeepsItsRow<QTreeWidget>(fraFileFinder), "ListView1");
     ListView1->setGeometry(width / 4 + 2 * gap, line, width - width / 4 - 3 * gap, height - line - gap);
     ListView1->setHeaderLabels({"Filename", "Last Updated", "Size"});
     ListView1->setRootIsDecorated(false);
@@ -151,9 +151,11 @@ void frmSelectFirmware::BuildFileFinder() {
     connect(folders_, &QFileSystemModel::directoryLoaded, this, showCurrent);
     connect(folders_, &QFileSystemModel::layoutChanged, Dir1, showCurrent, Qt::QueuedConnection);
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmSelectFirmware::ListView1_ColumnClick);
-    connect(ListView1, &QTreeWidget::currentItemChanged, this, [this](const QTreeWidgetItem* item) {
-        if (item != nullptr)
-            ListView1_ItemClick();
+    connect(ListView1, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+        if (item == nullptr)
+            return;
+        item->setSelected(true); // also when the list only got the focus: the buttons work on it
+        ListView1_ItemClick();
     });
     // The row that is current already: its file may be another one by now.
     connect(ListView1, &QTreeWidget::itemClicked, this, &frmSelectFirmware::ListView1_ItemClick);
