@@ -1,6 +1,7 @@
 // The program: the window system, the windows wired to the layers below, and the message loop.
 
 #include "AppIcon.h"
+#include "AppPalette.h"
 #include "CodePage.h"
 #include "Mail.h"
 #include "QtDialogs.h"
@@ -11,6 +12,7 @@
 #include "basAutomation.h"
 
 #include <QApplication>
+#include <QPalette>
 
 #include <cstdio>
 #include <cstdlib>
@@ -60,6 +62,7 @@ int main(int argc, char** argv) {
     QApplication application(qtArguments, argv);
     application.setApplicationName(basApp::TITLE);
     QApplication::setWindowIcon(AppIcon());
+    QApplication::setPalette(ReadablePalette(QApplication::palette()));
     QApplication::setQuitOnLastWindowClosed(false);
     const QtWindowSystem windowSystem;
     // A run without a user must not wait for one: its boxes are lines on standard error.

@@ -1,0 +1,7 @@
+// Colours that a desktop's dark theme may have left as they are on paper.
+#pragma once
+
+class QPalette;
+
+// Links and hints of a palette that can be read on its background.
+QPalette ReadablePalette(QPalette palette);
