@@ -4,7 +4,6 @@
 #include "Guarded.h"
 #include "basDebug.h"
 
-#include <QDesktopServices>
 #include <QShortcut>
 
 #include <fmt/format.h>
