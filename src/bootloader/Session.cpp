@@ -175,14 +175,15 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
                              std::int64_t startCount, std::int32_t timeOutMs, const CommandProgress* progress) {
     for (;;) {
         const std::int32_t result = PollOnce(handle, request, response);
-        const bool settled = result == SUCCESS || result == GIVE_UP;
-        if (!settled) {
-            const float elapsed = basApp::ElapsedMilliseconds(startCount);
-            platform::Sleep(PAUSE_BETWEEN_POLLS);
-            if (progress)
-                ShowProgress(handle, *progress, elapsed, timeOutMs / 100);
-        }
-        if (settled || basApp::ElapsedMilliseconds(startCount) >= static_cast<float>(timeOutMs))
+        if (result == SUCCESS || result == GIVE_UP)
+            return result;
+        const float elapsed = basApp::ElapsedMilliseconds(startCount);
+        platform::Sleep(PAUSE_BETWEEN_POLLS);
+        // Taken before the turn: a box may stay open in it for as long as it likes, and the answer is there by then.
+        const bool timeIsUp = basApp::ElapsedMilliseconds(startCount) >= static_cast<float>(timeOutMs);
+        if (progress)
+            ShowProgress(handle, *progress, elapsed, timeOutMs / 100);
+        if (timeIsUp)
             return result;
     }
 }

@@ -14,9 +14,9 @@ namespace {
 class Session : public OneTarget {
 protected:
     std::int32_t transact(std::int32_t code, std::int32_t timeOutMs = 0, std::uint8_t quadlets = 0,
-                          const char* operands = "") {
+                          const char* operands = "", const CommandProgress* progress = nullptr) {
         BootloaderRequest request{.CommandCode = code, .NumQuadlets = quadlets, .Operands = Bytes(operands)};
-        return SessionLayerTransaction(HANDLE, request, response, timeOutMs);
+        return SessionLayerTransaction(HANDLE, request, response, timeOutMs, progress);
     }
     BootloaderResponse response;
 };
@@ -68,6 +68,9 @@ TEST_F(Session, PollsForALateAnswerOnlyWhileTheTimeOutLasts) {
     EXPECT_EQ(transact(3, 2000), 1);
     EXPECT_EQ((clock.Now() - before) / 1'000'000, 3 * 110 + 10);
     EXPECT_EQ(requests.size(), 2u) << "a request is never repeated";
+    target.reply = Reply{.latePolls = 1};
+    const CommandProgress leftOpen{{}, {}, [this] { clock.Sleep(40'000'000'000); }}; // a box on the screen
+    EXPECT_EQ(transact(3, 2000, 0, "", &leftOpen), 1) << "the answer came while nobody looked";
     target.reply = Reply{.readResult = 121};
     EXPECT_EQ(transact(2, 5000), 1) << "a reset needs no answer";
 }
