@@ -16,6 +16,8 @@ namespace {
 constexpr std::int32_t READ_SHELL_CHARACTERS = 8, WRITE_SHELL_CHARACTERS = 9;
 constexpr std::size_t LONGEST_CHUNK = 128;
 constexpr std::int32_t NO_SUCH_TARGET = 0;
+constexpr std::int32_t LONGEST_TEXT_IN_CHUNKS = 65536; // some five seconds in which no window has a turn
+constexpr float PAUSE_BETWEEN_DIRECT_WRITES = 20.0F;   // ms; nothing tells that a target has taken one
 
 std::uint32_t Bits(std::int32_t value) {
     return static_cast<std::uint32_t>(value);
@@ -125,9 +127,19 @@ std::int32_t FetchAll(std::int32_t handle, const ShellAnswer& answer, ByteArray&
 std::int32_t ReadByBriefAnswer(std::int32_t handle, ByteArray& data) {
     BootloaderResponse response;
     std::int32_t result = FAILED;
-    if (!AskForCharacters(handle, response, result) || response.Operands[0] == 0)
+    if (!AskForCharacters(handle, response, result))
         return result;
-    return FetchCharacters(handle, basUtils::ByteArrayToLong(response.Operands), data);
+    const std::int32_t received = basUtils::ByteArrayToLong(response.Operands);
+    if (response.Operands[0] != 0)
+        return FetchCharacters(handle, received, data);
+    if (received > 0 && received <= BULK_BUFFER_BYTES) {
+        StatusDisplay(LEVEL_WARNING,
+                      "ReadShellCharacters: {} characters are lost, a count with a low byte of 0 "
+                      "reads as no data",
+                      received);
+        TellLost(handle, received);
+    }
+    return result;
 }
 
 // --- Reading the ring ---
@@ -208,14 +220,35 @@ std::int32_t WriteInChunks(std::int32_t handle, const ByteArray& data) {
     return result;
 }
 
+// A text that comes too soon overwrites the one before it: an arrow key is three writes in a row.
+void LetTheLastTextBeTaken() {
+    if (globals.LastDirectWrite == 0)
+        return;
+    const float left = PAUSE_BETWEEN_DIRECT_WRITES - basApp::ElapsedMilliseconds(globals.LastDirectWrite);
+    if (left > 0)
+        platform::Sleep(static_cast<std::uint32_t>(std::min(left, PAUSE_BETWEEN_DIRECT_WRITES)));
+}
+
 std::int32_t WriteDirectly(std::int32_t handle, const ByteArray& data, bool bigEndian) {
-    if (data.size() > static_cast<std::size_t>(LONGEST_DIRECT_TEXT)) {
-        StatusDisplay(LEVEL_WARNING, "WriteShellCharacters failed: {} characters, this target takes {} at once",
-                      data.size(), LONGEST_DIRECT_TEXT);
-        return FAILED;
-    }
     ByteArray block = EncodeDirectWrite(data, bigEndian);
-    return WriteRequestBuffer(handle, static_cast<std::int32_t>(block.size()), block);
+    LetTheLastTextBeTaken();
+    const std::int32_t result = WriteRequestBuffer(handle, static_cast<std::int32_t>(block.size()), block);
+    globals.LastDirectWrite = platform::QueryPerformanceCounter();
+    return result;
+}
+
+std::int32_t LongestTextFor(std::int32_t protocolVersion) {
+    const bool direct = protocolVersion == 2 || protocolVersion == BIG_ENDIAN_PROTOCOL;
+    return direct ? LONGEST_DIRECT_TEXT : LONGEST_TEXT_IN_CHUNKS;
+}
+
+bool IsShortEnough(const ByteArray& data, std::int32_t protocolVersion) {
+    const std::int32_t longest = LongestTextFor(protocolVersion);
+    if (data.size() <= static_cast<std::size_t>(longest))
+        return true;
+    StatusDisplay(LEVEL_WARNING, "WriteShellCharacters failed: {} characters, this target takes {} at once",
+                  data.size(), longest);
+    return false;
 }
 
 std::int32_t WriteByGeneration(std::int32_t handle, const ByteArray& data) {
@@ -226,6 +259,8 @@ std::int32_t WriteByGeneration(std::int32_t handle, const ByteArray& data) {
     const BootloaderTarget* target = FindTarget(handle);
     if (!target)
         return NO_SUCH_TARGET;
+    if (!IsShortEnough(data, target->Info.ProtocolVersion))
+        return FAILED;
     switch (target->Info.ProtocolVersion) {
     case 1:
     case 3:
@@ -307,6 +342,11 @@ std::int32_t ReadShellCharacters_Ver2(std::int32_t handle, ByteArray& data, bool
         }
         return SUCCESS;
     });
+}
+
+std::int32_t LongestShellText(std::int32_t handle) {
+    const BootloaderTarget* target = FindTarget(handle);
+    return target ? LongestTextFor(target->Info.ProtocolVersion) : 0;
 }
 
 std::int32_t WriteShellCharacters(std::int32_t handle, const ByteArray& data) {

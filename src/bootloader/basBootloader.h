@@ -43,6 +43,7 @@ struct Globals {
     bool DiscoveryComplete = false;
     std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
     std::int32_t OldHead = 0;                    // of a console's ring, as last read; one for all targets, never reset
+    std::int64_t LastDirectWrite = 0;            // to a console, by the performance counter; 0: none yet
 };
 extern Globals globals;
 
@@ -146,7 +147,10 @@ std::int32_t DownloadEnd(std::int32_t handle, std::int32_t& crc, std::int32_t& c
 // `data` gets the new characters; one byte 0: none, or a failure. With `wrapNotices` a line of text stands where
 // the target's ring begins anew. 1, 0 (no such target), -1, -100, -101, or the code of what failed.
 std::int32_t ReadShellCharacters(std::int32_t handle, ByteArray& data, bool wrapNotices);
-// 1, 0 (no such target), -1 (a single 0 can't be sent), -100, -101, or the code of what failed.
+// The most bytes that one WriteShellCharacters takes for this target; 0 when there is no such target. A longer text
+// is refused whole: in two writes the second could overwrite the first before the target has taken it.
+std::int32_t LongestShellText(std::int32_t handle);
+// 1, 0 (no such target), -1 (a single 0 or too long a text can't be sent), -100, -101, or the code of what failed.
 std::int32_t WriteShellCharacters(std::int32_t handle, const ByteArray& data);
 // The generations of the reading, for ReadShellCharacters alone.
 std::int32_t ReadShellCharacters_Ver1(std::int32_t handle, ByteArray& data);

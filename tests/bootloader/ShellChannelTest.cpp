@@ -16,13 +16,13 @@ protected:
         hooks.shellCharactersLost = [this](std::int32_t, std::int32_t count) { lost += count; };
     }
     ~ShellChannel() override { hooks = {}; }
-    std::string Read(std::int32_t protocol) {
+    std::string Read(std::int32_t protocol, bool wrapNotices = true) {
         record().Info.ProtocolVersion = protocol;
         library.transactions.clear();
         log.clear();
         lost = 0;
         ByteArray data = Bytes("EE EE");
-        result = ReadShellCharacters(HANDLE, data, true);
+        result = ReadShellCharacters(HANDLE, data, wrapNotices);
         EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
         return {data.begin(), data.end()};
     }
@@ -66,7 +66,8 @@ TEST_F(ShellChannel, TakesWhatCommand8SaysIsWaiting) {
         {"beyond the buffer", 1, {Bytes("01080000")}, -1, 0, NOTHING, "the target announces 2049"},
         {"silence", 1, {.readResult = 121}, 121, 0, NOTHING, "ReadShellCharacters failed: Transaction failed, code 121"},
         {"brief", 3, {Bytes("05000000")}, 1, 0, "abcde", ""},
-        {"brief, no low byte", 3, {Bytes("00010000")}, 1, 0, NOTHING, ""},
+        {"brief, no low byte", 3, {Bytes("00010000")}, 1, 256, NOTHING, "7 ReadShellCharacters: 256 characters are lost"},
+        {"brief, no low byte and no sense", 3, {Bytes("00FF0000")}, 1, 0, NOTHING, ""},
         {"brief, beyond the buffer", 3, {Bytes("01FFFFFF")}, -1, 0, NOTHING, "announces -255"},
         {"an unknown generation", 4, {}, -1, 0, NOTHING, "ReadShellCharacters failed: invalid protocol version: 4"},
     };
@@ -124,6 +125,9 @@ TEST_F(ShellChannel, TakesFromARingWhatItsHeadHasPassed) {
             const bool whole = row.result == 1 && row.head != row.oldHead;
             EXPECT_EQ(library.transactions.back(), whole ? "R0 FFFFC8029040 24 200" : "R0 FFFFC8029040 8 200");
         }
+    Ring(15, 18, false, "ABCDEFGHIJKLMNOP");
+    globals.OldHead = 14;
+    EXPECT_EQ(Read(2, false), "OPABC") << "a notice that nobody wants";
     Ring(15, 15, true, "............\0\0\0x");
     globals.OldHead = 11;
     EXPECT_EQ(Read(0x2000000), "x") << "a character that came as a quadlet";
@@ -145,9 +149,20 @@ TEST_F(ShellChannel, SendsTextAsEachGenerationTakesIt) {
     EXPECT_EQ(library.transactions, (Texts{"W0 FFFFC8021040 0 00000000 00000500 68656C6C 6F000000"}));
     EXPECT_EQ(Write(0x2000000, "hello"), 1);
     EXPECT_EQ(library.transactions, (Texts{"W0 FFFFC8021040 0 00000000 00000005 68656C6C 6F000000"}));
-    for (const auto& [protocol, text] : {std::pair{1, NOTHING}, {2, std::string(2041, 'x')}, {7, std::string("x")}})
+    for (const auto& [protocol, text] : {std::pair{1, NOTHING}, {7, std::string("x")}})
         EXPECT_EQ(Write(protocol, text), -1);
     EXPECT_TRUE(library.transactions.empty());
+    for (const auto& [protocol, longest] : {std::pair{2, 2040}, {0x2000000, 2040}, {1, 65536}, {3, 65536}}) {
+        EXPECT_EQ(Write(protocol, std::string(static_cast<std::size_t>(longest) + 1, 'x')), -1);
+        EXPECT_TRUE(library.transactions.empty()) << "a part of it";
+        EXPECT_EQ(LongestShellText(HANDLE), longest);
+        EXPECT_EQ(Write(protocol, std::string(static_cast<std::size_t>(longest), 'x')), 1);
+    }
+    EXPECT_EQ(LongestShellText(HANDLE + 1), 0);
+    EXPECT_EQ(Write(2, "a"), 1);
+    const std::int64_t before = clock.Now();
+    EXPECT_EQ(Write(2, "b"), 1);
+    EXPECT_EQ((clock.Now() - before) / 1'000'000, 20) << "a text on top of one that nobody has taken yet";
     library.result = [](std::size_t k) { return k == 3 ? 121 : 1; };
     EXPECT_EQ(Write(1, std::string(300, 'x')), -1);
     EXPECT_EQ(library.transactions.size(), 4u) << "goes on behind a failed chunk";
