@@ -11,8 +11,9 @@ namespace {
 
 using Guid = std::array<std::uint8_t, 8>;
 
-bool HasBootloader(const BootloaderTarget& target) {
-    return target.Handle > 0 && target.Info.BootloaderVersion != 0;
+// A target whose answer is awaited can't be asked now; the discovery that is owed for it comes by again.
+bool TakesPart(const BootloaderTarget& target) {
+    return target.Handle > 0 && target.Info.BootloaderVersion != 0 && !AnswerAwaited(target.Handle);
 }
 
 bool IsNull(const ByteArray& guid) {
@@ -68,14 +69,14 @@ void PartDuplicates(BootloaderTarget& first, BootloaderTarget& second) {
 std::int32_t SynchronizeGUIDs() {
     std::int32_t result = SUCCESS;
     for (BootloaderTarget& target : globals.TargetList)
-        if (HasBootloader(target) && !SynchronizeGuid(target))
+        if (TakesPart(target) && !SynchronizeGuid(target))
             result = FAILED;
     return result;
 }
 
 std::int32_t HandleNullGUIDs() {
     for (BootloaderTarget& target : globals.TargetList)
-        if (HasBootloader(target) && IsNull(target.DebugGUID))
+        if (TakesPart(target) && IsNull(target.DebugGUID))
             ReplaceNullGuid(target);
     return SUCCESS;
 }
@@ -84,7 +85,8 @@ std::int32_t HandleDuplicateGUIDs() {
     auto& targets = globals.TargetList;
     for (std::size_t i = 0; i < targets.size(); ++i)
         for (std::size_t j = i + 1; j < targets.size(); ++j)
-            if (HasBootloader(targets[i]) && targets[i].DebugGUID == targets[j].DebugGUID)
+            if (TakesPart(targets[i]) && !AnswerAwaited(targets[j].Handle) &&
+                targets[i].DebugGUID == targets[j].DebugGUID)
                 PartDuplicates(targets[i], targets[j]);
     return SUCCESS;
 }

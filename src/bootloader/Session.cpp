@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <utility>
 
 namespace basBootloader {
 
@@ -164,11 +163,11 @@ void ShowProgress(std::int32_t handle, const CommandProgress& progress, float el
         TurnInExchange(handle, progress.repaint);
 }
 
-bool AwaitsAnswer(const char* procedure, std::int32_t handle) {
-    const bool awaits = globals.AwaitedHandle != 0 && (handle == globals.AwaitedHandle || handle == 0);
-    if (awaits)
+bool Refused(const char* procedure, std::int32_t handle) {
+    const bool awaited = AnswerAwaited(handle);
+    if (awaited)
         StatusDisplay(LEVEL_TRACE, "{} failed: another exchange with the target awaits its answer", procedure);
-    return awaits;
+    return awaited;
 }
 
 std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& request, BootloaderResponse& response,
@@ -191,13 +190,21 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
 } // namespace
 
 void TurnInExchange(std::int32_t handle, const std::function<void()>& turn) {
-    const std::int32_t outer = std::exchange(globals.AwaitedHandle, handle);
+    globals.AwaitedHandles.push_back(handle);
     Finally(
         [&] {
             turn();
             return SUCCESS;
         },
-        [&] { globals.AwaitedHandle = outer; });
+        [] { globals.AwaitedHandles.pop_back(); });
+}
+
+bool AnswerAwaited() {
+    return !globals.AwaitedHandles.empty();
+}
+
+bool AnswerAwaited(std::int32_t handle) {
+    return handle == 0 ? AnswerAwaited() : std::ranges::count(globals.AwaitedHandles, handle) > 0;
 }
 
 std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request) {
@@ -206,7 +213,7 @@ std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request) {
             StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid device handle: {}", handle);
             return FAILED;
         }
-        if (AwaitsAnswer("SendRequest", handle))
+        if (Refused("SendRequest", handle))
             return FAILED;
         std::optional<Device> broadcast;
         const Device& device = handle == 0 ? broadcast.emplace(BroadcastDevice()) : GetNodeNum(handle);
@@ -301,7 +308,7 @@ std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t /*numBytes*/, 
         StatusDisplay(LEVEL_ERROR, "WriteRequestBuffer failed, INVALID_HANDLE_ERROR");
         return INVALID_HANDLE_ERROR;
     }
-    if (AwaitsAnswer("WriteRequestBuffer", handle))
+    if (Refused("WriteRequestBuffer", handle))
         return FAILED;
     const Device& device = GetNodeNum(handle);
     if (!IsNode(device))

@@ -205,9 +205,17 @@ std::int32_t BusResetHandler() {
     });
 }
 
+// Not between the blocks of a load either: whatever else the target hears then can only disturb it.
+bool TakeOwedDiscovery() {
+    if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress)
+        return false;
+    globals.DiscoveryOwed = false;
+    return true;
+}
+
 std::int32_t BuildBootloaderDeviceList() {
     const std::vector<Device>& nodes = bas1394::globals.DeviceTable;
-    globals.DiscoveryInterrupted = false;
+    globals.DiscoveryInterrupted = globals.DiscoveryOwed = false;
     if (nodes.front().NodeNum == NO_NODE)
         return FAILED;
     if (nodes.size() > 1)
@@ -271,6 +279,14 @@ std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRe
 std::int32_t ConnectToBootloaderDevice(BootloaderTarget& target) {
     if (target.Info.BootloaderVersion <= 0)
         return FAILED;
+    if (AnswerAwaited(target.Handle)) {
+        globals.DiscoveryOwed = true;
+        StatusDisplay(LEVEL_TRACE,
+                      "ConnectToBootloaderDevice: node #{} is busy with an exchange, discovery is "
+                      "repeated after it",
+                      target.Device.NodeNum);
+        return SUCCESS;
+    }
     const std::int32_t halted = HaltBootloader(target.Handle);
     if (halted != SUCCESS)
         StatusDisplay(LEVEL_WATCH, "BuildDeviceList warning: failed to halt bootloader target (GUID={}), code {}",

@@ -31,16 +31,17 @@ const char* FirmwareImageTypeLookup(std::int32_t imageType);
 
 struct Globals {
     bas1394::Address1394 RegisterBase{0xFFFF, 0xC8020000};
-    std::int32_t LastCommandID = 0;        // shared by all targets; 1 to 32766 on the wire
-    platform::Handle TransactionMutex = 0; // "ShellTransactionMutex", system-wide
-    platform::Handle TargetListMutex = 0;  // unnamed
-    std::int32_t MutexWaitTime = 2000;     // ms
-    std::int32_t AwaitedHandle = 0;        // whose answer is awaited while a turn is given, 0 for none
+    std::int32_t LastCommandID = 0;           // shared by all targets; 1 to 32766 on the wire
+    platform::Handle TransactionMutex = 0;    // "ShellTransactionMutex", system-wide
+    platform::Handle TargetListMutex = 0;     // unnamed
+    std::int32_t MutexWaitTime = 2000;        // ms
+    std::vector<std::int32_t> AwaitedHandles; // whose answers are awaited while a turn is given
     std::vector<BootloaderTarget> TargetList = std::vector<BootloaderTarget>(1); // never shrinks
     std::int32_t NextHandle = 63;
     std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
     bool DiscoveryInterrupted = false;                         // another bus reset arrived
     bool DiscoveryComplete = false;
+    bool DiscoveryOwed = false;                  // it left a target out whose answer was awaited
     std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
     std::int32_t OldHead = 0;                    // of a console's ring, as last read; one for all targets, never reset
     std::int64_t LastDirectWrite = 0;            // to a console, by the performance counter; 0: none yet
@@ -74,6 +75,8 @@ std::int32_t ValidateResponse(const BootloaderRequest& request, const Bootloader
 // Gives a turn in the middle of an exchange. What runs in it can't send to that target, nor to all: the
 // mutex lets its own thread through, and a target has one place for a request and one for an answer.
 void TurnInExchange(std::int32_t handle, const std::function<void()>& turn);
+bool AnswerAwaited();                    // by any exchange: nothing can go to all nodes now
+bool AnswerAwaited(std::int32_t handle); // from this target, or, for 0, from any
 // One block write of the whole array (padded to a quadlet) to the Request Buffer.
 std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t numBytes, ByteArray& data);
 // `data` gets numBytes rounded up to a quadlet.
@@ -92,7 +95,9 @@ BootloaderInfoRegisters DecodeInfoRegisters(const ByteArray& bytes, bool bigEndi
 
 void InitializeTargetList(); // opens or creates both mutexes
 void TerminateTargetList();
-std::int32_t BusResetHandler();           // 1 or -100
+std::int32_t BusResetHandler(); // 1 or -100
+// True, once, when a discovery left out a target that can be spoken to again.
+bool TakeOwedDiscovery();
 std::int32_t BuildBootloaderDeviceList(); // compatible nodes; 0 interrupted, -1 empty node table
 std::int32_t FindBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info);   // index or -1
 std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info); // index or -1

@@ -79,9 +79,11 @@ struct Hooks {
     std::function<void()> incomingData;                     // frmMain.IEEE1394IncomingDataHandler
     std::function<void(const std::string& text)> debugSpew; // text for txtDebugSpew
     std::function<std::int32_t()> bootloaderBusReset;       // basBootloader::BusResetHandler
-    std::function<void()> discoveryInterrupted;             // sets DiscoveryInterrupted, clears DiscoveryComplete
-    std::function<void()> logTargets;                       // one TRACE line for each target
-    std::function<void()> startBusTimers;                   // switches tmrBusReset and tmrIncomingData on
+    std::function<bool()> discoveryOwed;        // basBootloader::TakeOwedDiscovery: a pass is to be repeated now
+    std::function<bool()> answerAwaited;        // basBootloader::AnswerAwaited: nothing can go to all nodes now
+    std::function<void()> discoveryInterrupted; // sets DiscoveryInterrupted, clears DiscoveryComplete
+    std::function<void()> logTargets;           // one TRACE line for each target
+    std::function<void()> startBusTimers;       // switches tmrBusReset and tmrIncomingData on
 };
 extern Hooks hooks;
 

@@ -93,6 +93,8 @@ void WireBus(const WindowHooks& windows) {
         .incomingData = windows.incomingData,
         .debugSpew = windows.debugSpew,
         .bootloaderBusReset = basBootloader::BusResetHandler,
+        .discoveryOwed = basBootloader::TakeOwedDiscovery,
+        .answerAwaited = [] { return basBootloader::AnswerAwaited(); },
         .discoveryInterrupted = InterruptDiscovery,
         .logTargets = LogTargets,
         .startBusTimers = windows.startBusTimers,

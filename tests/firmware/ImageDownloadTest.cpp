@@ -2,6 +2,7 @@
 #include "ImageDownload.h"
 #include "HeadlessProgram.h"
 #include "PackageBuilder.h"
+#include "WindowSystem.h"
 #include "basApp.h"
 #include "basBootloader.h"
 
@@ -109,6 +110,29 @@ TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
         EXPECT_EQ(program->Said("Successfully loaded new "), loaded);
         EXPECT_EQ(program->Said("Load new Application Image operation failed."), !loaded);
     }
+}
+
+// A second device without a GUID comes up in its bootloader, with bus resets and an announcement, while the first one
+// erases.
+TEST_F(ImageDownload, LosesNothingThatHappensDuringTheErase) {
+    program =
+        std::make_unique<HeadlessProgram>(Bus({Target("000F1B0000000001", "bootloader"),
+                                               Target("0000000000000000", "application", R"(, "announce": true)")}));
+    program->Run("", 3000);
+    program->messages.clear();
+    ResetDevice(globals.TargetList.at(1).Handle, RESET_INTO_BOOTLOADER);
+    globals.TargetList[0].DebugGUID.assign(8, 0); // as if it had to be set
+    std::int32_t size = 0;
+    const CommandProgress turns{{}, {}, platform::DoEvents};
+    EXPECT_EQ(DownloadStart(globals.TargetList[0].Handle, {.Length = 16}, size, 40000, &turns), 1);
+    EXPECT_FALSE(program->Said("Broadcasted halt command.")) << "on top of a request that awaits its answer";
+    EXPECT_NE(globals.TargetList[1].DebugGUID, ByteArray(8)) << "skipped because of the first one";
+    EXPECT_EQ(globals.TargetList[0].DebugGUID, ByteArray(8));
+    program->windowSystem.RunUntil([] { return false; }, 3000);
+    EXPECT_TRUE(program->Said("Broadcasted halt command."));
+    EXPECT_EQ(globals.TargetList[0].DebugGUID, (ByteArray{0, 0x0F, 0x1B, 0, 0, 0, 0, 1}))
+        << "discovery didn't come by again";
+    EXPECT_EQ(std::ranges::count(program->messages, LEVEL_ERROR, &testing_support::Message::level), 0);
 }
 
 TEST_F(ImageDownload, LeavesTheTargetAloneWhenThereIsNothingToLoad) {

@@ -16,6 +16,10 @@ void Call(const std::function<void()>& hook) {
         hook();
 }
 
+bool Says(const std::function<bool()>& hook) {
+    return hook && hook();
+}
+
 // Each statement of the enumeration goes on past a failure of the one before.
 auto GoesOn() {
     return platform::ResumeNext([](const platform::Failure& f) {
@@ -140,7 +144,11 @@ void EnumerateUntilQuiet() {
 } // namespace
 
 void BusResetHandlerThread() {
-    if (!globals.BusResetPending || globals.HandlingBusReset)
+    if (globals.HandlingBusReset)
+        return;
+    if (Says(hooks.discoveryOwed))
+        globals.BusResetPending = true;
+    if (!globals.BusResetPending)
         return;
     globals.HandlingBusReset = true;
     platform::Attempt(
@@ -158,7 +166,7 @@ void BusResetHandlerThread() {
 void IncomingDataThreadHandler() {
     platform::Attempt(
         [] {
-            while (globals.IncomingDataPending) {
+            while (globals.IncomingDataPending && !Says(hooks.answerAwaited)) {
                 globals.IncomingDataPending = false;
                 Call(hooks.incomingData);
             }
