@@ -2,7 +2,7 @@
 
 #include "CodePage.h"
 #include "Failure.h"
-#include "Files.h"
+#include "FileAccess.h"
 #include "Paths.h"
 
 #include <sqlite3.h>
@@ -242,8 +242,7 @@ void Recordset::Delete() {
 
 Database::Database(const std::string& path) {
     const std::string resolved = ResolvePath(path);
-    if (!FindFirstFileA(resolved))
-        Raise(FILE_NOT_FOUND, "File not found: " + path);
+    RequireRegularFile(resolved);
     const int code = sqlite3_open_v2(resolved.c_str(), &connection_, SQLITE_OPEN_READWRITE, nullptr);
     try {
         if (code != SQLITE_OK)

@@ -2,6 +2,7 @@
 
 #include "CodePage.h"
 #include "Failure.h"
+#include "FileAccess.h"
 #include "Paths.h"
 
 #include <algorithm>
@@ -19,63 +20,6 @@ namespace fs = std::filesystem;
 namespace platform {
 
 namespace {
-
-// Failure of a system call on `path`.
-[[noreturn]] void RaiseError(int error, const std::string& path) {
-    std::int32_t number = NumberOfError(error);
-    std::error_code ignored;
-    const fs::path folder = fs::path(path).parent_path();
-    if (number == FILE_NOT_FOUND && !folder.empty() && !fs::is_directory(folder, ignored))
-        number = PATH_NOT_FOUND;
-    const std::string description = number == DEVICE_IO_ERROR ? std::strerror(error) : DescriptionOf(number);
-    Raise(number, description + ": " + path);
-}
-
-// A file descriptor that closes itself.
-class Descriptor {
-public:
-    Descriptor(const std::string& path, int flags) : number(open(path.c_str(), flags | O_CLOEXEC, 0666)) {
-        if (number < 0)
-            RaiseError(errno, path);
-    }
-    ~Descriptor() { close(number); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    const int number;
-};
-
-void WriteAll(int descriptor, const std::uint8_t* bytes, std::size_t count, const std::string& path) {
-    while (count > 0) {
-        const ssize_t written = write(descriptor, bytes, count);
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            RaiseError(errno, path);
-        }
-        bytes += written;
-        count -= std::size_t(written);
-    }
-}
-
-// Fills a new file beside `path` and puts it in its place; on a failure `path` is as it was.
-template <class Fill> void ReplaceFile(const std::string& path, Fill fill) {
-    if (access(path.c_str(), W_OK) != 0 && errno != ENOENT)
-        RaiseError(errno, path); // a rename would take the place of a write-protected file too
-    const std::string temporary = path + ".new" + std::to_string(getpid());
-    try {
-        {
-            const Descriptor file(temporary, O_WRONLY | O_CREAT | O_TRUNC);
-            fill(file.number);
-            if (fsync(file.number) != 0)
-                RaiseError(errno, path);
-        }
-        if (rename(temporary.c_str(), path.c_str()) != 0)
-            RaiseError(errno, path);
-    } catch (...) {
-        unlink(temporary.c_str());
-        throw;
-    }
-}
 
 // "*" stands for any characters, "?" for one.
 bool Matches(std::string_view pattern, std::string_view name) {
@@ -105,6 +49,52 @@ FoundFile Found(const fs::path& path, const struct stat& status) {
 
 } // namespace
 
+void RaiseFileError(int error, const std::string& path) {
+    std::int32_t number = NumberOfError(error);
+    std::error_code ignored;
+    const fs::path folder = fs::path(path).parent_path();
+    if (number == FILE_NOT_FOUND && !folder.empty() && !fs::is_directory(folder, ignored))
+        number = PATH_NOT_FOUND;
+    const std::string description = number == DEVICE_IO_ERROR ? std::strerror(error) : DescriptionOf(number);
+    Raise(number, description + ": " + path);
+}
+
+void RequireRegularFile(const struct stat& status, const std::string& path) {
+    if (S_ISDIR(status.st_mode))
+        RaiseFileError(EISDIR, path);
+    if (!S_ISREG(status.st_mode))
+        Raise(PATH_ACCESS_ERROR, "Not a regular file: " + path);
+}
+
+int OpenDescriptor(const std::string& path, int flags, unsigned mode) {
+    const int descriptor = open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+    if (descriptor < 0)
+        RaiseFileError(errno, path);
+    return descriptor;
+}
+
+struct stat StatusOf(int descriptor, const std::string& path) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0)
+        RaiseFileError(errno, path);
+    return status;
+}
+
+void RequireRegularFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        RaiseFileError(errno, path);
+    RequireRegularFile(status, path);
+}
+
+// The first look spares a device or the writer of a pipe the opening, the second is the one that counts.
+int OpenToRead(const std::string& path) {
+    RequireRegularFile(path);
+    Descriptor file(OpenDescriptor(path, O_RDONLY));
+    RequireRegularFile(StatusOf(file.number, path), path);
+    return file.Release();
+}
+
 std::optional<FoundFile> FindFirstFileA(const std::string& pattern) {
     struct stat status {};
     const std::size_t separator = pattern.find_last_of("/\\");
@@ -128,45 +118,7 @@ std::optional<FoundFile> FindFirstFileA(const std::string& pattern) {
     return {};
 }
 
-void CopyFile(const std::string& from, const std::string& to) {
-    const Descriptor source(ResolvePath(from), O_RDONLY);
-    ReplaceFile(ResolvePath(to), [&](int target) {
-        std::vector<std::uint8_t> block(1 << 16);
-        for (;;) {
-            const ssize_t count = read(source.number, block.data(), block.size());
-            if (count < 0)
-                RaiseError(errno, from);
-            if (count == 0)
-                return;
-            WriteAll(target, block.data(), std::size_t(count), to);
-        }
-    });
-}
-
-void DeleteFile(const std::string& path) {
-    const std::string resolved = ResolvePath(path);
-    if (unlink(resolved.c_str()) != 0)
-        RaiseError(errno, resolved);
-}
-
-void MakeDirectories(const std::string& path) {
-    std::error_code error;
-    const std::string resolved = ResolvePath(path);
-    fs::create_directories(resolved, error);
-    if (error)
-        RaiseError(error.value(), resolved);
-}
-
-void WriteFileAtomically(const std::string& path, const ByteArray& bytes) {
-    ReplaceFile(ResolvePath(path), [&](int target) { WriteAll(target, bytes.data(), bytes.size(), path); });
-}
-
-InputFile::InputFile(const std::string& path) : descriptor_(-1) {
-    const std::string resolved = ResolvePath(path);
-    descriptor_ = open(resolved.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor_ < 0)
-        RaiseError(errno, resolved);
-}
+InputFile::InputFile(const std::string& path) : descriptor_(OpenToRead(ResolvePath(path))) {}
 
 InputFile::~InputFile() {
     close(descriptor_);
@@ -195,29 +147,6 @@ ByteArray ReadWholeFile(const std::string& path) {
         got = file.Read(bytes.data() + filled, bytes.size() - filled);
     bytes.resize(filled);
     return bytes;
-}
-
-OutputFile::OutputFile(const std::string& path, Start start) : descriptor_(-1) {
-    const std::string resolved = ResolvePath(path);
-    const int where = start == Start::Append ? O_APPEND : O_TRUNC;
-    descriptor_ = open(resolved.c_str(), O_WRONLY | O_CREAT | where | O_CLOEXEC, 0666);
-    if (descriptor_ < 0)
-        RaiseError(errno, resolved);
-}
-
-OutputFile::~OutputFile() {
-    close(descriptor_);
-}
-
-void OutputFile::WriteLine(const std::string& text) {
-    ByteArray line = AnsiFromText(text);
-    line.push_back('\r');
-    line.push_back('\n');
-    Write(line);
-}
-
-void OutputFile::Write(const ByteArray& bytes) {
-    WriteAll(descriptor_, bytes.data(), bytes.size(), "the output file");
 }
 
 } // namespace platform

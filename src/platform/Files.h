@@ -1,5 +1,12 @@
 // Files by path, every path through ResolvePath. Failures: 53 no such file, 76 no such folder,
-// 70 or 75 not permitted, 61 disk full, 57 anything else.
+// 70 or 75 not permitted or no regular file (a pipe or device is never waited for), 61 disk full,
+// 57 anything else. Files.cpp finds and reads, FileWriting.cpp writes.
+//
+// Everybody writes by one of two roads. WriteFileAtomically and CopyFile replace the whole file: by
+// a new one beside it that keeps owner and mode. Where the name is a link, what it leads to is
+// replaced if the user or root has made the link; another user's is refused. OutputFile writes
+// line by line: Anew never through a link or into a file with a second name, a new file takes the
+// name; Append as above. What root makes in a user's folder belongs to that user.
 #pragma once
 
 #include "Bytes.h"
@@ -23,9 +30,12 @@ struct FoundFile {
 std::optional<FoundFile> FindFirstFileA(const std::string& pattern);
 
 void CopyFile(const std::string& from, const std::string& to); // replaces `to`, all or nothing
-void DeleteFile(const std::string& path);
+// Leaves a `to` that exists alone, also one that appears meanwhile; false then.
+bool CopyToNewFile(const std::string& from, const std::string& to);
+void DeleteFile(const std::string& path); // a link itself, not what it leads to
 void MakeDirectories(const std::string& path);
 // Writes the whole file and puts it in place by a rename: after a crash the old or the new is there.
+// A draft that a kill left behind goes when next a file in its folder is replaced.
 void WriteFileAtomically(const std::string& path, const ByteArray& bytes);
 
 // A file open for reading, from its start.

@@ -1,15 +1,30 @@
 #include "Files.h"
+#include "Database.h"
 #include "Modules.h"
 #include "PlatformTest.h"
 #include "TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 using platform::testing::TemporaryDirectory;
+
+unsigned ModeOf(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
+}
 
 TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
     const TemporaryDirectory folder;
@@ -43,27 +58,109 @@ TEST(Files, HaveEachLineOnDiskInTheCodePageAtOnceOrFailWithTheClassicNumbers) {
     EXPECT_EQ(read(folder.file("file/none")), 76);
     EXPECT_EQ(FailureOf([&] { platform::DeleteFile(folder.file("none")); }), 53);
     EXPECT_EQ(FailureOf([&] { platform::WriteFileAtomically(folder.file("none/new"), {}); }), 76);
-    EXPECT_EQ(FailureOf([&] {
-                  platform::OutputFile file("/dev/full");
-                  file.WriteLine("x");
-              }),
-              61);
-    std::uint8_t byte = 0;
-    platform::InputFile directory(folder.path());
-    EXPECT_EQ(FailureOf([&] { directory.Read(&byte, 1); }), 75);
+    EXPECT_EQ(read(folder.path()), 75);
 }
 
-TEST(CopyingAFile, ReplacesTheTargetOrLeavesItAlone) {
+// Without a reader or writer at the other end a plain open would wait for ever.
+TEST(Files, AreNeverPipesOrDevices) {
     const TemporaryDirectory folder;
-    platform::WriteFileAtomically(folder.file("Source"), TextBytes("new"));
-    platform::WriteFileAtomically(folder.file("Target"), TextBytes("old and longer"));
+    const std::string pipe = folder.file("pipe"), file = folder.file("file");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    platform::WriteFileAtomically(file, TextBytes("x"));
+    for (const std::string& path : {pipe, std::string("/dev/full")}) {
+        EXPECT_EQ(FailureOf([&] { platform::ReadWholeFile(path); }), 75);
+        EXPECT_EQ(FailureOf([&] { platform::CopyFile(path, file); }), 75);
+        EXPECT_EQ(FailureOf([&] { platform::CopyFile(file, path); }), 75);
+        EXPECT_EQ(FailureOf([&] { platform::OutputFile output(path); }), 75);
+        EXPECT_EQ(FailureOf([&] { platform::OutputFile output(path, platform::OutputFile::Start::Append); }), 75);
+        EXPECT_EQ(FailureOf([&] { platform::Database database(path); }), 75);
+    }
+}
+
+TEST(ReplacingAFile, KeepsItsModeAndLeavesItAloneOnAFailure) {
+    const TemporaryDirectory folder;
+    const std::string source = folder.file("Source"), target = folder.file("Target");
+    platform::WriteFileAtomically(source, TextBytes("new"));
+    platform::WriteFileAtomically(target, TextBytes("old and longer"));
+    chmod(target.c_str(), 0640);
     EXPECT_EQ(FailureOf([&] { platform::CopyFile(folder.file("none"), folder.file("target")); }), 53);
     EXPECT_EQ(FailureOf([&] { platform::CopyFile(folder.path(), folder.file("target")); }), 75);
-    EXPECT_EQ(platform::ReadWholeFile(folder.file("Target")), TextBytes("old and longer"));
-    platform::CopyFile(folder.file("source"), folder.file("target"));
-    EXPECT_EQ(platform::ReadWholeFile(folder.file("Target")), TextBytes("new"));
+    EXPECT_FALSE(platform::CopyToNewFile(source, target));
+    rlimit before{}; // as on a full disk
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit full = {8, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    EXPECT_EQ(FailureOf([&] { platform::WriteFileAtomically(target, ByteArray(9)); }), 57);
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(platform::ReadWholeFile(target), TextBytes("old and longer"));
+    platform::CopyFile(source, folder.file("target"));
+    EXPECT_EQ(platform::ReadWholeFile(target), TextBytes("new"));
+    EXPECT_EQ(ModeOf(target), 0640u);
     const std::filesystem::directory_iterator files(folder.path());
-    EXPECT_EQ(std::distance(begin(files), end(files)), 2); // no temporary file stays behind
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2); // no draft stays behind
+}
+
+TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
+    const TemporaryDirectory folder;
+    const std::string kept = folder.file("kept"), own = folder.file("own"), second = folder.file("second");
+    const auto draft = [&](int i) { return folder.file(fmt::format(".hoistline-{}-{}.new", getpid(), i)); };
+    platform::WriteFileAtomically(kept, TextBytes("kept")); // the folder counts as cleared from here on
+    std::filesystem::create_symlink("kept", own);
+    std::filesystem::create_symlink(kept, draft(0)); // planted where the next draft is expected
+    platform::WriteFileAtomically(own, TextBytes("by the link"));
+    EXPECT_TRUE(std::filesystem::is_symlink(own));
+    EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("by the link"));
+    std::filesystem::create_hard_link(kept, second);
+    for (const std::string& name : {own, second, folder.file("dangling")}) {
+        if (name == folder.file("dangling"))
+            std::filesystem::create_symlink("victim", name);
+        platform::OutputFile(name).WriteLine("x");
+        EXPECT_EQ(platform::ReadWholeFile(name), TextBytes("x\r\n"));
+        EXPECT_FALSE(std::filesystem::is_symlink(name));
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder.file("victim")));
+    EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("by the link"));
+
+    const TemporaryDirectory killed;
+    std::ofstream(killed.file(".hoistline-1-0.new")) << "half";
+    std::ofstream(killed.file("model.txt.new1")) << "the user's";
+    std::ofstream(killed.file(".hoistline-2-0.new")) << "being written";
+    const int writer = open(killed.file(".hoistline-2-0.new").c_str(), O_RDONLY);
+    ASSERT_EQ(flock(writer, LOCK_EX), 0);
+    platform::WriteFileAtomically(killed.file("a"), {});
+    close(writer);
+    EXPECT_FALSE(std::filesystem::exists(killed.file(".hoistline-1-0.new")));
+    EXPECT_TRUE(std::filesystem::exists(killed.file(".hoistline-2-0.new")));
+    EXPECT_TRUE(std::filesystem::exists(killed.file("model.txt.new1")));
+}
+
+// Only root can make files of others, so elsewhere this has nothing to look at.
+TEST(ReplacingAFile, LeavesItToItsOwnerAndRefusesTheLinkOfAnother) {
+    if (geteuid() != 0)
+        GTEST_SKIP();
+    const TemporaryDirectory folder;
+    constexpr uid_t OTHER = 65534;
+    const auto ownerOf = [&](const std::string& name) {
+        struct stat status {};
+        return stat(folder.file(name).c_str(), &status) == 0 ? status.st_uid : 0;
+    };
+    platform::WriteFileAtomically(folder.file("roots"), TextBytes("root's"));
+    ASSERT_EQ(chown(folder.path().c_str(), OTHER, OTHER), 0);
+    platform::WriteFileAtomically(folder.file("new"), {});
+    platform::OutputFile(folder.file("line"));
+    platform::MakeDirectories(folder.file("deep/deeper"));
+    for (const char* name : {"new", "line", "deep", "deep/deeper"})
+        EXPECT_EQ(ownerOf(name), OTHER) << name;
+    platform::WriteFileAtomically(folder.file("new"), TextBytes("again"));
+    EXPECT_EQ(ownerOf("new"), OTHER);
+    std::filesystem::create_symlink("roots", folder.file("link"));
+    ASSERT_EQ(lchown(folder.file("link").c_str(), OTHER, OTHER), 0);
+    EXPECT_EQ(FailureOf([&] { platform::WriteFileAtomically(folder.file("link"), {}); }), 70);
+    EXPECT_EQ(FailureOf([&] { platform::OutputFile output(folder.file("link"), platform::OutputFile::Start::Append); }),
+              70);
+    EXPECT_EQ(platform::ReadWholeFile(folder.file("roots")), TextBytes("root's"));
 }
 
 TEST(Modules, HaveTheirOwnFileNamesAndAReasonWhenTheyDoNotLoad) {

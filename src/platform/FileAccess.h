@@ -1,0 +1,38 @@
+// What Files.cpp, FileWriting.cpp and Database.cpp share: nobody else's.
+#pragma once
+
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace platform {
+
+// The failure for the errno of a system call on `path`.
+[[noreturn]] void RaiseFileError(int error, const std::string& path);
+// Failure 75 for a folder, pipe, socket or device.
+void RequireRegularFile(const struct stat& status, const std::string& path);
+// The same without opening it, which is left to the database engine: a second descriptor that is
+// closed takes the engine's locks along. Failure 53 or 76 when there is nothing.
+void RequireRegularFile(const std::string& path);
+// Opens without waiting for anybody at the other end.
+int OpenDescriptor(const std::string& path, int flags, unsigned mode = 0);
+struct stat StatusOf(int descriptor, const std::string& path);
+// Opens a regular file for reading.
+int OpenToRead(const std::string& path);
+
+// A file descriptor that closes itself.
+class Descriptor {
+public:
+    explicit Descriptor(int open) : number(open) {}
+    ~Descriptor() {
+        if (number >= 0)
+            close(number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Release() { return std::exchange(number, -1); }
+    int number;
+};
+
+} // namespace platform
