@@ -19,7 +19,7 @@ struct View {
     std::string lblSoftwareBuiltOn = "Build date: <not applicable>";
     std::string lblFileCreatedOn = "File Last Updated: <none selected>";
     std::string lblSoftwareInfo = "Software Info: <unknown>";
-    std::string lblCompatibleHardware, lblVendorCompatibility; // as they stand, when empty
+    std::string lblPath, lblCompatibleHardware, lblVendorCompatibility;
     std::string lblPackagesIncluded = "Package included: <no image selected>";
     bool loadImage = false, loadConfig = false, viewConfig = false;
     bool loadBoth() const { return loadImage && loadConfig; }

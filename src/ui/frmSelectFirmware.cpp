@@ -30,7 +30,6 @@
 namespace {
 
 constexpr const char* MODULE = "frmSelectFirmware";
-constexpr std::int64_t HEADER_LIMIT = 512; // what a click reads
 
 enum Column { FILENAME, UPDATED, SIZE };
 constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, where its text isn't
@@ -151,14 +150,19 @@ void frmSelectFirmware::BuildFileFinder() {
     connect(folders_, &QFileSystemModel::directoryLoaded, this, showCurrent);
     connect(folders_, &QFileSystemModel::layoutChanged, Dir1, showCurrent, Qt::QueuedConnection);
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmSelectFirmware::ListView1_ColumnClick);
-    connect(ListView1, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+    // Reading gives turns, and the view isn't through with its own change of row yet.
+    const auto pick = [this] {
+        Pick();
+        QMetaObject::invokeMethod(this, &frmSelectFirmware::ReadPicked, Qt::QueuedConnection);
+    };
+    connect(ListView1, &QTreeWidget::currentItemChanged, this, [pick](QTreeWidgetItem* item) {
         if (item == nullptr)
             return;
         item->setSelected(true); // also when the list only got the focus: the buttons work on it
-        ListView1_ItemClick();
+        pick();
     });
     // The row that is current already: its file may be another one by now.
-    connect(ListView1, &QTreeWidget::itemClicked, this, &frmSelectFirmware::ListView1_ItemClick);
+    connect(ListView1, &QTreeWidget::itemClicked, this, pick);
     connect(ListView1, &QTreeWidget::itemDoubleClicked, this, &frmSelectFirmware::ListView1_DblClick);
     connect(watcher_, &QFileSystemWatcher::directoryChanged, this, &frmSelectFirmware::Dir1_Change);
 }
@@ -168,7 +172,7 @@ void frmSelectFirmware::Form_Load() {
     setFirmwareType(-1);
     hDevice_ = 0;
     AlwaysLoadConfig = windowSettings::Get(MODULE, "AlwaysLoadConfig", "0") == "1";
-    ShowView({});
+    ShowPicked();
     fitClient(fraProperties->geometry().right() + 7, fraDownloadControls->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
     Guarded(MODULE, "Form_Load", [this] {
@@ -332,9 +336,11 @@ bool frmSelectFirmware::SelectFile(const std::string& path) {
     const QList<QTreeWidgetItem*> found = ListView1->findItems(file.fileName(), Qt::MatchExactly, FILENAME);
     if (found.isEmpty())
         return false;
-    if (ListView1->currentItem() == found.first())
-        ListView1_ItemClick(); // it may have changed
-    ListView1->setCurrentItem(found.first());
+    {
+        const QSignalBlocker quiet(ListView1); // it is picked below, also when it was current already
+        ListView1->setCurrentItem(found.first());
+    }
+    ListView1_ItemClick();
     return true;
 }
 
@@ -357,82 +363,4 @@ void frmSelectFirmware::ListView1_ColumnClick(int column) {
         ListView1->sortItems(sortColumn_, sortOrder_);
         ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
     });
-}
-
-std::string frmSelectFirmware::SelectedName() const {
-    const QTreeWidgetItem* item = ListView1->currentItem();
-    return item == nullptr ? std::string() : item->text(FILENAME).toStdString();
-}
-
-std::string frmSelectFirmware::SelectedPath() const {
-    return folder_ + SelectedName();
-}
-
-void frmSelectFirmware::ListView1_ItemClick() {
-    if (loading_)
-        return; // the load has this window's labels
-    const Stay stay(*this);
-    Guard("ListView1_ItemClick", [this] {
-        packageText::View view;
-        header_ = {};
-        const std::string name = SelectedName();
-        view.lblFilename = "Filename: " + name;
-        ShowView(view);
-        if (name.empty())
-            return;
-        lblPath->setText(Q(folder_));
-        if (basApp::FileExists(SelectedPath()))
-            ReadHeader(view, SelectedPath());
-        pgbReadFile->hide();
-    });
-}
-
-void frmSelectFirmware::ReadHeader(packageText::View& view, const std::string& path) {
-    pgbReadFile->show();
-    const QString status = lblStatus->text();
-    Status(fmt::format("Reading File '{}'...", SelectedName()));
-    platform::DoEvents();
-    view.lblFileCreatedOn =
-        "File Last Updated: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(path), "yyyy-mm-dd hh:nn:ss");
-    ByteArray bytes;
-    const basUtils::ReadProgress progress = ReadingProgress();
-    bool read = false;
-    Guarded(MODULE, "ListView1_ItemClick",
-            [&] { read = basUtils::ReadFileBytes(path, bytes, HEADER_LIMIT, &progress) == 1; });
-    Status(status.toStdString());
-    if (read)
-        basBootloader::ByteArrayToTwdStruct(std::move(bytes), header_);
-    if (basBootloader::IsTwdValid(header_)) {
-        const std::int32_t index = basBootloader::GetDeviceIndex(hDevice_);
-        packageText::Describe(view, header_,
-                              index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)], hDevice_,
-                              basApp::globals.OverrideHardwareCompatibility, basApp::GetFileSize64(path));
-        lblPath->setText(Q("Path: " + folder_));
-        if (!view.warning.empty())
-            Status(view.warning);
-    }
-    ShowView(view);
-}
-
-void frmSelectFirmware::ShowView(const packageText::View& view) {
-    const auto set = [](QLabel* label, const std::string& text) {
-        label->setText(Q(text));
-        label->setToolTip(label->text()); // long ones can be read in full
-    };
-    set(lblFilename, view.lblFilename);
-    set(lblSoftwareID, view.lblSoftwareID);
-    set(lblSoftwareVersion, view.lblSoftwareVersion);
-    set(lblSoftwareBuiltOn, view.lblSoftwareBuiltOn);
-    set(lblFileCreatedOn, view.lblFileCreatedOn);
-    set(lblSoftwareInfo, view.lblSoftwareInfo);
-    set(lblPackagesIncluded, view.lblPackagesIncluded);
-    if (!view.lblCompatibleHardware.empty())
-        set(lblCompatibleHardware, view.lblCompatibleHardware);
-    if (!view.lblVendorCompatibility.empty())
-        set(lblVendorCompatibility, view.lblVendorCompatibility);
-    lblPath->setToolTip(lblPath->text());
-    cmdLoadSelected->setEnabled(view.loadImage);
-    cmdLoadConfig->setEnabled(view.loadConfig);
-    cmdLoadImageAndConfig->setEnabled(view.loadBoth());
-    cmdViewConfig->setEnabled(view.viewConfig);
 }

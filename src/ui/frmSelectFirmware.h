@@ -85,11 +85,6 @@ private:
     void AddFilesOf(const char* pattern);
     void ListView1_ColumnClick(int column);
     void ListView1_DblClick();
-    void ListView1_ItemClick();
-    void ShowView(const packageText::View& view);
-    void ReadHeader(packageText::View& view, const std::string& path);
-    std::string SelectedName() const;
-    std::string SelectedPath() const;
     void Status(const std::string& text);
     // As Guarded, with the failure on the status label too.
     template <class Body> void Guard(const char* procedure, Body body) {
@@ -98,6 +93,22 @@ private:
         });
     }
 
+    // What labels and buttons are set by, and what is loaded: never a row as it stands at another moment.
+    struct PickedFile {
+        std::string folder, name; // the folder with its separator; no name without a picked file
+        ByteArray head;           // its first bytes as they were shown; empty when they couldn't be read
+        packageText::View view;
+        std::string path() const { return folder + name; }
+        bool isStill(const ByteArray& bytes) const;
+    };
+
+    // Picking (frmSelectFirmwarePick.cpp).
+    void ListView1_ItemClick();
+    void Pick();
+    void ReadPicked();
+    void ReadHeader(PickedFile& file);
+    void ShowPicked();
+
     // Loading (frmSelectFirmwareLoad.cpp).
     void cmdLoadSelected_Click();
     void cmdLoadConfig_Click();
@@ -105,7 +116,7 @@ private:
     void cmdViewConfig_Click();
     void cmdPreferences_Click();
     template <class Load> void LoadFrame(const char* procedure, const std::string& beginning, Load load);
-    std::int32_t DownloadImage(std::int32_t imageType, const std::string& path);
+    std::int32_t DownloadImage(std::int32_t imageType, const PickedFile& picked);
     bool HasLoaded(std::int32_t code, const char* command);
     std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
@@ -117,9 +128,10 @@ private:
     std::int32_t firmwareType_ = -1; // image type
     std::int32_t hDevice_ = 0;
     bool AlwaysLoadConfig = false; // nothing else hangs on it
-    TwdHeader header_;             // of the picked file; empty without one
-    std::string folder_;           // with a separator at its end
+    PickedFile picked_;
+    std::string folder_; // shown in Dir1, with a separator at its end
     bool loading_ = false;
+    bool reading_ = false;          // the picked file's header
     std::int64_t loadStart_ = 0;    // performance counter at the first block
     std::int64_t lastProgress_ = 0; // the same, when the bar was last set
     int sortColumn_ = 0;

@@ -46,17 +46,17 @@ void frmSelectFirmware::StatusDisplay(const std::string& text, std::int32_t leve
 }
 
 // What the three load buttons share. `load` is true for a success, behind which the list of devices
-// is rebuilt. The path is taken once: the list can be clicked while the load runs.
+// is rebuilt. What is picked is taken once: the list can be clicked while the load runs.
 template <class Load>
 void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& beginning, Load load) {
-    if (std::exchange(loading_, true))
-        return; // a double-click while a load runs
+    if (reading_ || std::exchange(loading_, true))
+        return; // a double-click while a load runs, or on a file that isn't shown yet
     const Stay stay(*this);
-    const std::string path = SelectedPath();
+    const PickedFile picked = picked_;
     EnableCommands(false);
     Status(beginning);
     bool loaded = false;
-    Guard(procedure, [&] { loaded = load(path); });
+    Guard(procedure, [&] { loaded = load(picked); });
     if (loaded)
         bas1394::globals.BusResetPending = true;
     platform::Sleep(PAUSE_AFTER_LOAD);
@@ -79,32 +79,32 @@ bool frmSelectFirmware::HasLoaded(std::int32_t code, const char* command) {
 void frmSelectFirmware::cmdLoadSelected_Click() {
     if (!loading_)
         Status("Downloading new image...");
-    const std::string beginning = fmt::format("Beginning download of '{}' to target...", SelectedName());
-    LoadFrame("cmdLoadSelected_Click", beginning, [this](const std::string& path) {
-        return HasLoaded(DownloadImage(firmwareType_, path), "cmdLoadSelected");
+    const std::string beginning = fmt::format("Beginning download of '{}' to target...", picked_.name);
+    LoadFrame("cmdLoadSelected_Click", beginning, [this](const PickedFile& picked) {
+        return HasLoaded(DownloadImage(firmwareType_, picked), "cmdLoadSelected");
     });
 }
 
 void frmSelectFirmware::cmdLoadConfig_Click() {
     const std::string beginning =
-        fmt::format("Beginning Configuration Download from file '{}' to target...", SelectedName());
-    LoadFrame("cmdLoadConfig_Click", beginning, [&](const std::string& path) {
+        fmt::format("Beginning Configuration Download from file '{}' to target...", picked_.name);
+    LoadFrame("cmdLoadConfig_Click", beginning, [&](const PickedFile& picked) {
         StatusDisplay(beginning);
-        return HasLoaded(DownloadImage(IMAGE_CONFIG, path), "cmdLoadConfig_Click_new");
+        return HasLoaded(DownloadImage(IMAGE_CONFIG, picked), "cmdLoadConfig_Click_new");
     });
 }
 
 void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
     if (!loading_)
         Status("Downloading new image...");
-    const std::string name = SelectedName();
+    const std::string name = picked_.name;
     const std::string beginning = fmt::format("Beginning download of '{}' to target...", name);
-    LoadFrame("cmdLoadImageAndConfig_Click", beginning, [&](const std::string& path) {
-        std::int32_t code = DownloadImage(firmwareType_, path);
+    LoadFrame("cmdLoadImageAndConfig_Click", beginning, [&](const PickedFile& picked) {
+        std::int32_t code = DownloadImage(firmwareType_, picked);
         if (code != SUCCESS || firmwareType_ != IMAGE_APPLICATION) {
             Status(fmt::format("Failed to application image onto target from: {}'", name));
         } else {
-            code = DownloadImage(IMAGE_CONFIG, path);
+            code = DownloadImage(IMAGE_CONFIG, picked);
             Status(
                 code == SUCCESS
                     ? fmt::format("Successfully loaded new application and CNE (configuration data) from '{}' onto "
@@ -128,7 +128,7 @@ void frmSelectFirmware::ListView1_DblClick() {
         (this->*ACTIONS[behavior])();
 }
 
-std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const std::string& path) {
+std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const PickedFile& picked) {
     const CommandProgress erasing{
         [this](std::int32_t) { pgbReadFile->setRange(0, 0); }, {}, [] { platform::DoEvents(); }};
     DownloadStyle style;
@@ -138,8 +138,15 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const std:
     style.blockSizeFailureLevel = LEVEL_TRACE;
     style.blockFailure = "DownloadImage ERROR: Failed to load '{file}' onto target.";
     style.flashFailure = "DownloadImage ERROR: Failed to write data to flash on target.";
-    style.load = [this, imageType](const std::string& file, TwdHeader& header) {
+    style.load = [&, imageType](const std::string& file, TwdHeader& header) {
         LoadTWD(file, header);
+        if (!header.FileData.empty() && !picked.isStill(header.FileData)) {
+            StatusDisplay(fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
+                                      picked.name),
+                          LEVEL_ERROR);
+            header = {}; // counts as not loaded, so that nothing is erased
+            return;
+        }
         const std::string fault = packageText::SectionFault(header, imageType, basApp::GetFileSize64(file));
         if (fault.empty())
             return;
@@ -151,7 +158,7 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const std:
     style.progress = [this](const DownloadProgress& progress) { ShowProgress(progress); };
     style.startProgress = &erasing;
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, path, style);
+    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, picked.path(), style);
     QApplication::restoreOverrideCursor();
     return result;
 }
@@ -220,8 +227,8 @@ void frmSelectFirmware::LoadTWD(const std::string& path, TwdHeader& header) {
             {.limit = packageText::READ_LIMIT,
              .progress = &progress,
              .begins =
-                 [this] {
-                     Status(fmt::format("Reading '{}'...", SelectedName()));
+                 [&] {
+                     Status(fmt::format("Reading '{}'...", path.substr(path.rfind('/') + 1)));
                      pgbReadFile->show();
                  },
              .log = LogToWindow()});
@@ -239,14 +246,15 @@ void frmSelectFirmware::cmdPreferences_Click() {
 
 void frmSelectFirmware::cmdViewConfig_Click() {
     const Stay stay(*this);
-    const auto view = [this] {
+    const PickedFile picked = picked_; // the focus alone can pick another one
+    const auto view = [&] {
         ListView1->setFocus();
         TwdHeader package;
         const std::string status = lblStatus->text().toStdString();
-        LoadTWD(SelectedPath(), package);
+        LoadTWD(picked.path(), package);
         Status(status);
         if (package.FileData.size() < SMALLEST_PACKAGE) {
-            StatusDisplay(fmt::format("ERROR: could not read file '{}'", SelectedName()));
+            StatusDisplay(fmt::format("ERROR: could not read file '{}'", picked.name));
             return;
         }
         const TwdSection& cne = package.Cne;
@@ -256,7 +264,7 @@ void frmSelectFirmware::cmdViewConfig_Click() {
             return;
         }
         ShowCneData(ByteArray(package.FileData.begin() + cne.Offset, package.FileData.begin() + end),
-                    std::uint32_t(cne.Offset), SelectedName());
+                    std::uint32_t(cne.Offset), picked.name);
     };
     QApplication::setOverrideCursor(Qt::WaitCursor);
     platform::Attempt(view, [this](const platform::Failure& f) {

@@ -185,6 +185,34 @@ TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
     End(); // while what its turns look at is there
 }
 
+// Keys come while a header is read and while the list is still at its own change of row.
+TEST_F(Browser, LoadsWhatItShowsHoweverQuicklyRowsArePicked) {
+    ByteArray other = Package(ByteArray(3000, 0x33));
+    other[0x1C] = 9; // software version
+    program->Write("packages/other.twd", other);
+    browser->setFolder(program->directory.file("packages")); // both.twd first, other.twd last
+    const auto key = [this](Qt::Key pressed) { QTest::keyClick(browser->ListView1, pressed); };
+    for (const auto& [first, second, shown] :
+         {std::tuple{Qt::Key_End, Qt::Key_Home, "both.twd"}, {Qt::Key_Down, Qt::Key_End, "other.twd"}}) {
+        bool pressed = false;
+        program->windowSystem.eachTurn = [&, then = second] {
+            if (browser->lblStatus->text().startsWith("Reading File") && !std::exchange(pressed, true))
+                key(then);
+            QCoreApplication::processEvents();
+        };
+        key(first);
+        Pass(100);
+        EXPECT_TRUE(pressed);
+        ASSERT_EQ(browser->ListView1->selectedItems().size(), 1);
+        EXPECT_EQ(browser->ListView1->selectedItems()[0]->text(0).toStdString(), shown);
+        EXPECT_EQ(Text(browser->lblFilename), std::string("Filename: ") + shown);
+    }
+    browser->setFolder(program->directory.file("")); // the labels still tell of the other file
+    browser->cmdLoadSelected->click();
+    EXPECT_EQ(program->Flash(0, "application"), ByteArray(3000, 0x33));
+    End();
+}
+
 TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     Pick("none.bin");
     EXPECT_EQ(Text(browser->lblFilename) + Text(browser->lblSoftwareID), "Filename: none.binSoftware ID: <unknown>");
@@ -200,6 +228,14 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     Pick("both.twd");
     Q_EMIT browser->ListView1->itemDoubleClicked(browser->ListView1->currentItem(), 0);
     EXPECT_TRUE(WasTold("Image1 reaches outside the file"));
+    ByteArray built = Package(IMAGE);
+    program->Write("packages/both.twd", built);
+    Pick("both.twd");
+    built[0x1C] = 77; // software version
+    program->Write("packages/both.twd", built);
+    browser->cmdLoadSelected->click();
+    EXPECT_TRUE(WasTold("'both.twd' is another file now than the one shown"));
+    EXPECT_EQ(Text(browser->lblSoftwareVersion), "Version: 16909133 (0x102034D)");
     EXPECT_EQ(program->RequestsSent().size(), before);
     EXPECT_TRUE(browser->cmdClose->isEnabled());
 }

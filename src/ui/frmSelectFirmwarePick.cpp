@@ -1,0 +1,119 @@
+// The firmware browser's picked file: one record, which labels, buttons and loads share.
+
+#include "Controls.h"
+#include "Guarded.h"
+#include "WindowSystem.h"
+#include "basApp.h"
+#include "basBootloader.h"
+#include "basUtils.h"
+#include "frmSelectFirmware.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr const char* MODULE = "frmSelectFirmware";
+constexpr std::int64_t HEADER_LIMIT = 512; // what a click reads
+
+} // namespace
+
+void frmSelectFirmware::ListView1_ItemClick() {
+    Pick();
+    ReadPicked();
+}
+
+// The row becomes the picked file, of which nothing is known yet. Gives no turn.
+void frmSelectFirmware::Pick() {
+    if (loading_)
+        return; // the load has this window's labels
+    const QTreeWidgetItem* item = ListView1->currentItem();
+    picked_ = {};
+    picked_.folder = folder_;
+    picked_.name = item == nullptr ? std::string() : item->text(0).toStdString();
+    picked_.view.lblFilename = "Filename: " + picked_.name;
+    if (!picked_.name.empty())
+        picked_.view.lblPath = folder_;
+    ShowPicked();
+}
+
+// Reads the picked file's header. That gives turns, in which another file can be picked: then that one is
+// read too, and nothing of the earlier one is shown.
+void frmSelectFirmware::ReadPicked() {
+    if (loading_ || std::exchange(reading_, true))
+        return; // the read that gives the present turn goes on with what is picked by then
+    const Stay stay(*this);
+    Guard("ListView1_ItemClick", [this] {
+        const std::string status = lblStatus->text().toStdString();
+        PickedFile file;
+        while (file.path() != picked_.path() && basApp::FileExists(picked_.path())) {
+            file = picked_;
+            pgbReadFile->show();
+            Status(fmt::format("Reading File '{}'...", file.name));
+            platform::DoEvents();
+            ReadHeader(file);
+            Status(status);
+        }
+        if (file.path() == picked_.path()) {
+            picked_ = std::move(file);
+            ShowPicked();
+            if (!picked_.view.warning.empty())
+                Status(picked_.view.warning);
+        }
+        pgbReadFile->hide();
+    });
+    reading_ = false;
+}
+
+void frmSelectFirmware::ReadHeader(PickedFile& file) {
+    const std::string path = file.path();
+    file.view.lblFileCreatedOn =
+        "File Last Updated: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(path), "yyyy-mm-dd hh:nn:ss");
+    const basUtils::ReadProgress progress = ReadingProgress();
+    TwdHeader header;
+    Guarded(MODULE, "ListView1_ItemClick", [&] {
+        ByteArray head;
+        if (basUtils::ReadFileBytes(path, head, HEADER_LIMIT, &progress) != 1)
+            return;
+        file.head = head;
+        basBootloader::ByteArrayToTwdStruct(std::move(head), header);
+    });
+    if (!basBootloader::IsTwdValid(header))
+        return;
+    const std::int32_t index = basBootloader::GetDeviceIndex(hDevice_);
+    packageText::Describe(file.view, header,
+                          index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)], hDevice_,
+                          basApp::globals.OverrideHardwareCompatibility, basApp::GetFileSize64(path));
+    file.view.lblPath = "Path: " + file.folder;
+}
+
+void frmSelectFirmware::ShowPicked() {
+    const packageText::View& view = picked_.view;
+    const std::pair<QLabel*, const std::string&> texts[] = {
+        {lblFilename, view.lblFilename},
+        {lblPath, view.lblPath},
+        {lblSoftwareID, view.lblSoftwareID},
+        {lblSoftwareVersion, view.lblSoftwareVersion},
+        {lblSoftwareBuiltOn, view.lblSoftwareBuiltOn},
+        {lblFileCreatedOn, view.lblFileCreatedOn},
+        {lblSoftwareInfo, view.lblSoftwareInfo},
+        {lblCompatibleHardware, view.lblCompatibleHardware},
+        {lblVendorCompatibility, view.lblVendorCompatibility},
+        {lblPackagesIncluded, view.lblPackagesIncluded},
+    };
+    for (const auto& [label, text] : texts) {
+        label->setText(Q(text));
+        label->setToolTip(label->text()); // long ones can be read in full
+    }
+    cmdLoadSelected->setEnabled(view.loadImage);
+    cmdLoadConfig->setEnabled(view.loadConfig);
+    cmdLoadImageAndConfig->setEnabled(view.loadBoth());
+    cmdViewConfig->setEnabled(view.viewConfig);
+}
+
+// Whether a package begins as the picked file did when labels and buttons were set by it.
+bool frmSelectFirmware::PickedFile::isStill(const ByteArray& bytes) const {
+    return bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
+}
