@@ -31,6 +31,7 @@ TEST_F(Console, LosesWhatDoesNotFitAndTakesNothingWhileACommandSleeps) {
     Type("flood 4\r"); // 7 echoed, CR LF, 4 lines of 8, prompt: 43 into 32
     EXPECT_EQ(Fetch(), "flood 4\r\nline 1\r\nline 2\r\nline 3\r");
     EXPECT_EQ(answer.size(), 28u);
+    EXPECT_EQ(Little(answer, 4), 0x80000001u);
     EXPECT_EQ(Little(answer, 8), 11u);
     Type("sleep 100\r");
     Type("a");
@@ -53,7 +54,10 @@ TEST_F(Console, TheRingIsReadDirectlyInTheByteOrderOfTheTarget) {
         EXPECT_EQ(std::string(ring.begin() + 9, ring.begin() + 18), "ready\r\n> ");
         Bytes typed = {0, 0, 0, 0, 0, 0, uint8_t(big ? 0 : 25), uint8_t(big ? 25 : 0)};
         typed.insert(typed.end(), 25, 'z');
+        EXPECT_EQ(Write(0, 0xFFFFC8021040, {0, 0, 0, 0, 0, 0, 1, 1, 'y', 0, 0, 0}), 1); // overwritten
         EXPECT_EQ(Write(0, 0xFFFFC8021040, typed), 1);
+        EXPECT_EQ(Get(0, 0xFFFFC8029040, 40), ring) << "the console looks a moment later";
+        PassMs(10);
         ring = Get(0, 0xFFFFC8029040, 40);
         EXPECT_EQ(half(ring, 6), 34); // the head counts on, the places wrap
         EXPECT_EQ(std::string(ring.begin() + 8, ring.begin() + 13), "zzzad");
@@ -73,6 +77,9 @@ protected:
         return Answer(0, 1, 18, static_cast<uint8_t>(3 + (name.size() + 3) / 4),
                       Words({length, nameOffset, offset}, name.substr(nameOffset) + '\0'));
     }
+    static Bytes KeyWords(uint8_t code, uint32_t length, const std::string& name) {
+        return code == 18 ? Words({length, 0, 0}, name + '\0') : Words({length, 0, 0, 0}, name + '\0');
+    }
     const std::string value = std::string(128, 'a') + std::string(128, 'b') + std::string(44, 'c');
 };
 
@@ -80,6 +87,10 @@ TEST_F(Keys, WhatCanNotBeIsAStatus) {
     EXPECT_EQ(ReadPass("ABSENT", 0, 0), Words({1, 0, 0, 0}));
     EXPECT_EQ(Little(Answer(0, 1, 18, 3, Words({0xFFFFFFFF, 0, 0}, {'\0'})), 0), 2u);
     EXPECT_EQ(Little(Answer(0, 1, 19, 5, Words({2, 0, 200, 128}, "A")), 0), 3u) << "beyond what is held";
+    for (const uint8_t code : {uint8_t(18), uint8_t(19)}) { // "LONG" of "LONG5", "LONG" of "LONG"
+        EXPECT_EQ(Little(Answer(0, 1, code, code == 18 ? 4 : 5, KeyWords(code, 6, "LONG5")), 0), 2u) << +code;
+        EXPECT_NE(Little(Answer(0, 1, code, code == 18 ? 4 : 5, KeyWords(code, 5, "LONG")), 0), 2u) << +code;
+    }
     EXPECT_EQ(Answer(0, 1, 12, 0), NO_ANSWER); // the store is written anew, which takes time
     PassMs(800);
     EXPECT_EQ(AnswerNow(0, 1, 12), Bytes{});

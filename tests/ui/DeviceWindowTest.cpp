@@ -32,6 +32,13 @@ TEST_F(DeviceWindow, ShowsEachKindOfNodeInTheWordsOfItsState) {
         EXPECT_EQ(Cells(row), rows[row]);
 }
 
+TEST_F(DeviceWindow, AnswersADeviceThatAnnouncesItselfWithAHaltToAll) {
+    Start(Bus({Target(GUID_A, "bootloader", R"(, "announce": true)")}));
+    basBootloader::ResetDevice(basBootloader::globals.TargetList.front().Handle, basBootloader::RESET_INTO_BOOTLOADER);
+    Pass(8000);
+    EXPECT_TRUE(WasTold("Broadcasted bootloader halt command."));
+}
+
 TEST_F(DeviceWindow, SaysThatItScansUntilTheBusHasSettled) {
     Start(Bus({Target(GUID_A, "application")}));
     std::set<std::string> seen;

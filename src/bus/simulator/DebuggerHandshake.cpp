@@ -6,6 +6,7 @@
 namespace simulator {
 
 static constexpr EightBytes PROBE = {0x01, 0x01, 0x00, 0x00, 0x80, 0x80, 0x01, 0x00};
+static constexpr std::int64_t ANSWER_AFTER = 20 * MILLISECOND;
 static constexpr EightBytes ANSWER = {0x01, 0x01, 0x05, 0x00, 0x80, 0x80, 0x01, 0x00};
 
 bool DebuggerHandshake::Covers(std::uint64_t address, std::size_t size) const {
@@ -13,10 +14,14 @@ bool DebuggerHandshake::Covers(std::uint64_t address, std::size_t size) const {
 }
 
 std::int32_t DebuggerHandshake::Read(std::uint64_t address, ByteSpan data) {
-    if (address != DEBUG_ANSWER || !probed_) {
+    if (address != DEBUG_ANSWER) {
         return TWL1394_ADDRESS_ERROR;
     }
-    std::copy(ANSWER.begin(), ANSWER.end(), data.begin());
+    std::fill(data.begin(), data.end(), std::uint8_t{0});
+    if (answerDue_ && now_() >= *answerDue_) {
+        std::copy(ANSWER.begin(), ANSWER.end(), data.begin());
+        answerDue_.reset();
+    }
     return TWL1394_SUCCESS;
 }
 
@@ -24,7 +29,7 @@ std::int32_t DebuggerHandshake::Write(std::uint64_t address, ByteView data) {
     if (address != DEBUG_PROBE || !std::equal(data.begin(), data.end(), PROBE.begin())) {
         return TWL1394_ADDRESS_ERROR;
     }
-    probed_ = true;
+    answerDue_ = now_() + ANSWER_AFTER;
     return TWL1394_SUCCESS;
 }
 

@@ -28,8 +28,7 @@ std::string NameText(const Bytes& name) {
 
 } // namespace
 
-// The name comes in as many passes as the host needs. A pass may carry more of it than its operand
-// count announces; all that is carried counts.
+// The name comes in as many passes as the host needs.
 bool KeyStore::TakeName(ByteView operands, std::size_t nameStart) {
     const std::uint32_t length = Word(operands, 0), offset = Word(operands, 1);
     if (length < 2 || length > LONGEST_NAME || offset > length || offset > name_.size()) {
@@ -42,9 +41,14 @@ bool KeyStore::TakeName(ByteView operands, std::size_t nameStart) {
     return true;
 }
 
+// But for its terminating 0, which the announced length implies.
+bool KeyStore::NameIsComplete(ByteView operands) const {
+    return name_.size() + 1 >= Word(operands, 0);
+}
+
 Bytes KeyStore::Read(ByteView operands, ByteSpan responseBuffer) {
     const std::uint32_t offset = Word(operands, 2);
-    if (!TakeName(operands, 12)) {
+    if (!TakeName(operands, 12) || !NameIsComplete(operands)) {
         return Words({KEY_BAD_NAME, 0, 0, 0});
     }
     const auto found = state_.keys.find(NameText(name_));
@@ -88,6 +92,9 @@ Bytes KeyStore::Write(ByteView operands, ByteView requestBuffer, bool& changed) 
     }
     if (Word(operands, 0) - Word(operands, 1) > LONGEST_NAME_BESIDE_VALUE) {
         return Words({KEY_GOOD, length, 0});
+    }
+    if (!NameIsComplete(operands)) {
+        return Words({KEY_BAD_NAME, 0, 0});
     }
     const bool valueComplete = offset >= length && length > 0; // only the rest of the name is new
     const std::uint32_t status = valueComplete ? KEY_GOOD : TakeValue(length, offset, requestBuffer);

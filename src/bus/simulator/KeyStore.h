@@ -20,6 +20,7 @@ public:
 
 private:
     bool TakeName(ByteView operands, std::size_t nameStart);
+    bool NameIsComplete(ByteView operands) const;
     std::uint32_t TakeValue(std::uint32_t length, std::uint32_t offset, ByteView requestBuffer);
 
     TargetState& state_;

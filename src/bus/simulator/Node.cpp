@@ -25,7 +25,7 @@ Node::Node(const NodeDescription& description, Surroundings surroundings, StateD
         return;
     }
     if (kind_ == NodeKind::Debugger) {
-        owned_.push_back(std::make_unique<DebuggerHandshake>());
+        owned_.push_back(std::make_unique<DebuggerHandshake>(surroundings.now));
     }
     owned_.push_back(std::make_unique<RomBehaviour>(RomOf(description)));
     for (const auto& behaviour : owned_) {

@@ -14,6 +14,7 @@ constexpr std::uint8_t HALT = 1, READ_KEY = 18;
 constexpr std::int64_t GOING_AWAY_MS = 1;  // after the request that asked for it
 constexpr std::int64_t ANNOUNCING_MS = 10; // after coming up
 constexpr std::int64_t HALT_PATIENCE_MS = 5000;
+constexpr std::int64_t LOOKING_MS = 10;      // for a direct write, after it has come
 constexpr std::uint32_t TARNWELL = 0x000F1B; // whatever the GUID
 } // namespace
 
@@ -28,7 +29,7 @@ Target::Target(const NodeDescription& description, Surroundings surroundings, St
 Session::Hooks Target::SessionHooks() {
     return {.now = surroundings_.now,
             .execute = [this](const Request& request) { return Execute(request); },
-            .requestBufferWritten = [this](ByteView data) { TypeIntoConsole(data); },
+            .requestBufferWritten = [this](ByteView data) { TakeDirectWrite(data); },
             .ignoredWhileBusy =
                 [this](const Request& request) {
                     surroundings_.debugText(DEBUG_TRACE, fmt::format("busy: command {} ignored", request.code));
@@ -79,6 +80,7 @@ void Target::PowerUp() {
     ++life_;
     restarting_ = false;
     textRemaining_ = 0;
+    directWrite_.reset();
     state_.inBootloader = state_.inBootloader || !state_.sections[APPLICATION].valid;
     rom_.Replace(CurrentRom());
     flash_.PowerUp();
@@ -149,10 +151,25 @@ std::optional<Answer> Target::Execute(const Request& request) {
     return answer;
 }
 
+void Target::TakeDirectWrite(ByteView data) {
+    if (!console_.IsRing() || restarting_) {
+        return;
+    }
+    if (std::exchange(directWrite_, Bytes(data.begin(), data.end()))) {
+        surroundings_.debugText(DEBUG_TRACE, "a direct write was overwritten before the console had taken it");
+        return;
+    }
+    surroundings_.after(LOOKING_MS * MILLISECOND, [this, life = life_] {
+        if (life == life_ && directWrite_) {
+            TypeIntoConsole(*std::exchange(directWrite_, std::nullopt));
+        }
+    });
+}
+
 // The direct write of protocols 2 and 0x2000000: 6 bytes of 0, the length, the text, filling.
 void Target::TypeIntoConsole(ByteView data) {
     constexpr std::size_t header = 8;
-    if (!console_.IsRing() || flash_.Loading() || restarting_ || data.size() <= header) {
+    if (flash_.Loading() || restarting_ || data.size() <= header) {
         return;
     }
     const ByteOrder order = ConsoleSettings().order;

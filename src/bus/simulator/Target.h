@@ -44,6 +44,8 @@ private:
     Bytes CurrentRom() const;
     std::optional<Answer> Execute(const Request& request);
     bool VersionFits(const Request& request) const;
+    // A text for the console, which looks for one a moment later: the next write may come first.
+    void TakeDirectWrite(ByteView requestBuffer);
     void TypeIntoConsole(ByteView requestBuffer);
     // Leaves the bus a moment later and comes back in the mode asked for.
     void Restart(bool intoBootloader);
@@ -66,6 +68,7 @@ private:
     std::uint32_t life_ = 0;          // counts the times that it came up
     std::uint32_t textRemaining_ = 0; // of a console text that comes in chunks
     std::uint32_t textLength_ = 0;
+    std::optional<Bytes> directWrite_; // not looked at yet
 };
 
 } // namespace simulator

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::uint8_t READ_KEY = 18;
 constexpr std::uint32_t BAD_CRC_FLAG = 0xFFFFFFFF;
-constexpr std::uint32_t LONGEST_CHUNK = 128; // of a console text
+constexpr std::uint32_t LONGEST_CHUNK = 128;                            // of a console text
+constexpr std::uint32_t SHELL_IS_ON = 0x80000000, SHELL_OVERFLOWED = 1; // bits of the status in protocol 1
 
 Answer Words(std::initializer_list<std::uint32_t> values, std::int64_t workMs = 0) {
     Answer answer{{}, workMs * MILLISECOND};
@@ -68,14 +69,16 @@ TargetCommands::Result TargetCommands::Run(Target& target, const Request& reques
         return ignore("unknown");
     }
     const bool countFits = request.code >= READ_KEY ? request.count >= row->quadlets : request.count == row->quadlets;
-    if (!countFits || request.operands.size() < row->bytes) {
+    // What a write carries beyond the announced quadlets counts for nothing.
+    const ByteView operands = request.operands.first(std::min(request.operands.size(), std::size_t{4} * request.count));
+    if (!countFits || operands.size() < row->bytes) {
         return ignore("wrong count of operands");
     }
     if (!target.state_.inBootloader && !row->whileApplicationRuns) {
         return ignore("the application is running");
     }
     target.surroundings_.debugText(DEBUG_DETAIL, row->name);
-    return row->handler(target, request.operands);
+    return row->handler(target, operands);
 }
 
 TargetCommands::Result TargetCommands::HaltBootloader(Target& target, ByteView) {
@@ -136,18 +139,17 @@ TargetCommands::Result TargetCommands::SwitchTo1394Shell(Target& target, ByteVie
 }
 
 TargetCommands::Result TargetCommands::ReadShellCharacters(Target& target, ByteView) {
-    constexpr std::uint32_t protocol3Limit = 255; // a count whose low byte is 0 reads as no data
     if (target.console_.IsRing()) {
         return Words({0}); // the ring is read directly
     }
-    const bool brief = target.description_.protocol == 3;
-    const ShellConsole::Taken taken = target.console_.Take(brief ? protocol3Limit : target.console_.Capacity());
+    const ShellConsole::Taken taken = target.console_.Take(target.console_.Capacity());
     const auto received = static_cast<std::uint32_t>(taken.characters.size());
     std::copy(taken.characters.begin(), taken.characters.end(), target.session_.ResponseBuffer().begin());
-    if (brief) {
-        return Words({received});
+    if (target.description_.protocol == 3) {
+        return Words({received}); // 256 as well, which the host takes for none
     }
-    Answer answer = Words({received, 0, taken.lost, 0, 0, 0, 0});
+    const std::uint32_t status = SHELL_IS_ON | (taken.lost > 0 ? SHELL_OVERFLOWED : 0);
+    Answer answer = Words({received, status, taken.lost, 0, 0, 0, 0});
     const ByteSpan operands(answer.operands);
     Put16(operands, 12, taken.head, ByteOrder::Big);
     Put16(operands, 14, 0, ByteOrder::Big);
