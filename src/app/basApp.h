@@ -32,6 +32,7 @@ struct Globals {
     bool DownloadInProgress = false;          // quiets the modules' low levels
     bool UseTwlThesyconDriver = false;        // mirrors a menu entry; no other code reads it
     bool PerformUnattendedOperations = false; // a run is on; message boxes become status file lines
+    bool EndRequested = false;                // no further operation of the run is begun, and the program ends
     platform::Handle ApplicationShutdownEvent = 0;
     std::string RawCommandLine;                  // as given, arguments joined
     std::string CommandLine;                     // trimmed, upper-cased

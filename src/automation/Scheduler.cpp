@@ -29,23 +29,30 @@ void WaitForTheDevice() {
     EndRun();
 }
 
+// Sets a flag for as long as it lives.
+struct Mark {
+    explicit Mark(bool& marked) : flag(marked) { flag = true; }
+    ~Mark() { flag = false; }
+    Mark(const Mark&) = delete;
+    Mark& operator=(const Mark&) = delete;
+    bool& flag;
+};
+
+std::int32_t Pass() {
+    const Mark underWay(globals.PassUnderWay);
+    // A copy: the work gives turns, and a menu command may parse another text in one.
+    const std::vector<std::string> options = basApp::globals.CommandLineOptions;
+    return PerformUnattendedOperations(options);
+}
+
 void RunPass() {
     if (!CommandLineHasOperations(basApp::globals.CommandLineOptions))
         return StopTimer();
-    // A copy: the work gives turns, and a menu command may parse another text in one.
-    const std::vector<std::string> options = basApp::globals.CommandLineOptions;
-    if (PerformUnattendedOperations(options) == DEVICE_WAS_RESET)
+    if (Pass() == DEVICE_WAS_RESET && !basApp::globals.EndRequested)
         WaitForTheDevice();
     else
         EndRun();
 }
-
-struct BusyMark {
-    BusyMark() { globals.SchedulerBusy = true; }
-    ~BusyMark() { globals.SchedulerBusy = false; }
-    BusyMark(const BusyMark&) = delete;
-    BusyMark& operator=(const BusyMark&) = delete;
-};
 
 } // namespace
 
@@ -54,11 +61,19 @@ void SchedulerTick() {
         StatusDisplay(LEVEL_WARNING, "tmrAutomationScheduler: ERROR - re-entering scheduler.  Aborting operation!");
         return;
     }
-    const BusyMark busy;
+    const Mark busy(globals.SchedulerBusy);
     if (!bas1394::globals.BusEnumerated)
         globals.SchedulerTicks = 0;
     else if (++globals.SchedulerTicks >= SETTLED_TICKS)
         RunPass();
+}
+
+bool EndAfterOperation() {
+    if (globals.PassUnderWay && !basApp::globals.EndRequested) {
+        basApp::globals.EndRequested = true;
+        StatusDisplay(LEVEL_USER, "The program closes as soon as the operation under way has finished.");
+    }
+    return globals.PassUnderWay;
 }
 
 } // namespace basAutomation

@@ -42,6 +42,7 @@ struct Globals {
     OutputFileOwner StatusFileHandle;
     // The scheduler.
     bool SchedulerBusy = false;
+    bool PassUnderWay = false; // part of the time that the scheduler is busy: the end of the run isn't
     std::int16_t SchedulerTicks = 0;
     std::int32_t SchedulerAttempts = 0;       // resets of the device so far in this run
     bool PersistentParamsInitialized = false; // survives the restarts of a run
@@ -81,6 +82,10 @@ std::int32_t Initialize(); // 1 when a run is prepared
 std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options);
 // The tick of tmrAutomationScheduler (Scheduler.cpp).
 void SchedulerTick();
+// Ends a pass in order (Scheduler.cpp): the operation under way finishes, none is begun after it, the
+// result is told, and the program closes as at the end of any run. Safe at every turn. False when no
+// pass is under way: whoever asks closes the program.
+bool EndAfterOperation();
 
 // --- The work (Programming.cpp, OneTarget.cpp). 1 for success. ---
 

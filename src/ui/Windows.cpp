@@ -6,6 +6,7 @@
 #include "Paths.h"
 #include "WindowSettings.h"
 #include "basApp.h"
+#include "basAutomation.h"
 #include "frmMain.h"
 #include "frmSelectFirmware.h"
 #include "frmShell.h"
@@ -59,7 +60,8 @@ bool LoadInProgress() {
 }
 
 bool ParentClosesLater() {
-    return std::ranges::any_of(globals.parent->findChildren<Form*>(),
+    return basAutomation::EndAfterOperation() ||
+           std::ranges::any_of(globals.parent->findChildren<Form*>(),
                                [](Form* form) { return form->closesLater(globals.parent); });
 }
 
@@ -96,8 +98,9 @@ void EndUnattendedRun() {
     if (globals.main != nullptr) {
         globals.main->tmrAutomationScheduler->setEnabled(false);
         platform::DoEvents();
-        globals.main->repaint();
     }
+    if (globals.main != nullptr) // it may have been closed in that turn
+        globals.main->repaint();
     platform::Sleep(2000);
     UnloadParentWindow();
 }

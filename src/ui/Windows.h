@@ -39,7 +39,8 @@ void UnloadParentWindow();
 std::size_t EmptySlot(std::vector<Form*>& list);
 // Whether a load runs, or its window is still busy with its end.
 bool LoadInProgress();
-// Whether a child window is in the middle of something; then the parent is closed behind that.
+// Whether a child window or an unattended run is in the middle of something; then the parent closes
+// after that, by itself.
 bool ParentClosesLater();
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);

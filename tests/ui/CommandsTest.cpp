@@ -230,4 +230,21 @@ TEST_F(Commands, CarryOutTheKeyBatchOfTheMenuAndEndTheProgram) {
     EXPECT_EQ(windows::globals.main, nullptr);
 }
 
+TEST_F(Commands, EndAKeyBatchInOrderWhenTheProgramIsClosedDuringIt) {
+    Start(Bus({Target("000F1B0000000001", "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}));
+    program->Write("batch-operations/keybatch.html",
+                   std::string("read --single MODEL a\nread --single MODEL b\nread --single MODEL c\n"));
+    form().mnuExecuteKeyBatch->trigger();
+    basDebug::hooks.echo = [](std::string_view message, std::int32_t, std::string_view) {
+        if (message.find("received") != message.npos) // the user closes it in the next turn
+            platform::Post([] { windows::UnloadParentWindow(); });
+    };
+    Pass(20'000);
+    const std::string report = program->Read("batch-operations/keybatch.out.html");
+    EXPECT_NE(report.find(">a</A> </td><td> SUCCESS"), std::string::npos) << report;
+    EXPECT_NE(report.find("FAILED, not done: the program was closed\r\n</td></tr>\r\n</table>"), std::string::npos);
+    EXPECT_TRUE(WasTold("2 of 3 operations were not done."));
+    EXPECT_EQ(windows::globals.main, nullptr);
+}
+
 } // namespace
