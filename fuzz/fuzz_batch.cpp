@@ -63,8 +63,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = platform::TextFromAnsi(bytes);
     ReadItems(text);
     CleanTwice(text);
-    ForEachLine(
-        text, [](const std::string&) {}, ReadLine);
+    for (const auto comment : {ItemReader::Comment::Item, ItemReader::Comment::Line})
+        ForEachLine(
+            text, comment, [](const std::string&) {}, ReadLine);
     Write(text, bytes);
     return 0;
 }

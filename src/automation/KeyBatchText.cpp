@@ -11,6 +11,7 @@ namespace basAutomation {
 
 namespace {
 
+constexpr std::string_view LINE_ENDS = "\r\n";
 constexpr std::string_view ITEM_ENDS = ",\r\n";
 constexpr const char* CELL = " </td><td> ";
 constexpr const char* RULE = "#-----------------------------------------------";
@@ -44,10 +45,13 @@ std::string DataFileCell(KeyOperation& operation) {
     return fmt::format("<A HREF=\"{0}\">{0}</A>", operation.DataFile);
 }
 
-std::string ResultCell(std::int32_t status) {
-    if (status == 1)
+std::string ResultCell(const KeyOperation& operation) {
+    if (operation.Status == 1)
         return std::string("SUCCESS") + CELL;
-    return status == -1 ? "FAILED" : fmt::format("FAILED, code 0x{:X}", static_cast<std::uint32_t>(status));
+    if (operation.NotDone)
+        return "FAILED, not done: the program was closed";
+    return operation.Status == -1 ? "FAILED"
+                                  : fmt::format("FAILED, code 0x{:X}", static_cast<std::uint32_t>(operation.Status));
 }
 
 std::string MakerLine(const std::optional<MakerTexts>& maker) {
@@ -75,6 +79,11 @@ std::string Replaced(const std::string& text, std::string_view searched, std::st
 
 std::string_view ItemReader::Next() {
     SkipBlanks();
+    if (AtCommentLine()) {
+        position_ = std::min(text_.find_first_of(LINE_ENDS, position_), text_.size());
+        SkipOneEnd();
+        return {};
+    }
     if (!AtEnd() && text_[position_] == '"')
         return NextQuoted();
     const std::size_t start = position_;
@@ -97,7 +106,12 @@ void ItemReader::SkipBlanks() {
     position_ = std::min(text_.find_first_not_of(' ', position_), text_.size());
 }
 
+bool ItemReader::AtCommentLine() const {
+    return comment_ == Comment::Line && atLineStart_ && !AtEnd() && text_[position_] == '#';
+}
+
 void ItemReader::SkipOneEnd() {
+    atLineStart_ = !AtEnd() && LINE_ENDS.find(text_[position_]) != std::string_view::npos;
     if (text_.substr(position_).starts_with("\r\n"))
         position_ += 2;
     else if (!AtEnd() && ITEM_ENDS.find(text_[position_]) != std::string_view::npos)
@@ -154,9 +168,10 @@ std::int32_t SplitArguments(std::string& line, std::vector<std::string>& words) 
     return 1;
 }
 
-void ForEachLine(std::string_view text, const std::function<void(const std::string& fault)>& fault,
+void ForEachLine(std::string_view text, ItemReader::Comment comment,
+                 const std::function<void(const std::string& fault)>& fault,
                  const std::function<void(std::string& line)>& line) {
-    ItemReader items(text);
+    ItemReader items(text, comment);
     for (std::int32_t number = 1; !items.AtEnd(); ++number) {
         TagFault tagFault = TagFault::None;
         std::string cleaned = WithoutTags(StripComments(platform::Trim(items.Next())), tagFault);
@@ -193,7 +208,7 @@ std::vector<std::string> ReportRow(KeyOperation& operation) {
     for (const std::string& cell :
          {std::string(KindOf(operation)), DeviceDigits(operation), operation.KeyName, DataFileCell(operation)})
         cells += cell + CELL;
-    return {"<tr><td>", cells + ResultCell(operation.Status), "</td></tr>"};
+    return {"<tr><td>", cells + ResultCell(operation), "</td></tr>"};
 }
 
 std::vector<std::string> ReportEnd(const std::string& statusFilePath, const std::string& statusFile) {
@@ -206,26 +221,39 @@ std::vector<std::string> ReportEnd(const std::string& statusFilePath, const std:
     return lines;
 }
 
+std::vector<std::string> PlaceLines(const std::vector<std::string>& outside) {
+    std::vector<std::string> lines;
+    for (const std::string& file : outside) {
+        lines.emplace_back("<br>");
+        lines.push_back("# Outside the folder of the batch: " + file);
+    }
+    return lines;
+}
+
 std::vector<std::string> DataFileLines(const KeyOperation& operation, const BatchFacts& facts,
                                        const std::optional<MakerTexts>& maker) {
-    return {RULE,
-            "# " + operation.DataFile,
-            "# date generated: " + facts.time,
-            "# ",
-            ApplicationLine(facts),
-            MakerLine(maker),
-            CountLine(facts),
-            "# ",
-            fmt::format("# Batch Parameters ({}) Operation): ", KindOf(operation)),
-            "#   Device GUID = " + DeviceDigits(operation),
-            "#   Key Name = " + operation.KeyName,
-            "# ",
-            RULE,
-            "# Status: OK",
-            "# DATA:",
-            RULE,
-            platform::TextFromAnsi(operation.Data),
-            RULE};
+    std::vector<std::string> lines{RULE,
+                                   "# " + operation.DataFile,
+                                   "# date generated: " + facts.time,
+                                   "# ",
+                                   ApplicationLine(facts),
+                                   MakerLine(maker),
+                                   CountLine(facts),
+                                   "# ",
+                                   fmt::format("# Batch Parameters ({}) Operation): ", KindOf(operation)),
+                                   "#   Device GUID = " + DeviceDigits(operation),
+                                   "#   Key Name = " + operation.KeyName,
+                                   "# ",
+                                   RULE,
+                                   "# Status: OK",
+                                   "# DATA:",
+                                   RULE};
+    for (std::string& line : lines) // a second line of one would be read back as data
+        std::ranges::replace_if(
+            line, [](char c) { return LINE_ENDS.find(c) != std::string_view::npos; }, ' ');
+    lines.push_back(platform::TextFromAnsi(operation.Data));
+    lines.emplace_back(RULE);
+    return lines;
 }
 
 } // namespace basAutomation

@@ -15,6 +15,7 @@
 namespace basAutomation {
 
 inline constexpr std::int32_t INVALID_KEY_OPERATION = 0, READ_KEY_OPERATION = 1, WRITE_KEY_OPERATION = 2;
+inline constexpr std::uint8_t FIRST_TARGET = 2; // the one byte of a DeviceId in place of a GUID
 
 struct KeyOperation {
     std::int32_t Operation = INVALID_KEY_OPERATION;
@@ -23,6 +24,7 @@ struct KeyOperation {
     std::string DataFile;     // from the batch file's folder; may be empty for a read
     ByteArray Data;           // what is to be written, or was read
     std::int32_t Status = -1; // 1 once it has worked
+    bool NotDone = false;     // the run ended before its turn came
 };
 
 // --- Reading ---
@@ -31,7 +33,10 @@ struct KeyOperation {
 // a double quote runs to the next one, commas and line ends included.
 class ItemReader {
 public:
-    explicit ItemReader(std::string_view text) : text_(text) {}
+    // What a "#" at the start of a line makes a comment: an item like any other, or the whole line with
+    // its commas and quotes, which gives an empty item.
+    enum class Comment { Item, Line };
+    explicit ItemReader(std::string_view text, Comment comment = Comment::Item) : text_(text), comment_(comment) {}
     bool AtEnd() const { return position_ >= text_.size(); }
     std::string_view Next(); // empty at the end; lives as long as the text
 
@@ -39,8 +44,11 @@ private:
     std::string_view NextQuoted();
     void SkipOneEnd();
     void SkipBlanks();
+    bool AtCommentLine() const;
 
     std::string_view text_;
+    Comment comment_;
+    bool atLineStart_ = true;
     std::size_t position_ = 0;
 };
 
@@ -59,7 +67,8 @@ std::string StripHTML(std::string_view line, std::optional<std::int32_t> lineNum
 std::int32_t SplitArguments(std::string& line, std::vector<std::string>& words);
 
 // Each item trimmed, without comments and tags. `fault` gets the texts of tag faults.
-void ForEachLine(std::string_view text, const std::function<void(const std::string& fault)>& fault,
+void ForEachLine(std::string_view text, ItemReader::Comment comment,
+                 const std::function<void(const std::string& fault)>& fault,
                  const std::function<void(std::string& line)>& line);
 
 // --- Writing. Lines without their ends. ---
@@ -85,6 +94,8 @@ std::vector<std::string> ReportHead(const BatchFacts& facts);
 std::vector<std::string> ReportRow(KeyOperation& operation);
 // `statusFilePath` is where the status file was found; empty: no link to it.
 std::vector<std::string> ReportEnd(const std::string& statusFilePath, const std::string& statusFile);
+// Which data files lie elsewhere than with the batch; none for none.
+std::vector<std::string> PlaceLines(const std::vector<std::string>& outside);
 // The record of an operation that worked. Its head is comments, so that it can be read as a data file.
 std::vector<std::string> DataFileLines(const KeyOperation& operation, const BatchFacts& facts,
                                        const std::optional<MakerTexts>& maker);

@@ -6,6 +6,7 @@
 #include "basUtils.h"
 
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <ranges>
 #include <regex>
@@ -78,7 +79,7 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     };
     HeadlessProgram program(BusOfTwo());
     platform::ChangeDirectory(program.directory.path());
-    program.Write("value.txt", std::string("# head\r\n<b> a</b>,\r\n\"b,<x>c\"\r\n"));
+    program.Write("value.txt", std::string(" # head, '/R \"b,\"x\r\n<b> a</b>,\r\n\"b,<x>c\"\r\n"));
     program.Write("blank.txt", std::string("# nothing\r\n"));
     program.Write("empty.txt", std::string());
     for (const auto& row : rows) {
@@ -166,12 +167,27 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
          "# 0 operations"},
         {"read --single MODEL folder", removal + "'folder', aborting operation!", "# 1 operations performed."},
         {"read --single MODEL b.txt", removal + "'b.txt', aborting operation!", "# 1 operations performed."},
-        {"read --single MODEL no/x.txt", "Error #76: ", "SUCCESS"},
+        {"read --single MODEL same/B.txt", removal, "# 1 operations performed."},
+        {"read --single MODEL same/b.out.txt", removal, "# 1 operations performed."},
+        {"read --single MODEL linked.txt", removal, "# 1 operations performed."},
+        {"read --single MODEL script-data/1394_write_status.txt", removal, "# 1 operations performed."},
+        {"read --single MODEL same/DB1.mdb", removal, "# 1 operations performed."},
+        {"read --single MODEL no/x.txt", "the data file 'no/x.txt' could not be written.", "FAILED OPERATION"},
+        {"read --single MODEL planted.txt", "Overwriting existing file",
+         "SUCCESS </td><td> \r\n</td></tr>\r\n</table>"},
+        {"read --single MODEL far/x.txt", "", "# Outside the folder of the batch: far/x.txt ("},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.message);
         HeadlessProgram program(BusOfTwo());
+        const platform::testing::TemporaryDirectory elsewhere;
+        std::ofstream(elsewhere.file("precious.txt")) << "kept";
         std::filesystem::create_directory(program.directory.file("folder"));
+        for (const auto& [name, to] : {std::pair<const char*, std::string>{"same", "."},
+                                       {"linked.txt", "b.txt"},
+                                       {"far", elsewhere.path()},
+                                       {"planted.txt", elsewhere.file("precious.txt")}})
+            std::filesystem::create_symlink(to, program.directory.file(name));
         if (*row.batch != '\0')
             program.Write("b.txt", std::string(row.batch));
         ASSERT_TRUE(program.Run("/R b.txt"));
@@ -180,6 +196,7 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
         const std::string report = program.Read("b.out.txt");
         EXPECT_EQ(row.report.empty(), report.empty());
         EXPECT_NE(report.find(row.report), std::string::npos) << report;
+        EXPECT_EQ(std::filesystem::file_size(elsewhere.file("precious.txt")), 4u);
     }
 }
 

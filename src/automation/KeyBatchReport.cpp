@@ -1,0 +1,216 @@
+// What a batch leaves: the report beside it, and a data file for each operation that worked.
+#include "CodePage.h"
+#include "Files.h"
+#include "KeyBatch.h"
+#include "KeyBatchParts.h"
+#include "Paths.h"
+#include "Processes.h"
+#include "RunFailures.h"
+#include "basBootloader.h"
+#include "basConfigRom.h"
+#include "basUtils.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+namespace basAutomation {
+
+namespace {
+
+namespace fs = std::filesystem;
+using basBootloader::SUCCESS;
+using platform::Failure;
+
+std::string PresentTime() {
+    return basUtils::FormatSystemTime(platform::GetLocalTime(), "yyyy-mm-dd hh:nn:ss");
+}
+
+std::optional<MakerTexts> MakerOf(const ByteArray& deviceId) {
+    const Device& device = basBootloader::GetNodeNum(HandleOfGuid(deviceId));
+    if (device.NodeNum == NO_NODE)
+        return std::nullopt;
+    return MakerTexts{basConfigRom::GetConfigRomVendorText(device.ConfigRom),
+                      basConfigRom::GetConfigRomModelText(device.ConfigRom)};
+}
+
+ByteArray BytesOf(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + "\r\n";
+    return platform::AnsiFromText(text);
+}
+
+// --- Where a value may go ---
+
+// Files of the program in its directory, and folders of which every file is one.
+constexpr const char* PROGRAM_FILES[] = {
+    "HoistlineApp",       "twd",         "romview",       "Twl1394api.so",     "db1.mdb",
+    "db1.mdb-wal",        "db1.mdb-shm", "db1_clean.mdb", "db1-compacted.mdb", "debug_log.mdb",
+    "simulated-bus.json", "bus-state",   "docs"};
+
+// Without links and "..", as far as it exists.
+fs::path RealPath(const std::string& path) {
+    const std::string resolved = platform::ResolvePath(path);
+    return fs::weakly_canonical(fs::absolute(resolved.empty() ? "." : resolved));
+}
+
+bool LiesWithin(const fs::path& path, const fs::path& folder) {
+    return std::ranges::mismatch(folder, path).in1 == folder.end();
+}
+
+// By the files themselves: one has many spellings, and names that links gave it.
+bool IsSameFile(const fs::path& one, const fs::path& other) {
+    std::error_code error;
+    return one == other || fs::equivalent(one, other, error);
+}
+
+bool IsProgramFile(const fs::path& path) {
+    return std::ranges::any_of(std::array{platform::ProgramDirectory(), platform::ExecutableDirectory()},
+                               [&](const std::string& directory) {
+                                   return std::ranges::any_of(PROGRAM_FILES, [&](const char* name) {
+                                       const fs::path file = RealPath(platform::JoinPath(directory, name));
+                                       return LiesWithin(path, file) || IsSameFile(path, file);
+                                   });
+                               });
+}
+
+// --- The report ---
+
+// A report that is being written, and the data files beside it.
+class Report {
+public:
+    Report(const std::string& batchFile, std::size_t operationCount);
+    bool IsWhole() const { return whole_; }
+    const std::string& Path() const { return facts_.report; }
+    void Write(const std::vector<std::string>& lines);
+    void WriteEnd();
+    // False when a file is in the way that can't be replaced.
+    bool WriteDataFile(KeyOperation& operation);
+
+private:
+    // Neither the batch itself nor its report, the status file or the program is ever replaced by a value.
+    bool IsInUse(const std::string& path) const;
+    void ReplaceDataFile(const std::string& path, const KeyOperation& operation);
+    void NotePlace(const std::string& path, const std::string& dataFile);
+
+    platform::ResumeNext<decltype(Reporter(""))> next_{Reporter("DumpKeyBatchOutput")};
+    std::string batchFile_;
+    BatchFacts facts_;
+    OutputFileOwner file_;
+    bool whole_ = true;
+    std::vector<std::string> outside_; // the data files outside the folder of the batch
+};
+
+// In the spelling of the folder: the command line comes in capitals.
+std::string ReportPath(const std::string& batchFile) {
+    const auto found = platform::FindFirstFileA(batchFile);
+    const auto [folder, name] = Split(batchFile);
+    return folder + ReportFileName(found ? found->FileName : name);
+}
+
+Report::Report(const std::string& batchFile, std::size_t operationCount) : batchFile_(batchFile) {
+    facts_ = {ReportPath(batchFile), PresentTime(), fs::path(platform::ExecutablePath()).stem().string(),
+              basApp::globals.RawCommandLine, operationCount};
+    whole_ = next_([&] { file_ = std::make_unique<platform::OutputFile>(facts_.report); });
+    Write(ReportHead(facts_));
+}
+
+void Report::Write(const std::vector<std::string>& lines) {
+    if (!file_)
+        return;
+    whole_ = next_([&] {
+                 for (const std::string& line : lines)
+                     file_->WriteLine(line);
+             }) &&
+             whole_;
+}
+
+bool Report::IsInUse(const std::string& path) const {
+    const fs::path file = RealPath(path);
+    return IsProgramFile(file) ||
+           std::ranges::any_of(std::array{batchFile_, facts_.report, globals.StatusFile},
+                               [&](const std::string& used) { return IsSameFile(file, RealPath(used)); });
+}
+
+// The old file goes when the new one is whole: that of a write is the only copy of what was written.
+void Report::ReplaceDataFile(const std::string& path, const KeyOperation& operation) {
+    if (path.size() > LONGEST_PATH || IsInUse(path))
+        platform::Raise(platform::PATH_ACCESS_ERROR, platform::DescriptionOf(platform::PATH_ACCESS_ERROR));
+    if (fs::is_symlink(platform::ResolvePath(path)))
+        platform::DeleteFile(path); // a batch comes from elsewhere, and so may a link beside it
+    platform::WriteFileAtomically(path, BytesOf(DataFileLines(operation, facts_, MakerOf(operation.DeviceId))));
+}
+
+void Report::NotePlace(const std::string& path, const std::string& dataFile) {
+    const fs::path file = RealPath(path);
+    if (!LiesWithin(file, RealPath(globals.KeyBatchDirectory)))
+        outside_.push_back(fmt::format("{} ({})", dataFile, file.string()));
+}
+
+bool Report::WriteDataFile(KeyOperation& operation) {
+    if (operation.DataFile.empty())
+        operation.DataFile = basUtils::ByteArrayToHexString(operation.DeviceId, 8) + ".txt";
+    const std::string path = globals.KeyBatchDirectory + operation.DataFile;
+    facts_.time = PresentTime();
+    const bool exists = FileIsThere(path);
+    if (exists)
+        StatusDisplay(LEVEL_USER, "Overwriting existing file '{}'", path);
+    bool refused = false; // not for want of room, say
+    const bool written = next_([&] {
+        try {
+            ReplaceDataFile(path, operation);
+        } catch (const Failure& failure) {
+            refused = failure.Number == platform::PATH_ACCESS_ERROR || failure.Number == platform::PERMISSION_DENIED;
+            throw;
+        }
+    });
+    if (written) {
+        next_([&] { NotePlace(path, operation.DataFile); });
+        return true;
+    }
+    if (operation.Operation == READ_KEY_OPERATION)
+        operation.Status = -1; // its value is nowhere
+    if (exists && refused) {
+        StatusDisplay(LEVEL_ERROR, "DumpKeyBatchOutput: failed to remove existing file'{}', aborting operation!", path);
+        return false;
+    }
+    StatusDisplay(LEVEL_ERROR, "DumpKeyBatchOutput: the data file '{}' could not be written.", path);
+    return true;
+}
+
+// Where the report can link to it; empty when it is nowhere.
+std::string FindStatusFile() {
+    for (const std::string& folder :
+         {globals.KeyBatchDirectory, platform::ProgramDirectory() + "\\", platform::CurrentDirectory() + "\\"})
+        if (FileIsThere(folder + globals.StatusFile))
+            return folder + globals.StatusFile;
+    return {};
+}
+
+void Report::WriteEnd() {
+    Write(ReportEnd(FindStatusFile(), globals.StatusFile));
+    Write(PlaceLines(outside_));
+}
+
+} // namespace
+
+std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const std::string& batchFile) {
+    Report report(batchFile, operations.size() - 1);
+    for (std::size_t i = 1; i < operations.size(); ++i) {
+        KeyOperation& operation = operations[i];
+        if (operation.Status == SUCCESS && !report.WriteDataFile(operation))
+            return -1;
+        if (operation.Status != SUCCESS && !operation.NotDone)
+            StatusDisplay(LEVEL_USER, "# FAILED, code 0x{:X}", Hex(operation.Status));
+        report.Write(ReportRow(operation));
+    }
+    report.WriteEnd();
+    if (!report.IsWhole())
+        return -1;
+    if (globals.ShowOutputOnExit)
+        platform::Attempt([&] { platform::Shell("cmd /c start " + report.Path()); }, Reporter("DumpKeyBatchOutput"));
+    return 1;
+}
+
+} // namespace basAutomation
