@@ -59,11 +59,26 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         target.reply = row.reply;
         library.transactions.clear();
         int turns = 0;
-        for (int i = 0; i < 9; ++i)
-            platform::Post([&] { turns = 1; });
+        bool underWay = true, locked = false;
+        platform::Post([&] {
+            if (!underWay)
+                return;
+            ++turns;
+            for (const std::int32_t handle : {HANDLE, 0}) // a request would take the answer away
+                EXPECT_EQ(HaltBootloader(handle), -1);
+            EXPECT_EQ(WriteShellCharacters(HANDLE, Bytes("61")), -1);
+        });
+        onRequest = [&] {
+            locked = platform::ReleaseMutex(globals.TransactionMutex);
+            platform::WaitForSingleObject(globals.TransactionMutex, 0);
+        };
+        const std::int64_t before = clock.Now();
         ByteArray payload(8);
         EXPECT_EQ(DownloadBlock(HANDLE, row.block, 0, 8, payload), row.result);
         EXPECT_EQ(std::ssize(library.transactions), 2 + row.polls);
+        underWay = false;
+        EXPECT_TRUE(locked) << "another program may come between";
+        EXPECT_EQ((clock.Now() - before) / 1'000'000, row.polls * 10 + (row.polls - 1) * 20);
         EXPECT_EQ(turns, row.polls > 1) << "a turn between two polls";
         EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
         platform::DoEvents();

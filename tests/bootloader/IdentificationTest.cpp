@@ -80,14 +80,14 @@ TEST_F(Identification, ShowsAPrivateBuildByItsTwentyFourBits) {
 }
 
 TEST_F(Identification, RecognisesADebuggerByItsAnswer) {
-    for (const auto& [answer, found] : {std::pair{"01 01 00 00 80 80 01 00", true},
-                                        {"01 01 AA 00 80 80 01 00", true},
-                                        {"01 01 00 00 80 80 00 00", false}}) {
-        target.debuggerAnswer = Bytes(answer);
+    for (std::size_t wrong = 0; wrong < 9; ++wrong) { // byte by byte, then none
+        target.debuggerAnswer = Bytes("01 01 00 00 80 80 01 00 00");
+        target.debuggerAnswer[wrong] ^= 0x40;
         library.transactions.clear();
-        EXPECT_EQ(CheckForDebugSupport(record().Device), found) << answer;
+        EXPECT_EQ(CheckForDebugSupport(record().Device), wrong == 2 || wrong == 8) << wrong;
         EXPECT_EQ(library.transactions, (Texts{"W0 FFFFC8000000 200 01010000 80800100", "R0 FFFFC8010000 8 200"}));
     }
+    target.debuggerAnswer.clear();
     const std::int64_t before = clock.Now();
     EXPECT_FALSE(CheckForDebugSupport(record().Device, 1000));
     EXPECT_GE(clock.Now() - before, 1'000'000'000);

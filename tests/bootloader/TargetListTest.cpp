@@ -87,6 +87,14 @@ TEST_F(TargetList, MakesUpDebugGuidsFromTheTopDownForNullAndSharedOnes) {
     EXPECT_EQ(debugGuid(1), "00 FF FF FF FF FF FF FF");
 }
 
+TEST_F(TargetList, MakesNoGuidUpWhereOneCouldNotBeSet) {
+    targets[0].reply = Reply{Bytes("00 00 00 00 00 00 00 05")}; // whatever it is sent
+    discover({FIRST, NULL_GUID});
+    EXPECT_TRUE(Logged("11 BuildDeviceList error: SynchronizeGUIDs failed, code -1"));
+    EXPECT_EQ(debugGuid(1), NULL_GUID);
+    EXPECT_EQ(globals.GeneratedGuid[0], 0) << "a pass after one that failed";
+}
+
 TEST_F(TargetList, MergesTwoNullGuidsAndGivesTheirPlaceToTheNextTarget) {
     discover({NULL_GUID, NULL_GUID});
     EXPECT_EQ(list(), "63@1");

@@ -87,7 +87,10 @@ TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndTellsItsRateAndProg
 TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
     const struct {
         const char *faults, *sent, *text; // sent: the codes, with a letter for the number of a block
+        const char* moreOfTheTarget = "";
     } rows[] = {
+        {"", "04 05a 05b 06", "Successfully loaded new ", R"(, "eraseMs": 39000, "checkMs": 69000)"},
+        {"", "04 05a 05b 06", "Download end command failed while loading '", R"(, "checkMs": 71000)"},
         {R"({"command": 5, "count": 2, "status": -3}, {"command": 5, "skip": 3, "count": 2, "status": -5})",
          "04 05a 05a 05a 05b 05b 05b 06", "Successfully loaded new "},
         {R"({"command": 5, "skip": 1, "count": 3, "status": -3})", "04 05a 05b 05b 05b 06",
@@ -97,7 +100,7 @@ TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
-        Start({}, row.faults);
+        Start(row.moreOfTheTarget, row.faults);
         const bool loaded = Load(Package(Pattern(2048))) == 1;
         std::string sent;
         for (const std::string& request : requests) {
