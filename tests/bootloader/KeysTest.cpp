@@ -70,7 +70,7 @@ TEST_F(Keys, AWrittenValueTravelsWithItsQuadletsTurnedOnceItsNameFits) {
     std::string order;
     for (const std::string& line : library.transactions)
         order += line.starts_with("W0 FFFFC8021040") ? 'v' : line[0] == 'W' ? 'n' : '.';
-    EXPECT_EQ(order, "n.n.vn.vn.") << "the first passes are for the name alone";
+    ASSERT_EQ(order, "n.n.vn.vn.") << "the first passes are for the name alone";
     EXPECT_EQ(Operands()[1].substr(0, 38), "13 4C000000 24000000 C8000000 00000000");
     EXPECT_EQ(Operands()[3], "13 4C000000 4B000000 C8000000 80000000 00000000");
 }
