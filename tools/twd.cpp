@@ -156,17 +156,12 @@ TwdHeader Load(const std::string& path) {
     return header;
 }
 
-struct NamedSection {
-    std::string_view name;
-    TwdSection TwdHeader::*section;
-};
 constexpr NamedSection SECTIONS[] = {
     {"image1", &TwdHeader::Image1}, {"image2", &TwdHeader::Image2}, {"cne", &TwdHeader::Cne}};
 
 // FileData has one 0 behind the file's bytes.
 bool LiesInside(const TwdHeader& header, const TwdSection& section) {
-    const std::int64_t end = std::int64_t{section.Offset} + section.Length;
-    return section.Offset >= 0 && end <= static_cast<std::int64_t>(header.FileData.size()) - 1;
+    return basBootloader::LiesInside(section, static_cast<std::int64_t>(header.FileData.size()) - 1);
 }
 
 int TellFaults(const std::string& path, const std::vector<std::string>& faults) {

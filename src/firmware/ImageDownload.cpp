@@ -164,6 +164,31 @@ bool PickSection(Load& load) {
     return false;
 }
 
+void TellCopyFailure(const Load& load, std::int64_t size, std::int64_t fileOffset) {
+    Log(load, LEVEL_ERROR,
+        fmt::format("Failed to copy 0x{:X} byte block at address 0x{:X} in file '{}' in Load Image function.", size,
+                    Bits(fileOffset), load.file));
+}
+
+void TellFailure(const Load& load) {
+    Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name));
+}
+
+// A package with a section outside its file is told by the block that would be missed, and leaves
+// the target as it is. The element behind the file's bytes is none of them.
+bool SectionsAreWhole(const Load& load) {
+    const auto fileLength = static_cast<std::int64_t>(load.package.FileData.size()) - 1;
+    const NamedSection* outside = FirstOutside(load.package, fileLength);
+    if (!outside)
+        return true;
+    const TwdSection& section = load.package.*outside->section;
+    const std::int64_t inside = section.Offset < 0 ? 0 : std::max<std::int64_t>(fileLength - section.Offset, 0);
+    const std::int64_t block = inside / MAX_BLOCK_SIZE * MAX_BLOCK_SIZE;
+    TellCopyFailure(load, std::min<std::int64_t>(section.Length - block, MAX_BLOCK_SIZE), section.Offset + block);
+    TellFailure(load);
+    return false;
+}
+
 void TellBeginning(const Load& load) {
     if (load.imageType == IMAGE_CONFIG) {
         Tell(load, LEVEL_USER, fmt::format("Loading new {}(CNE) from '{}' onto target...", load.name, load.file));
@@ -199,18 +224,12 @@ bool Announce(const Load& load, std::int32_t& maxBlockSize) {
     return true;
 }
 
-// The element behind the file's bytes is none of them: a section that reaches it reaches outside.
 bool CopyBlock(const Load& load, std::int32_t size, ByteArray& block) {
     const std::int64_t fileOffset = load.section.Offset + load.sent;
-    const std::int64_t fileLength = static_cast<std::int64_t>(load.package.FileData.size()) - 1;
-    if (fileOffset >= 0 && fileOffset + size <= fileLength) {
-        block.resize(static_cast<std::size_t>(size));
-        if (basUtils::CopyByteArray(load.package.FileData, fileOffset, size, block, 0) == 1)
-            return true;
-    }
-    Log(load, LEVEL_ERROR,
-        fmt::format("Failed to copy 0x{:X} byte block at address 0x{:X} in file '{}' in Load Image function.", size,
-                    Bits(fileOffset), load.file));
+    block.resize(static_cast<std::size_t>(size));
+    if (basUtils::CopyByteArray(load.package.FileData, fileOffset, size, block, 0) == 1)
+        return true;
+    TellCopyFailure(load, size, fileOffset);
     return false;
 }
 
@@ -305,7 +324,7 @@ std::int32_t LoadSection(Load& load) {
         next([&] { TellSuccess(load); });
         return SUCCESS;
     }
-    next([&] { Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name)); });
+    next([&] { TellFailure(load); });
     return FAILED;
 }
 
@@ -338,7 +357,7 @@ std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, c
         return FAILED;
     }
     bool ready = false;
-    next([&] { ready = ReadPackage(load) && HardwareFits(load) && PickSection(load); });
+    next([&] { ready = ReadPackage(load) && HardwareFits(load) && PickSection(load) && SectionsAreWhole(load); });
     if (!ready)
         return FAILED;
     next([&] { TellBeginning(load); });

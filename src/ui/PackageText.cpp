@@ -37,19 +37,14 @@ std::string Included(const TwdHeader& header) {
     return text;
 }
 
-bool LiesWithin(const TwdSection& section, std::int64_t size) {
-    return section.Offset >= 0 && std::int64_t{section.Offset} + section.Length <= size;
-}
-
-// Why a section must not be loaded; empty when it may.
-std::string Fault(const char* name, const TwdSection& section, std::int64_t fileSize) {
-    if (section.Length <= 0)
-        return {};
-    if (!LiesWithin(section, fileSize))
-        return fmt::format("The package's {} reaches outside the file: it is damaged and can't be loaded.  ", name);
-    if (!LiesWithin(section, READ_LIMIT))
-        return fmt::format("The package's {} lies behind the first {} bytes, which is all that is read of a file.  ",
-                           name, READ_LIMIT);
+// Why the package can't be loaded; empty when it can.
+std::string Fault(const TwdHeader& header, std::int64_t fileSize) {
+    if (const NamedSection* outside = basBootloader::FirstOutside(header, fileSize))
+        return fmt::format("The package's {} reaches outside the file: it is damaged and can't be loaded.  ",
+                           outside->name);
+    if (const NamedSection* outside = basBootloader::FirstOutside(header, READ_LIMIT))
+        return fmt::format("The package's {} lies beyond the first {} bytes, which is all that is read of a file.  ",
+                           outside->name, READ_LIMIT);
     return {};
 }
 
@@ -61,11 +56,6 @@ bool LoadPossible(const TwdHeader& header, const BootloaderTarget& target, bool 
 }
 
 } // namespace
-
-std::string SectionFault(const TwdHeader& header, std::int32_t imageType, std::int64_t fileSize) {
-    return imageType == basBootloader::IMAGE_CONFIG ? Fault("CNE", header.Cne, fileSize)
-                                                    : Fault("Image1", header.Image1, fileSize);
-}
 
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize) {
@@ -86,12 +76,10 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
     view.lblVendorCompatibility =
         Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
     view.lblPackagesIncluded = Included(header);
-    const std::string imageFault = SectionFault(header, IMAGE_APPLICATION, fileSize);
-    const std::string configFault = SectionFault(header, IMAGE_CONFIG, fileSize);
-    view.warning = imageFault + configFault;
-    const bool possible = LoadPossible(header, *target, overrideHardware);
-    view.loadImage = header.Image1.Length > 0 && possible && imageFault.empty();
-    view.loadConfig = header.Cne.Length > 0 && possible && configFault.empty();
+    view.warning = Fault(header, fileSize);
+    const bool possible = view.warning.empty() && LoadPossible(header, *target, overrideHardware);
+    view.loadImage = header.Image1.Length > 0 && possible;
+    view.loadConfig = header.Cne.Length > 0 && possible;
     view.viewConfig = header.Cne.Length > 0;
 }
 

@@ -27,13 +27,9 @@ struct View {
 };
 
 // The package's part of the view. `target` is null when the handle has none; `fileSize` in bytes.
-// A section that reaches outside the file, or outside what the browser reads, can't be loaded: the
-// device would be erased before that showed.
+// A package with a section outside the file, or outside what the browser reads, can't be loaded.
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize);
-
-// Why the section that an image type loads must not be loaded; empty when it may.
-std::string SectionFault(const TwdHeader& header, std::int32_t imageType, std::int64_t fileSize);
 
 // The most that the browser reads of a package.
 inline constexpr std::int64_t READ_LIMIT = 10'000'000;

@@ -138,20 +138,14 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     style.blockSizeFailureLevel = LEVEL_TRACE;
     style.blockFailure = "DownloadImage ERROR: Failed to load '{file}' onto target.";
     style.flashFailure = "DownloadImage ERROR: Failed to write data to flash on target.";
-    style.load = [&, imageType](const std::string& file, TwdHeader& header) {
+    style.load = [&](const std::string& file, TwdHeader& header) {
         LoadTWD(file, header);
         if (!header.FileData.empty() && !picked.isStill(header.FileData)) {
             StatusDisplay(fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
                                       picked.name),
                           LEVEL_ERROR);
             header = {}; // counts as not loaded, so that nothing is erased
-            return;
         }
-        const std::string fault = packageText::SectionFault(header, imageType, basApp::GetFileSize64(file));
-        if (fault.empty())
-            return;
-        StatusDisplay(fault, LEVEL_ERROR);
-        header = {}; // counts as not loaded, so that nothing is erased
     };
     style.show = [this](const std::string& text) { Status(text); };
     style.log = LogToWindow();
@@ -258,13 +252,13 @@ void frmSelectFirmware::cmdViewConfig_Click() {
             return;
         }
         const TwdSection& cne = package.Cne;
-        const std::int64_t end = std::int64_t{cne.Offset} + cne.Length;
-        if (cne.Offset < 0 || cne.Length < 0 || end >= std::int64_t(package.FileData.size())) {
+        if (cne.Length < 1 || !LiesInside(cne, std::int64_t(package.FileData.size()) - 1)) {
             StatusDisplay("View Config Error: failed to copy CNE data to local array", LEVEL_USER);
             return;
         }
-        ShowCneData(ByteArray(package.FileData.begin() + cne.Offset, package.FileData.begin() + end),
-                    std::uint32_t(cne.Offset), picked.name);
+        ShowCneData(
+            ByteArray(package.FileData.begin() + cne.Offset, package.FileData.begin() + cne.Offset + cne.Length),
+            std::uint32_t(cne.Offset), picked.name);
     };
     QApplication::setOverrideCursor(Qt::WaitCursor);
     platform::Attempt(view, [this](const platform::Failure& f) {

@@ -161,26 +161,30 @@ TEST_F(ImageDownload, LeavesTheTargetAloneWhenThereIsNothingToLoad) {
     }
 }
 
-TEST_F(ImageDownload, NeverSendsAByteFromOutsideTheFile) {
+TEST_F(ImageDownload, SendsNothingOfAPackageThatReachesOutsideItsFile) {
     const struct {
-        std::uint32_t offset, length;
-        std::size_t blocks; // that lie inside the file; a load has two requests more
-        const char* text;
+        std::uint32_t section, offset, length; // section: where its fields begin
+        const char* text;                      // empty: it is whole
     } rows[] = {
-        {352, 2049, 2, "Failed to copy 0x1 byte block at address 0x960 in file '"},
-        {352 + 2048, 4, 0, "Failed to copy 0x4 byte block at address 0x960 in file '"},
-        {0xFFFFFFFF, 4, 0, "Failed to copy 0x4 byte block at address 0xFFFFFFFF in file '"},
-        {0x7FFFFFFF, 0x04000000, 0, "0x400 byte block at address 0x7FFFFFFF in file '"},
+        {0x30, 352, 2048, ""},
+        {0x40, 0xFFFFFFFF, 0x80000000, ""}, // not there
+        {0x30, 352, 2049, "Failed to copy 0x1 byte block at address 0x960 in file '"},
+        {0x30, 352 + 4, 2148, "Failed to copy 0x400 byte block at address 0x564 in file '"},
+        {0x40, 352 + 2048, 4, "Failed to copy 0x4 byte block at address 0x960 in file '"},
+        {0x50, 0xFFFFFFFF, 4, "Failed to copy 0x4 byte block at address 0xFFFFFFFF in file '"},
+        {0x30, 0x7FFFFFFF, 0x04000000, "0x400 byte block at address 0x7FFFFFFF in file '"},
     };
     Start();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         PackageBuilder package;
-        package.image(ADDRESS, Pattern(2048)).number(0x30, row.offset).number(0x38, row.length);
-        EXPECT_EQ(Load(package.bytes()), -1);
-        EXPECT_EQ(requests.size(), 2 + row.blocks);
-        EXPECT_EQ(requests.back(), "0600") << "the target hears of the end in any case";
+        package.image(ADDRESS, Pattern(2048)).number(row.section, row.offset).number(row.section + 8, row.length);
+        program->messages.clear();
+        Load(package.bytes());
+        EXPECT_EQ(requests.empty(), *row.text != 0);
         EXPECT_TRUE(program->Said(row.text));
+        EXPECT_EQ(program->messages.back().text, "Load new Application Image operation failed.");
+        EXPECT_NE(program->Said("Loading new "), *row.text != 0);
     }
 }
 

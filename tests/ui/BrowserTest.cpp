@@ -227,7 +227,7 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     program->Write("packages/both.twd", cut);
     Pick("both.twd");
     Q_EMIT browser->ListView1->itemDoubleClicked(browser->ListView1->currentItem(), 0);
-    EXPECT_TRUE(WasTold("Image1 reaches outside the file"));
+    EXPECT_TRUE(WasTold("Failed to copy 0x388 byte block at address 0x1160 in file '"));
     ByteArray built = Package(IMAGE);
     program->Write("packages/both.twd", built);
     Pick("both.twd");

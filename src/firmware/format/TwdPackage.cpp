@@ -162,4 +162,36 @@ void LoadTWD(const std::string& path, TwdHeader& header) {
                   FormatTwdTime(header.ImageTime));
 }
 
+bool LiesInside(const TwdSection& section, std::int64_t fileSize) {
+    return section.Length <= 0 || (section.Offset >= 0 && std::int64_t{section.Offset} + section.Length <= fileSize);
+}
+
+const NamedSection* FirstOutside(const TwdHeader& header, std::int64_t fileSize) {
+    const auto* outside = std::ranges::find_if(
+        SECTIONS, [&](const NamedSection& named) { return !LiesInside(header.*named.section, fileSize); });
+    return outside == std::end(SECTIONS) ? nullptr : outside;
+}
+
+std::string PackageFault(const std::string& path, TwdHeader& header) {
+    header = {};
+    std::string fault;
+    for (const std::int64_t limit : {HEADER_READ_LIMIT, NO_LIMIT}) {
+        ByteArray bytes;
+        platform::Attempt([&] { basUtils::ReadFileBytes(path, bytes, limit); },
+                          [&](const platform::Failure& failure) {
+                              fault =
+                                  fmt::format("it can't be read (error #{}: {})", failure.Number, failure.Description);
+                          });
+        if (!fault.empty())
+            return fault;
+        if (bytes.size() <= HEADER_SIZE || basUtils::ByteArrayToLong(bytes, 0, {}, true) != TwdMagic)
+            return "it doesn't begin with a package header";
+        ByteArrayToTwdStruct(std::move(bytes), header);
+    }
+    const auto fileSize = static_cast<std::int64_t>(header.FileData.size()) - 1;
+    if (const NamedSection* outside = FirstOutside(header, fileSize))
+        return fmt::format("its {} reaches outside the file, which is cut off or damaged", outside->name);
+    return fault;
+}
+
 } // namespace basBootloader

@@ -35,7 +35,15 @@ struct TwdHeader {
     ByteArray FileData = ByteArray(1); // what was read, index 0 at file offset 0, one 0 behind the end
 };
 
+struct NamedSection {
+    const char* name;
+    TwdSection TwdHeader::*section;
+};
+
 namespace basBootloader {
+
+inline constexpr NamedSection SECTIONS[] = {
+    {"Image1", &TwdHeader::Image1}, {"Image2", &TwdHeader::Image2}, {"CNE", &TwdHeader::Cne}};
 
 inline constexpr std::int32_t PRIVATE_BUILD = 0x00FFFFFF;
 
@@ -56,6 +64,15 @@ struct TwdReading {
 bool ReadTwd(const std::string& path, TwdHeader& header, const TwdReading& reading);
 // The whole package, told by the module. Magic tells whether it worked.
 void LoadTWD(const std::string& path, TwdHeader& header);
+
+// Whether a section lies within a file of so many bytes; one that isn't there always does.
+bool LiesInside(const TwdSection& section, std::int64_t fileSize);
+// The first section that doesn't, null when all do. Such a package is cut off or damaged, and
+// nothing of it may be loaded: the target erases before the first byte is missed.
+const NamedSection* FirstOutside(const TwdHeader& header, std::int64_t fileSize);
+// Reads a package without a message. Why it can't be loaded, as the end of "because ...": "it can't
+// be read", "its CNE reaches outside the file"; empty when it can.
+std::string PackageFault(const std::string& path, TwdHeader& header);
 
 std::string FormatVersion(std::int32_t version);                    // 0x01020304 gives 1.2.3.4
 std::string FormatTwdDate(const std::array<std::uint8_t, 8>& date); // 2002-08-31
