@@ -4,6 +4,9 @@
 #include "basBootloader.h"
 #include "basUtils.h"
 
+#include <algorithm>
+#include <array>
+
 namespace basAutomation {
 
 namespace {
@@ -12,8 +15,8 @@ bool Compatible(const BootloaderTarget& target) {
     return target.Device.NodeNum != NO_NODE && target.Handle > 0;
 }
 
-std::string GuidDigits(const BootloaderTarget& target) {
-    return basUtils::ByteArrayToHexString(target.Info.GUID.data(), target.Info.GUID.size(), 8);
+std::string GuidDigits(const std::array<std::uint8_t, 8>& guid) {
+    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
 }
 
 std::int32_t CountTargets(const std::string& matchGuid, std::int32_t& handle, std::int32_t& bootloaderVersion) {
@@ -25,10 +28,18 @@ std::int32_t CountTargets(const std::string& matchGuid, std::int32_t& handle, st
         bootloaderVersion = target.Info.BootloaderVersion;
         if (matchGuid.empty())
             ++count;
-        else if (GuidDigits(target) == matchGuid)
+        else if (GuidDigits(target.Info.GUID) == matchGuid)
             return 1;
     }
     return count;
+}
+
+// Nodes of the last discovery that the choice could mean. Those that share a GUID, or have none, may
+// share one record of the list, so that its records alone don't tell how many devices there are.
+std::int32_t NodesMeant(const std::string& matchGuid) {
+    return static_cast<std::int32_t>(
+        std::ranges::count_if(basBootloader::globals.CompatibleGuids,
+                              [&](const auto& guid) { return matchGuid.empty() || GuidDigits(guid) == matchGuid; }));
 }
 
 } // namespace
@@ -43,7 +54,9 @@ std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t&
 
 TargetChoice ChooseTarget(const std::string& caller, const std::string& matchGuid, std::int32_t& handle,
                           std::int32_t& bootloaderVersion) {
-    const std::int32_t count = GetNumCompatibleTargets(matchGuid, handle, bootloaderVersion);
+    std::int32_t count = GetNumCompatibleTargets(matchGuid, handle, bootloaderVersion);
+    if (count > 0)
+        count = std::max(count, NodesMeant(matchGuid));
     if (count == 1)
         return TargetChoice::One;
     if (count < 1 && !matchGuid.empty()) {

@@ -98,6 +98,7 @@ Findings ExamineNode(const Device& device, std::int32_t& compatibleNodes) {
             return;
         findings.shellCapable = true;
         ++compatibleNodes;
+        globals.CompatibleGuids.push_back(info.GUID);
         findings.upgradable = EnterTarget(device, info);
     });
     next([&] { findings.underDebugger = CheckForDebugger(device); });
@@ -216,6 +217,7 @@ bool TakeOwedDiscovery() {
 std::int32_t BuildBootloaderDeviceList() {
     const std::vector<Device>& nodes = bas1394::globals.DeviceTable;
     globals.DiscoveryInterrupted = globals.DiscoveryOwed = false;
+    globals.CompatibleGuids.clear();
     if (nodes.front().NodeNum == NO_NODE)
         return FAILED;
     if (nodes.size() > 1)

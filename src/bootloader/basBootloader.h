@@ -37,6 +37,7 @@ struct Globals {
     std::int32_t MutexWaitTime = 2000;        // ms
     std::vector<std::int32_t> AwaitedHandles; // whose answers are awaited while a turn is given
     std::vector<BootloaderTarget> TargetList = std::vector<BootloaderTarget>(1); // never shrinks
+    std::vector<std::array<std::uint8_t, 8>> CompatibleGuids; // one a node that the last discovery met
     std::int32_t NextHandle = 63;
     std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
     bool DiscoveryInterrupted = false;                         // another bus reset arrived
