@@ -118,13 +118,13 @@ bool CheckMacFile(const std::string& path) {
 }
 
 std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText) {
-    ByteArray guid; // a bad one is told before the persistent parameters are lost for it
-    if (!Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid))
-        return -1;
     std::int32_t handle = 0, bootloaderVersion = 0;
     const TargetChoice choice = ChooseTarget("WriteGuid", matchGuid, handle, bootloaderVersion);
     if (choice != TargetChoice::One)
         return choice == TargetChoice::NoMatch ? -1 : 0;
+    ByteArray guid; // a bad one is told before the persistent parameters are lost for it
+    if (!Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid))
+        return 0;
     if (bootloaderVersion != 0)
         return WriteGuidTo(handle, guidText);
     platform::Attempt([&] { ResetIntoBootloader(handle); }, Reporter("WriteGuid"));

@@ -27,10 +27,40 @@ bool FilesExist(const Work& work) {
            (!work.programGuid || CheckFile(globals.GuidFile)) && (!work.programMac || CheckFile(globals.MacFile));
 }
 
-// Before the device is touched: a bad value found after the persistent parameters are gone would
-// leave it without an identity.
-bool ValuesAreGood(const Work& work) {
-    return (!work.programGuid || CheckGuidFile(globals.GuidFile)) &&
+bool CheckHardware(const std::string& file, const TwdHeader& package, std::int32_t handle) {
+    const std::int32_t model =
+        basBootloader::globals.TargetList.at(static_cast<std::size_t>(basBootloader::GetDeviceIndex(handle)))
+            .Info.HardwareModelID;
+    if (package.HardwareID == model || basApp::globals.OverrideHardwareCompatibility)
+        return true;
+    StatusDisplay(LEVEL_ERROR,
+                  "Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target Hardware "
+                  "ID = {}(0x{:X}), file '{}'",
+                  package.HardwareID, Hex(package.HardwareID), model, Hex(model), file);
+    return false;
+}
+
+// False, with the reason at ERROR, for a package that the load would refuse once the device is
+// already in its bootloader. An image may be absent where configuration data may be loaded alone.
+bool CheckPackage(const std::string& file, bool imageNeeded, std::int32_t handle) {
+    TwdHeader package;
+    std::string fault = basBootloader::PackageFault(file, package);
+    if (fault.empty() && imageNeeded && package.Image1.Length < 1)
+        fault = "it contains no image";
+    if (fault.empty() && !imageNeeded && package.Cne.Length < 0)
+        fault = "the length of its CNE is negative";
+    if (fault.empty())
+        return CheckHardware(file, package, handle);
+    StatusDisplay(LEVEL_ERROR, "The package \"{}\" can't be loaded: {}.  Nothing was loaded.", file, fault);
+    return false;
+}
+
+// All that the run was given, before the device is touched: a fault found later would cost it its
+// application, or its identity once the persistent parameters are gone.
+bool InputIsGood(const Work& work, std::int32_t handle) {
+    return (work.imageFile.empty() || CheckPackage(work.imageFile, false, handle)) &&
+           (work.bootloaderFile.empty() || CheckPackage(work.bootloaderFile, true, handle)) &&
+           (!work.programGuid || CheckGuidFile(globals.GuidFile)) &&
            (!work.programMac || CheckMacFile(globals.MacFile));
 }
 
@@ -145,12 +175,12 @@ std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, co
     platform::ResumeNext next{Reporter("m_PerformUnattendedOperations")};
     if (!FilesExist(work))
         return 0;
-    bool good = false;
-    next([&] { good = ValuesAreGood(work); });
-    if (!good)
-        return 0;
     std::int32_t handle = 0, bootloaderVersion = 0;
     if (ChooseTarget("m_PerformUnattendedOperations", matchGuid, handle, bootloaderVersion) != TargetChoice::One)
+        return 0;
+    bool good = false;
+    next([&] { good = InputIsGood(work, handle); });
+    if (!good)
         return 0;
     if (bootloaderVersion != 0)
         return ProgramTarget(handle, work);

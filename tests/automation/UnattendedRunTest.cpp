@@ -1,7 +1,12 @@
 #include "HeadlessProgram.h"
+#include "Levels.h"
 #include "PackageBuilder.h"
+#include "bas1394.h"
+#include "basAutomation.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -9,9 +14,19 @@ using namespace testing_support;
 
 namespace {
 
+constexpr const char* HARMLESS = "mnuInitializePersistentParameters: continuing anyway";
 constexpr const char* FIRST = "000F1B0000000001";
 const ByteArray IMAGE = Pattern(2500); // three blocks
 const ByteArray CNE = Pattern(300);
+
+constexpr const char* SECOND = "000F1B0000000002";
+constexpr const char* NO_GUID = "0000000000000000";
+
+ByteArray Changed(ByteArray package, std::size_t cut, std::uint8_t hardware = 17) {
+    package.resize(package.size() - cut);
+    package[0x20] = hardware;
+    return package;
+}
 
 struct Files {
     const char* guid = "  00112233 44556677,next\r\n";
@@ -23,15 +38,26 @@ void WriteFiles(const HeadlessProgram& program, const Files& files = {}) {
     program.Write("both.twd", Package(IMAGE, CNE));
     program.Write("boot.twd", Package(CNE));
     program.Write("junk.twd", std::string(2000, 'x'));
+    program.Write("other.twd", Changed(Package(CNE), 0, 18));
+    program.Write("cut.twd", Changed(Package(IMAGE, CNE), 1));
     program.Write("DTCP/GUID/MACID/Config_Image.twd", Package({}, CNE));
     if (files.guid != nullptr)
         program.Write("DTCP/GUID/MACID/GUID.txt", std::string(files.guid));
     program.Write("DTCP/GUID/MACID/MACID.txt", std::string(files.mac));
 }
 
+bool RunWithoutViewer(HeadlessProgram& program, const char* commandLine) {
+    const std::string path = getenv("PATH");
+    setenv("PATH", program.directory.path().c_str(), 1);
+    const bool ended = program.Run(commandLine);
+    setenv("PATH", path.c_str(), 1);
+    return ended;
+}
+
 TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
     const std::string bootloader = Target(FIRST, "bootloader"), application = Target(FIRST, "application"),
-                      badCrc = R"({"node": 0, "command": 6, "do": "badCrc"})";
+                      badCrc = R"({"node": 0, "command": 6, "do": "badCrc"})",
+                      noParameters = R"({"node": 0, "command": 12, "do": "silence"})";
     const struct {
         const char* commandLine;
         std::string target, faults, changes;
@@ -43,34 +69,75 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
         {"/a", bootloader, "", " 12 10(3322110077665544) 11(bbaa0000ffeeddcc) 4 5 6 13 17", {}, CNE, {}, "image: DTCP"},
         {"/F", bootloader, "", " 4 5 6 13 17", {}, CNE, {}, "Successfully set CNE to factory default."},
         {"/D both.twd /B boot.twd", bootloader, badCrc, " 4 5 5 5 6", IMAGE, {}, {}, "FromFile failed, code -1(0xFFFF"},
+        {"/D other.twd /O", bootloader, "", " 4 5 6 17", CNE, {}, {}, "Successfully programmed image"},
+        {"/G 00112233445566 77 /D fw\\app.twd",
+         bootloader,
+         "",
+         " 4 5 5 5 6 17",
+         IMAGE,
+         {},
+         {},
+         "programmed image from"},
+        {"/G 0011223344556677 /B boot.twd",
+         bootloader,
+         "",
+         " 4 5 6 17",
+         {},
+         {},
+         CNE,
+         "Successfully programmed new boot"},
+        {"/A",
+         bootloader,
+         noParameters,
+         " 12 10(3322110077665544) 11(bbaa0000ffeeddcc) 4 5 6 13 17",
+         {},
+         CNE,
+         {},
+         HARMLESS},
+        {"/G 0011223344556677", bootloader, noParameters, " 12 10(3322110077665544) 17", {}, {}, {}, HARMLESS},
+        {"/D fw\\app.twd /R none.txt", application, "", " 2", {}, {}, {}, "NONE.TXT"}, // the batch's result ends the
+                                                                                       // run
+        {"/D fw\\app.twd /S", application, "", " 2 4 5 5 5 6 17", IMAGE, {}, {}, "File not found: xdg-open"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.commandLine);
         HeadlessProgram program(Bus({row.target}, row.faults));
         WriteFiles(program);
-        ASSERT_TRUE(program.Run(row.commandLine));
+        ASSERT_TRUE(RunWithoutViewer(program, row.commandLine));
         EXPECT_EQ(program.Changes(), row.changes);
         EXPECT_EQ(program.Flash(0, "application"), row.application);
         EXPECT_EQ(program.Flash(0, "config"), row.config);
         EXPECT_EQ(program.Flash(0, "bootloader"), row.bootloader);
         EXPECT_TRUE(program.Said(row.message));
         EXPECT_TRUE(program.standardError.empty());
-        const bool loadedCne = row.config == CNE || row.bootloader == CNE;
+        const bool alone = std::strlen(row.commandLine) == 2; // /A and /F have a status file of their own
+        EXPECT_NE(program.Read("1394_WRITE_STATUS/1394_write_status.txt").empty(), alone);
+        EXPECT_EQ(program.Read("script-data/1394_write_status.txt").empty(), alone);
+        const bool loadedCne = row.application == CNE || row.config == CNE || row.bootloader == CNE;
         for (const char* line : {"progress loading 300/300", "progress done 300/300"})
             EXPECT_EQ(std::ranges::count(program.standardOutput, line), loadedCne) << line;
-        EXPECT_EQ(std::ranges::count(program.standardOutput, "progress loading 1024/2500"), !row.application.empty());
+        EXPECT_EQ(std::ranges::count(program.standardOutput, "progress loading 1024/2500"), row.application == IMAGE);
     }
 }
 
 TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
-    constexpr const char *GUID = "0011223344556677", *MAC = "001122334455", *ODD = "an even number of hexadecimal";
+    constexpr const char *GUID = "0011223344556677", *MAC = "001122334455", *ODD = "an even number of hexadecimal",
+                         *NO_CNE_END = "CUT.TWD\" can't be loaded: its CNE reaches outside the file, which is cut off";
     const struct {
         const char* options;
         Files files;
         const char* message;
     } rows[] = {
         {"/D none.twd", {}, "ERROR: \"NONE.TWD\" does not exist.  Can't perform operation!"},
-        {"/D junk.twd", {}, "ProgramImageAndCneFromFile failed, code -1"},
+        {"/D junk.twd", {}, "The package \"JUNK.TWD\" can't be loaded: it doesn't begin with a package header."},
+        {"/D fw", {}, "The package \"FW\" can't be loaded: it can't be read (error #"},
+        {"/D cut.twd", {}, NO_CNE_END},
+        {"/D fw\\app.twd /B cut.twd", {}, NO_CNE_END},
+        {"/B dtcp\\guid\\macid\\config_image.twd", {}, "CONFIG_IMAGE.TWD\" can't be loaded: it contains no image."},
+        {"/B other.twd",
+         {},
+         "aborted due to hardware incompatibility: TWD Hardware ID = 18 (0x12)  Target Hardware ID "
+         "= 17(0x11), file 'OTHER.TWD'"},
         {"/G 001122334455667", {}, "The GUID \"001122334455667\" of the option /G can't be programmed: it isn't an"},
         {"/G 00112233445566", {}, "it makes 7 bytes in place of 8."},
         {"/G 00112233445566GG", {}, ODD},
@@ -79,14 +146,68 @@ TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
         {"/A", {"001122334455667788", MAC}, "it makes 9 bytes in place of 8."},
         {"/A", {GUID, "0011223344"}, "The MAC address \"0011223344\" of the file \"DTCP\\GUID\\MACID\\MACID.txt\""},
     };
+    for (const auto& row : rows)
+        for (const char* mode : {"application", "bootloader"}) {
+            SCOPED_TRACE(std::string(mode) + " " + row.options + " " + row.message);
+            HeadlessProgram program(Bus({Target(FIRST, mode)}), LEVEL_ERROR);
+            WriteFiles(program, row.files);
+            ASSERT_TRUE(program.Run(row.options));
+            EXPECT_TRUE(program.Said(row.message));
+            EXPECT_EQ(std::ranges::count(program.messages, LEVEL_ERROR, &testing_support::Message::level), 1);
+            EXPECT_EQ(program.Changes(), "");
+        }
+}
+
+TEST(UnattendedRun, WorksOnOneDeviceThatIsMeantAndNoOther) {
+    constexpr const char *GONE = R"({"node": 1, "command": 15, "do": "unplug"})", *LOADED = "Successfully programmed";
+    const struct {
+        std::string options;
+        std::vector<const char*> guids;
+        const char *faults, *message;
+        std::uint32_t loaded; // node, 9 for none
+    } rows[] = {
+        {"/D junk.twd", {}, "", "There are no targets on the 1394 bus that", 9},
+        {"/D fw\\app.twd", {FIRST, SECOND}, "", "There are 2 targets on the 1394 bus that", 9},
+        {"/D fw\\app.twd", {FIRST, SECOND}, GONE, LOADED, 0},
+        {"/D fw\\app.twd", {NO_GUID, NO_GUID}, "", "There are 2 targets on the 1394 bus that", 9},
+        {"/D fw\\app.twd", {NO_GUID, FIRST}, "", "There are 2 targets on the 1394 bus that", 9},
+        {"/D fw\\app.twd /X 000f1b0000000001", {NO_GUID, FIRST}, "", LOADED, 1},
+        {"/D fw\\app.twd /X 000f1b0000000001", {FIRST, FIRST, SECOND}, "", "There are 2 targets on the 1394", 9},
+        {"/D fw\\app.twd /X 000f1b0000000001", {SECOND}, "", "failed to find a match for device '000F1B0000000001'", 9},
+        {"/G 0011223344556677", {}, "", "WriteGuid: there are no targets on the 1394 bus that", 9},
+        {"/G 0011223344556677", {FIRST, FIRST}, "", "WriteGuid: there are 2 targets on the 1394 bus that", 9},
+        {"/G 0011223344556677 /X 9", {FIRST}, "", "WriteGuid: failed to find a match for device '9' on the bus", 9},
+    };
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.options) + " " + row.message);
-        HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
-        WriteFiles(program, row.files);
+        SCOPED_TRACE(row.options + " " + row.message);
+        std::vector<std::string> targets;
+        for (const char* guid : row.guids)
+            targets.push_back(Target(guid, "bootloader"));
+        HeadlessProgram program(Bus(targets, row.faults));
+        WriteFiles(program);
         ASSERT_TRUE(program.Run(row.options));
         EXPECT_TRUE(program.Said(row.message));
-        EXPECT_EQ(program.Changes(), "");
+        EXPECT_EQ(program.Changes(), row.loaded == 9 ? "" : " 4 5 5 5 6 17");
+        for (std::uint32_t node = 0; node < targets.size(); ++node)
+            EXPECT_EQ(program.Flash(node, "application"), node == row.loaded ? IMAGE : ByteArray()) << node;
     }
+}
+
+TEST(UnattendedRun, WaitsForFourTicksInARowAndAnewAfterEachReset) {
+    HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
+    program.Run("", 3000);
+    basAutomation::InitializeCommandLineOptions();
+    basApp::globals.CommandLineOptions = {"", "/G0011223344556677"};
+    std::string ends;
+    basAutomation::hooks.endRun = [&] { ends = program.Changes(); };
+    std::string changes;
+    for (const char bus : std::string("111011111111")) {
+        bas1394::globals.BusEnumerated = bus == '1';
+        basAutomation::SchedulerTick();
+        changes += program.Changes() == "" ? '-' : ends.empty() ? 'p' : 'g';
+    }
+    EXPECT_EQ(changes, "-------ppppg");
+    EXPECT_EQ(ends, " 12 10(3322110077665544) 17");
 }
 
 TEST(UnattendedRun, GoesOnWithoutAStatusFileThatCannotBeMade) {
