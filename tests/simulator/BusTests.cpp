@@ -1,4 +1,4 @@
-// Topology, resets, configuration ROMs, the node under the debugger, address ranges.
+// Topology, resets, configuration ROMs, address ranges.
 #include "SimulatedBus.h"
 
 namespace {
@@ -26,23 +26,6 @@ TEST_F(SimulatedBus, TheTopologyMapHoldsAValidSelfIdForEachNode) {
     EXPECT_EQ(address.NodeAddress, 0xFFC4);
 }
 
-TEST_F(SimulatedBus, AGeneratedRomHoldsItsVendorItsTextsAndTheirCrcs) {
-    Describe(MIXED);
-    std::vector<uint32_t> rom;
-    Bytes quadlet;
-    for (uint64_t address = 0xFFFFF0000400; Read(1, address, 4, quadlet) == 1; address += 4) {
-        std::reverse(quadlet.begin(), quadlet.end());
-        rom.push_back(Little(quadlet, 0));
-    }
-    EXPECT_EQ(rom, (std::vector<uint32_t>{
-                       0x04048FCB, 0x31333934, 0x2064A012, 0x00A0B000, 0x00000002,             // bus info block
-                       0x00074812, 0x0300A0B0, 0x81000006, 0x04010000, 0x0C0083C0, 0x17000001, // root directory
-                       0x81000007, 0xD100000A, 0x0004A2E3, 0,          0,          0x4D616B65, 0x72000000, // "Maker"
-                       0x0003246D, 0,          0,          0x43616D00,                                     // "Cam"
-                       0x00041512, 0x1200A0B0, 0x13000001, 0x17000001, 0x81000001, // unit directory
-                       0x0003246D, 0,          0,          0x43616D00}));
-}
-
 TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
     const ScratchDirectory scratch;
     const std::string big = "\x04\x04\x12\x34"
@@ -58,19 +41,6 @@ TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
         Bytes beyond;
         EXPECT_EQ(Read(0, 0xFFFFF0000408, 8, beyond), static_cast<int32_t>(0x80000017));
     }
-}
-
-TEST_F(SimulatedBus, TheNodeUnderTheDebuggerAnswersItsHandshakeOnly) {
-    Describe(MIXED);
-    const Bytes nothing(8, 0);
-    EXPECT_EQ(Get(3, 0xFFFFF0000400, 4), (Bytes{0x01, 0x00, 0x0A, 0x27}));
-    EXPECT_EQ(Get(3, 0xFFFFC8010000, 8), nothing);
-    EXPECT_NE(Write(3, 0xFFFFC8000000, {1, 1, 0, 0, 0x80, 0x80, 1, 1}), 1);
-    EXPECT_EQ(Write(3, 0xFFFFC8000000, {1, 1, 0, 0, 0x80, 0x80, 1, 0}), 1);
-    EXPECT_EQ(Get(3, 0xFFFFC8010000, 8), nothing) << "too early";
-    PassMs(20);
-    EXPECT_EQ(Get(3, 0xFFFFC8010000, 8), (Bytes{1, 1, 5, 0, 0x80, 0x80, 1, 0}));
-    EXPECT_EQ(Get(3, 0xFFFFC8010000, 8), nothing) << "one answer to one probe";
 }
 
 TEST_F(SimulatedBus, WhatNoNodeOffersIsTheBussOwnError) {
@@ -104,22 +74,6 @@ TEST_F(SimulatedBus, ATransactionTakesItsTimeAndEndsAtItsTimeOut) {
     EXPECT_EQ(AsyncReadWrapper(0, &address, 12, data, 2), static_cast<int32_t>(0x80000102));
     EXPECT_EQ(clock.Now() - before, 5'000'000);
     EXPECT_EQ(QueryElapsedTimeMsLongInt(&before), 5u);
-}
-
-TEST_F(SimulatedBus, AnAnnouncementReachesAnAllocatedRangeAndAHaltKeepsTheBootloader) {
-    Describe(OneTarget(R"("announce": true, "rebootMs": 100)"));
-    Twl1394AddressRange range{1, 1, 0x40, 0, 11, 3, {0xFFFF, 0, 0xC8029000}, 0, {}};
-    ASSERT_EQ(AllocateAddressRange(&client, "1394_VIRTUAL_DEVICE", &range, 0), 0);
-    for (const bool halted : {true, false}) {
-        notices.clear();
-        Command(0, 1, 2, 1, {1});
-        PassMs(150);
-        EXPECT_EQ(notices, (std::vector<uint32_t>{1326, 1326, 1327}));
-        if (halted)
-            Write(63, 0xFFFFC8021000, {1, 0, 0, 0, 9, 0, 1, 0});
-        PassMs(6000);
-        EXPECT_EQ(Little(Get(0, 0xFFFFC802000C, 4), 0) != 0, halted);
-    }
 }
 
 TEST_F(SimulatedBus, WhatTheInterfaceForbidsIsRefused) {

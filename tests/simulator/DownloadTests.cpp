@@ -24,19 +24,6 @@ protected:
     Bytes image;
 };
 
-TEST_F(Download, ABadImageDoesNotStart) {
-    const uint32_t crc = Crc32(image);
-    for (const auto& [length, announced] : {std::pair{150u, crc ^ 1}, {151u, crc}}) { // cut off
-        Start(0, length, announced);
-        EXPECT_EQ(Block(0, 0x1000, 64) + Block(1, 0x1040, 64) + Block(2, 0x1080, 22), 0);
-        EXPECT_EQ(Answer(0, 1, 6, 0), Words({crc, 1})) << length;
-        EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)), Bytes(4, 0xFF)) << length;
-        Command(0, 1, 2, 1, {0});
-        PassMs(1000);
-        EXPECT_NE(Little(Get(0, 0xFFFFC802000C, 4), 0), 0u) << length << ": stays in the bootloader";
-    }
-}
-
 TEST_F(Download, BlocksAreCheckedForOrderRangeAndSize) {
     EXPECT_EQ(Block(0, 0x1000, 64), -10);
     Start(0, 100, 0);

@@ -77,9 +77,6 @@ protected:
         return Answer(0, 1, 18, static_cast<uint8_t>(3 + (name.size() + 3) / 4),
                       Words({length, nameOffset, offset}, name.substr(nameOffset) + '\0'));
     }
-    static Bytes KeyWords(uint8_t code, uint32_t length, const std::string& name) {
-        return code == 18 ? Words({length, 0, 0}, name + '\0') : Words({length, 0, 0, 0}, name + '\0');
-    }
     const std::string value = std::string(128, 'a') + std::string(128, 'b') + std::string(44, 'c');
 };
 
@@ -87,10 +84,6 @@ TEST_F(Keys, WhatCanNotBeIsAStatus) {
     EXPECT_EQ(ReadPass("ABSENT", 0, 0), Words({1, 0, 0, 0}));
     EXPECT_EQ(Little(Answer(0, 1, 18, 3, Words({0xFFFFFFFF, 0, 0}, {'\0'})), 0), 2u);
     EXPECT_EQ(Little(Answer(0, 1, 19, 5, Words({2, 0, 200, 128}, "A")), 0), 3u) << "beyond what is held";
-    for (const uint8_t code : {uint8_t(18), uint8_t(19)}) { // "LONG" of "LONG5", "LONG" of "LONG"
-        EXPECT_EQ(Little(Answer(0, 1, code, code == 18 ? 4 : 5, KeyWords(code, 6, "LONG5")), 0), 2u) << +code;
-        EXPECT_NE(Little(Answer(0, 1, code, code == 18 ? 4 : 5, KeyWords(code, 5, "LONG")), 0), 2u) << +code;
-    }
     EXPECT_EQ(Answer(0, 1, 12, 0), NO_ANSWER); // the store is written anew, which takes time
     PassMs(800);
     EXPECT_EQ(AnswerNow(0, 1, 12), Bytes{});

@@ -42,17 +42,4 @@ TEST_F(SimulatedBus, WhatATargetDoesNotKnowGetsNoAnswer) {
     EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 1})) << "the ROM follows at the next start";
 }
 
-TEST_F(SimulatedBus, AnAnswerThatTakesTimeLeavesTheOldOneInPlace) {
-    Describe(OneTarget(IDENTITY + std::string(R"(, "answerMs": 50, "eraseMs": 300)")));
-    EXPECT_EQ(Answer(0, 1, 15, 0), NO_ANSWER);
-    PassMs(50);
-    EXPECT_EQ(AnswerNow(0, 1, 15).size(), 8u);
-    const uint8_t idBefore = id;
-    EXPECT_EQ(Command(0, 1, 12, 0)[4], idBefore);
-    PassMs(200);
-    Write(0, 0xFFFFC8021000, {1, 0, 0, 0, 77, 0, 15, 0}); // while it is busy nobody reads it
-    PassMs(150);
-    EXPECT_EQ(AnswerNow(0, 1, 12), Bytes{});
-}
-
 } // namespace

@@ -37,6 +37,7 @@ TEST_F(DeviceWindow, AnswersADeviceThatAnnouncesItselfWithAHaltToAll) {
     basBootloader::ResetDevice(basBootloader::globals.TargetList.front().Handle, basBootloader::RESET_INTO_BOOTLOADER);
     Pass(8000);
     EXPECT_TRUE(WasTold("Broadcasted bootloader halt command."));
+    EXPECT_EQ(Cells(0)[deviceRows::STATE], "Bootloader Running") << "it gave up waiting";
 }
 
 TEST_F(DeviceWindow, SaysThatItScansUntilTheBusHasSettled) {
