@@ -169,6 +169,7 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
         {"read --single MODEL b.txt", removal + "'b.txt', aborting operation!", "# 1 operations performed."},
         {"read --single MODEL same/B.txt", removal, "# 1 operations performed."},
         {"read --single MODEL same/b.out.txt", removal, "# 1 operations performed."},
+        {"read --single MODEL twin.txt", removal, "# 1 operations performed."},
         {"read --single MODEL linked.txt", removal, "# 1 operations performed."},
         {"read --single MODEL script-data/1394_write_status.txt", removal, "# 1 operations performed."},
         {"read --single MODEL same/DB1.mdb", removal, "# 1 operations performed."},
@@ -188,8 +189,10 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
                                        {"far", elsewhere.path()},
                                        {"planted.txt", elsewhere.file("precious.txt")}})
             std::filesystem::create_symlink(to, program.directory.file(name));
-        if (*row.batch != '\0')
+        if (*row.batch != '\0') {
             program.Write("b.txt", std::string(row.batch));
+            std::filesystem::create_hard_link(program.directory.file("b.txt"), program.directory.file("twin.txt"));
+        }
         ASSERT_TRUE(program.Run("/R b.txt"));
         EXPECT_TRUE(program.Said(row.message));
         EXPECT_EQ(program.Read("b.txt"), row.batch);
