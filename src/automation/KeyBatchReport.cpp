@@ -66,13 +66,14 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
 }
 
 bool IsProgramFile(const fs::path& path) {
-    return std::ranges::any_of(std::array{platform::ProgramDirectory(), platform::ExecutableDirectory()},
-                               [&](const std::string& directory) {
-                                   return std::ranges::any_of(PROGRAM_FILES, [&](const char* name) {
-                                       const fs::path file = RealPath(platform::JoinPath(directory, name));
-                                       return LiesWithin(path, file) || IsSameFile(path, file);
-                                   });
-                               });
+    const fs::path lowered = platform::LowerCase(path.string()); // the program would find its file in any spelling
+    return std::ranges::any_of(
+        std::array{platform::ProgramDirectory(), platform::ExecutableDirectory()}, [&](const std::string& directory) {
+            return std::ranges::any_of(PROGRAM_FILES, [&](const char* name) {
+                const fs::path file = RealPath(platform::JoinPath(directory, name));
+                return LiesWithin(lowered, platform::LowerCase(file.string())) || IsSameFile(path, file);
+            });
+        });
 }
 
 // --- The report ---
