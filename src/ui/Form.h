@@ -43,6 +43,9 @@ public:
     // The menus that the parent shows while this window is active; none: the parent's own.
     virtual std::vector<QMenu*> menus() { return {}; }
 
+    // Keys with Ctrl are the window's, too: its frame and the area around it leave them alone.
+    virtual bool takesAllKeys() const { return false; }
+
     QWidget* frame();
     // As it was set, if it still stands there to the pixel: what scales it again and again loses nothing.
     layout::Rectangle place();

@@ -33,7 +33,16 @@ constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
 
-MDIForm1::MDIForm1() : mdiArea(new QMdiArea(this)) {
+bool ChildArea::eventFilter(QObject* watched, QEvent* event) {
+    const bool key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    if (key && activeSubWindow() != nullptr)
+        if (const auto* form = qobject_cast<Form*>(activeSubWindow()->widget());
+            form != nullptr && form->takesAllKeys())
+            return false;
+    return QMdiArea::eventFilter(watched, event);
+}
+
+MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)) {
     setObjectName("MDIForm1");
     mdiArea->setObjectName("mdiArea");
     mdiArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -103,6 +112,11 @@ void MDIForm1::AddChild(Form* form) {
     QMdiSubWindow* frame = mdiArea->addSubWindow(form);
     frame->setAttribute(Qt::WA_DeleteOnClose, false); // the form sees to its frame
     frame->hide();
+    // Not Ctrl+W, which in a terminal rubs out a word: typed beside one it would close the device window,
+    // and with it the program.
+    for (QAction* action : frame->actions() + frame->systemMenu()->actions())
+        if (action->shortcuts().contains(QKeySequence(Qt::CTRL | Qt::Key_W)))
+            action->setShortcut(Qt::CTRL | Qt::Key_F4);
     // Not where the area finds most room: a step right and down of the window before.
     constexpr int STEP = 24, STEPS = 8;
     const int step = STEP * int(mdiArea->subWindowList().size() % STEPS);

@@ -12,6 +12,16 @@
 
 class Form;
 
+// Changes windows with Ctrl+Tab, unless the active one takes that key itself.
+class ChildArea : public QMdiArea {
+    Q_OBJECT
+public:
+    using QMdiArea::QMdiArea;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+};
+
 class MDIForm1 : public QMainWindow {
     Q_OBJECT
 public:

@@ -46,7 +46,7 @@ ByteArray BytesOf(const QKeyEvent* event) {
 } // namespace
 
 ShellTerminal::ShellTerminal(QWidget* parent)
-    : QPlainTextEdit(parent),
+    : QPlainTextEdit(parent), notice_(new QLabel(this)),
       tmrShowText_(new WindowTimer(this, "tmrShowText", SHOW_INTERVAL, [this] { ShowPending(); })) {
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setUndoRedoEnabled(false); // a flood would be remembered twice
@@ -55,6 +55,33 @@ ShellTerminal::ShellTerminal(QWidget* parent)
     QFont font("Courier New");
     font.setStyleHint(QFont::Monospace);
     setFont(font);
+    notice_->setAutoFillBackground(true);
+    notice_->setBackgroundRole(QPalette::ToolTipBase);
+    notice_->setForegroundRole(QPalette::ToolTipText);
+    notice_->setWordWrap(true);
+    notice_->setTextFormat(Qt::PlainText);
+    notice_->setMargin(4);
+    notice_->hide();
+}
+
+void ShellTerminal::setNotice(const QString& text) {
+    if (text == notice_->text())
+        return;
+    notice_->setText(text);
+    notice_->setVisible(!text.isEmpty());
+    PlaceNotice();
+}
+
+void ShellTerminal::PlaceNotice() {
+    const QRect inside = rect().adjusted(frameWidth(), frameWidth(), -frameWidth(), -frameWidth());
+    const int height = notice_->isHidden() ? 0 : notice_->heightForWidth(inside.width());
+    setViewportMargins(0, 0, 0, height); // the device's last line stays in view above it
+    notice_->setGeometry(inside.left(), inside.bottom() + 1 - height, inside.width(), height);
+}
+
+void ShellTerminal::resizeEvent(QResizeEvent* event) {
+    QPlainTextEdit::resizeEvent(event);
+    PlaceNotice();
 }
 
 void ShellTerminal::ShowEdit(const shellText::Edit& edit) {

@@ -5,6 +5,7 @@
 #include "ShellText.h"
 #include "WindowTimer.h"
 
+#include <QLabel>
 #include <QPlainTextEdit>
 
 #include <cstdint>
@@ -27,9 +28,14 @@ public:
     void SetScrollBack(int lines) { scrollBack_ = lines; }
     int ScrollBack() const { return scrollBack_; }
 
+    // A line below the text, which isn't the device's; an empty one goes.
+    void setNotice(const QString& text);
+    QString Notice() const { return notice_->text(); }
+
     void keyPressEvent(QKeyEvent* event) override;
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     bool focusNextPrevChild(bool) override { return false; } // Tab goes to the device
 
 private:
@@ -37,7 +43,9 @@ private:
     bool Scrolls(const QKeyEvent* event);
 
     void DropOldLines();
+    void PlaceNotice();
 
+    QLabel* notice_;
     shellText::Edit pending_;
     int scrollBack_ = 0;
     std::int64_t lastShown_ = 0; // performance counter

@@ -26,9 +26,7 @@ constexpr const char* MODULE = "frmShell";
 constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
 constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
-constexpr std::uint8_t PASTE = 22;         // Control V
-constexpr std::size_t PASTE_PIECE = 256;   // bytes; a longer paste leaves the windows their turns
-constexpr std::int32_t PASTE_INTERVAL = 1; // ms
+constexpr std::uint8_t PASTE = 22; // Control V
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
@@ -71,7 +69,6 @@ frmShell::frmShell() : Form("frmShell", "Tarnwell 1394 Shell Window") {
     BuildMenus();
     tmrPollForShellData =
         new WindowTimer(this, "tmrPollForShellData", DEFAULT_INTERVAL, [this] { tmrPollForShellData_Timer(); });
-    tmrPaste_ = new WindowTimer(this, "tmrPaste", PASTE_INTERVAL, [this] { SendNextOfPaste(); });
 }
 
 void frmShell::BuildControls() {
@@ -140,11 +137,31 @@ void frmShell::Form_Resize() {
 void frmShell::Form_Unload() {
     basDebug::Display(MODULE, LEVEL_WATCH, "destroying frmShell, index #{}", Index);
     tmrPollForShellData->setEnabled(false);
-    tmrPaste_->setEnabled(false);
     log_.reset();
     layout_.reset();
     auto& list = windows::globals.shellWindows;
     std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
+}
+
+// The keys of this window's own menu items and, with Alt, those that open the menus.
+bool frmShell::IsCommandKey(const QKeyEvent& event) const {
+    if (event.key() == Qt::Key_Alt || event.modifiers().testFlag(Qt::AltModifier))
+        return true;
+    const bool letter = event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z;
+    const Qt::KeyboardModifiers counting = Qt::ControlModifier | (letter ? Qt::ShiftModifier : Qt::NoModifier);
+    const QKeySequence keys(QKeyCombination(event.modifiers() & counting, Qt::Key(event.key()))); // a "+" needs Shift
+    const QList<QAction*> actions = findChildren<QAction*>();
+    return std::any_of(actions.begin(), actions.end(),
+                       [&](const QAction* action) { return action->shortcut() == keys; });
+}
+
+// Every other key goes to the device; the frame would close the window with some of them.
+bool frmShell::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride && !IsCommandKey(*static_cast<QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return Form::event(event);
 }
 
 void frmShell::keyPressEvent(QKeyEvent* event) {
@@ -171,7 +188,7 @@ void frmShell::setCurrentHandle(std::int32_t handle) {
     if (handle != currentHandle_) {
         CloseOthersOn(handle);
         txtShell->Replace({});
-        paste_.clear(); // it was meant for the other device
+        txtShell->setNotice({}); // it told of the other device
         ToLog([](ShellLog& log) { log.Mark("the window moved to another device"); });
     }
     currentHandle_ = handle;
@@ -342,31 +359,20 @@ void frmShell::ToLog(const std::function<void(ShellLog&)>& step) {
 }
 
 void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {
+    txtShell->setNotice({});
     ByteArray bytes{keyAscii};
     if (keyAscii == PASTE) {
         bytes = platform::AnsiFromText(shellText::PasteText(QApplication::clipboard()->text().toStdString()));
         if (bytes.empty())
             return;
     }
-    if (!paste_.empty() || bytes.size() > PASTE_PIECE) { // in order behind what is still to be sent
-        paste_.insert(paste_.end(), bytes.begin(), bytes.end());
-        tmrPaste_->setEnabled(true);
-        return;
-    }
     const std::int32_t code = basBootloader::WriteShellCharacters(currentHandle_, bytes);
-    if (code != basBootloader::SUCCESS)
-        basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);
-}
-
-void frmShell::SendNextOfPaste() {
-    const auto piece = std::ptrdiff_t(std::min(paste_.size(), PASTE_PIECE));
-    const ByteArray bytes(paste_.begin(), paste_.begin() + piece);
-    paste_.erase(paste_.begin(), paste_.begin() + piece);
-    const std::int32_t code =
-        bytes.empty() ? basBootloader::SUCCESS : basBootloader::WriteShellCharacters(currentHandle_, bytes);
-    if (code != basBootloader::SUCCESS) {
-        basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);
-        paste_.clear(); // half a line behind a gap would be worse than none
-    }
-    tmrPaste_->setEnabled(!paste_.empty());
+    if (code == basBootloader::SUCCESS)
+        return;
+    basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);
+    const std::int32_t longest = basBootloader::LongestShellText(currentHandle_);
+    if (longest > 0 && bytes.size() > std::size_t(longest))
+        txtShell->setNotice(Q(fmt::format("Nothing of the pasted text was sent: it has {} characters, and this device "
+                                          "takes {} at once.",
+                                          bytes.size(), longest)));
 }

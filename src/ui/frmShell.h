@@ -28,6 +28,7 @@ public:
 
     void Form_Load() override;
     std::vector<QMenu*> menus() override;
+    bool takesAllKeys() const override { return true; }
 
     std::int32_t Index = 0; // slot in the list of shell windows
     std::int32_t CurrentHandle() const { return currentHandle_; }
@@ -65,6 +66,7 @@ public:
 protected:
     void Form_Resize() override;
     void Form_Unload() override;
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -79,8 +81,8 @@ private:
     void ReadPasses();
     bool ReadOnce(); // false when there is no more to read now
     void ShellOutput(const ByteArray& data);
+    bool IsCommandKey(const QKeyEvent& event) const;
     void ToLog(const std::function<void(ShellLog&)>& step);
-    void SendNextOfPaste();
     void cmbDeviceDetails_Click();
 
     // Commands (frmShellMenus.cpp).
@@ -99,9 +101,7 @@ private:
     std::int32_t currentHandle_ = 0;
     bool targetWasValid_ = false; // at the last tick
     bool polling_ = false;        // a tick gives turns and must not run inside itself
-    ByteArray paste_;             // what of a long paste is still to be sent
     QString wanted_;              // text looked for last
     std::unique_ptr<ShellLog> log_;
     std::unique_ptr<clsLayoutManager> layout_;
-    WindowTimer* tmrPaste_;
 };

@@ -110,8 +110,10 @@ void frmShell::BuildMenus() {
 
     mnuWindow = menu("mnuWindow", "&Window");
     const auto area = [](void (QMdiArea::*arrange)()) {
-        if (windows::globals.parent != nullptr)
-            (windows::globals.parent->mdiArea->*arrange)();
+        if (windows::globals.parent == nullptr)
+            return;
+        QMdiArea* children = windows::globals.parent->mdiArea; // in one expression g++ 12 sanitizes a null pointer
+        (children->*arrange)();
     };
     mnuTile = item(mnuWindow, "mnuTile", "&Tile", [area] { area(&QMdiArea::tileSubWindows); });
     mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [area] { area(&QMdiArea::cascadeSubWindows); });

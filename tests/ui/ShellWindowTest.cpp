@@ -21,10 +21,12 @@ constexpr const char* GUID = "000F1B0000000001";
 class ShellWindow : public WindowTest {
 protected:
     void SetUp() override { Begin({}); }
-    // A window on the first of two devices.
+    // A window on the first of two devices; the second has protocol 2.
     void Begin(const std::string& faults) {
         const std::string console = R"(, "shell": {"banner": "ready\r\n", "ring": 256})";
-        Start(Bus({Target(GUID, "bootloader", console), Target("000F1B0000000002", "bootloader", console)}, faults));
+        Start(Bus({Target(GUID, "bootloader", console),
+                   Target("000F1B0000000002", "bootloader", console + R"(, "protocol": 2)")},
+                  faults));
         shell = Open(0);
     }
     frmShell* Open(int node) {
@@ -42,6 +44,13 @@ protected:
         QApplication::clipboard()->setText(text);
         QTest::keyClick(shell->txtShell, Qt::Key_V, Qt::ControlModifier);
     }
+    // The bytes typed so far in hex, without what fills up a quadlet.
+    std::string Sent() const {
+        std::string all;
+        for (const std::string& bytes : program->WrittenTo("0xffffc8021040"))
+            all += bytes.substr(0, bytes.find("00"));
+        return all;
+    }
     static std::string Screen(const frmShell* shown) { return shown->txtShell->toPlainText().toStdString(); }
     frmShell* shell = nullptr;
 };
@@ -54,29 +63,85 @@ TEST_F(ShellWindow, EchoesAnswersAndRubsOut) {
     Enter("");
     EXPECT_NE(Screen(shell).find("help\nhelp version keys flood N sleep MS reset\n"), std::string::npos)
         << Screen(shell);
+    SimulatorFailNext(0, 1000, 121);
+    Pass(1000);
+    EXPECT_FALSE(shell->Connected());
 }
 
-TEST_F(ShellWindow, SendsArrowsAndPastesAsBytes) {
+// Also those with which the frame would close the window or go to another one.
+TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
+    const struct {
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        std::string bytes; // in hex
+    } rows[] = {
+        {Qt::Key_Up, {}, "1b5b41"},
+        {Qt::Key_Down, {}, "1b5b42"},
+        {Qt::Key_Right, {}, "1b5b43"},
+        {Qt::Key_Left, {}, "1b5b44"},
+        {Qt::Key_C, Qt::ControlModifier, "03"},
+        {Qt::Key_W, Qt::ControlModifier, "17"},
+        {Qt::Key_Tab, Qt::ControlModifier, "09"},
+        {Qt::Key_F4, Qt::ControlModifier, ""},
+        {Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier, ""}, // clears the terminal
+    };
+    frmShell* second = Open(1);
+    parent().BringForward(qobject_cast<QMdiSubWindow*>(shell->frame()));
+    for (const auto& row : rows) {
+        const std::size_t before = Sent().size();
+        QTest::keyClick(shell->txtShell, row.key, row.modifiers);
+        Pass(50);
+        EXPECT_EQ(Sent().substr(before), row.bytes) << QKeySequence(row.modifiers | row.key).toString().toStdString();
+        ASSERT_FALSE(shell->unloaded() || second->unloaded());
+        EXPECT_EQ(parent().mdiArea->activeSubWindow(), shell->frame());
+    }
+    EXPECT_EQ(Screen(shell), "");
+    parent().BringForward(qobject_cast<QMdiSubWindow*>(form().frame())); // a key too many beside the terminal
+    QTest::keyClick(form().mfgDevices, Qt::Key_W, Qt::ControlModifier);
+    Pass(50);
+    EXPECT_NE(windows::globals.main, nullptr);
+}
+
+TEST_F(ShellWindow, SendsAPasteInOneWriteOrRefusesItWhole) {
     Paste("");
-    EXPECT_TRUE(program->WrittenTo("0xffffc8021040").empty());
-    QTest::keyClick(shell->txtShell, Qt::Key_Left);
-    QTest::keyClick(shell->txtShell, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(Sent(), "");
     Paste("ab\ncd");
-    using Texts = std::vector<std::string>;
-    EXPECT_EQ(program->WrittenTo("0xffffc8021040"),
-              (Texts{"1b000000", "5b000000", "44000000", "03000000", "61620d6364000000"}));
+    EXPECT_EQ(Sent(), "61620d6364");
+    shell = Open(1); // by a direct write: six zeros, length, text
+    const std::size_t before = program->WrittenTo("0xffffc8021040").size();
+    Paste(QString(2040, 'p'));
+    std::vector<std::string> sent = program->WrittenTo("0xffffc8021040");
+    ASSERT_EQ(sent.size(), before + 1);
+    EXPECT_EQ(sent.back().substr(0, 20), "000000000000f8077070");
+    Paste(QString(2041, 'p'));
+    EXPECT_EQ(program->WrittenTo("0xffffc8021040").size(), before + 1);
+    EXPECT_EQ(shell->txtShell->Notice(), "Nothing of the pasted text was sent: it has 2041 characters, and this device "
+                                         "takes 2040 at once.");
+    EXPECT_TRUE(program->dialogs.shown.empty());
+    QTest::keyClicks(shell->txtShell, "q");
+    EXPECT_EQ(shell->txtShell->Notice(), "");
 }
 
-TEST_F(ShellWindow, SendsALongPasteWholeWithTypingBehindIt) {
-    Paste(QString(700, 'p'));
-    QTest::keyClicks(shell->txtShell, "q");
-    Pass(3000);
-    std::string sent;
-    for (const std::string& bytes : program->WrittenTo("0xffffc8021040"))
-        for (std::size_t i = 0; i < bytes.size(); i += 2)
-            if (bytes.compare(i, 2, "00") != 0)
-                sent.push_back(static_cast<char>(std::stoi(bytes.substr(i, 2), nullptr, 16)));
-    EXPECT_EQ(sent, std::string(700, 'p') + "q");
+TEST_F(ShellWindow, ItsCommandsSendWhatTheySay) {
+    const struct {
+        const char *item, *request; // command, quadlets, operands in hex
+    } rows[] = {
+        {"mnuSwitchTo1394shell", "07020000000000000000"},
+        {"mnuHalt", "0100"},
+        {"mnuGetDebugGUID", "0f00"},
+        {"mnuInitializePersistentParameters", "0c00"},
+        {"mnuStartDebugger", "110102000000"},
+        {"mnuStartApplication", "110100000000"},
+        {"mnuReset", "020100000000"},
+    };
+    for (const auto& row : rows) {
+        Begin({});
+        const std::size_t before = program->RequestsSent().size();
+        program->dialogs.answers = {"yes"};
+        shell->findChild<QAction*>(row.item)->trigger();
+        ASSERT_GT(program->RequestsSent().size(), before) << row.item;
+        EXPECT_EQ(program->RequestsSent()[before], row.request) << row.item;
+    }
 }
 
 TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
@@ -100,6 +165,11 @@ TEST_F(ShellWindow, GivesItsDeviceUpToAnotherWindow) {
     EXPECT_EQ(Open(0), shell); // the one that is open comes forward
     frmShell* second = Open(1);
     ASSERT_NE(second, shell);
+    const auto overlap = [&] { return shell->frame()->geometry().intersects(second->frame()->geometry()); };
+    shell->mnuTile->trigger();
+    EXPECT_FALSE(overlap());
+    shell->mnuCascade->trigger();
+    EXPECT_TRUE(overlap());
     QComboBox* combo = second->cmbDeviceDetails;
     const int index = combo->findText("GUID=00 0F 1B 00 00 00 00 01", Qt::MatchContains);
     combo->setCurrentIndex(index);
@@ -138,17 +208,26 @@ TEST_F(ShellWindow, AsksBeforeItOverwritesAndKeepsARateThatIsANumber) {
 }
 
 TEST_F(ShellWindow, ShowsTheCrcOfEachImageAndTheOneThatIsBad) {
-    Begin(R"({"node": 0, "command": 3, "skip": 3, "do": "badCrc"})");
-    std::string bootloader, debugger;
-    QTimer::singleShot(0, [&] {
-        auto* crcs = parent().findChild<frmCRCs*>();
-        bootloader = crcs->lblBootloaderCRC->text().toStdString();
-        debugger = crcs->lblDebuggerCRC->text().toStdString();
-        crcs->cmdClose->click();
-    });
-    shell->mnuFirmwareCRCs->trigger();
-    EXPECT_TRUE(bootloader.starts_with("  Bootloader: CRC ok!  0x")) << bootloader;
-    EXPECT_EQ(debugger, "    Debugger: Invalid CRC indicated by target");
+    const char* const prefixes[] = {"  Bootloader: ", " Application: ", "Config (CNE): ", "    Debugger: "}; // as read
+    constexpr std::size_t NEVER_LOADED = 2;
+    for (const std::size_t bad : {0, 1, 3}) {
+        Begin(R"({"node": 0, "command": 3, "do": "badCrc", "skip": )" + std::to_string(bad) + "}");
+        std::vector<std::string> labels;
+        QTimer::singleShot(0, [&] {
+            const auto* crcs = parent().findChild<frmCRCs*>();
+            for (const QLabel* label :
+                 {crcs->lblBootloaderCRC, crcs->lblApplicationCRC, crcs->lblCNE_CRC, crcs->lblDebuggerCRC})
+                labels.push_back(label->text().toStdString());
+            crcs->cmdClose->click();
+        });
+        shell->mnuFirmwareCRCs->trigger();
+        ASSERT_EQ(labels.size(), std::size(prefixes));
+        for (std::size_t i = 0; i < labels.size(); ++i)
+            EXPECT_TRUE(labels[i].starts_with(prefixes[i] + std::string(i == bad || i == NEVER_LOADED
+                                                                            ? "Invalid CRC indicated by target"
+                                                                            : "CRC ok!  0x")))
+                << labels[i];
+    }
 }
 
 } // namespace
