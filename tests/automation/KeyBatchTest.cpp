@@ -32,6 +32,12 @@ TEST(KeyBatchText, TurnsTheNameOfABatchIntoThatOfItsReport) {
     EXPECT_EQ(basAutomation::ReportFileName("keys"), "keys.out.html");
 }
 
+TEST(KeyBatchText, KeepsEachTextOfARecordsHeadOnItsLine) {
+    KeyOperation operation;
+    operation.KeyName = "a\r\nb";
+    EXPECT_EQ(basAutomation::DataFileLines(operation, {}, {})[10], "#   Key Name = a  b");
+}
+
 // "R 02 K>f" is a read, "W 02 K=value" a write.
 std::string Summary(const std::vector<KeyOperation>& operations) {
     std::string text;
