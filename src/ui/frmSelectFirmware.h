@@ -129,7 +129,8 @@ private:
     std::int32_t hDevice_ = 0;
     bool AlwaysLoadConfig = false; // nothing else hangs on it
     PickedFile picked_;
-    std::string folder_; // shown in Dir1, with a separator at its end
+    std::string refusal_; // why the last load did not begin, where what follows it in the log doesn't say so
+    std::string folder_;  // shown in Dir1, with a separator at its end
     bool loading_ = false;
     bool reading_ = false;          // the picked file's header
     std::int64_t loadStart_ = 0;    // performance counter at the first block

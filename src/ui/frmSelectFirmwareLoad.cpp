@@ -53,6 +53,7 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
         return; // a double-click while a load runs, or on a file that isn't shown yet
     const Stay stay(*this);
     const PickedFile picked = picked_;
+    refusal_.clear();
     EnableCommands(false);
     Status(beginning);
     bool loaded = false;
@@ -66,7 +67,7 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     pgbReadFile->hide();
     const QString outcome = lblStatus->text();
     ListView1_ItemClick();
-    Status(outcome.toStdString());
+    Status(refusal_.empty() ? outcome.toStdString() : refusal_);
     cmdClose->setFocus();
 }
 
@@ -141,9 +142,9 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     style.load = [&](const std::string& file, TwdHeader& header) {
         LoadTWD(file, header);
         if (!header.FileData.empty() && !picked.isStill(header.FileData)) {
-            StatusDisplay(fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
-                                      picked.name),
-                          LEVEL_ERROR);
+            refusal_ = fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
+                                   picked.name);
+            StatusDisplay(refusal_, LEVEL_ERROR);
             header = {}; // counts as not loaded, so that nothing is erased
         }
     };

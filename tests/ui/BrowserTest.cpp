@@ -234,7 +234,7 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     built[0x1C] = 77; // software version
     program->Write("packages/both.twd", built);
     browser->cmdLoadSelected->click();
-    EXPECT_TRUE(WasTold("'both.twd' is another file now than the one shown"));
+    EXPECT_TRUE(browser->lblStatus->text().startsWith("'both.twd' is another file now than the one shown"));
     EXPECT_EQ(Text(browser->lblSoftwareVersion), "Version: 16909133 (0x102034D)");
     EXPECT_EQ(program->RequestsSent().size(), before);
     EXPECT_TRUE(browser->cmdClose->isEnabled());
