@@ -101,7 +101,8 @@ std::int32_t initCNEFactoryDefaults(std::int32_t handle);
 
 // --- Identity (Identity.cpp). Text that isn't exactly 8 bytes (6 of a MAC) never reaches the device. ---
 
-// The pass of /G. 2 when the device was reset or its persistent parameters were set up.
+// The pass of /G. 2 when the device was reset or its persistent parameters were set up, 0 for a text
+// that is no GUID.
 std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText);
 std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text);
 std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path);
