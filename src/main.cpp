@@ -28,9 +28,9 @@ bool HasDisplay() {
 }
 
 bool HasOperations(const std::string& commandLine) {
-    std::string text = platform::UpperCase(platform::Trim(commandLine));
+    std::string text = platform::UpperCase(commandLine);
     basAutomation::InitializeCommandLineOptions();
-    basAutomation::ParseCommandLine(text);
+    basAutomation::ParseCommandLine(text, commandLine);
     const bool operations = basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
     basApp::globals = {};
     basAutomation::globals = {};

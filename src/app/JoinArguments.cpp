@@ -2,77 +2,200 @@
 // which splits at each "/" that isn't inside double quotes.
 //
 // A path that has to hold a double quote can't be expressed: the parser knows no way to escape one.
+#include "CodePage.h"
 #include "Files.h"
 #include "Paths.h"
 #include "basApp.h"
-#include "basUtils.h"
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <optional>
+#include <string_view>
 
 namespace basApp {
 
 namespace {
 
-bool IsAbsolute(const std::string& text) {
+constexpr std::string_view FILE_OPTIONS = "DBRCQ";   // a file follows
+constexpr std::string_view VALUE_OPTIONS = "GMX";    // digits follow
+constexpr std::string_view SINGLE_OPTIONS = "OSAFI"; // nothing follows
+
+bool StartsWithSlash(std::string_view text) {
     return text.starts_with('/');
+}
+
+bool Exists(const std::string& path) {
+    return !path.empty() && path.find_first_of("*?") == std::string::npos && platform::FindFirstFileA(path);
 }
 
 // In exactly this spelling: paths are case-blind otherwise, and "/RUN" would become the folder "/run".
 bool ExistsAsSpelled(const std::string& path) {
-    if (path.empty() || path.find_first_of("*?") != std::string::npos)
-        return false;
-    std::string directory, fileName;
-    basUtils::SplitPath(path, directory, fileName);
-    const auto found = platform::FindFirstFileA(path);
-    return found && found->FileName == fileName;
+    std::error_code error;
+    return Exists(path) && std::filesystem::exists(path, error);
 }
 
-// Options that stand together, each of one letter: "/D", "/A/B".
-bool IsLetterOptions(const std::string& text) {
+bool IsAbsolute(std::string_view text) {
+    return text.starts_with('/') || text.starts_with('\\') || (text.size() > 1 && text[1] == ':');
+}
+
+// The letter of the option that `text` begins with, in capitals; 0 without one.
+char OptionLetter(const std::string& text) {
+    const bool option = text.size() > 1 && text[0] == '/' && std::isalpha(static_cast<unsigned char>(text[1])) != 0;
+    return option ? static_cast<char>(std::toupper(static_cast<unsigned char>(text[1]))) : '\0';
+}
+
+bool IsOneOf(char letter, std::string_view letters) {
+    return letter != '\0' && letters.find(letter) != std::string_view::npos;
+}
+
+// Options that stand together, each of one letter: "/D", "/A/B", "/S /O".
+bool IsLetterOptions(std::string text) {
+    std::erase(text, ' ');
     if (text.empty() || text.size() % 2 != 0)
         return false;
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        if (text[i] != '/' || !std::isalpha(static_cast<unsigned char>(text[i + 1])))
+        if (OptionLetter(text.substr(i, 2)) == '\0')
             return false;
     }
     return true;
 }
 
-bool IsOption(const std::string& text) {
-    if (!IsAbsolute(text))
-        return false;
-    if (text.size() == 2)
-        return true;
-    const bool optionShaped = text.find('/', 1) == std::string::npos || IsLetterOptions(text);
-    return optionShaped && !ExistsAsSpelled(text);
-}
-
-// Options together with their values in one argument: `/D /srv/app.twd /S`, `/B"x/y"`.
-bool IsCommandLine(const std::string& text) {
-    return IsAbsolute(text) && text.find_first_of(" \"") != std::string::npos && !ExistsAsSpelled(text);
+// The file that stands together with its option, in "/Dfw/app.twd" or "/D my app.twd /S", and the
+// options behind it. Nothing when there is no such file.
+struct AttachedFile {
+    std::string path, options;
+};
+std::optional<AttachedFile> FindAttachedFile(const std::string& text) {
+    if (!IsOneOf(OptionLetter(text), FILE_OPTIONS))
+        return {};
+    for (std::size_t end = text.size(); end != std::string::npos && end > 2; end = text.rfind('/', end - 1)) {
+        const std::string options = text.substr(end), path = platform::Trim(text.substr(2, end - 2));
+        if ((options.empty() || IsLetterOptions(options)) && Exists(path))
+            return AttachedFile{path, options};
+    }
+    return {};
 }
 
 // The program changes its directory at start, so a relative path is fixed while it still means
-// what the user meant.
-std::string MadeAbsolute(const std::string& text) {
-    if (IsAbsolute(text) || !ExistsAsSpelled(text))
+// what the user meant. Not tidied up: "link/.." needn't be where it seems.
+std::string MadeAbsolute(std::string text) {
+    if (IsAbsolute(text) || !Exists(text))
         return text;
-    return std::filesystem::path(platform::JoinPath(platform::CurrentDirectory(), text)).lexically_normal().string();
+    while (text.starts_with("./"))
+        text.erase(0, 2);
+    return platform::JoinPath(platform::CurrentDirectory(), text);
 }
 
-std::string Value(const std::string& text) {
-    std::string value = MadeAbsolute(text);
-    const bool needsQuotes = value.find_first_of("/ ") != std::string::npos;
-    if (!needsQuotes)
-        return value;
-    std::erase(value, '"');
-    return '"' + value + '"';
+std::string InQuotes(std::string text) {
+    std::erase(text, '"');
+    return '"' + text + '"';
 }
 
-std::string OptionOrValue(const std::string& text) {
-    return IsOption(text) ? text : Value(text);
+class Joiner {
+public:
+    void Take(const std::string& argument);
+    std::string line;
+
+private:
+    bool IsOption(const std::string& text) const;
+    void TakeWord(const std::string& word);
+    void TakeOptionOrValue(const std::string& text);
+    void TakeOption(const std::string& text);
+    void TakeFileOption(const std::string& text);
+    void TakeValue(const std::string& text);
+    void TakeQuoted(const std::string& text);
+    std::string Fixed(const std::string& value) const;
+    void Append(const std::string& text);
+
+    char letter_ = '\0';       // of the last option
+    bool awaitsValue_ = false; // which has none yet
+};
+
+void Joiner::Append(const std::string& text) {
+    if (!line.empty())
+        line += ' ';
+    line += text;
+}
+
+bool Joiner::IsOption(const std::string& text) const {
+    if (!StartsWithSlash(text))
+        return false;
+    if (text.size() == 2)
+        return true;
+    if (ExistsAsSpelled(text))
+        return false;
+    if (text.find('/', 1) == std::string::npos || IsLetterOptions(text))
+        return true;
+    // "/data/app.twd" is a path behind "/D", and otherwise what it looks like.
+    const char letter = OptionLetter(text);
+    return !awaitsValue_ && (IsOneOf(letter, FILE_OPTIONS) || IsOneOf(letter, VALUE_OPTIONS) ||
+                             (IsOneOf(letter, SINGLE_OPTIONS) && text[2] == '/'));
+}
+
+// A GUID is none, even where there is a file of that name.
+std::string Joiner::Fixed(const std::string& value) const {
+    return IsOneOf(letter_, VALUE_OPTIONS) ? value : MadeAbsolute(value);
+}
+
+void Joiner::TakeQuoted(const std::string& text) {
+    Append(InQuotes(Fixed(text)));
+    awaitsValue_ = false;
+}
+
+void Joiner::TakeValue(const std::string& text) {
+    const std::string value = Fixed(text);
+    Append(value.find_first_of("/ ") == std::string::npos ? value : InQuotes(value));
+    awaitsValue_ = false;
+}
+
+// What follows the letter is one path: its own slashes start no option.
+void Joiner::TakeFileOption(const std::string& text) {
+    const auto attached = FindAttachedFile(text);
+    const bool whole = !attached && text.find('/', 1) == std::string::npos;
+    Append(whole ? text : text.substr(0, 2));
+    if (whole)
+        return;
+    TakeQuoted(attached ? attached->path : text.substr(2));
+    if (attached && !attached->options.empty())
+        TakeOptionOrValue(attached->options);
+}
+
+void Joiner::TakeOption(const std::string& text) {
+    const bool lettersOnly = IsLetterOptions(text);
+    letter_ = OptionLetter(lettersOnly ? text.substr(text.size() - 2) : text);
+    awaitsValue_ = lettersOnly && (IsOneOf(letter_, FILE_OPTIONS) || IsOneOf(letter_, VALUE_OPTIONS));
+    if (!lettersOnly && IsOneOf(letter_, FILE_OPTIONS)) {
+        TakeFileOption(text);
+        return;
+    }
+    const std::size_t next = lettersOnly ? std::string::npos : text.find('/', 1);
+    Append(text.substr(0, next));
+    if (next != std::string::npos)
+        TakeOptionOrValue(text.substr(next));
+}
+
+void Joiner::TakeOptionOrValue(const std::string& text) {
+    if (IsOption(text))
+        TakeOption(text);
+    else
+        TakeValue(text);
+}
+
+// A word of a command line, with its quotes.
+void Joiner::TakeWord(const std::string& word) {
+    const auto quotes = std::count(word.begin(), word.end(), '"');
+    const bool fileOption = IsOneOf(OptionLetter(word), FILE_OPTIONS);
+    const std::size_t first = fileOption ? 2 : 0;
+    if (quotes == 0) {
+        TakeOptionOrValue(word);
+    } else if (quotes == 2 && word.find('"') == first && word.back() == '"') {
+        if (fileOption)
+            TakeOption(word.substr(0, 2));
+        TakeQuoted(word.substr(first + 1, word.size() - first - 2));
+    } else {
+        Append(word);
+    }
 }
 
 // Splits at blanks that aren't inside double quotes; the quotes stay.
@@ -91,35 +214,30 @@ std::vector<std::string> Words(const std::string& text) {
     return words;
 }
 
-std::string RewrittenWord(const std::string& word) {
-    const auto quotes = std::count(word.begin(), word.end(), '"');
-    if (quotes == 0)
-        return OptionOrValue(word);
-    const bool quotedWhole = quotes == 2 && word.front() == '"' && word.back() == '"';
-    return quotedWhole ? '"' + MadeAbsolute(word.substr(1, word.size() - 2)) + '"' : word;
+// Options together with their values in one argument: `/D /srv/app.twd /S`, `/B"x/y"`.
+bool IsCommandLine(const std::string& text) {
+    return StartsWithSlash(text) && text.find_first_of(" \"") != std::string::npos && !ExistsAsSpelled(text) &&
+           !FindAttachedFile(text);
 }
 
-void Append(std::string& line, const std::string& text) {
-    if (!line.empty())
-        line += ' ';
-    line += text;
+void Joiner::Take(const std::string& argument) {
+    if (!IsCommandLine(argument)) {
+        TakeOptionOrValue(argument);
+        return;
+    }
+    for (const std::string& word : Words(argument))
+        TakeWord(word);
 }
 
 } // namespace
 
 std::string JoinArguments(const std::vector<std::string>& arguments) {
-    std::string line;
+    Joiner joiner;
     for (const std::string& argument : arguments) {
-        if (argument.empty())
-            continue;
-        if (!IsCommandLine(argument)) {
-            Append(line, OptionOrValue(argument));
-            continue;
-        }
-        for (const std::string& word : Words(argument))
-            Append(line, RewrittenWord(word));
+        if (!argument.empty())
+            joiner.Take(argument);
     }
-    return line;
+    return joiner.line;
 }
 
 } // namespace basApp

@@ -108,7 +108,7 @@ bool OptionsCallForRun() {
 
 // False when the program is to end at once, since an unattended run could not be set up.
 bool ProcessCommandLine() {
-    if (hooks.parseCommandLine && hooks.parseCommandLine(globals.CommandLine) != 1) {
+    if (hooks.parseCommandLine && hooks.parseCommandLine(globals.CommandLine, globals.RawCommandLine) != 1) {
         StatusDisplay(LEVEL_ERROR, "Error processing command line!");
         return true;
     }

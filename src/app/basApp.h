@@ -37,6 +37,7 @@ struct Globals {
     std::string RawCommandLine;                  // as given, arguments joined
     std::string CommandLine;                     // trimmed, upper-cased
     std::vector<std::string> CommandLineOptions; // element 0 stays empty
+    std::vector<std::string> TypedOptions;       // the same before they were put in capitals
     std::vector<std::string> CommandLineErrors;  // element 0 stays empty
 };
 extern Globals globals;
@@ -51,7 +52,8 @@ struct Hooks {
     std::function<void()> loadParentWindow; // MDIForm1 with frmMain and the first frmStatus
     std::function<bool()> mainWindowExists;
     std::function<void()> focusMainWindow; // if it exists and is visible
-    std::function<std::int32_t(std::string& text)> parseCommandLine;
+    // The command line in capitals, and as it was typed.
+    std::function<std::int32_t(std::string& text, const std::string& typed)> parseCommandLine;
     std::function<std::int32_t()> initializeCommandLineOptions;
     std::function<bool()> commandLineHasOperations;
     std::function<std::int32_t()> initializeUnattendedRun;
@@ -76,9 +78,10 @@ bool Main(const std::string& rawCommandLine);
 // In fixed order: event, mutexes, library, store, end. Goes on past failures without a word.
 void ShutdownApplication();
 
-// Joins argv into the raw command line: an argument that names a path ("/" inside) or holds a
-// blank is put in double quotes, one that names an existing file relative to the current
-// directory is made absolute. An argument that holds options with their values is taken as it is.
+// Joins argv into the raw command line: a value that names a path ("/" inside) or holds a blank is
+// put in double quotes, also one that stands together with its option ("/Dfw/app.twd"); one that
+// names an existing file relative to the current directory is made absolute. An argument that
+// holds several options with their values is taken word by word.
 std::string JoinArguments(const std::vector<std::string>& arguments);
 
 // Module wrapper. While frmMain doesn't exist, level 11 and above becomes a message box, or a

@@ -40,15 +40,19 @@ std::size_t NextOption(const std::string& text, std::size_t position) {
     return slash;
 }
 
-void SplitOptions(const std::string& text) {
+// The options of `text`, and the same stretches of `typed`: capitals take as much room.
+void SplitOptions(const std::string& text, const std::string& typed) {
     std::size_t position = 1;
     do {
         if (text[position - 1] != '/')
             AddCommandLineError(fmt::format("ERROR: expected '/' in command line position {}", position));
         const std::size_t next = NextOption(text, position);
         const std::size_t end = next != 0 ? next - 1 : text.size();
-        basApp::globals.CommandLineOptions.push_back(
-            platform::Trim(std::string_view(text).substr(position - 1, end - (position - 1))));
+        const auto option = [&](std::string_view line) {
+            return platform::Trim(line.substr(position - 1, end - (position - 1)));
+        };
+        basApp::globals.CommandLineOptions.push_back(option(text));
+        basApp::globals.TypedOptions.push_back(option(typed));
         position = next != 0 ? next : text.size();
     } while (position < text.size());
 }
@@ -71,15 +75,17 @@ bool IsOperation(const std::string& option) {
 
 } // namespace
 
-std::int32_t ParseCommandLine(std::string& text) {
+std::int32_t ParseCommandLine(std::string& text, const std::string& typed) {
     std::int32_t result = -1;
     platform::Attempt(
         [&] {
             text = platform::Trim(text);
             basApp::globals.CommandLineOptions.assign(1, {});
+            basApp::globals.TypedOptions.assign(1, {});
             basApp::globals.CommandLineErrors.assign(1, {});
+            const std::string asTyped = platform::Trim(typed);
             if (!text.empty())
-                SplitOptions(text);
+                SplitOptions(text, asTyped.size() == text.size() ? asTyped : text);
             result = 1;
         },
         [](const platform::Failure& failure) {

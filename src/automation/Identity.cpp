@@ -50,16 +50,16 @@ bool Decode(const char* kind, const std::string& source, const std::string& text
     return false;
 }
 
-std::string FileSource(const std::string& path) {
-    return "the file \"" + path + "\"";
+std::string FileSource(const platform::FileName& file) {
+    return "the file \"" + file.Shown + "\"";
 }
 
 constexpr const char* GUID_OPTION = "the option /G";
 
 // The first item of a file.
-std::string FirstItem(const std::string& path) {
+std::string FirstItem(const platform::FileName& file) {
     ByteArray bytes(LONGEST_ITEM);
-    bytes.resize(platform::InputFile(path).Read(bytes.data(), bytes.size()));
+    bytes.resize(platform::InputFile(file.Typed).Read(bytes.data(), bytes.size()));
     const std::string text = platform::TextFromAnsi(bytes);
     return platform::Trim(ItemReader(text).Next());
 }
@@ -77,8 +77,8 @@ std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, co
     return code;
 }
 
-bool DecodeMacFile(const std::string& path, ByteArray& mac) {
-    if (!Decode("MAC address", FileSource(path), FirstItem(path), MAC_BYTES, mac))
+bool DecodeMacFile(const platform::FileName& file, ByteArray& mac) {
+    if (!Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac))
         return false;
     mac.insert(mac.begin(), 2, 0); // 12 digits of a MAC make the low end of 8 bytes
     return true;
@@ -107,14 +107,14 @@ std::int32_t WriteGuidTo(std::int32_t handle, const std::string& guidText) {
 
 } // namespace
 
-bool CheckGuidFile(const std::string& path) {
+bool CheckGuidFile(const platform::FileName& file) {
     ByteArray guid;
-    return Decode("GUID", FileSource(path), FirstItem(path), GUID_BYTES, guid);
+    return Decode("GUID", FileSource(file), FirstItem(file), GUID_BYTES, guid);
 }
 
-bool CheckMacFile(const std::string& path) {
+bool CheckMacFile(const platform::FileName& file) {
     ByteArray mac;
-    return DecodeMacFile(path, mac);
+    return DecodeMacFile(file, mac);
 }
 
 std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText) {
@@ -136,11 +136,11 @@ std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text)
     return Code(next, [&] { return ProgramGuidBytes(handle, GUID_OPTION, text); });
 }
 
-std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path) {
-    if (!CheckFile(path))
+std::int32_t ProgramGuidFromFile(std::int32_t handle, const platform::FileName& file) {
+    if (!CheckFile(file))
         return -1;
     platform::ResumeNext next{platform::IgnoreFailure};
-    const std::int32_t code = Code(next, [&] { return ProgramGuidBytes(handle, FileSource(path), FirstItem(path)); });
+    const std::int32_t code = Code(next, [&] { return ProgramGuidBytes(handle, FileSource(file), FirstItem(file)); });
     if (code != basBootloader::SUCCESS) {
         StatusDisplay(LEVEL_ERROR, "ProgramGuidFromFile: basAutomation.ProgramGuidFromString returned code 0x{:X}",
                       static_cast<std::uint32_t>(code));
@@ -148,11 +148,11 @@ std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path) {
     return code;
 }
 
-std::int32_t ProgramMacFromFile(std::int32_t handle, const std::string& path) {
-    if (!CheckFile(path))
+std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& file) {
+    if (!CheckFile(file))
         return 0;
     ByteArray mac;
-    if (!DecodeMacFile(path, mac))
+    if (!DecodeMacFile(file, mac))
         return -1;
     basUtils::ChangeEndian(mac);
     const std::int32_t code = basBootloader::ProgramMAC(handle, mac);

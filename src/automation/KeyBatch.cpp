@@ -4,6 +4,7 @@
 
 #include "CodePage.h"
 #include "KeyBatchParts.h"
+#include "Paths.h"
 #include "Processes.h"
 #include "RunFailures.h"
 #include "WindowSystem.h"
@@ -114,6 +115,20 @@ void ShowStatusFile() {
         platform::Shell("cmd /c start notepad.exe " + globals.StatusFile);
 }
 
+// False, with its ERROR, when there is no such file, or its name could be that of several.
+bool IsBatchFile(const platform::FileName& file) {
+    if (!FileIsThere(file)) {
+        TellMissing("PerformKeyBatchOperation", file);
+        return false;
+    }
+    const std::vector<std::string> meant = platform::PathsMeant(file.Typed);
+    if (meant.size() > 1) {
+        StatusDisplay(LEVEL_ERROR, "PerformKeyBatchOperation: \"{}\" could be any of {}.  Can't perform operation!",
+                      file, platform::Quoted(meant));
+    }
+    return meant.size() == 1;
+}
+
 } // namespace
 
 std::int32_t HandleOfGuid(const ByteArray& deviceId) {
@@ -142,14 +157,13 @@ std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
     return result;
 }
 
-std::int32_t PerformKeyBatchOperation(const std::string& batchFile) {
+std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile) {
     platform::ResumeNext next{Reporter("PerformKeyBatchOperation")};
-    if (!FileIsThere(batchFile)) {
-        TellMissing("PerformKeyBatchOperation", batchFile);
+    if (!IsBatchFile(batchFile)) {
         next(ShowStatusFile);
         return -1;
     }
-    globals.KeyBatchDirectory = Split(batchFile).first;
+    globals.KeyBatchDirectory = FolderOf(batchFile);
     std::vector<KeyOperation> operations;
     // The word for a step that failed; the others go on.
     const auto done = [&](const char* step, std::int32_t code) {
@@ -169,8 +183,9 @@ std::int32_t PerformKeyBatchOperation(const std::string& batchFile) {
 
 std::int32_t ExecuteKeyBatchFromMenu() {
     globals.ShowOutputOnExit = true;
-    std::string text = platform::UpperCase("/R batch-operations\\keybatch.html");
-    if (ParseCommandLine(text) != 1) {
+    const std::string typed = "/R batch-operations\\keybatch.html";
+    std::string text = platform::UpperCase(typed);
+    if (ParseCommandLine(text, typed) != 1) {
         StatusDisplay(LEVEL_ERROR, "mnuExecuteKeybatch_Click: Error processing command line!");
         return 1;
     }

@@ -20,8 +20,8 @@ using platform::Failure;
 constexpr std::int32_t INPUT_PAST_END = 62;     // the classic number of a read beyond the end of a file
 constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // of one file: it could be any file, of any size
 
-std::string TextOfFile(const std::string& path) {
-    const ByteArray bytes = platform::ReadWholeFile(path);
+std::string TextOfFile(const platform::FileName& file) {
+    const ByteArray bytes = platform::ReadWholeFile(file.Typed);
     if (bytes.empty())
         platform::Raise(INPUT_PAST_END, "Input past end of file");
     return platform::TextFromAnsi(bytes);
@@ -30,7 +30,7 @@ std::string TextOfFile(const std::string& path) {
 // The faults of one file. The first ones are told; a file that isn't a batch at all has too many.
 class FaultLog {
 public:
-    explicit FaultLog(std::string file) : file_(std::move(file)) {}
+    explicit FaultLog(const platform::FileName& file) : file_(file.Shown) {}
     template <class... Arguments>
     void operator()(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
         if (++count_ <= MOST_FAULTS_TOLD)
@@ -69,7 +69,7 @@ bool TakeRead(const Words& words, KeyOperation& operation, FaultLog& faults) {
 bool TakeWrite(const Words& words, KeyOperation& operation, FaultLog& faults) {
     if (words.size() < 4)
         return false;
-    const std::string path = globals.KeyBatchDirectory + words[3];
+    const platform::FileName path = globals.KeyBatchDirectory + words[3];
     if (!FileIsThere(path)) {
         faults(LEVEL_ERROR, "GetKeyOperationsFromFile: key data file '{}' not found!", path);
         return false;
@@ -85,7 +85,7 @@ bool TakeWrite(const Words& words, KeyOperation& operation, FaultLog& faults) {
 }
 
 // False when the words make no operation.
-bool TakeOperation(const Words& words, const std::string& batchFile, KeyOperation& operation, FaultLog& faults) {
+bool TakeOperation(const Words& words, const platform::FileName& batchFile, KeyOperation& operation, FaultLog& faults) {
     const std::string kind = platform::LowerCase(words[0]);
     if (kind == "read")
         return TakeRead(words, operation, faults);
@@ -104,25 +104,25 @@ void TakeDevice(const std::string& word, KeyOperation& operation) {
 
 } // namespace
 
-bool FileIsThere(const std::string& path) {
-    return path.size() <= LONGEST_PATH && basApp::FileExists(path);
+bool FileIsThere(const platform::FileName& file) {
+    return file.Typed.size() <= LONGEST_PATH && basApp::FileExists(std::as_const(file.Typed));
 }
 
-std::pair<std::string, std::string> Split(const std::string& path) {
-    const std::size_t name = path.find_last_of("\\/") + 1; // npos is -1
-    return {path.substr(0, name), path.substr(name)};
+platform::FileName FolderOf(const platform::FileName& file) {
+    const std::size_t name = file.Typed.find_last_of("\\/") + 1; // npos is -1
+    return {file.Shown.substr(0, name), file.Typed.substr(0, name)};
 }
 
-void TellMissing(const char* procedure, const std::string& path) {
+void TellMissing(const char* procedure, const platform::FileName& file) {
     StatusDisplay(LEVEL_ERROR, "{}: \"{}\" does not exist.  Can't perform operation!  (current directory = {})",
-                  procedure, path, platform::CurrentDirectory());
+                  procedure, file, platform::CurrentDirectory());
 }
 
-std::int32_t GetKeyDataFromFile(const std::string& filePath, ByteArray& data) {
-    FaultLog faults(filePath);
+std::int32_t GetKeyDataFromFile(const platform::FileName& file, ByteArray& data) {
+    FaultLog faults(file);
     platform::ResumeNext next{FaultReporter(faults, "GetKeyDataFromFile")};
     std::string text, joined;
-    next([&] { text = TextOfFile(filePath); });
+    next([&] { text = TextOfFile(file); });
     ForEachLine(
         text, ItemReader::Comment::Line, [&](const std::string& fault) { faults(LEVEL_ERROR, "{}", fault); },
         [&](const std::string& line) { joined += platform::Trim(line); });
@@ -130,7 +130,7 @@ std::int32_t GetKeyDataFromFile(const std::string& filePath, ByteArray& data) {
     return joined.empty() ? -1 : 1;
 }
 
-std::int32_t GetKeyOperationsFromFile(const std::string& batchFile, std::vector<KeyOperation>& operations) {
+std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile, std::vector<KeyOperation>& operations) {
     operations.assign(1, {});
     if (!FileIsThere(batchFile)) {
         TellMissing("GetKeyOperationsFromFile", batchFile);

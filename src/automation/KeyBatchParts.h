@@ -2,10 +2,9 @@
 #pragma once
 
 #include "Bytes.h"
+#include "FileName.h"
 
 #include <cstdint>
-#include <string>
-#include <utility>
 
 namespace basAutomation {
 
@@ -15,10 +14,10 @@ inline std::uint32_t Hex(std::int32_t code) {
     return static_cast<std::uint32_t>(code);
 }
 
-bool FileIsThere(const std::string& path);
-// Path up to its last separator, and the rest.
-std::pair<std::string, std::string> Split(const std::string& path);
-void TellMissing(const char* procedure, const std::string& path);
+bool FileIsThere(const platform::FileName& file);
+// The folder of a file with its separator, or empty.
+platform::FileName FolderOf(const platform::FileName& file);
+void TellMissing(const char* procedure, const platform::FileName& file);
 // 0 or -101 when there is no such target.
 std::int32_t HandleOfGuid(const ByteArray& deviceId);
 

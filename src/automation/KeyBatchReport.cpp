@@ -81,9 +81,9 @@ bool IsProgramFile(const fs::path& path) {
 // A report that is being written, and the data files beside it.
 class Report {
 public:
-    Report(const std::string& batchFile, std::size_t operationCount);
+    Report(const platform::FileName& batchFile, std::size_t operationCount);
     bool IsWhole() const { return whole_; }
-    const std::string& Path() const { return facts_.report; }
+    const platform::FileName& File() const { return report_; }
     void Write(const std::vector<std::string>& lines);
     void WriteEnd();
     // False when a file is in the way that can't be replaced.
@@ -96,24 +96,25 @@ private:
     void NotePlace(const std::string& path, const std::string& dataFile);
 
     platform::ResumeNext<decltype(Reporter(""))> next_{Reporter("DumpKeyBatchOutput")};
-    std::string batchFile_;
+    platform::FileName batchFile_, report_;
     BatchFacts facts_;
     OutputFileOwner file_;
     bool whole_ = true;
     std::vector<std::string> outside_; // the data files outside the folder of the batch
 };
 
-// In the spelling of the folder: the command line comes in capitals.
-std::string ReportPath(const std::string& batchFile) {
-    const auto found = platform::FindFirstFileA(batchFile);
-    const auto [folder, name] = Split(batchFile);
-    return folder + ReportFileName(found ? found->FileName : name);
+// Its name in the spelling of the batch's own: the command line comes in capitals.
+platform::FileName ReportPath(const platform::FileName& batchFile) {
+    const platform::FileName folder = FolderOf(batchFile);
+    const auto found = platform::FindFirstFileA(batchFile.Typed);
+    return folder + ReportFileName(found ? found->FileName : batchFile.Typed.substr(folder.Typed.size()));
 }
 
-Report::Report(const std::string& batchFile, std::size_t operationCount) : batchFile_(batchFile) {
-    facts_ = {ReportPath(batchFile), PresentTime(), fs::path(platform::ExecutablePath()).stem().string(),
+Report::Report(const platform::FileName& batchFile, std::size_t operationCount)
+    : batchFile_(batchFile), report_(ReportPath(batchFile)) {
+    facts_ = {report_.Shown, PresentTime(), fs::path(platform::ExecutablePath()).stem().string(),
               basApp::globals.RawCommandLine, operationCount};
-    whole_ = next_([&] { file_ = std::make_unique<platform::OutputFile>(facts_.report); });
+    whole_ = next_([&] { file_ = std::make_unique<platform::OutputFile>(report_.Typed); });
     Write(ReportHead(facts_));
 }
 
@@ -130,7 +131,7 @@ void Report::Write(const std::vector<std::string>& lines) {
 bool Report::IsInUse(const std::string& path) const {
     const fs::path file = RealPath(path);
     return IsProgramFile(file) ||
-           std::ranges::any_of(std::array{batchFile_, facts_.report, globals.StatusFile},
+           std::ranges::any_of(std::array{batchFile_.Typed, report_.Typed, globals.StatusFile},
                                [&](const std::string& used) { return IsSameFile(file, RealPath(used)); });
 }
 
@@ -145,14 +146,14 @@ void Report::ReplaceDataFile(const std::string& path, const KeyOperation& operat
 
 void Report::NotePlace(const std::string& path, const std::string& dataFile) {
     const fs::path file = RealPath(path);
-    if (!LiesWithin(file, RealPath(globals.KeyBatchDirectory)))
+    if (!LiesWithin(file, RealPath(globals.KeyBatchDirectory.Typed)))
         outside_.push_back(fmt::format("{} ({})", dataFile, file.string()));
 }
 
 bool Report::WriteDataFile(KeyOperation& operation) {
     if (operation.DataFile.empty())
         operation.DataFile = basUtils::ByteArrayToHexString(operation.DeviceId, 8) + ".txt";
-    const std::string path = globals.KeyBatchDirectory + operation.DataFile;
+    const platform::FileName path = globals.KeyBatchDirectory + operation.DataFile;
     facts_.time = PresentTime();
     const bool exists = FileIsThere(path);
     if (exists)
@@ -160,14 +161,14 @@ bool Report::WriteDataFile(KeyOperation& operation) {
     bool refused = false; // not for want of room, say
     const bool written = next_([&] {
         try {
-            ReplaceDataFile(path, operation);
+            ReplaceDataFile(path.Typed, operation);
         } catch (const Failure& failure) {
             refused = failure.Number == platform::PATH_ACCESS_ERROR || failure.Number == platform::PERMISSION_DENIED;
             throw;
         }
     });
     if (written) {
-        next_([&] { NotePlace(path, operation.DataFile); });
+        next_([&] { NotePlace(path.Typed, operation.DataFile); });
         return true;
     }
     if (operation.Operation == READ_KEY_OPERATION)
@@ -182,10 +183,11 @@ bool Report::WriteDataFile(KeyOperation& operation) {
 
 // Where the report can link to it; empty when it is nowhere.
 std::string FindStatusFile() {
-    for (const std::string& folder :
-         {globals.KeyBatchDirectory, platform::ProgramDirectory() + "\\", platform::CurrentDirectory() + "\\"})
+    for (const platform::FileName& folder :
+         {globals.KeyBatchDirectory, platform::FileName(platform::ProgramDirectory() + "\\"),
+          platform::FileName(platform::CurrentDirectory() + "\\")})
         if (FileIsThere(folder + globals.StatusFile))
-            return folder + globals.StatusFile;
+            return folder.Shown + globals.StatusFile;
     return {};
 }
 
@@ -196,7 +198,7 @@ void Report::WriteEnd() {
 
 } // namespace
 
-std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const std::string& batchFile) {
+std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const platform::FileName& batchFile) {
     Report report(batchFile, operations.size() - 1);
     for (std::size_t i = 1; i < operations.size(); ++i) {
         KeyOperation& operation = operations[i];
@@ -210,7 +212,8 @@ std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const std
     if (!report.IsWhole())
         return -1;
     if (globals.ShowOutputOnExit)
-        platform::Attempt([&] { platform::Shell("cmd /c start " + report.Path()); }, Reporter("DumpKeyBatchOutput"));
+        platform::Attempt([&] { platform::Shell("cmd /c start " + report.File().Typed); },
+                          Reporter("DumpKeyBatchOutput"));
     return 1;
 }
 

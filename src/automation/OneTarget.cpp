@@ -1,11 +1,13 @@
 #include "OneTarget.h"
 
+#include "Paths.h"
 #include "RunFailures.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace basAutomation {
 
@@ -113,10 +115,16 @@ void StartApplication(std::int32_t handle) {
         code, crcFlag, static_cast<std::uint32_t>(crcFlag));
 }
 
-bool CheckFile(const std::string& path) {
-    if (basApp::FileExists(path))
+bool CheckFile(const platform::FileName& file) {
+    if (!basApp::FileExists(std::as_const(file.Typed))) {
+        StatusDisplay(LEVEL_ERROR, "ERROR: \"{}\" does not exist.  Can't perform operation!", file);
+        return false;
+    }
+    const std::vector<std::string> meant = platform::PathsMeant(file.Typed);
+    if (meant.size() == 1)
         return true;
-    StatusDisplay(LEVEL_ERROR, "ERROR: \"{}\" does not exist.  Can't perform operation!", path);
+    StatusDisplay(LEVEL_ERROR, "ERROR: \"{}\" could be any of {}.  Can't perform operation!", file,
+                  platform::Quoted(meant));
     return false;
 }
 

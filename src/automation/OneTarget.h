@@ -1,6 +1,8 @@
 // What the two ways of programming one device have in common (Programming.cpp, Identity.cpp).
 #pragma once
 
+#include "FileName.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,10 +20,10 @@ void ResetIntoBootloader(std::int32_t handle);
 bool SetUpPersistentParams(std::int32_t handle);
 // Failure is only noted: a bootloader that starts the image at once can't answer.
 void StartApplication(std::int32_t handle);
-// ERROR and false for a file that isn't there.
-bool CheckFile(const std::string& path);
+// ERROR and false for a file that isn't there, or whose name could mean several.
+bool CheckFile(const platform::FileName& file);
 // False, with the reason at ERROR, when the first item of the file can't be programmed.
-bool CheckGuidFile(const std::string& path);
-bool CheckMacFile(const std::string& path);
+bool CheckGuidFile(const platform::FileName& file);
+bool CheckMacFile(const platform::FileName& file);
 
 } // namespace basAutomation

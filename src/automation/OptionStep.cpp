@@ -68,25 +68,31 @@ void NotAvailable(const std::string& command) {
     StatusDisplay(LEVEL_ERROR, "The option {} has no operation in this version; nothing was done for it.", command);
 }
 
-// The value of an option; an empty one counts as not given, which deserves a line.
-std::string Value(const std::string& command, std::string value) {
+// An empty value counts as not given, which deserves a line.
+template <class Text> Text Value(const std::string& command, Text value) {
     if (value.empty())
         StatusDisplay(LEVEL_ERROR, "The option {} has no value and is passed over.", command);
     return value;
 }
 
-void ApplyWithArgument(const std::string& command, const std::string& option, std::string& matchGuid) {
+// The argument of an option as a file: shown in capitals, opened as it was typed.
+platform::FileName File(const std::string& option, const std::string& typed) {
+    return {Argument(option), Argument(typed)};
+}
+
+void ApplyWithArgument(const std::string& command, const std::string& option, const std::string& typed,
+                       std::string& matchGuid) {
     if (command == "/D") {
-        globals.ImageFile = Value(command, Argument(option));
+        globals.ImageFile = Value(command, File(option, typed));
     } else if (command == "/B") {
-        globals.BootloaderFile = Value(command, Argument(option));
+        globals.BootloaderFile = Value(command, File(option, typed));
     } else if (command == "/G") {
         globals.GuidText = Value(command, ArgumentWithoutBlanks(option));
     } else if (command == "/X") {
         matchGuid = Value(command, ArgumentWithoutBlanks(option));
     } else if (command == "/R") {
         globals.ExecuteKeyBatchFlag = true;
-        globals.KeyBatchFile = Argument(option);
+        globals.KeyBatchFile = File(option, typed);
     } else if (command == "/M") {
         globals.MacText = ArgumentWithoutBlanks(option);
         NotAvailable(command);
@@ -95,20 +101,22 @@ void ApplyWithArgument(const std::string& command, const std::string& option, st
     }
 }
 
-void ApplyOption(const std::string& option, std::string& matchGuid) {
+void ApplyOption(const std::string& option, const std::string& typed, std::string& matchGuid) {
     const auto* whole = std::find_if(std::begin(WHOLE_COMMANDS), std::end(WHOLE_COMMANDS),
                                      [&](const WholeCommand& command) { return option == command.text; });
     if (whole != std::end(WHOLE_COMMANDS))
         whole->apply();
     else
-        ApplyWithArgument(option.substr(0, 2), option, matchGuid);
+        ApplyWithArgument(option.substr(0, 2), option, typed, matchGuid);
 }
 
 } // namespace
 
 void ApplyOptions(const std::vector<std::string>& options, std::string& matchGuid) {
+    const std::vector<std::string>& typed = basApp::globals.TypedOptions;
+    const bool known = options == basApp::globals.CommandLineOptions && typed.size() == options.size();
     for (std::size_t i = 1; i < options.size(); ++i)
-        ApplyOption(options[i], matchGuid);
+        ApplyOption(options[i], known ? typed[i] : options[i], matchGuid);
 }
 
 } // namespace basAutomation

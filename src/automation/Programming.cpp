@@ -18,7 +18,7 @@ std::uint32_t Hex(std::int32_t code) {
 // What one pass is to program; a file name that is empty isn't wanted.
 struct Work {
     bool programGuid, programMac;
-    const std::string &imageFile, &bootloaderFile;
+    const platform::FileName &imageFile, &bootloaderFile;
 };
 
 bool FilesExist(const Work& work) {
@@ -27,7 +27,7 @@ bool FilesExist(const Work& work) {
            (!work.programGuid || CheckFile(globals.GuidFile)) && (!work.programMac || CheckFile(globals.MacFile));
 }
 
-bool CheckHardware(const std::string& file, const TwdHeader& package, std::int32_t handle) {
+bool CheckHardware(const platform::FileName& file, const TwdHeader& package, std::int32_t handle) {
     const std::int32_t model =
         basBootloader::globals.TargetList.at(static_cast<std::size_t>(basBootloader::GetDeviceIndex(handle)))
             .Info.HardwareModelID;
@@ -42,9 +42,9 @@ bool CheckHardware(const std::string& file, const TwdHeader& package, std::int32
 
 // False, with the reason at ERROR, for a package that the load would refuse once the device is
 // already in its bootloader. An image may be absent where configuration data may be loaded alone.
-bool CheckPackage(const std::string& file, bool imageNeeded, std::int32_t handle) {
+bool CheckPackage(const platform::FileName& file, bool imageNeeded, std::int32_t handle) {
     TwdHeader package;
-    std::string fault = basBootloader::PackageFault(file, package);
+    std::string fault = basBootloader::PackageFault(file.Typed, package);
     if (fault.empty() && imageNeeded && package.Image1.Length < 1)
         fault = "it contains no image";
     if (fault.empty() && !imageNeeded && package.Cne.Length < 0)
@@ -90,7 +90,7 @@ std::int32_t ProgramMacOf(std::int32_t handle) {
     return code;
 }
 
-std::int32_t LoadImageAndCne(std::int32_t handle, const std::string& file) {
+std::int32_t LoadImageAndCne(std::int32_t handle, const platform::FileName& file) {
     const std::int32_t code = ProgramImageAndCneFromFile(handle, file);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_WARNING,
@@ -101,7 +101,7 @@ std::int32_t LoadImageAndCne(std::int32_t handle, const std::string& file) {
     return code;
 }
 
-std::int32_t LoadBootloader(std::int32_t handle, const std::string& file) {
+std::int32_t LoadBootloader(std::int32_t handle, const platform::FileName& file) {
     const std::int32_t code = ProgramBootloaderImageFromFile(handle, file);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
@@ -133,7 +133,7 @@ std::int32_t ProgramTarget(std::int32_t handle, const Work& work) {
     return code;
 }
 
-std::int32_t LoadImage(std::int32_t handle, const std::string& file) {
+std::int32_t LoadImage(std::int32_t handle, const platform::FileName& file) {
     const std::int32_t code = basBootloader::DownloadImage(handle, basBootloader::IMAGE_APPLICATION, file);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
@@ -153,7 +153,7 @@ void SetFactoryDefaults(std::int32_t handle) {
         StatusDisplay(LEVEL_USER, "Successfully set CNE to factory default.");
 }
 
-std::int32_t LoadCne(std::int32_t handle, const std::string& file) {
+std::int32_t LoadCne(std::int32_t handle, const platform::FileName& file) {
     const std::int32_t code = basBootloader::DownloadImage(handle, basBootloader::IMAGE_CONFIG, file);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
@@ -169,8 +169,8 @@ std::int32_t LoadCne(std::int32_t handle, const std::string& file) {
 
 } // namespace
 
-std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const std::string& imageFile,
-                                           const std::string& bootloaderFile, const std::string& matchGuid) {
+std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const platform::FileName& imageFile,
+                                           const platform::FileName& bootloaderFile, const std::string& matchGuid) {
     const Work work{programGuid, programMac, imageFile, bootloaderFile};
     platform::ResumeNext next{Reporter("m_PerformUnattendedOperations")};
     if (!FilesExist(work))
@@ -188,7 +188,7 @@ std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, co
     return DEVICE_WAS_RESET;
 }
 
-std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const std::string& fileName) {
+std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName) {
     if (!CheckFile(fileName))
         return -1;
     platform::ResumeNext next{Reporter("ProgramImageAndCneFromFile")};
@@ -210,7 +210,7 @@ std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const std::string& 
     return code;
 }
 
-std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const std::string& fileName) {
+std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName) {
     if (!CheckFile(fileName))
         return -1;
     platform::ResumeNext next{Reporter("ProgramBootloaderImageFromFile")};

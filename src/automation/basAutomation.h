@@ -1,6 +1,7 @@
 // The command line and the unattended programming of one device. Key batches: KeyBatch.h.
 #pragma once
 
+#include "FileName.h"
 #include "ImageDownload.h"
 #include "OutputFileOwner.h"
 #include "basApp.h"
@@ -24,16 +25,16 @@ struct CommandLineOption {
 struct Globals {
     std::vector<CommandLineOption> CommandLineOptionTable = std::vector<CommandLineOption>(1); // element 0 empty
     // Run parameters.
-    std::string ImageFile;      // /D, /A, /F
-    std::string BootloaderFile; // /B
-    std::string GuidFile = "script-data\\GUID.txt";
+    platform::FileName ImageFile;      // /D, /A, /F
+    platform::FileName BootloaderFile; // /B
+    platform::FileName GuidFile = "script-data\\GUID.txt";
     std::string GuidText; // /G
     bool ProgramGuidFromFileFlag = false;
-    std::string MacFile = "script-data\\MACID.txt";
+    platform::FileName MacFile = "script-data\\MACID.txt";
     std::string MacText; // /M; nothing reads it
     bool ProgramMacFromFileFlag = false;
-    std::string KeyBatchFile;      // /R
-    std::string KeyBatchDirectory; // the batch file's folder with its separator, or empty
+    platform::FileName KeyBatchFile;      // /R
+    platform::FileName KeyBatchDirectory; // the batch file's folder with its separator, or empty
     bool ExecuteKeyBatchFlag = false;
     bool ShowOutputOnExit = false; // /S
     // The status file of a run.
@@ -66,8 +67,10 @@ void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Ar
 
 // --- Command line (CommandLine.cpp) ---
 
-std::int32_t ParseCommandLine(std::string& text); // 1; fills basApp's CommandLineOptions and -Errors
-std::int32_t InitializeCommandLineOptions();      // 1
+// 1; fills basApp's CommandLineOptions, TypedOptions and CommandLineErrors. `typed` is the text
+// before it was put in capitals.
+std::int32_t ParseCommandLine(std::string& text, const std::string& typed);
+std::int32_t InitializeCommandLineOptions(); // 1
 bool CommandLineHasOperations(const std::vector<std::string>& options);
 void AddCommandLineError(const std::string& message);
 // What the options of a pass set, in their order (OptionStep.cpp). `matchGuid` is that of /X.
@@ -90,13 +93,13 @@ bool EndAfterOperation();
 // --- The work (Programming.cpp, OneTarget.cpp). 1 for success. ---
 
 // 0 when it stops before it has touched a device, 2 when it has reset it.
-std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const std::string& imageFile,
-                                           const std::string& bootloaderFile, const std::string& matchGuid);
+std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const platform::FileName& imageFile,
+                                           const platform::FileName& bootloaderFile, const std::string& matchGuid);
 // With a matchGuid (upper-case digits) 0 or 1; the out values are those of the last target looked at.
 std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t& handle,
                                      std::int32_t& bootloaderVersion);
-std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const std::string& fileName);
-std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const std::string& fileName);
+std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName);
+std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName);
 std::int32_t initCNEFactoryDefaults(std::int32_t handle);
 
 // --- Identity (Identity.cpp). Text that isn't exactly 8 bytes (6 of a MAC) never reaches the device. ---
@@ -105,8 +108,8 @@ std::int32_t initCNEFactoryDefaults(std::int32_t handle);
 // that is no GUID.
 std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText);
 std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text);
-std::int32_t ProgramGuidFromFile(std::int32_t handle, const std::string& path);
-std::int32_t ProgramMacFromFile(std::int32_t handle, const std::string& path); // 0 for a missing file
+std::int32_t ProgramGuidFromFile(std::int32_t handle, const platform::FileName& file);
+std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& file); // 0 for a missing file
 
 // --- Status file (StatusFile.cpp) ---
 

@@ -55,7 +55,7 @@ auto ReportResumingNext(const DownloadStyle& style) {
 struct Load {
     std::int32_t handle;
     std::int32_t imageType;
-    const std::string& file;
+    const platform::FileName& file;
     const DownloadStyle& style;
     const char* name; // of the image
     TwdHeader package;
@@ -347,7 +347,7 @@ DownloadStyle UnattendedStyle() {
 
 } // namespace
 
-std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const std::string& file,
+std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
                                   const DownloadStyle& style) {
     platform::ResumeNext next{ReportResumingNext(style)};
     Load load{handle, imageType, file, style, ImageName(imageType), {}, {}};
@@ -370,7 +370,7 @@ std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, c
     return result;
 }
 
-std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const std::string& file) {
+std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file) {
     return DownloadImageInStyle(handle, imageType, file, UnattendedStyle());
 }
 

@@ -35,7 +35,7 @@ struct DownloadStyle {
     std::int32_t blockFailureLevel = LEVEL_ERROR;
     const char* blockFailure = "";
     const char* flashFailure = ""; // the target could not write its flash
-    std::function<void(const std::string& file, TwdHeader&)> load = LoadTWD;
+    std::function<void(const platform::FileName& file, TwdHeader&)> load = LoadTWD;
     std::function<void(const std::string& text)> show; // a status label
     std::function<void(const std::string& text, std::int32_t level)> log;
     std::function<void(const DownloadProgress&)> progress; // at each step and behind each block
@@ -50,9 +50,9 @@ extern DownloadHooks downloadHooks;
 
 // The sequence. 1 when the target holds the section and judged it good, else -1. What a load does
 // can't be undone: behind DownloadStart the old image is gone.
-std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const std::string& file,
+std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
                                   const DownloadStyle& style);
 // The version of unattended work.
-std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const std::string& file);
+std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file);
 
 } // namespace basBootloader

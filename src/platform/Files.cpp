@@ -101,10 +101,10 @@ std::optional<FoundFile> FindFirstFileA(const std::string& pattern) {
     const std::size_t last = separator == std::string::npos ? 0 : separator + 1;
     const std::string wanted = LowerCase(pattern.substr(last));
     if (wanted.find_first_of("*?") == std::string::npos) {
-        const std::string path = ResolvePath(pattern);
+        const std::string path = PathsMeant(pattern).front();
         return !path.empty() && stat(path.c_str(), &status) == 0 ? std::optional(Found(path, status)) : std::nullopt;
     }
-    const std::string folder = ResolvePath(pattern.substr(0, last));
+    const std::string folder = PathsMeant(pattern.substr(0, last)).front();
     std::vector<fs::path> matches;
     std::error_code error;
     for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;

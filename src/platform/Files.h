@@ -1,6 +1,6 @@
-// Files by path, every path through ResolvePath. Failures: 53 no such file, 76 no such folder,
-// 70 or 75 not permitted or no regular file (a pipe or device is never waited for), 61 disk full,
-// 57 anything else. Files.cpp finds and reads, FileWriting.cpp writes.
+// Files by path, every path through ResolvePath. Failures: 52 several such files, 53 no such file,
+// 76 no such folder, 70 or 75 not permitted or no regular file (a pipe or device is never waited
+// for), 61 disk full, 57 anything else. Files.cpp finds and reads, FileWriting.cpp writes.
 //
 // Everybody writes by one of two roads. WriteFileAtomically and CopyFile replace the whole file: by
 // a new one beside it that keeps owner and mode. Where the name is a link, what it leads to is
@@ -26,7 +26,8 @@ struct FoundFile {
     FileTime LastWriteTime;
     bool IsDirectory;
 };
-// The first match of `pattern`, whose last component may hold "*" and "?".
+// The first match of `pattern`, whose last component may hold "*" and "?". Something is there also
+// where the name means several files; which of them is only asked, and refused, at the opening.
 std::optional<FoundFile> FindFirstFileA(const std::string& pattern);
 
 void CopyFile(const std::string& from, const std::string& to); // replaces `to`, all or nothing

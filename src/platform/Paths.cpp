@@ -4,6 +4,10 @@
 #include "Failure.h"
 #include "Files.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <pwd.h>
@@ -37,23 +41,60 @@ std::vector<std::string> Components(const std::string& path) {
     return components;
 }
 
-// The entry of `folder` that `name` means: by its exact name, else without regard to case (the
-// first in byte order), else `name` itself.
-std::string EntryOf(const std::string& folder, const std::string& name) {
-    std::error_code error;
-    const fs::path exact = fs::path(folder.empty() ? "." : folder) / name;
-    if (fs::symlink_status(exact, error).type() != fs::file_type::not_found)
-        return name;
-    const std::string wanted = LowerCase(name);
-    std::string found;
-    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string candidate = entry->path().filename().string();
-        if (LowerCase(candidate) == wanted && (found.empty() || candidate < found))
-            found = candidate;
-    }
-    return found.empty() ? name : found;
+std::string Below(const std::string& folder, const std::string& name) {
+    return folder.empty() || folder.back() == '/' ? folder + name : folder + '/' + name;
 }
+
+// Not whether it can be opened: what can't even be looked at is left to the opening.
+bool IsThere(const std::string& path) {
+    std::error_code error;
+    return fs::symlink_status(path, error).type() != fs::file_type::not_found;
+}
+
+// Looks for all paths that a list of components may mean.
+class Search {
+public:
+    explicit Search(const std::vector<std::string>& components) : components_(components) {}
+
+    // Those of the first `count` components below `folder`, from number `index` on. A component
+    // in its exact spelling hides its other spellings wherever the rest is found below it.
+    std::vector<std::string> Below(const std::string& folder, std::size_t index, std::size_t count) {
+        if (index == count)
+            return {folder};
+        const std::string exact = platform::Below(folder, components_[index]);
+        std::vector<std::string> matches;
+        if (IsThere(exact))
+            matches = Below(exact, index + 1, count);
+        if (!matches.empty())
+            return matches;
+        for (const std::string& name : OtherSpellings(folder, components_[index])) {
+            const std::vector<std::string> more = Below(platform::Below(folder, name), index + 1, count);
+            matches.insert(matches.end(), more.begin(), more.end());
+        }
+        return matches;
+    }
+
+private:
+    std::vector<std::string> OtherSpellings(const std::string& folder, const std::string& name) {
+        std::vector<std::string> names;
+        if (++foldersRead_ > MOST_FOLDERS_READ)
+            return names; // links that lead back could make this endless
+        const std::string wanted = LowerCase(name);
+        std::error_code error;
+        for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            const std::string candidate = entry->path().filename().string();
+            if (candidate != name && LowerCase(candidate) == wanted)
+                names.push_back(candidate);
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    static constexpr int MOST_FOLDERS_READ = 1000;
+    const std::vector<std::string>& components_;
+    int foldersRead_ = 0;
+};
 
 bool StartsWithDrive(const std::string& path) {
     return path.size() >= 2 && path[1] == ':' &&
@@ -94,17 +135,40 @@ void CopyWhatIsMissing(const fs::path& from, const fs::path& to) {
 
 } // namespace
 
-std::string ResolvePath(const std::string& path) {
-    std::string rest = StartsWithDrive(path) ? path.substr(2) : path;
+std::vector<std::string> PathsMeant(const std::string& path) {
+    const std::string rest = StartsWithDrive(path) ? path.substr(2) : path;
     const bool absolute = !rest.empty() && (rest[0] == '/' || rest[0] == '\\');
-    std::string resolved = absolute ? "/" : "";
-    for (const std::string& component : Components(rest)) {
-        const std::string entry = EntryOf(resolved, component);
-        if (!resolved.empty() && resolved.back() != '/')
-            resolved += '/';
-        resolved += entry;
+    const std::string start = absolute ? "/" : "";
+    const std::vector<std::string> components = Components(rest);
+    std::string exact = start;
+    for (const std::string& component : components)
+        exact = Below(exact, component);
+    if (IsThere(exact))
+        return {exact};
+    // As much of it as is there; the rest keeps its spelling.
+    std::vector<std::string> meant{start};
+    std::size_t found = 0;
+    for (; found < components.size(); ++found) {
+        std::vector<std::string> longer = Search(components).Below(start, 0, found + 1);
+        if (longer.empty())
+            break;
+        meant = std::move(longer);
     }
-    return resolved;
+    for (std::string& candidate : meant)
+        for (std::size_t i = found; i < components.size(); ++i)
+            candidate = Below(candidate, components[i]);
+    return meant;
+}
+
+std::string ResolvePath(const std::string& path) {
+    const std::vector<std::string> meant = PathsMeant(path);
+    if (meant.size() > 1)
+        Raise(BAD_FILE_NAME, fmt::format("Bad file name: \"{}\" could be any of {}", path, Quoted(meant)));
+    return meant.front();
+}
+
+std::string Quoted(const std::vector<std::string>& paths) {
+    return fmt::format("\"{}\"", fmt::join(paths, "\", \""));
 }
 
 // What can't be copied is missed, and told, by who needs it.

@@ -2,14 +2,18 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace platform {
 
-// The path in this file system that `path` means: both separators; each component by its exact
-// name first, then without regard to case; what doesn't exist keeps its spelling, so that the
-// result also serves for creating. Relative paths start from the current directory; a drive
-// letter ("C:") in front means the root.
+// The path in this file system that `path` means: both separators; as it is spelled where that
+// exists, else the one match without regard to case; what doesn't exist keeps its spelling, so that
+// the result also serves for creating. Relative paths start from the current directory; a drive
+// letter ("C:") in front means the root. Failure 52, which names them, when several match.
 std::string ResolvePath(const std::string& path);
+// What ResolvePath chooses from: one path, or several that differ in case alone.
+std::vector<std::string> PathsMeant(const std::string& path);
+std::string Quoted(const std::vector<std::string>& paths); // for a message: "a", "b"
 
 // Folder of the executable, or, when that can't be written, the per-user data folder
 // (XDG_DATA_HOME or ~/.local/share, then HoistlineApp), made and seeded from the executable's

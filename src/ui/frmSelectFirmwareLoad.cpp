@@ -139,8 +139,8 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     style.blockSizeFailureLevel = LEVEL_TRACE;
     style.blockFailure = "DownloadImage ERROR: Failed to load '{file}' onto target.";
     style.flashFailure = "DownloadImage ERROR: Failed to write data to flash on target.";
-    style.load = [&](const std::string& file, TwdHeader& header) {
-        LoadTWD(file, header);
+    style.load = [&](const platform::FileName& file, TwdHeader& header) {
+        LoadTWD(file.Typed, header);
         if (!header.FileData.empty() && !picked.isStill(header.FileData)) {
             refusal_ = fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
                                    picked.name);

@@ -1,5 +1,6 @@
 #include "AppTest.h"
 #include "Failure.h"
+#include "Files.h"
 #include "SingleInstance.h"
 
 #include <cstdlib>
@@ -127,20 +128,37 @@ TEST_F(StartUp, IsTakenDownInAFixedOrderPastEveryFailure) {
 
 TEST_F(StartUp, TurnsTheArgumentsOfAShellIntoOneCommandLine) {
     platform::ChangeDirectory(folder.path());
-    std::ofstream(folder.file("app.twd"));
-    const std::string app = '"' + platform::CurrentDirectory() + "/app.twd\"";
+    platform::MakeDirectories("fw");
+    for (const char* name : {"app.twd", "fw/app.twd", "my fw.twd", "0011"})
+        std::ofstream(folder.file(name));
+    const std::string here = platform::CurrentDirectory();
+    const std::string app = '"' + here + "/app.twd\"", below = '"' + here + "/fw/app.twd\"";
     const std::pair<Steps, std::string> rows[] = {
         {{"/D", "./app.twd", "/S"}, "/D " + app + " /S"},
         {{"/D app.twd /S"}, "/D " + app + " /S"},
+        {{"/D", "APP.twd"}, "/D \"" + here + "/APP.twd\""}, // the opening finds what it means
+        {{"/D", "fw/../app.twd"}, "/D \"" + here + "/fw/../app.twd\""},
         {{"/D", "/srv/fw/app.twd"}, "/D \"/srv/fw/app.twd\""},
+        {{"/D", "/d/file"}, "/D \"/d/file\""},
         {{"/D /srv/fw/app.twd /S"}, "/D \"/srv/fw/app.twd\" /S"},
         {{"/D \"/srv/my fw/app.twd\"", "/S"}, "/D \"/srv/my fw/app.twd\" /S"},
-        {{"/D", "my fw.twd"}, "/D \"my fw.twd\""},
+        {{"/D", "my fw.twd"}, "/D \"" + here + "/my fw.twd\""},
+        {{"/D", "no fw.twd"}, "/D \"no fw.twd\""},
         {{"/D", "no\"t/there"}, "/D \"not/there\""},
+        {{"/D", "C:\\x.twd"}, "/D C:\\x.twd"},
         {{"/A/B \"x/y\""}, "/A/B \"x/y\""},
         {{"/g", "000F1B0000000001", "/Execute"}, "/g 000F1B0000000001 /Execute"},
         {{"/D \"open"}, "/D \"open"}, // the parser tells the user
+        // The option and its value in one argument.
+        {{"/Dfw/app.twd"}, "/D " + below},
+        {{"/O/Dfw/app.twd/S"}, "/O /D " + below + " /S"},
+        {{"/D\"fw/app.twd\" /S"}, "/D " + below + " /S"},
+        {{"/Dapp.twd", "/O"}, "/D " + app + " /O"},
+        {{"/Dmy fw.twd /S/O"}, "/D \"" + here + "/my fw.twd\" /S/O"},
+        {{"/D" + here + "/fw/app.twd", "/Bno/boot.twd"}, "/D " + below + " /B \"no/boot.twd\""},
+        {{"/d/no/app.twd"}, "/d \"/no/app.twd\""},
+        {{"/Dno.twd", "/X0011/S", "/G", "0011"}, "/Dno.twd /X0011 /S /G 0011"},
     };
     for (const auto& [arguments, line] : rows)
-        EXPECT_EQ(basApp::JoinArguments(arguments), line);
+        EXPECT_EQ(basApp::JoinArguments(arguments), line) << arguments.front();
 }

@@ -14,7 +14,7 @@ protected:
     // As Main does it: upper case first.
     static std::string Parse(std::string text) {
         basApp::globals.CommandLine = text;
-        EXPECT_EQ(basAutomation::ParseCommandLine(text), 1);
+        EXPECT_EQ(basAutomation::ParseCommandLine(text, text), 1);
         return text;
     }
     static std::string Apply(const std::string& text) {
@@ -68,11 +68,11 @@ TEST_F(CommandLine, OptionsSetTheParametersOfTheRun) {
     auto& run = basAutomation::globals;
     EXPECT_EQ(Apply("/D A.TWD/D \"C:/X Y/B.TWD\" /B BOOT.TWD/G 00 11 \"22 33\" 44 55 66 77 /X \"0011 2233\""),
               "00112233");
-    EXPECT_EQ(run.ImageFile, "C:/X Y/B.TWD"); // the later one wins
-    EXPECT_EQ(run.BootloaderFile, "BOOT.TWD");
+    EXPECT_EQ(run.ImageFile.Shown, "C:/X Y/B.TWD"); // the later one wins
+    EXPECT_EQ(run.BootloaderFile.Shown, "BOOT.TWD");
     EXPECT_EQ(run.GuidText, "0011223344556677");
     Apply("/DFILE /O EXTRA");
-    EXPECT_EQ(run.ImageFile, "FILE");
+    EXPECT_EQ(run.ImageFile.Shown, "FILE");
     EXPECT_FALSE(basApp::globals.OverrideHardwareCompatibility || run.ShowOutputOnExit);
     Apply("/O /S");
     EXPECT_TRUE(basApp::globals.OverrideHardwareCompatibility && run.ShowOutputOnExit);

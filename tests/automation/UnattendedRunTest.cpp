@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,40 @@ TEST(UnattendedRun, WaitsForFourTicksInARowAndAnewAfterEachReset) {
     }
     EXPECT_EQ(changes, "-------ppppg");
     EXPECT_EQ(ends, " 12 10(3322110077665544) 17");
+}
+
+// Two files that differ in case alone are two files: the one that was typed, or none.
+TEST(UnattendedRun, OpensAFileAsItWasTyped) {
+    const struct {
+        const char* commandLine;
+        ByteArray application, bootloader;
+        const char* message;
+    } rows[] = {
+        {"/D app.twd /B App.twd", IMAGE, CNE, "Successfully programmed image from APP.TWD to the device."},
+        {"/D \"fw/app.twd\"", IMAGE, {}, "onto target"},
+        {"/D \"FW\\APP.TWD\"", IMAGE, {}, "onto target"},
+        {"/D aPP.twd",
+         {},
+         {},
+         "ERROR: \"APP.TWD\" could be any of \"App.twd\", \"app.twd\".  Can't perform operation!"},
+        {"/R \"b/keys.txt\"", {}, {}, "received 4 bytes"},
+        {"/R \"b/KEYS.txt\"", {}, {}, "PerformKeyBatchOperation: \"B/KEYS.TXT\" could be any of \"b/Keys.txt\""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.commandLine);
+        HeadlessProgram program(Bus({Target(FIRST, "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}));
+        for (const char* name : {"app.twd", "fw/app.twd"})
+            program.Write(name, Package(IMAGE));
+        for (const char* name : {"App.twd", "Fw/other.twd"})
+            program.Write(name, Package(CNE));
+        program.Write("b/Keys.txt", std::string("read --single NONE"));
+        program.Write("b/keys.txt", std::string("read --single MODEL"));
+        ASSERT_TRUE(program.Run(row.commandLine));
+        EXPECT_EQ(program.Flash(0, "application"), row.application);
+        EXPECT_EQ(program.Flash(0, "bootloader"), row.bootloader);
+        EXPECT_TRUE(program.Said(row.message));
+        EXPECT_FALSE(std::filesystem::exists(program.directory.file("b/Keys.out.txt")));
+    }
 }
 
 TEST(UnattendedRun, GoesOnWithoutAStatusFileThatCannotBeMade) {

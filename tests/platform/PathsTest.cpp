@@ -14,9 +14,10 @@ using platform::testing::TemporaryDirectory;
 class Paths : public ::testing::Test {
 protected:
     Paths() {
-        for (const char* directory : {"Data/Inner", "AMBIG", "ambig"})
-            platform::MakeDirectories(folder.file(directory));
-        for (const char* name : {"Data/App.TWD", "Data/readme", "Data/README"})
+        for (const char* directory : {"Data/Inner", "AMBIG", "ambig", "Fw", "fw"})
+            std::filesystem::create_directories(folder.file(directory));
+        for (const char* name :
+             {"Data/App.TWD", "Data/readme", "Data/README", "fw/one.twd", "AMBIG/two.twd", "ambig/Two.twd"})
             std::filesystem::copy_file("/proc/self/comm", folder.file(name));
         platform::ChangeDirectory(folder.path());
     }
@@ -35,8 +36,9 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
                  {".\\DATA\\\\inner\\", "./Data/Inner"},
                  {"data\\..\\DATA\\app.twd", "Data/../Data/App.TWD"},
                  {"data/readme", "Data/readme"}, // the exact name goes first
-                 {"data/ReadMe", "Data/README"}, // then the first in byte order
-                 {"Ambig\\new.txt", "AMBIG/new.txt"},
+                 {"FW/ONE.TWD", "fw/one.twd"},   // the folder in which the rest is found
+                 {"Fw/one.twd", "fw/one.twd"},
+                 {"ambig/two.TWD", "ambig/Two.twd"}, // what is spelled as it stands hides the others
                  {"data\\New Folder\\x.txt", "Data/New Folder/x.txt"},
                  {"data\\app.twd\\below", "Data/App.TWD/below"},
                  {"C:" + folder.path() + "\\data", folder.file("Data")},
@@ -47,6 +49,10 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
                  {std::string(5000, 'x'), std::string(5000, 'x')}};
     for (const auto& row : cases)
         EXPECT_EQ(platform::ResolvePath(row.path), row.resolved) << row.path.substr(0, 80);
+    for (const char* several : {"data/ReadMe", "Ambig/two.TWD", "Ambig\\new.txt"})
+        EXPECT_EQ(FailureOf([&] { platform::ReadWholeFile(several); }), 52) << several;
+    EXPECT_TRUE(platform::FindFirstFileA("data/ReadMe")); // something is there
+    EXPECT_FALSE(platform::FindFirstFileA("Ambig/none"));
     platform::WriteFileAtomically("data\\NEW.txt", TextBytes("x"));
     EXPECT_TRUE(std::filesystem::exists(folder.file("Data/NEW.txt")));
     platform::ChangeDirectory(".\\DATA\\inner");

@@ -64,25 +64,25 @@ auto ReportTo(const Log& log) {
     };
 }
 
-bool ReadPackageFile(const std::string& path, ByteArray& bytes, std::int64_t limit, const Log& log,
+bool ReadPackageFile(const platform::FileName& file, ByteArray& bytes, std::int64_t limit, const Log& log,
                      const basUtils::ReadProgress* progress = nullptr) {
     std::int32_t result = -1;
-    platform::Attempt([&] { result = basUtils::ReadFileBytes(path, bytes, limit, progress); }, ReportTo(log));
+    platform::Attempt([&] { result = basUtils::ReadFileBytes(file.Typed, bytes, limit, progress); }, ReportTo(log));
     if (result == 1)
         return true;
-    log(fmt::format("Load TWD error: failed to load file '{}' into memory.", path), LEVEL_ERROR);
+    log(fmt::format("Load TWD error: failed to load file '{}' into memory.", file), LEVEL_ERROR);
     return false;
 }
 
-bool ReadAndParse(const std::string& path, std::int64_t limit, TwdHeader& header, const Log& log,
+bool ReadAndParse(const platform::FileName& file, std::int64_t limit, TwdHeader& header, const Log& log,
                   const basUtils::ReadProgress* progress = nullptr) {
     ByteArray bytes;
-    if (!ReadPackageFile(path, bytes, limit, log, progress))
+    if (!ReadPackageFile(file, bytes, limit, log, progress))
         return false;
     ByteArrayToTwdStruct(std::move(bytes), header);
     if (IsTwdValid(header))
         return true;
-    log(fmt::format("Load TWD error: Failed to validate file '{}'!", path), LEVEL_ERROR);
+    log(fmt::format("Load TWD error: Failed to validate file '{}'!", file), LEVEL_ERROR);
     return false;
 }
 
@@ -116,12 +116,12 @@ bool IsTwdValid(const TwdHeader& header) {
     return header.Magic == TwdMagic;
 }
 
-void LoadTWDHeader(const std::string& path, TwdHeader& header) {
+void LoadTWDHeader(const platform::FileName& file, TwdHeader& header) {
     header = {};
     platform::ResumeNext next{ReportTo(LogOfModule)};
     ByteArray bytes;
     bool read = false;
-    next([&] { read = ReadPackageFile(path, bytes, HEADER_READ_LIMIT, LogOfModule); });
+    next([&] { read = ReadPackageFile(file, bytes, HEADER_READ_LIMIT, LogOfModule); });
     if (!read)
         return;
     next([&] { ByteArrayToTwdStruct(std::move(bytes), header); });
@@ -132,28 +132,28 @@ void LoadTWDHeader(const std::string& path, TwdHeader& header) {
 }
 
 // The first bytes are looked at before a file that may be large and of another kind is read whole.
-bool ReadTwd(const std::string& path, TwdHeader& header, const TwdReading& reading) {
+bool ReadTwd(const platform::FileName& file, TwdHeader& header, const TwdReading& reading) {
     header = {};
     platform::ResumeNext next{ReportTo(reading.log)};
     TwdHeader parsed;
     bool valid = false;
-    next([&] { valid = ReadAndParse(path, HEADER_READ_LIMIT, parsed, reading.log); });
+    next([&] { valid = ReadAndParse(file, HEADER_READ_LIMIT, parsed, reading.log); });
     if (!valid)
         return false;
     reading.begins();
     valid = false;
-    next([&] { valid = ReadAndParse(path, reading.limit, parsed, reading.log, reading.progress); });
+    next([&] { valid = ReadAndParse(file, reading.limit, parsed, reading.log, reading.progress); });
     if (valid)
         header = std::move(parsed);
     return valid;
 }
 
-void LoadTWD(const std::string& path, TwdHeader& header) {
+void LoadTWD(const platform::FileName& file, TwdHeader& header) {
     const TwdReading reading{.limit = NO_LIMIT,
                              .progress = nullptr,
-                             .begins = [&] { StatusDisplay(LEVEL_WATCH, "Reading '{}'...", path); },
+                             .begins = [&] { StatusDisplay(LEVEL_WATCH, "Reading '{}'...", file); },
                              .log = LogOfModule};
-    if (!ReadTwd(path, header, reading))
+    if (!ReadTwd(file, header, reading))
         return;
     StatusDisplay(LEVEL_USER,
                   "TWD version:  software id = {} (0x{:X}),  software version = {} (0x{:X}),  date/time = {} {}",

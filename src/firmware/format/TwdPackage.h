@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Bytes.h"
+#include "FileName.h"
 #include "basUtils.h"
 
 #include <array>
@@ -52,7 +53,7 @@ inline constexpr std::int32_t PRIVATE_BUILD = 0x00FFFFFF;
 void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header);
 bool IsTwdValid(const TwdHeader& header);
 // The header alone: FileData holds the first 1001 bytes at most.
-void LoadTWDHeader(const std::string& path, TwdHeader& header);
+void LoadTWDHeader(const platform::FileName& file, TwdHeader& header);
 // How the whole package is read, for the two places that do it.
 struct TwdReading {
     std::int64_t limit = 0; // bytes 0 to limit are read; 0: all of them
@@ -61,9 +62,9 @@ struct TwdReading {
     std::function<void(const std::string& text, std::int32_t level)> log;
 };
 // True for a valid package; otherwise the header is empty.
-bool ReadTwd(const std::string& path, TwdHeader& header, const TwdReading& reading);
+bool ReadTwd(const platform::FileName& file, TwdHeader& header, const TwdReading& reading);
 // The whole package, told by the module. Magic tells whether it worked.
-void LoadTWD(const std::string& path, TwdHeader& header);
+void LoadTWD(const platform::FileName& file, TwdHeader& header);
 
 // Whether a section lies within a file of so many bytes; one that isn't there always does.
 bool LiesInside(const TwdSection& section, std::int64_t fileSize);
