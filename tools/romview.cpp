@@ -2,9 +2,11 @@
 //
 // The file holds the quadlets from the ROM's base on, big-endian, or in the order in which Linux
 // exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
-// Exit codes: 0 rows printed, 1 the ROM could not be rendered whole, 2 usage or unreadable file.
+// Exit codes: 0 the whole ROM printed; 1 only a part, since the file ends before the ROM does or the
+// ROM is none; 2 usage or unreadable file.
 
 #include "ConfigRomText.h"
+#include "Failure.h"
 #include "RomFile.h"
 #include "basConfigRom.h"
 #include "basDebug.h"
@@ -49,7 +51,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s: %.*s\n", basDebug::GetLevelName(level).c_str(), int(message.size()), message.data());
     };
     ByteArray image;
-    if (basUtils::ReadFileBytes(path, image) != 1) {
+    std::int32_t read = -1;
+    platform::Attempt(
+        [&] { read = basUtils::ReadFileBytes(path, image); },
+        [](const platform::Failure& failure) { std::fprintf(stderr, "romview: %s\n", failure.Description.c_str()); });
+    if (read != 1) {
         std::fprintf(stderr, "romview: cannot read '%s'\n", path.c_str());
         return 2;
     }
@@ -57,7 +63,9 @@ int main(int argc, char** argv) {
     ConfigRomRecord rom;
     basConfigRom::ReadRomImage(image, rom);
     basConfigRom::RomTree tree;
-    const bool whole = basConfigRom::FormatConfigRomApple(tree, rom) == 1;
+    const bool whole = basConfigRom::FormatConfigRomApple(tree, rom) == 1 && basConfigRom::IsWhole(rom);
     json ? PrintJson(tree) : PrintText(tree);
+    if (!whole)
+        std::fprintf(stderr, "romview: '%s' doesn't hold a whole config ROM\n", path.c_str());
     return whole ? 0 : 1;
 }

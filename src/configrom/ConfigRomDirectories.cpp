@@ -91,6 +91,11 @@ void DecodeDirectory(ByteArray bytes, std::int32_t address, ConfigRomDirectory& 
     directory.Leaves.assign(1, {});
 }
 
+// A block that couldn't be read is empty, or one byte.
+bool WasRead(const ByteArray& block) {
+    return block.size() > 1;
+}
+
 // The walk over a directory and all that hangs under it, with what it has read so far. It holds
 // indexes, since the record's directories grow below it.
 class TreeWalk {
@@ -178,14 +183,14 @@ private:
         leaf.PrecedingKey = precedingKey;
         leaf.Address = Target(entry);
         leaf.DirectoryIndex = owner;
-        const auto [known, isNew] = leafBytes_.try_emplace(leaf.Address);
-        if (isNew) {
-            GetConfigRomLeaf(trail, nodeIndex_, leaf.Address, entry, leaf);
-            known->second = leaf.RawData;
-            Count(leaf.RawData);
-        } else if (known->second.size() > 1) {
+        if (const auto known = leafBytes_.find(leaf.Address); known != leafBytes_.end()) {
             leaf.RawData = known->second;
             DecodeLeaf(entry, leaf);
+        } else {
+            GetConfigRomLeaf(trail, nodeIndex_, leaf.Address, entry, leaf);
+            Count(leaf.RawData);
+            if (WasRead(leaf.RawData)) // one that failed is tried again by the next entry that refers to it
+                leafBytes_.emplace(leaf.Address, leaf.RawData);
         }
         return static_cast<std::int32_t>(index);
     }
@@ -204,9 +209,8 @@ private:
         return static_cast<std::int32_t>(index);
     }
 
-    // `block` is empty, or one byte, when it couldn't be read.
     void Count(const ByteArray& block) {
-        quadlets_ += block.size() > 1 ? static_cast<std::int32_t>(block.size() / 4) : FAILED_READ_COST;
+        quadlets_ += WasRead(block) ? static_cast<std::int32_t>(block.size() / 4) : FAILED_READ_COST;
     }
 
     void ReportCutOff(const std::string& trail, std::int32_t address) {
@@ -219,12 +223,32 @@ private:
 
     std::int32_t nodeIndex_;
     ConfigRomRecord& rom_;
-    std::map<std::int32_t, ByteArray> leafBytes_; // by address; one byte for a leaf that couldn't be read
+    std::map<std::int32_t, ByteArray> leafBytes_; // by address, of leaves that could be read
     std::int32_t leaves_ = 0, quadlets_ = 0;
     bool cutOffReported_ = false; // one WARNING a ROM
 };
 
+// Whether entries were dropped. A directory that holds none has one zeroed element.
+bool IsCutOff(const ConfigRomDirectory& directory) {
+    return HoldsNoEntry(directory) || 4 * directory.Entries.size() + 4 < directory.RawData.size();
+}
+
 } // namespace
+
+bool HoldsNoEntry(const ConfigRomDirectory& directory) {
+    return directory.Entries.size() == 1 && directory.Entries.front().Address == 0;
+}
+
+bool IsWhole(const ConfigRomRecord& rom) {
+    return std::ranges::all_of(rom.Directories, [](const ConfigRomDirectory& directory) {
+        const auto leafWasRead = [&](const ConfigRomEntry& entry) {
+            return entry.KeyType != TYPE_LEAF ||
+                   WasRead(directory.Leaves.at(static_cast<std::size_t>(entry.Index)).RawData);
+        };
+        return WasRead(directory.RawData) && !IsCutOff(directory) &&
+               std::ranges::all_of(directory.Entries, leafWasRead);
+    });
+}
 
 std::int32_t GetConfigRomDirectory(std::int32_t nodeIndex, std::int32_t directoryAddress, std::int32_t directoryIndex,
                                    ConfigRomRecord& rom, const std::string& logTrail) {

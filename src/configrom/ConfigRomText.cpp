@@ -236,6 +236,8 @@ std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const Conf
                             fmt::format("Directory header, length=0x{:X} quadlets, crc=0x{:X}", directory.Length,
                                         directory.Crc)));
     });
+    if (HoldsNoEntry(directory))
+        return 1;
     Counters counters;
     for (std::size_t number = 0; number < directory.Entries.size(); ++number) {
         const ConfigRomEntry& entry = directory.Entries[number];

@@ -48,6 +48,10 @@ void GetConfigRomLeaf(const std::string& logTrail, std::int32_t nodeIndex, std::
                       const ConfigRomEntry& entry, ConfigRomLeaf& leaf);
 std::int32_t AddConfigRomDirectory(ConfigRomRecord& rom, std::int32_t parentIndex); // 1
 std::int32_t StoreRootKeyValue(const ConfigRomEntry& entry, ConfigRomRecord& rom);  // 1
+// True for a directory of which nothing was walked: its one element is the zeroed one.
+bool HoldsNoEntry(const ConfigRomDirectory& directory);
+// Whether every directory and leaf that the tree refers to was read, to its end.
+bool IsWhole(const ConfigRomRecord& rom);
 
 // --- Questions. Text for people: never an error, a readable text instead. ---
 

@@ -28,7 +28,11 @@ protected:
         };
         hooks.nodesChanged = [this] { seen.push_back(Table()); };
         hooks.resetComplete = [this] { ++completions; };
-        hooks.bootloaderBusReset = [this] { return ++bootloaderPasses, bootloaderResult; };
+        hooks.bootloaderBusReset = [this] {
+            EXPECT_FALSE(globals.BusEnumerated);
+            return ++bootloaderPasses, bootloaderResult;
+        };
+        hooks.startBusTimers = [this] { ++timerStarts; };
         hooks.discoveryInterrupted = [this] { ++passes; };
     }
     static Nodes Table() {
@@ -39,17 +43,20 @@ protected:
     }
     void Notice() { globals.Client.PostNotice(nullptr, 1326); }
     void Enumerate() {
-        globals.BusResetPending = true;
+        globals.BusResetPending = true; // as a rescan does, which leaves the other flag as it was
+        globals.BusEnumerated = true;
         BusResetHandlerThread();
     }
     std::vector<Nodes> seen;
-    int completions = 0, passes = 0, bootloaderPasses = 0;
+    int completions = 0, passes = 0, bootloaderPasses = 0, timerStarts = 0;
     std::int32_t bootloaderResult = 1;
     const Nodes COMPLETE = {0, 2, 3, 5};
 };
 
 TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
+    library.deviceCount = 0; // the driver has to be started first
     Enumerate();
+    EXPECT_EQ(timerStarts, 1);
     EXPECT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
     EXPECT_EQ(globals.LocalHostNode, 5);
     EXPECT_TRUE(globals.BusEnumerated);
@@ -67,6 +74,7 @@ TEST_F(BusEnumeration, StartsOverWhenANoticeComesWhileTheBusSettles) {
     const std::int64_t start = clock.Now();
     Enumerate();
     EXPECT_EQ(passes, 2);
+    EXPECT_EQ(bootloaderPasses, 1); // no discovery on a table that is out of date
     EXPECT_EQ(clock.Now() - start, 400'000'000);
     EXPECT_EQ(CountLogged("Getting config rom for node #0"), 1u);
     EXPECT_TRUE(Logged("9 BusResetHandler: routine interrupted by bus topology change."));

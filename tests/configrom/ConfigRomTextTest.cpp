@@ -2,6 +2,8 @@
 #include "ConfigRomText.h"
 #include "RomTest.h"
 
+#include <map>
+
 using namespace testing_support;
 
 namespace {
@@ -98,6 +100,49 @@ TEST_F(ConfigRomText, NamesTheOtherBitsOfTheBusInfoBlockAndOfTheCapabilities) {
     for (std::size_t i = 9; i < tree.Rows.size(); ++i)
         flags += tree.Rows[i].Text + " ";
     EXPECT_EQ(flags, "MessagePassing ArgumentRegisters PrivateSpace BitAddressing64 LostBit AttentionBit OffBit ");
+}
+
+TEST_F(ConfigRomText, NamesTheValueOfEveryKey) {
+    const std::map<std::uint32_t, std::string> names = {{0x01, "(Text)"},
+                                                        {0x02, "BUS DEPENDENT INFO"},
+                                                        {0x03, "MODULE VENDOR ID"},
+                                                        {0x04, "MODULE HW VERSION"},
+                                                        {0x05, "MODULE SPEC ID"},
+                                                        {0x06, "MODULE SW VERSION"},
+                                                        {0x07, "MODULE DEPENDENT INFO"},
+                                                        {0x08, "NODE VENDOR ID"},
+                                                        {0x09, "NODE HW VERSION"},
+                                                        {0x0A, "NODE SPEC ID"},
+                                                        {0x0B, "NODE SW VERSION"},
+                                                        {0x0C, "NODE_CAPABILITIES"},
+                                                        {0x0D, "NODE_UNIQUE_ID"},
+                                                        {0x10, "NODE DEPENDENT INFO"},
+                                                        {0x11, "UNIT_DIRECTORY_OFFSET"},
+                                                        {0x12, "SPECIFIER_ID"},
+                                                        {0x13, "VERSION"},
+                                                        {0x14, "DEPENDENT_INFO"},
+                                                        {0x15, "UNIT_LOCATION"},
+                                                        {0x17, "MODEL ID"},
+                                                        {0x18, "INSTANCE"},
+                                                        {0x19, "KEYWORD"},
+                                                        {0x1A, "FEATURE"},
+                                                        {0x1B, "EXTENDED_ROM"},
+                                                        {0x1C, "EXTENDED_KEY_SPECIFIER_ID"},
+                                                        {0x1D, "EXTENDED_KEY"},
+                                                        {0x1E, "EXTENDED_DATA"},
+                                                        {0x1F, "MODIFIABLE_DESCRIPTOR"},
+                                                        {0x20, "DIRECTORY_ID"}};
+    Words root = {0x00400000};
+    for (std::uint32_t key = 0; key < 64; ++key)
+        root.push_back(key << 24 | 0x20); // of the capabilities a bit that has no name
+    ReadTree(root);
+    Format();
+    for (std::uint32_t key = 0; key < 64; ++key) {
+        const auto name = names.find(key);
+        const std::string value = name != names.end() ? name->second : fmt::format("UNKNOWN:0x{:X}", key);
+        const std::string text = fmt::format("(imm), key=0x{:02X} value={}  data=0x20", key, value);
+        EXPECT_TRUE(tree.Rows.at(8 + key).Text.ends_with(text)) << tree.Rows[8 + key].Text;
+    }
 }
 
 TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {

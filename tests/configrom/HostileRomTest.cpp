@@ -45,6 +45,9 @@ TEST_F(HostileRom, ThatUnfoldsWithoutEndIsCutOff) {
     const ConfigRomDirectory& last = rom.Directories.back(); // with no entry walked
     EXPECT_EQ(last.Entries.size(), 1u);
     EXPECT_EQ(last.Entries[0].Address, 0);
+    basConfigRom::RomTree tree;
+    basConfigRom::FormatConfigRomApple(tree, rom);
+    EXPECT_EQ(tree.Rows.back().Key, "DIRECTORY_HEADER_255"); // nor a row for one
 }
 
 TEST_F(HostileRom, IsWholeWhenTwoEntriesShareADirectory) {
