@@ -27,6 +27,8 @@ wiring::WindowHooks HooksOfTheWindows(std::function<void()> endProgram) {
     hooks.enableScheduler = windows::EnableScheduler;
     hooks.endRun = windows::EndUnattendedRun;
     hooks.endProgram = std::move(endProgram);
+    hooks.readyToEnd = windows::ReadyToEnd;
+    hooks.unloadWindows = windows::UnloadParentWindow;
     return hooks;
 }
 

@@ -3,11 +3,14 @@
 #include "AppIcon.h"
 #include "AppPalette.h"
 #include "CodePage.h"
+#include "Display.h"
+#include "EndRequest.h"
 #include "Mail.h"
 #include "QtDialogs.h"
 #include "QtWindowSystem.h"
 #include "WindowWiring.h"
 #include "Windows.h"
+#include "Wiring.h"
 #include "basApp.h"
 #include "basAutomation.h"
 
@@ -16,16 +19,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace {
-
-bool HasDisplay() {
-    return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
-           std::getenv("QT_QPA_PLATFORM") != nullptr;
-}
 
 bool HasOperations(const std::string& commandLine) {
     std::string text = platform::UpperCase(commandLine);
@@ -37,29 +36,44 @@ bool HasOperations(const std::string& commandLine) {
     return operations;
 }
 
-// Without a display only a run that nobody has to watch makes sense.
-bool ChoosePlatform(const std::string& commandLine) {
-    if (HasDisplay())
-        return true;
-    if (!HasOperations(commandLine)) {
-        std::fputs("HoistlineApp: there is no display to open the windows on (DISPLAY and WAYLAND_DISPLAY are not "
-                   "set).\nStart it in a desktop session, or give it an operation such as /D <package>.\n",
-                   stderr);
-        return false;
+bool programRuns = false; // from Main until the message loop has ended
+
+// When its display server goes away, the window system calls exit() in the middle of a turn: everything is still up,
+// and destroyed by the C library in an order of its own it would fall over itself.
+void EndWithDisplay() {
+    if (!programRuns)
+        return;
+    programRuns = false;
+    wiring::EndWithoutWindows("The display server has gone away, and the program ends with it.");
+    std::fflush(nullptr);
+    std::_Exit(1);
+}
+
+// From the start until the program has ended.
+void Run(const std::string& commandLine) {
+    programRuns = true;
+    // No result reaches the operating system. A start that failed before there was a window ends here.
+    if (basApp::Main(commandLine) && windows::globals.parent != nullptr) {
+        platform::CatchEndSignals();
+        const std::unique_ptr<platform::Timer> watch = wiring::WatchForEndRequest();
+        QApplication::exec();
+    } else {
+        basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there
     }
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    setenv("QT_LOGGING_RULES", "default.warning=false", 0); // about the window system that isn't there
-    return true;
+    programRuns = false;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const std::string commandLine = basApp::JoinArguments(std::vector<std::string>(argv + 1, argv + argc));
-    if (!ChoosePlatform(commandLine))
+    const bool unattended = HasOperations(commandLine);
+    if (!ChooseDisplay(unattended))
         return 1;
     int qtArguments = 1; // the command line is the program's own
+    std::optional<DisplayOpening> opening(std::in_place);
     QApplication application(qtArguments, argv);
+    opening.reset();
     application.setApplicationName(basApp::TITLE);
     QApplication::setWindowIcon(AppIcon());
     QApplication::setPalette(ReadablePalette(QApplication::palette()));
@@ -68,14 +82,14 @@ int main(int argc, char** argv) {
     // A run without a user must not wait for one: its boxes are lines on standard error.
     std::optional<QtDialogs> dialogs;
     std::optional<platform::ComposerMail> mail;
-    if (!HasOperations(commandLine)) {
+    if (unattended) {
+        platform::CatchEndSignals(); // its status file begins with the start
+    } else {
         dialogs.emplace();
         mail.emplace();
     }
     WireWindows([] { QCoreApplication::exit(0); });
-    // No result reaches the operating system. A start that failed before there was a window ends here.
-    if (basApp::Main(commandLine) && windows::globals.parent != nullptr)
-        return QApplication::exec();
-    basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there
+    std::atexit(EndWithDisplay);
+    Run(commandLine);
     return 0;
 }

@@ -1,5 +1,6 @@
 // The tick of tmrAutomationScheduler: waits for the bus, runs a pass, repeats it after each reset
 // of the device.
+#include "EndRequest.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
@@ -48,13 +49,25 @@ std::int32_t Pass() {
 void RunPass() {
     if (!CommandLineHasOperations(basApp::globals.CommandLineOptions))
         return StopTimer();
-    if (Pass() == DEVICE_WAS_RESET && !basApp::globals.EndRequested)
-        WaitForTheDevice();
-    else
-        EndRun();
+    if (Pass() != DEVICE_WAS_RESET)
+        return EndRun();
+    globals.DeviceWasReset = true;
+    if (!basApp::globals.EndRequested && !platform::EndRequested())
+        return WaitForTheDevice();
+    TellEarlyEnd();
+    EndRun();
 }
 
 } // namespace
+
+void TellEarlyEnd() {
+    const char* state = "No device was changed.";
+    if (globals.PersistentParamsInitialized)
+        state = "The device's persistent parameters are set up anew, its GUID is not programmed yet.";
+    else if (globals.DeviceWasReset)
+        state = "The device was reset into its bootloader, nothing was written to it.";
+    StatusDisplay(LEVEL_ERROR, "The run was ended early, before its operations were carried out.  {}", state);
+}
 
 void SchedulerTick() {
     if (globals.SchedulerBusy) {

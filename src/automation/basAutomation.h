@@ -46,6 +46,7 @@ struct Globals {
     bool PassUnderWay = false; // part of the time that the scheduler is busy: the end of the run isn't
     std::int16_t SchedulerTicks = 0;
     std::int32_t SchedulerAttempts = 0;       // resets of the device so far in this run
+    bool DeviceWasReset = false;              // by a pass of this run
     bool PersistentParamsInitialized = false; // survives the restarts of a run
 };
 extern Globals globals;
@@ -89,6 +90,8 @@ void SchedulerTick();
 // result is told, and the program closes as at the end of any run. Safe at every turn. False when no
 // pass is under way: whoever asks closes the program.
 bool EndAfterOperation();
+// An ERROR line for a run that is ended while it waits for the bus: what state the device is in.
+void TellEarlyEnd();
 
 // --- The work (Programming.cpp, OneTarget.cpp). 1 for success. ---
 

@@ -180,9 +180,10 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
         platform::Sleep(PAUSE_BETWEEN_POLLS);
         // Taken before the turn: a box may stay open in it for as long as it likes, and the answer is there by then.
         const bool timeIsUp = basApp::ElapsedMilliseconds(startCount) >= static_cast<float>(timeOutMs);
+        const bool abandoned = progress && progress->abandoned && progress->abandoned();
         if (progress)
             ShowProgress(handle, *progress, elapsed, timeOutMs / 100);
-        if (timeIsUp)
+        if (timeIsUp || abandoned)
             return result;
     }
 }

@@ -1,6 +1,7 @@
 #include "ImageDownload.h"
 
 #include "Dialogs.h"
+#include "EndRequest.h"
 #include "Failure.h"
 #include "WindowSystem.h"
 #include "basUtils.h"
@@ -10,6 +11,7 @@
 namespace basBootloader {
 
 DownloadHooks downloadHooks;
+LoadUnderWay loadUnderWay;
 
 namespace {
 
@@ -80,11 +82,23 @@ void Tell(const Load& load, std::int32_t level, const std::string& text) {
 }
 
 void Advance(const Load& load, Step step) {
+    loadUnderWay = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
     if (load.style.progress)
         load.style.progress({step, load.sent, load.section.Length});
 }
 
 // --- Before the target is touched ---
+
+// Once the program is to end, nothing is erased any more.
+bool MayBegin(const Load& load) {
+    if (!platform::EndRequested())
+        return true;
+    Log(load, LEVEL_ERROR,
+        fmt::format("The load of the {} from '{}' was not begun, since the program is to end.  Nothing was erased "
+                    "for it.",
+                    load.name, load.file));
+    return false;
+}
 
 bool ReadPackage(Load& load) {
     Advance(load, Step::Reading);
@@ -208,8 +222,9 @@ bool Announce(const Load& load, std::int32_t& maxBlockSize) {
                                             package.SoftwareID,  package.SoftwareVersion, load.section.Address,
                                             load.section.Length, load.section.Crc};
     Advance(load, Step::Erasing);
-    const std::int32_t result =
-        DownloadStart(load.handle, announcement, maxBlockSize, START_TIMEOUT, load.style.startProgress);
+    CommandProgress progress = load.style.startProgress ? *load.style.startProgress : CommandProgress{};
+    progress.abandoned = platform::EndRequested;
+    const std::int32_t result = DownloadStart(load.handle, announcement, maxBlockSize, START_TIMEOUT, &progress);
     if (result != SUCCESS) {
         Tell(load, load.style.startFailureLevel,
              fmt::format("cmdLoadSelected failed: DownloadStart command failed, code {}", result));
@@ -252,11 +267,13 @@ void TellGivingUp(const Load& load, std::int32_t result) {
                         load.file, result, MaxRetries));
 }
 
-// 1 when every block went through, else how the last one failed.
+// 1 when every block went through, else how the last one failed. Between two blocks the load can be ended.
 std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
     ByteArray block;
     std::int32_t blockNumber = 0, retries = 0;
     while (load.sent < load.section.Length) {
+        if (platform::EndRequested())
+            return FAILED;
         const auto size =
             static_cast<std::int32_t>(std::min<std::int64_t>(load.section.Length - load.sent, maxBlockSize));
         if (!CopyBlock(load, size, block))
@@ -308,6 +325,19 @@ void TellSuccess(const Load& load) {
                      static_cast<double>(load.section.Length) / static_cast<double>(elapsed)));
 }
 
+// What a device is left with whose load didn't come to its end.
+std::string StateText(const LoadUnderWay& load) {
+    return fmt::format(
+        "The load of the {} was ended early.  The device was told to erase what it held before and got {} of {} "
+        "bytes: it stays in its bootloader, and the package has to be loaded again.",
+        load.image, load.sent, load.length);
+}
+
+void TellEarlyEnd(const Load& load) {
+    if (platform::EndRequested() && load.sent < load.section.Length)
+        Log(load, LEVEL_ERROR, StateText({load.name, load.sent, load.section.Length}));
+}
+
 // Everything from the erase on. A failure of one step leaves it failed and the next one runs, so
 // that the target is told of the end whatever happened to its blocks.
 std::int32_t LoadSection(Load& load) {
@@ -315,8 +345,10 @@ std::int32_t LoadSection(Load& load) {
     std::int32_t maxBlockSize = 0;
     bool announced = false;
     next([&] { announced = Announce(load, maxBlockSize); });
-    if (!announced)
+    if (!announced) {
+        next([&] { TellEarlyEnd(load); });
         return FAILED;
+    }
     std::int32_t blocks = FAILED, end = FAILED;
     next([&] { blocks = SendBlocks(load, maxBlockSize); });
     next([&] { end = CloseLoad(load); });
@@ -325,6 +357,7 @@ std::int32_t LoadSection(Load& load) {
         return SUCCESS;
     }
     next([&] { TellFailure(load); });
+    next([&] { TellEarlyEnd(load); });
     return FAILED;
 }
 
@@ -357,7 +390,10 @@ std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, c
         return FAILED;
     }
     bool ready = false;
-    next([&] { ready = ReadPackage(load) && HardwareFits(load) && PickSection(load) && SectionsAreWhole(load); });
+    next([&] {
+        ready =
+            MayBegin(load) && ReadPackage(load) && HardwareFits(load) && PickSection(load) && SectionsAreWhole(load);
+    });
     if (!ready)
         return FAILED;
     next([&] { TellBeginning(load); });
@@ -368,6 +404,11 @@ std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, c
     basApp::globals.DownloadInProgress = false;
     next([&] { Advance(load, Step::Done); });
     return result;
+}
+
+void TellBrokenLoad() {
+    if (loadUnderWay.image)
+        StatusDisplay(LEVEL_ERROR, "{}", StateText(loadUnderWay));
 }
 
 std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file) {

@@ -48,8 +48,18 @@ struct DownloadHooks {
 };
 extern DownloadHooks downloadHooks;
 
+// The load that has begun to change its device, with the bytes that went through so far.
+struct LoadUnderWay {
+    const char* image = nullptr; // its name; null without a load
+    std::int64_t sent = 0, length = 0;
+};
+extern LoadUnderWay loadUnderWay;
+// An ERROR line that says what state its device is in, when the process ends under it; none without a load.
+void TellBrokenLoad();
+
 // The sequence. 1 when the target holds the section and judged it good, else -1. What a load does
-// can't be undone: behind DownloadStart the old image is gone.
+// can't be undone: behind DownloadStart the old image is gone. When the program is to end it ends early: the
+// erase isn't waited for, the block under way is, DownloadEnd follows, and an ERROR line tells of the device.
 std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
                                   const DownloadStyle& style);
 // The version of unattended work.

@@ -12,6 +12,9 @@
 #include "frmShell.h"
 #include "frmStatus.h"
 
+#include <QApplication>
+#include <QDialog>
+
 #include <algorithm>
 #include <utility>
 
@@ -63,6 +66,15 @@ bool ParentClosesLater() {
     return basAutomation::EndAfterOperation() ||
            std::ranges::any_of(globals.parent->findChildren<Form*>(),
                                [](Form* form) { return form->closesLater(globals.parent); });
+}
+
+bool ReadyToEnd() {
+    QWidget* modal = QApplication::activeModalWidget();
+    if (auto* dialog = qobject_cast<QDialog*>(modal))
+        dialog->reject();
+    else if (modal != nullptr)
+        modal->close();
+    return modal == nullptr && !LoadInProgress();
 }
 
 void UnloadAll(std::vector<Form*>& list) {

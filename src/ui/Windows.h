@@ -42,6 +42,9 @@ bool LoadInProgress();
 // Whether a child window or an unattended run is in the middle of something; then the parent closes
 // after that, by itself.
 bool ParentClosesLater();
+// Declines the dialog that is up, if any, and says whether the parent may be closed: not above a dialog that is
+// still on its way out, nor while a load runs.
+bool ReadyToEnd();
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);
 // Behind a menu's own items, a line for each visible child window that brings it to the front.

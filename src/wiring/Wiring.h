@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ImageDownload.h"
+#include "WindowSystem.h"
 #include "clsDbManager.h"
 
 #include <cstdint>
@@ -32,6 +33,9 @@ struct WindowHooks {
     std::function<void(bool enabled)> enableScheduler;
     std::function<void()> endRun;     // of an unattended run; unloads the windows
     std::function<void()> endProgram; // the last step of the shutdown
+    // Takes down what waits for a user. True when nothing is under way that has to come to its end first.
+    std::function<bool()> readyToEnd;
+    std::function<void()> unloadWindows; // as a user's closing does; ends the program
     // The status windows.
     std::function<bool(std::size_t slot, std::int32_t level)> statusWindowWants;
     std::function<void(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
@@ -49,11 +53,20 @@ struct Globals {
     // The progress line printed last.
     basBootloader::DownloadProgress::Step ShownStep = basBootloader::DownloadProgress::Step::Done;
     std::int64_t ShownTwentieth = 0; // of the section's length
+    bool EndTold = false;            // that a signal ends the program
 };
 extern Globals globals;
 
 // Call it once, before basApp::Main.
 void WireProgram(const WindowHooks& windows);
+
+// --- The end from outside (ProgramEnd.cpp) ---
+
+// Behind basApp::Main: the timer that ends the program in order once a signal has asked for it.
+std::unique_ptr<platform::Timer> WatchForEndRequest();
+// For a process that is ending under the program, in the middle of whatever it does: an ERROR line with `reason`
+// and the state of the device, then the shutdown, without a word to the windows.
+void EndWithoutWindows(const char* reason);
 
 // --- What an unattended run prints (Console.cpp) ---
 

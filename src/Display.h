@@ -1,0 +1,18 @@
+// Which window system the program runs on, and what becomes of it when no display answers.
+#pragma once
+
+#include <QtGlobal>
+
+// Without a display only a run that nobody has to watch makes sense: it goes offscreen. False, told on standard
+// error, when windows are wanted and there is no display for them.
+bool ChooseDisplay(bool unattended);
+
+// Around the making of the QApplication, which ends the process when no display answers: one line on standard
+// error and exit code 1 in place of an abort. An unattended run falls back on offscreen by itself.
+class DisplayOpening {
+public:
+    DisplayOpening();
+    ~DisplayOpening();
+    DisplayOpening(const DisplayOpening&) = delete;
+    DisplayOpening& operator=(const DisplayOpening&) = delete;
+};

@@ -1,0 +1,49 @@
+// How the program ends when neither a user nor a run ends it.
+#include "Wiring.h"
+
+#include "EndRequest.h"
+#include "basAutomation.h"
+
+#include <utility>
+
+namespace wiring {
+
+namespace {
+
+constexpr std::int32_t INTERVAL = 100; // ms
+
+// A tick comes in the turns that work gives too: it ends nothing that is under way, since that looks at the
+// request by itself.
+void EndIfAsked() {
+    if (!platform::EndRequested())
+        return;
+    const bool ready = !globals.windows.readyToEnd || globals.windows.readyToEnd();
+    if (!ready || basAutomation::globals.SchedulerBusy)
+        return;
+    if (!std::exchange(globals.EndTold, true)) {
+        if (basApp::globals.PerformUnattendedOperations)
+            basAutomation::TellEarlyEnd();
+        else
+            basApp::StatusDisplay(LEVEL_USER, "A signal has asked the program to end.");
+    }
+    if (globals.windows.unloadWindows)
+        globals.windows.unloadWindows();
+}
+
+} // namespace
+
+std::unique_ptr<platform::Timer> WatchForEndRequest() {
+    auto timer = platform::MakeTimer(INTERVAL, EndIfAsked);
+    timer->SetEnabled(true);
+    return timer;
+}
+
+void EndWithoutWindows(const char* reason) {
+    basDebug::hooks.statusWindowWants = nullptr; // whatever is painted may end the process once more
+    basApp::hooks.endProgram = nullptr;
+    basDebug::Display("basApp", LEVEL_ERROR, "{}", reason);
+    basBootloader::TellBrokenLoad();
+    basApp::ShutdownApplication();
+}
+
+} // namespace wiring
