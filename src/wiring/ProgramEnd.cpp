@@ -1,6 +1,7 @@
 // How the program ends when neither a user nor a run ends it.
 #include "Wiring.h"
 
+#include "Clock.h"
 #include "EndRequest.h"
 #include "basAutomation.h"
 
@@ -40,6 +41,12 @@ std::unique_ptr<platform::Timer> WatchForEndRequest() {
 
 void EndWithoutWindows(const char* reason) {
     basDebug::hooks.statusWindowWants = nullptr; // whatever is painted may end the process once more
+    // The access library may have been taken down before: nothing may call it any more.
+    basApp::hooks.queryElapsedTimeMs = [](std::int64_t counter) {
+        return static_cast<float>(platform::QueryPerformanceCounter() - counter) * 1000 /
+               static_cast<float>(platform::QueryPerformanceFrequency());
+    };
+    basApp::hooks.unloadLibrary = nullptr;
     basApp::hooks.endProgram = nullptr;
     basDebug::Display("basApp", LEVEL_ERROR, "{}", reason);
     basBootloader::TellBrokenLoad();

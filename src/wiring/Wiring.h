@@ -65,7 +65,7 @@ void WireProgram(const WindowHooks& windows);
 // Behind basApp::Main: the timer that ends the program in order once a signal has asked for it.
 std::unique_ptr<platform::Timer> WatchForEndRequest();
 // For a process that is ending under the program, in the middle of whatever it does: an ERROR line with `reason`
-// and the state of the device, then the shutdown, without a word to the windows.
+// and the state of the device, then the shutdown, without windows and access library.
 void EndWithoutWindows(const char* reason);
 
 // --- What an unattended run prints (Console.cpp) ---
