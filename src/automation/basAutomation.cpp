@@ -2,6 +2,7 @@
 #include "basAutomation.h"
 
 #include "CodePage.h"
+#include "EndRequest.h"
 #include "KeyBatch.h"
 #include "Processes.h"
 #include "RunFailures.h"
@@ -90,6 +91,8 @@ std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options
     std::string matchGuid;
     next([&] { StartPass(options, matchGuid); });
     const std::int32_t result = Code(next, [&] { return PerformDeviceWork(matchGuid); });
+    if (globals.ExecuteKeyBatchFlag && platform::EndRequested())
+        EndAfterOperation(); // the batch reports its operations as not done
     if (globals.ExecuteKeyBatchFlag)
         return Code(next, [] { return PerformKeyBatchOperation(globals.KeyBatchFile); });
     if (result != DEVICE_WAS_RESET)

@@ -20,8 +20,10 @@ platform::Handle OpenTransactionMutex() {
     StatusDisplay(LEVEL_TRACE, "Creating Shell Transaction Mutex...");
     mutex = platform::CreateMutexA(false, NAME);
     StatusDisplay(LEVEL_TRACE, "Created Shell Transaction Mutex (handle={}).", mutex);
-    if (mutex == 0)
+    if (mutex == 0) {
         StatusDisplay(LEVEL_FATAL, "Fatal 1394 error: cannot create Shell Transaction Mutex.");
+        StatusDisplay(LEVEL_ERROR, "No command can be sent to a device: {}.", platform::LockTrouble());
+    }
     return mutex;
 }
 

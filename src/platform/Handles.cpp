@@ -2,8 +2,10 @@
 
 #include "Clock.h"
 #include "HandleTable.h"
+#include "LockFolder.h"
 
-#include <cstdlib>
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
@@ -19,8 +21,16 @@ namespace {
 class LockFile {
 public:
     explicit LockFile(const std::string& name) {
-        const std::string path = Folder() + "/hoistline-" + std::to_string(getuid()) + "-" + FileNameOf(name);
-        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        const std::string folder = LockFolder();
+        if (folder.empty()) {
+            trouble_ = "there is no folder for lock files that only this user can write";
+            return;
+        }
+        const std::string path = folder + "/" + FileNameOf(name);
+        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+        struct flock probe = Range(F_WRLCK, OWNER);
+        if (descriptor_ < 0 || fcntl(descriptor_, F_OFD_GETLK, &probe) != 0)
+            trouble_ = "lock file \"" + path + "\": " + std::strerror(errno);
     }
     ~LockFile() {
         if (descriptor_ >= 0)
@@ -29,7 +39,8 @@ public:
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
 
-    bool Usable() const { return descriptor_ >= 0; }
+    // Why there is no lock to be had; empty when there is.
+    const std::string& Trouble() const { return trouble_; }
     bool TryOwn() { return Lock(F_WRLCK, OWNER); }
     void Disown() { Lock(F_UNLCK, OWNER); }
     void JoinUsers() { Lock(F_RDLCK, USERS); }
@@ -41,16 +52,11 @@ public:
 private:
     static constexpr off_t OWNER = 0, USERS = 1;
 
-    // One folder for all processes of the user: the session's own is known inside the session only, not
-    // to a job that the system starts. One that is named otherwise is meant (tests, sandboxes).
-    static std::string Folder() {
-        const char* named = std::getenv("XDG_RUNTIME_DIR");
-        const bool meant = named != nullptr && named != "/run/user/" + std::to_string(getuid());
-        if (meant && access(named, W_OK) == 0)
-            return named;
-        return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    }
+    // With the machine's name: homes may be shared between machines, and each has a bus of its own.
     static std::string FileNameOf(std::string name) {
+        char host[256] = "";
+        gethostname(host, sizeof host - 1);
+        name += std::string("-") + host;
         for (char& character : name)
             if (character == '/' || character == '\0')
                 character = '_';
@@ -69,6 +75,7 @@ private:
         return fcntl(descriptor_, F_OFD_SETLK, &range) == 0;
     }
 
+    std::string trouble_;
     int descriptor_ = -1;
 };
 
@@ -122,6 +129,7 @@ struct Globals {
     std::map<Handle, std::shared_ptr<KernelObject>> objects;
     std::map<std::string, std::weak_ptr<Mutex>> namedMutexes;
     Handle next = 4;
+    std::string lockTrouble;
 } globals;
 
 std::shared_ptr<Mutex> NamedMutex(const std::string& name, bool create) {
@@ -129,7 +137,8 @@ std::shared_ptr<Mutex> NamedMutex(const std::string& name, bool create) {
     if (std::shared_ptr<Mutex> known = globals.namedMutexes[name].lock())
         return known;
     auto file = std::make_unique<LockFile>(name);
-    if (!file->Usable() || (!create && !file->HasUsers()))
+    globals.lockTrouble = file->Trouble();
+    if (!file->Trouble().empty() || (!create && !file->HasUsers()))
         return nullptr;
     file->JoinUsers();
     auto mutex = std::make_shared<Mutex>(std::move(file));
@@ -176,6 +185,11 @@ Handle CreateMutexA(bool initialOwner, const std::string& name) {
 Handle OpenMutexA(std::uint32_t, bool, const std::string& name) {
     std::shared_ptr<Mutex> mutex = NamedMutex(name, false);
     return mutex ? AddHandle(std::move(mutex)) : 0;
+}
+
+std::string LockTrouble() {
+    const std::lock_guard guard(globals.guard);
+    return globals.lockTrouble;
 }
 
 bool ReleaseMutex(Handle mutex) {

@@ -25,6 +25,8 @@ bool SetEvent(Handle event);
 Handle CreateMutexA(bool initialOwner, const std::string& name);
 // 0 when no process has a mutex of that name open.
 Handle OpenMutexA(std::uint32_t desiredAccess, bool inheritHandle, const std::string& name);
+// Why the last named mutex could not be had, with the file that it would lie in; empty when it could.
+std::string LockTrouble();
 // False when the calling thread isn't the owner.
 bool ReleaseMutex(Handle mutex);
 

@@ -19,7 +19,7 @@ void EndIfAsked() {
     if (!platform::EndRequested())
         return;
     const bool ready = !globals.windows.readyToEnd || globals.windows.readyToEnd();
-    if (!ready || basAutomation::globals.SchedulerBusy)
+    if (!ready || basAutomation::EndAfterOperation() || basAutomation::globals.SchedulerBusy)
         return;
     if (!std::exchange(globals.EndTold, true)) {
         if (basApp::globals.PerformUnattendedOperations)

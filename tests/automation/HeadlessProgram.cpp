@@ -3,6 +3,7 @@
 #include "BusEnumeration.h"
 #include "BusOnVirtualClock.h"
 #include "CodePage.h"
+#include "EndRequest.h"
 #include "PackageBuilder.h"
 #include "Paths.h"
 #include "SingleInstance.h"
@@ -27,6 +28,7 @@ void HeadlessProgram::ResetGlobals() {
     basBootloader::globals = {};
     basAutomation::globals = {};
     wiring::globals = {};
+    platform::ForgetEndRequest();
 }
 
 HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) : lowestLevel_(lowestLevel) {
@@ -76,7 +78,12 @@ void HeadlessProgram::Wire() {
         messages.push_back({level, std::string(text)});
     };
     windows.statusWindowCount = [] { return std::size_t{1}; };
-    windows.standardOutput = [this](std::string_view line) { standardOutput.emplace_back(line); };
+    windows.unloadWindows = [this] { UnloadWindows(); };
+    windows.standardOutput = [this](std::string_view line) {
+        standardOutput.emplace_back(line);
+        if (!signalAt.empty() && line.find(signalAt) != line.npos)
+            platform::RequestEnd();
+    };
     windows.standardError = [this](std::string_view line) { standardError.emplace_back(line); };
     wiring::WireProgram(windows);
 }
@@ -87,6 +94,7 @@ void HeadlessProgram::LoadWindows() {
     tmrAutomationScheduler_ = platform::MakeTimer(1000, basAutomation::SchedulerTick);
     tmrBusReset_->SetEnabled(true);
     tmrIncomingData_->SetEnabled(true);
+    tmrEnd_ = wiring::WatchForEndRequest();
     mainWindowExists_ = true;
     bas1394::HookCallbackWindow(true);
 }
@@ -101,7 +109,8 @@ void HeadlessProgram::LetBusSettle() {
 
 void HeadlessProgram::UnloadWindows() {
     bas1394::HookCallbackWindow(false);
-    for (platform::Timer* timer : {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get()})
+    for (platform::Timer* timer :
+         {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get(), tmrEnd_.get()})
         timer->SetEnabled(false);
     mainWindowExists_ = false;
     basApp::ShutdownApplication();

@@ -55,6 +55,7 @@ public:
     platform::testing::ScriptedDialogs dialogs;
     std::vector<Message> messages;
     std::vector<std::string> standardOutput, standardError;
+    std::string signalAt;       // a line of standard output that holds this gets the program the signal to end
     std::size_t nodesAtEnd = 0; // in the node table, once the bus has settled behind the run
 
 private:
@@ -64,7 +65,7 @@ private:
     void Wire();
 
     std::int32_t lowestLevel_;
-    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_;
+    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_, tmrEnd_;
     bool mainWindowExists_ = false;
     bool ended_ = false;
 };

@@ -221,6 +221,31 @@ TEST(UnattendedRun, OpensAFileAsItWasTyped) {
     }
 }
 
+TEST(UnattendedRun, EndsInOrderOnASignalAndSaysWhatTheDeviceIsLeftWith) {
+    const struct {
+        const char *at, *mode, *options, *changes, *state;
+    } rows[] = {
+        {"BuildBootloaderDeviceList completed", "bootloader", "/D both.twd", "", "out.  No device was changed."},
+        {"in application mode.", "application", "/D both.twd", " 2", "reset into its bootloader, nothing was written"},
+        {"Initialized the Persistent", "bootloader", "/G 0011223344556677", " 12", "its GUID is not programmed yet."},
+        {"progress erasing 0/2500", "bootloader", "/D both.twd", " 4", "and got 0 of 2500 bytes"},
+        {"progress loading 1024/2500", "bootloader", "/D both.twd", " 4 5 6", "and got 1024 of 2500 bytes"},
+        {"progress checking 2500/2500", "bootloader", "/D both.twd", " 4 5 5 5 6", "load of the Config Data from '"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.at);
+        HeadlessProgram program(Bus({Target(FIRST, row.mode, R"(, "eraseMs": 5000)")}));
+        WriteFiles(program);
+        program.signalAt = row.at;
+        ASSERT_TRUE(program.Run(row.options, 30'000));
+        EXPECT_EQ(program.Changes(), row.changes);
+        const std::string status = program.Read("script-data/1394_write_status.txt");
+        const std::size_t line = status.find(row.state);
+        ASSERT_NE(line, std::string::npos) << status;
+        EXPECT_LT(status.rfind('\n', line), status.rfind(", ERROR, ", line) + 1) << status; // npos + 1 is 0
+    }
+}
+
 TEST(UnattendedRun, GoesOnWithoutAStatusFileThatCannotBeMade) {
     HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
     WriteFiles(program);

@@ -1,4 +1,5 @@
 #include "Handles.h"
+#include "LockFolder.h"
 #include "SingleInstance.h"
 #include "TemporaryDirectory.h"
 #include "VirtualClock.h"
@@ -7,6 +8,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -129,6 +132,32 @@ TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
     peer.Kill();
     EXPECT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
     platform::ReleaseSingleInstance();
+}
+
+TEST_F(ANamedMutex, LiesWhereOnlyItsUserCanWriteAndNamesAFileThatCannotBeUsed) {
+    namespace fs = std::filesystem;
+    const std::string open = folder.file("open"), link = folder.file("link"), own = folder.file("own/locks"),
+                      file = folder.file("file");
+    fs::create_directory(open);
+    fs::permissions(open, fs::perms::all);
+    fs::create_directory_symlink(folder.path(), link);
+    std::ofstream(file) << "in the way";
+    EXPECT_EQ(platform::FirstPrivateFolder({open, link, file, file + "/below", own, folder.path()}), own);
+    EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(platform::FirstPrivateFolder({open, link}), "");
+    EXPECT_EQ(platform::LockFolder(), folder.path());
+
+    ASSERT_NE(platform::CreateMutexA(false, "known"), 0);
+    EXPECT_EQ(platform::LockTrouble(), "");
+    std::string other;
+    for (const auto& entry : fs::directory_iterator(folder.path()))
+        if (entry.path().extension() == ".lock")
+            other = entry.path();
+    ASSERT_NE(other.find("known"), std::string::npos);
+    other.replace(other.find("known"), 5, "taken");
+    fs::create_directory(other);
+    EXPECT_EQ(platform::CreateMutexA(false, "taken"), 0);
+    EXPECT_NE(platform::LockTrouble().find(other), std::string::npos) << platform::LockTrouble();
 }
 
 } // namespace
