@@ -74,10 +74,11 @@ class Program:
         shell = [*unshare(), "sh", "-c", ON_A_FULL_DISK, "sh", str(size), str(self.folder), str(full), str(space)]
         return shell + [str(full / "HoistlineApp"), *command[1:]]
 
-    def start(self, options, name="first", space_on_disk=None):
+    def start(self, options, name="first", space_on_disk=None, **variables):
         environment = {key: value for key, value in os.environ.items() if not key.startswith(("XDG_", "QT_"))}
         environment |= {"HOME": str(self.base / "home"), "XDG_RUNTIME_DIR": str(self.base / "runtime"),
-                        "QT_QPA_PLATFORM": "offscreen"}
+                        "QT_QPA_PLATFORM": "offscreen"} | variables
+        environment = {key: value for key, value in environment.items() if value is not None}
         command = [str(self.folder / "HoistlineApp"), *options]
         if space_on_disk is not None:
             command = self.full_disk(command, space_on_disk)

@@ -4,9 +4,12 @@ ProgramTest.py CMAKE BUILD-DIRECTORY [WORD-OF-A-CASE]
 """
 
 import json
+import os
 import random
 import re
 import shutil
+import signal
+import sqlite3
 import struct
 import subprocess
 import sys
@@ -24,6 +27,7 @@ from Program import HARMLESS, LEVELS, REQUEST, REQUEST_BUFFER, TIME_LIMIT, Progr
 from Program import changes, downloads, may_mount, requests, status_lines, wait_until
 
 EXAMPLES = Path(__file__).parents[2] / "docs/examples"
+GUIDE = EXAMPLES.parent / "help/twl/hoistline/help/v1.8.1/unattended.html"
 SECTIONS = {  # type on the wire, address
     "application": (0, 0x20000000), "config": (1, 0x201A0000), "bootloader": (3, 0x1000)}
 NOISE = random.Random(1394)
@@ -66,6 +70,9 @@ class Case:
     database: bool = True
     ends: bool = True  # False: it waits for ever once the last of `says` has been said
     space_on_disk: int = None
+    exit_code: int = 0
+    silent: bool = False  # no trace of it, not even a status file of its own
+    environment: dict = field(default_factory=dict)
 
 
 IN_APPLICATION = ("USER, basAutomation, The device is running in application mode.  Resetting the device to "
@@ -77,13 +84,37 @@ CNE_DONE = ["USER, basAutomation, Successfully programmed CNE from ",
             "USER, basAutomation, Successfully set CNE to factory default."]
 LOADED = {"application": IMAGE, "config": CNE}
 LOADING = "0:4 0:5x5 0:6 0:4 0:5 0:6 0:13 0:17"
+PROOFS = {  # the beginnings of the lines on standard output that scripts are told to look for
+    "application": "USER    Successfully programmed image from ",
+    "config": "USER    Successfully set CNE to factory default.",
+    "bootloader": "USER    Successfully programmed new bootloader firmware image.",
+    "guid": "USER    Successfully set the GUID to the new value."}
 # A device that leaves in the middle of an enumeration makes one that starts over.
 INTERRUPTED = "ERROR, bas1394, VdevBusResetHandler call failed, code -1"
 NO_FILE_DATE = "ERROR, basApp, Failed to convert driver date to a readable format!"
 
 
-def load(name, **more):  # of the package into a single device
-    return Case(name, bus(target(1)), "/D app.twd", [IMAGE_DONE, *CNE_DONE], LOADING, {guid(1): LOADED}, **more)
+def signals_in_the_erase(*numbers):  # one wish may arrive twice
+    def send(program):
+        wait_until(lambda: "progress erasing" in program.output(), "the erase")
+        for number in numbers:
+            program.process.send_signal(number)
+    return send
+
+
+def setting_that_is_no_number(program):
+    shutil.copy(program.folder / "db1_clean.mdb", program.folder / "db1.mdb")
+    with sqlite3.connect(program.folder / "db1.mdb") as database:
+        database.execute("INSERT INTO tblSettings VALUES ('HoistlineApp', 'Global', 'DebugMessageLevel', 'many')")
+
+
+def end_it(program):
+    time.sleep(3)
+    program.process.kill()
+
+
+def load(name, options="/D app.twd", **more):  # of the package into a single device
+    return Case(name, bus(target(1)), options, [IMAGE_DONE, *CNE_DONE], LOADING, {guid(1): LOADED}, **more)
 
 
 # --- The bad days ---
@@ -220,6 +251,17 @@ CASES = [
     load("database corrupt", prepare=put("db1.mdb", JUNK), database=False, check=check_corrupt_database),
     Case("library that is garbage", prepare=put("Twl1394api.so", JUNK), **NO_LIBRARY),
     Case("no library", prepare=remove("Twl1394api.so"), **NO_LIBRARY),
+    Case("signals in the erase", bus(target(1) | {"eraseMs": 20000}), "/D app.twd",
+         ["USER, basBootloader, Loading new Application Image", "DownloadStart command failed, code -",
+          "ERROR, basBootloader, The load of the Application Image was ended early.  The device was told to erase what "
+          "it held before and got 0 of 5001 bytes", "Failed to Download Image."], "0:4", {guid(1): {}},
+         meanwhile=signals_in_the_erase(signal.SIGTERM, signal.SIGTERM, signal.SIGHUP)),
+    load("display that doesn't answer", environment={"QT_QPA_PLATFORM": None, "DISPLAY": ":9999"}),
+    load("library dated 1970", prepare=lambda program: os.utime(program.folder / "Twl1394api.so", (0, 0)),
+         errors=["File Dependency Error: file ", "The expected date is "]),
+    load("/S without a viewer", options="/D app.twd /S", environment={"PATH": ""}, errors=["xdg-open"]),
+    Case("setting that is no number", bus(target(1)), "/D app.twd", [], prepare=setting_that_is_no_number,
+         meanwhile=end_it, silent=True, exit_code=-9),
     load("disk full from the start", space_on_disk=0, database=False, check=check_full_disk),
     load("disk that fills up in the run", space_on_disk=90_000, database=False, check=check_full_disk),
 ]
@@ -271,17 +313,29 @@ def check_bus(program, case):
             assert found == [0x1234, 0x01020305, len(sections[name]), True], identity
 
 
+def check_proofs(program):
+    """The lines that prove a success are there for what the devices hold, and for nothing else."""
+    lines = program.output().splitlines()
+    proved = {name for name, text in PROOFS.items() if any(line.startswith(text) for line in lines)}
+    whole = {"application": IMAGE, "config": CNE, "bootloader": BOOT}
+    done = {name for sections in program.flash().values() for name, content in sections.items()
+            if content == whole[name]}
+    done |= {"guid" for device in program.flash() if program.identity(device).get("guid", device).upper() != device}
+    assert proved == done, f"proved {proved}, done {done}"
+
+
 def run(case, installed, base):
     base.mkdir()
     program = Program(installed, base, case.bus)
     if case.space_on_disk is not None and not may_mount(base):
         return "skipped: no file system can be mounted here"
     case.prepare(program)
-    process = program.start(case.options.split(), space_on_disk=case.space_on_disk)
+    process = program.start(case.options.split(), space_on_disk=case.space_on_disk, **case.environment)
+    program.process = process
     try:
         case.meanwhile(program)
         if case.ends:
-            assert process.wait(TIME_LIMIT) == 0, f"exit code {process.returncode}"
+            assert process.wait(TIME_LIMIT) == case.exit_code, f"exit code {process.returncode}"
         else:
             last = case.says[-1].split(", ")[-1]
             wait_until(lambda: last in program.output(), last)
@@ -289,7 +343,10 @@ def run(case, installed, base):
             assert process.poll() is None, "it ended"
     finally:
         program.end(process)
-    if case.space_on_disk is None:
+    check_proofs(program)
+    if case.silent:
+        assert program.output() == ""
+    elif case.space_on_disk is None:
         check_records(program, case)
         check_bus(program, case)
     case.check(program)
@@ -334,6 +391,8 @@ def main(cmake, build, word=""):
         base = Path(folder)
         base.chmod(0o755)
         install(cmake, build, base / "installed")
+        for document in (EXAMPLES.parents[1] / "README.md", GUIDE):
+            assert all(text in document.read_text() for text in PROOFS.values()), f"{document} tells scripts otherwise"
         with ThreadPoolExecutor(RUNS_AT_ONCE) as pool:
             jobs = [pool.submit(attempt, case, base / "installed", base / str(number))
                     for number, case in enumerate(CASES) if word in case.name]
