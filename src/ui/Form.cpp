@@ -1,5 +1,7 @@
 #include "Form.h"
 
+#include "Clock.h"
+#include "WindowSystem.h"
 #include "basApp.h"
 
 #include <QAbstractItemView>
@@ -11,6 +13,7 @@
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QShortcut>
+#include <QWindow>
 
 #include <algorithm>
 #include <utility>
@@ -67,7 +70,18 @@ void Form::showForm() {
     frame()->show();
 }
 
-void Form::showModal(QWidget* owner) {
+// A window that was just shown is painted some turns later, and only from then on repaints at once.
+void Form::WaitUntilSeen() {
+    constexpr int TURNS = 50, BETWEEN = 10; // half a second at most, of which a desktop needs a tenth
+    const auto seen = [this] { return windowHandle() != nullptr && windowHandle()->isExposed(); };
+    for (int turn = 0; turn < TURNS && !seen(); ++turn) {
+        platform::DoEvents();
+        platform::Sleep(BETWEEN);
+    }
+    platform::DoEvents();
+}
+
+void Form::showModal(QWidget* owner, const std::function<void()>& onceSeen) {
     const QRect at = geometry();
     setParent(owner, Qt::Dialog);
     setWindowModality(Qt::ApplicationModal);
@@ -77,6 +91,11 @@ void Form::showModal(QWidget* owner) {
     QEventLoop loop;
     connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
     show();
+    if (onceSeen) {
+        const Stay stay(*this);
+        WaitUntilSeen();
+        onceSeen();
+    }
     loop.exec();
 }
 

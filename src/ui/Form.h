@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <functional>
 #include <vector>
 
 class clsLayoutManager;
@@ -56,8 +57,9 @@ public:
     // the screen may be none.
     bool hasPlaceToKeep();
     void showForm();
-    // As a dialog over `owner`, until it is unloaded.
-    void showModal(QWidget* owner);
+    // As a dialog over `owner`, until it is unloaded. `onceSeen` runs when the window is on the screen;
+    // a wish to close the window waits until its end.
+    void showModal(QWidget* owner, const std::function<void()>& onceSeen = {});
     // Sizes the frame so that the client area holds these pixels.
     void fitClient(int width, int height);
     std::string nameText() const { return objectName().toStdString(); }
@@ -71,6 +73,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void WaitUntilSeen();
+
     layout::Rectangle place_; // as it was set last
     bool unloaded_ = false;
     int stays_ = 0;

@@ -6,10 +6,46 @@
 #include "basBootloader.h"
 #include "frmMain.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QFontDatabase>
+#include <QKeyEvent>
 
 #include <fmt/format.h>
+
+namespace {
+
+// A row that is copied whole, by its menu or with Ctrl+C, unless a part of it is selected.
+class Row : public QLabel {
+public:
+    explicit Row(QWidget* parent) : QLabel(parent) {
+        MakeCopyable(this);
+        setFocusPolicy(Qt::StrongFocus);
+        auto* copy = new QAction("&Copy\tCtrl+C", this);
+        connect(copy, &QAction::triggered, this, [this] { Copy(); });
+        addAction(copy);
+        setContextMenuPolicy(Qt::ActionsContextMenu);
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->matches(QKeySequence::Copy))
+            Copy();
+        else
+            QLabel::keyPressEvent(event);
+    }
+    void focusInEvent(QFocusEvent* event) override {
+        QLabel::focusInEvent(event);
+        if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+            setSelection(0, int(text().size())); // shows which row has the keys
+    }
+
+private:
+    void Copy() { QApplication::clipboard()->setText((hasSelectedText() ? selectedText() : text()).trimmed()); }
+};
+
+} // namespace
 
 frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
     const int gap = 8, line = fontMetrics().height() + 10, width = fontMetrics().averageCharWidth() * 90;
@@ -20,10 +56,12 @@ frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
     txtDeviceDetails->setReadOnly(true);
     int top = Frame2->geometry().bottom() + gap;
     const auto label = [&](const char* name) {
-        auto* made = Named(new QLabel(this), name);
+        auto* made = Named(new Row(this), name);
         made->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
         made->setGeometry(2 * gap, top, width - 2 * gap, line);
-        MakeCopyable(made);
+        auto* all = new QAction("Copy &All", made);
+        connect(all, &QAction::triggered, this, [this] { CopyAll(); });
+        made->addAction(all);
         top += line;
         return made;
     };
@@ -31,12 +69,15 @@ frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
     lblBootloaderCRC = label("lblBootloaderCRC");
     lblDebuggerCRC = label("lblDebuggerCRC");
     lblCNE_CRC = label("lblCNE_CRC");
-    top += gap;
+    lblProgress = Named(new QLabel(this), "lblProgress");
+    lblProgress->setGeometry(2 * gap, top, width - 2 * gap, line);
+    top += line + gap;
     chkAlwaysOnTop = Named(new QCheckBox("Always on &Top", this), "chkAlwaysOnTop");
     chkAlwaysOnTop->setGeometry(2 * gap, top, width / 2, line);
     cmdClose = Named(new QPushButton("&Close", this), "cmdClose");
     cmdClose->setGeometry(width - 10 * line / 3, top, 10 * line / 3, line);
     connect(cmdClose, &QPushButton::clicked, this, [this] { Unload(); });
+    cmdClose->setFocus();
 }
 
 void frmCRCs::Form_Load() {
@@ -74,15 +115,36 @@ void frmCRCs::ReadCRCs() {
         QLabel* label;
         const char* prefix;
         std::int32_t imageType;
+        const char* image;
     };
-    const Line lines[] = {{lblBootloaderCRC, "  Bootloader: ", IMAGE_BOOTLOADER},
-                          {lblApplicationCRC, " Application: ", IMAGE_APPLICATION},
-                          {lblCNE_CRC, "Config (CNE): ", IMAGE_CONFIG},
-                          {lblDebuggerCRC, "    Debugger: ", IMAGE_DEBUGGER}};
+    const Line lines[] = {{lblBootloaderCRC, "  Bootloader: ", IMAGE_BOOTLOADER, "bootloader"},
+                          {lblApplicationCRC, " Application: ", IMAGE_APPLICATION, "application"},
+                          {lblCNE_CRC, "Config (CNE): ", IMAGE_CONFIG, "configuration"},
+                          {lblDebuggerCRC, "    Debugger: ", IMAGE_DEBUGGER, "debugger"}};
+    const auto show = [](QLabel* label, const std::string& text) {
+        label->setText(QString::fromStdString(text));
+        label->repaint(); // a device that is busy with its application takes seconds for each
+    };
+    const Stay stay(*this); // an answer that comes in quadlets gives turns
     QApplication::setOverrideCursor(Qt::WaitCursor);
     for (const Line& line : lines)
-        line.label->setText(QString::fromStdString(line.prefix + GetCrcText(line.imageType)));
+        line.label->setEnabled(false); // what it says isn't the device's answer yet
+    repaint();
+    for (const Line& line : lines) {
+        show(lblProgress, fmt::format("Asking the device for the CRC of its {} image...", line.image));
+        const std::string text = line.prefix + GetCrcText(line.imageType);
+        line.label->setEnabled(true);
+        show(line.label, text);
+    }
     QApplication::restoreOverrideCursor();
+    show(lblProgress, "To copy a row: Tab to it and Ctrl+C, or its context menu.");
+}
+
+void frmCRCs::CopyAll() const {
+    QStringList lines{txtDeviceDetails->text()};
+    for (const QLabel* label : {lblBootloaderCRC, lblApplicationCRC, lblCNE_CRC, lblDebuggerCRC})
+        lines << label->text();
+    QApplication::clipboard()->setText(lines.join('\n'));
 }
 
 std::string frmCRCs::GetCrcText(std::int32_t imageType) const {

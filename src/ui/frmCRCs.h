@@ -22,7 +22,7 @@ public:
     void Form_Load() override;
 
     std::int32_t hDevice() const { return hDevice_; }
-    void setHDevice(std::int32_t handle); // asks the target
+    void setHDevice(std::int32_t handle); // asks the target: returns when all four answers are in
     bool AlwaysOnTop() const { return chkAlwaysOnTop->isChecked(); }
     void setAlwaysOnTop(bool onTop) { chkAlwaysOnTop->setChecked(onTop); }
     std::string GetCrcText(std::int32_t imageType) const;
@@ -32,6 +32,7 @@ public:
     QGroupBox* Frame2;
     QLineEdit* txtDeviceDetails;
     QLabel *lblApplicationCRC, *lblBootloaderCRC, *lblDebuggerCRC, *lblCNE_CRC;
+    QLabel* lblProgress; // which answer is awaited
 
 protected:
     void Form_Resize() override;
@@ -39,6 +40,7 @@ protected:
 
 private:
     void ReadCRCs();
+    void CopyAll() const;
 
     std::int32_t hDevice_ = 0;
     std::unique_ptr<clsLayoutManager> layout_;

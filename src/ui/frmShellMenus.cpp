@@ -164,8 +164,7 @@ void frmShell::mnuFirmwareCRCs_Click() {
     auto* crcs = new frmCRCs;
     crcs->Form_Load();
     crcs->txtDeviceDetails->setText(cmbDeviceDetails->currentText());
-    crcs->setHDevice(currentHandle_);
-    crcs->showModal(window());
+    crcs->showModal(window(), [crcs, handle = currentHandle_] { crcs->setHDevice(handle); });
 }
 
 void frmShell::mnuPollingRate_Click() {
