@@ -24,6 +24,17 @@ std::optional<Range> FindFrom(const ByteArray& bytes, const std::vector<ByteArra
     return first;
 }
 
+// The last one that begins before `end`.
+std::optional<Range> FindBefore(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t end) {
+    std::optional<Range> last;
+    for (const ByteArray& wanted : sought) {
+        const std::size_t found = end == 0 ? std::string_view::npos : View(bytes).rfind(View(wanted), end - 1);
+        if (found != std::string_view::npos && (!last || found > last->begin))
+            last = Range{found, found + wanted.size()};
+    }
+    return last;
+}
+
 } // namespace
 
 std::int32_t ColumnsOfWidth(std::int32_t width) {
@@ -45,9 +56,13 @@ std::vector<ByteArray> SoughtBytes(std::string_view text) {
     return sought;
 }
 
-std::optional<Range> Find(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t start) {
-    const std::optional<Range> found = FindFrom(bytes, sought, start);
-    return found ? found : FindFrom(bytes, sought, 0);
+std::optional<Range> Find(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t start,
+                          bool backward) {
+    const auto find = [&](std::size_t from) {
+        return backward ? FindBefore(bytes, sought, from) : FindFrom(bytes, sought, from);
+    };
+    const std::optional<Range> found = find(start);
+    return found ? found : find(backward ? bytes.size() : 0);
 }
 
 } // namespace hexDump

@@ -22,7 +22,9 @@ struct Range {
     std::size_t begin = 0, end = 0; // behind the last
     bool operator==(const Range&) const = default;
 };
-// The first place from `start` on where one of them stands, then from the beginning again.
-std::optional<Range> Find(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t start);
+// The first place from `start` on where one of them stands, then from the beginning again; backward, the
+// last place that begins before `start`, then from the end again.
+std::optional<Range> Find(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t start,
+                          bool backward = false);
 
 } // namespace hexDump

@@ -99,9 +99,10 @@ void HexDumpView::copy() {
     QApplication::restoreOverrideCursor();
 }
 
-bool HexDumpView::find(const std::vector<ByteArray>& sought) {
+bool HexDumpView::find(const std::vector<ByteArray>& sought, bool backward) {
     const int line = current_ >= 0 ? current_ : verticalScrollBar()->value();
-    found_ = hexDump::Find(bytes_, sought, found_ ? found_->begin + 1 : std::size_t(line) * columns_);
+    const std::size_t start = found_ ? found_->begin + (backward ? 0 : 1) : std::size_t(line) * columns_;
+    found_ = hexDump::Find(bytes_, sought, start, backward);
     if (found_) {
         selectLines(int(found_->begin / columns_), int((found_->end - 1) / columns_));
         BringIntoView(current_);

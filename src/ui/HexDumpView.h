@@ -28,9 +28,9 @@ public:
     void selectAll();
     void copy();
 
-    // The next place behind the one found last, or else from the top line or the selected one: selected
-    // and in view. False when there is none.
-    bool find(const std::vector<ByteArray>& sought);
+    // The next place after the one found last (backward: before it), or else from the top line or the
+    // selected one: selected and in view. False when there is none.
+    bool find(const std::vector<ByteArray>& sought, bool backward = false);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -2,7 +2,12 @@
 
 #include "Guarded.h"
 
-frmConfig::frmConfig() : Form("frmConfig", ""), RTB1(new RichTextBox(this)) {
+frmConfig::frmConfig()
+    : Form("frmConfig", ""), RTB1(new RichTextBox(this)),
+      txtFind(new FindLine(
+          RTB1, "Find in the text (Ctrl+F, then Enter)",
+          [this](const QString& text, bool backward) { return FindInText(RTB1, text, backward); },
+          "No '%1' found in this text.")) {
     RTB1->setObjectName("RTB1");
     RTB1->setGeometry(0, 0, fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 28);
     RTB1->setReadOnly(true);
@@ -12,17 +17,22 @@ frmConfig::frmConfig() : Form("frmConfig", ""), RTB1(new RichTextBox(this)) {
 }
 
 void frmConfig::Form_Load() {
-    fitClient(RTB1->width(), RTB1->height());
+    fitClient(RTB1->width(), RTB1->height() + txtFind->lineHeight());
     layout_ = std::make_unique<clsLayoutManager>();
     Guarded("frmConfig", "Form_Load", [this] { layout_->SetLayoutForm(this); }); // restores the layout too
     QFont font("Courier New", 8);
     font.setStyleHint(QFont::Monospace);
     RTB1->setFont(font);
+    RTB1->setFocus();
+    Form_Resize();
 }
 
 void frmConfig::Form_Resize() {
     if (layout_)
         layout_->ResizeForm();
+    const int line = txtFind->lineHeight();
+    RTB1->setGeometry(0, 0, width(), height() - line);
+    txtFind->setGeometry(0, height() - line, width(), line);
 }
 
 void frmConfig::Form_Unload() {

@@ -1,6 +1,7 @@
 // A text viewer for CNE data. Caption and text come from its caller.
 #pragma once
 
+#include "FindLine.h"
 #include "Form.h"
 #include "basDebug.h"
 #include "clsLayoutManager.h"
@@ -28,6 +29,7 @@ public:
     }
 
     RichTextBox* RTB1;
+    FindLine* txtFind;
 
 protected:
     void Form_Resize() override;

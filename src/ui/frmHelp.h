@@ -1,13 +1,17 @@
-// The help pane: a text browser with find.
+// The help pane: a text browser with find, back and forward.
 #pragma once
 
+#include "FindLine.h"
 #include "Form.h"
 #include "clsLayoutManager.h"
 
-#include <QLineEdit>
+#include <QStyle>
 #include <QTextBrowser>
+#include <QToolButton>
+#include <QUrl>
 
 #include <memory>
+#include <vector>
 
 class frmHelp : public Form {
     Q_OBJECT
@@ -18,14 +22,19 @@ public:
     void navigate(const QString& url);
 
     QTextBrowser* WebBrowser1;
-    QLineEdit* Text1; // what to find in the page
+    FindLine* Text1; // what to find in the guide
+    QToolButton *cmdBack, *cmdForward;
 
 protected:
     void Form_Resize() override;
     void Form_Unload() override;
 
 private:
-    void FindNext(); // from the top again behind the last place
+    QToolButton* Button(const char* caption, const char* keys, QStyle::StandardPixmap icon);
+    // On the page, then on the other pages of its folder, then from the other end of the page.
+    bool Find(const QString& text, bool backward);
+    // From the page after (or before) the shown one around to the one on its other side.
+    std::vector<QUrl> OtherPages(bool backward) const;
 
     std::unique_ptr<clsLayoutManager> layout_;
 };

@@ -1,12 +1,7 @@
 #include "frmViewMemory.h"
 
-#include "Dialogs.h"
 #include "Guarded.h"
 #include "Windows.h"
-
-#include <QShortcut>
-
-#include <fmt/format.h>
 
 #include <utility>
 
@@ -18,7 +13,13 @@ constexpr int GAP = 6; // pixels between controls
 
 frmViewMemory::frmViewMemory()
     : Form("frmViewMemory", "Memory Viewer"), fraBounding(new QGroupBox(this)),
-      txtNodeMemory(new HexDumpView(fraBounding)), txtFind(new QLineEdit(fraBounding)),
+      txtNodeMemory(new HexDumpView(fraBounding)),
+      txtFind(new FindLine(
+          txtNodeMemory, "Find hex bytes (0A 1B) or text (Ctrl+F, then Enter)",
+          [this](const QString& text, bool backward) {
+              return txtNodeMemory->find(hexDump::SoughtBytes(text.toStdString()), backward);
+          },
+          "No '%1' found in this memory.")),
       cmdClose(new QPushButton("&Close", fraBounding)) {
     fraBounding->setObjectName("fraBounding");
     txtNodeMemory->setObjectName("txtNodeMemory");
@@ -26,27 +27,13 @@ frmViewMemory::frmViewMemory()
     cmdClose->setObjectName("cmdClose");
 
     const int width = 580, height = 340; // 16 bytes a line
-    const int line = FindLineHeight(), buttonWidth = fontMetrics().horizontalAdvance("Close") + 50;
+    const int line = txtFind->lineHeight(), buttonWidth = fontMetrics().horizontalAdvance("Close") + 50;
     fraBounding->setGeometry(0, 0, width + 2 * GAP, height + line + 3 * GAP);
     txtNodeMemory->setGeometry(GAP, GAP, width, height);
     txtFind->setGeometry(GAP, height + 2 * GAP, width - buttonWidth - GAP, line);
     cmdClose->setGeometry(width + GAP - buttonWidth, height + 2 * GAP, buttonWidth, line);
     setMinimumSize(300, 160);
 
-    txtFind->setPlaceholderText("Find hex bytes (0A 1B) or text (Ctrl+F, then Enter)");
-    txtFind->setClearButtonEnabled(true);
-    txtFind->setMaxLength(256);
-    connect(txtFind, &QLineEdit::returnPressed, this, [this] { FindNext(); });
-    const auto shortcut = [this](QKeySequence::StandardKey key, auto done) {
-        auto* made = new QShortcut(key, this);
-        made->setContext(Qt::WidgetWithChildrenShortcut);
-        connect(made, &QShortcut::activated, this, done);
-    };
-    shortcut(QKeySequence::Find, [this] {
-        txtFind->setFocus();
-        txtFind->selectAll();
-    });
-    shortcut(QKeySequence::FindNext, [this] { FindNext(); });
     connect(cmdClose, &QPushButton::clicked, this, [this] { Unload(); });
 }
 
@@ -64,21 +51,10 @@ void frmViewMemory::setByteData(ByteArray bytes) {
     txtNodeMemory->setBytes(std::move(bytes), StartAddress);
 }
 
-void frmViewMemory::FindNext() {
-    const std::string text = txtFind->text().toStdString();
-    const auto sought = hexDump::SoughtBytes(text);
-    if (!sought.empty() && !txtNodeMemory->find(sought))
-        platform::CurrentDialogs().MessageBox(fmt::format("'{}' does not stand in this memory.", text), "Find");
-}
-
-int frmViewMemory::FindLineHeight() const {
-    return fontMetrics().height() + 10;
-}
-
 // A line to type in that shrank and grew with the window couldn't be read in a small one: it keeps its
 // height, the dump takes what is left.
 void frmViewMemory::KeepFindLine() {
-    const int line = FindLineHeight(), top = fraBounding->height() - line - GAP;
+    const int line = txtFind->lineHeight(), top = fraBounding->height() - line - GAP;
     for (QWidget* control : {static_cast<QWidget*>(txtFind), static_cast<QWidget*>(cmdClose)})
         control->setGeometry(control->x(), top, control->width(), line);
     txtNodeMemory->resize(txtNodeMemory->width(), top - GAP - txtNodeMemory->y());

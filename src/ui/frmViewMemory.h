@@ -1,12 +1,12 @@
 // A hex dump of a byte array, as wide as its window in steps of four bytes.
 #pragma once
 
+#include "FindLine.h"
 #include "Form.h"
 #include "HexDumpView.h"
 #include "clsLayoutManager.h"
 
 #include <QGroupBox>
-#include <QLineEdit>
 #include <QPushButton>
 
 #include <cstdint>
@@ -27,7 +27,7 @@ public:
 
     QGroupBox* fraBounding;
     HexDumpView* txtNodeMemory;
-    QLineEdit* txtFind;
+    FindLine* txtFind;
     QPushButton* cmdClose;
 
 protected:
@@ -35,8 +35,6 @@ protected:
     void Form_Unload() override;
 
 private:
-    void FindNext();
-    int FindLineHeight() const;
     void KeepFindLine();
 
     std::unique_ptr<clsLayoutManager> layout_;

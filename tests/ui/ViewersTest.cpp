@@ -91,15 +91,21 @@ TEST_F(Viewers, CopyTheLinesThatKeysAndMouseSelect) {
 
 TEST_F(Viewers, FindBytesAndTellWhenThereAreNone) {
     Show(Numbers(4096));
-    const auto find = [&](const char* text) {
+    const auto find = [&](const char* text, Qt::KeyboardModifiers backward = {}) {
         memory->txtFind->setText(text);
-        QTest::keyClick(memory->txtFind, Qt::Key_Return);
+        QTest::keyClick(memory->txtFind, Qt::Key_Return, backward);
         return memory->txtNodeMemory->selectedText().substr(0, 7);
     };
     EXPECT_EQ(find("1F 20 21"), "0x10: 1"); // over the end of a line
     EXPECT_EQ(find("1F 20 21"), "0x110: ");
+    EXPECT_EQ(find("1F 20 21", Qt::ShiftModifier), "0x10: 1");
+    EXPECT_EQ(find("1F 20 21", Qt::ShiftModifier), "0xF10: "); // from the end again
     find("no such text");
-    EXPECT_TRUE(WasTold("Find: 'no such text' does not stand in this memory."));
+    EXPECT_TRUE(WasTold("Find: No 'no such text' found in this memory."));
+    FindLine* line = Newest<frmConfig>()->txtFind;
+    line->setText("nor here");
+    QTest::keyClick(Newest<frmConfig>()->RTB1, Qt::Key_F3);
+    EXPECT_TRUE(WasTold("Find: No 'nor here' found in this text."));
 }
 
 } // namespace
