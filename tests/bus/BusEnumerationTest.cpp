@@ -57,7 +57,7 @@ TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
     library.deviceCount = 0; // the driver has to be started first
     Enumerate();
     EXPECT_EQ(timerStarts, 1);
-    EXPECT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
+    ASSERT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
     EXPECT_EQ(globals.LocalHostNode, 5);
     EXPECT_TRUE(globals.BusEnumerated);
     EXPECT_EQ(completions, 1);
