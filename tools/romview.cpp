@@ -1,22 +1,27 @@
-// romview FILE [--json]: the rows of a config ROM image, as the config ROM window shows them.
+// romview FILE [--json] [--check]: the rows of a config ROM image, as the config ROM window shows
+// them, or what its checks find.
 //
 // The file holds the quadlets from the ROM's base on, big-endian, or in the order in which Linux
 // exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
 // Exit codes: 0 the whole ROM printed; 1 only a part, since the file ends before the ROM does or the
-// ROM is none; 2 usage or unreadable file.
+// ROM is none, or a check found a fault; 2 usage or unreadable file.
 
 #include "ConfigRomText.h"
 #include "Failure.h"
+#include "RomChecks.h"
 #include "RomFile.h"
 #include "basConfigRom.h"
 #include "basDebug.h"
 #include "basUtils.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -32,15 +37,35 @@ void PrintJson(const basConfigRom::RomTree& tree) {
     std::printf("%s\n", rows.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
 }
 
+void PrintFindings(const std::vector<basConfigRom::RomFinding>& findings) {
+    for (const std::string& line : basConfigRom::CheckLines(findings))
+        if (!line.empty())
+            std::printf("%s\r\n", line.c_str());
+}
+
+void PrintFindingsJson(const std::vector<basConfigRom::RomFinding>& findings) {
+    nlohmann::json all = nlohmann::json::array();
+    for (const basConfigRom::RomFinding& finding : findings)
+        all.push_back({{"address", fmt::format("0x{:08X}", finding.Address)},
+                       {"quadlet", finding.Quadlet()},
+                       {"severity", basConfigRom::VerdictName(finding.Severity)},
+                       {"code", finding.Code},
+                       {"text", finding.Text}});
+    std::printf("%s\n", all.dump(2).c_str());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"Shows a config ROM image as rows of text.\n"
-                 "Exit code: 0 all of it; 1 rows of what could be made of it; 2 no such file, or bad arguments"};
+    CLI::App app{
+        "Shows a config ROM image as rows of text.\n"
+        "Exit code: 0 all of it; 1 rows of what could be made of it, or --check found a fault; 2 no such file, or "
+        "bad arguments"};
     std::string path;
-    bool json = false;
+    bool json = false, check = false;
     app.add_option("FILE", path, "ROM image: the quadlets from the ROM's base on")->required();
-    app.add_flag("--json", json, "rows as JSON");
+    app.add_flag("--json", json, "as JSON");
+    app.add_flag("--check", check, "in place of the rows: CRCs, quadlets that nothing refers to, faulty entries");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -60,12 +85,20 @@ int main(int argc, char** argv) {
         return 2;
     }
     image.pop_back(); // the 0 behind the file's bytes
+    image = basConfigRom::BigEndianImage(std::move(image));
     ConfigRomRecord rom;
     basConfigRom::ReadRomImage(image, rom);
     basConfigRom::RomTree tree;
     const bool whole = basConfigRom::FormatConfigRomApple(tree, rom) == 1 && basConfigRom::IsWhole(rom);
-    json ? PrintJson(tree) : PrintText(tree);
+    bool faulty = false;
+    if (check) {
+        const auto findings = basConfigRom::CheckConfigRom(rom, image);
+        json ? PrintFindingsJson(findings) : PrintFindings(findings);
+        faulty = !findings.empty() && findings.front().Severity == basConfigRom::Verdict::Fault;
+    } else {
+        json ? PrintJson(tree) : PrintText(tree);
+    }
     if (!whole)
         std::fprintf(stderr, "romview: '%s' doesn't hold a whole config ROM\n", path.c_str());
-    return whole ? 0 : 1;
+    return whole && !faulty ? 0 : 1;
 }

@@ -38,10 +38,14 @@ void TurnQuadlets(ByteArray& image) {
 
 } // namespace
 
-std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom) {
+ByteArray BigEndianImage(ByteArray image) {
     if (IsTurned(image))
         TurnQuadlets(image);
-    romImageGlobals.Image = std::move(image);
+    return image;
+}
+
+std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom) {
+    romImageGlobals.Image = BigEndianImage(std::move(image));
     bas1394::globals = {};
     bas1394::globals.BusEnumerated = true;
     bas1394::library::Operations operations{};

@@ -12,6 +12,9 @@ struct RomImageGlobals {
 };
 extern RomImageGlobals romImageGlobals;
 
+// The image with its quadlets big-endian, in which order it may be already.
+ByteArray BigEndianImage(ByteArray image);
+
 // `image` holds the quadlets from the ROM's base on: big-endian, or in the order in which Linux
 // exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
 // The result of GetFormattedConfigRom. Binds bas1394 to the image for that time: not for a program

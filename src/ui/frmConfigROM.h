@@ -1,16 +1,21 @@
-// The config ROM of one node as a tree: a picture of the moment in which the node was set.
+// The config ROM of one node as a tree: a picture of the moment in which the node was set. What
+// its checks found is below it when somebody asks.
 #pragma once
 
 #include "ConfigRomText.h"
 #include "Form.h"
+#include "RomChecks.h"
 #include "clsLayoutManager.h"
 
+#include <QCheckBox>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QTreeWidget>
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 class frmConfigROM : public Form {
     Q_OBJECT
@@ -26,7 +31,9 @@ public:
 
     QGroupBox* fraConfigRomAppleFormat;
     QTreeWidget* trvConfigRomAppleFormat;
+    QTreeWidget* lstChecks; // has no name, so that the layout keeper leaves it alone
     QPushButton *cmdClose, *cmdCopyConfigRomToClipboard, *cmdSaveToDisk;
+    QCheckBox* chkChecks; // off: rows, copied and saved text are as if there were no checks
 
 protected:
     void Form_Resize() override;
@@ -34,7 +41,13 @@ protected:
 
 private:
     void ShowRows();
+    void ShowChecks(); // or hides them
+    void ArrangeChecks();
+    void GoToRowOf(const QTreeWidgetItem* check);
+    std::vector<std::string> Lines() const; // what is copied and saved
 
     basConfigRom::RomTree rows_;
+    std::vector<QTreeWidgetItem*> items_; // of rows_
+    std::vector<basConfigRom::RomFinding> findings_;
     std::unique_ptr<clsLayoutManager> layout_;
 };

@@ -1,9 +1,11 @@
 // ROMs that mean harm, or nothing at all. Reading one ends, within its bounds, with a tree whose
 // every index leads somewhere.
 #include "ConfigRomText.h"
+#include "RomChecks.h"
 #include "RomTest.h"
 
 #include <random>
+#include <set>
 
 using namespace testing_support;
 
@@ -26,6 +28,25 @@ protected:
         basConfigRom::FormatConfigRomApple(tree, rom);
         EXPECT_LE(tree.Rows.size(), 16384u * 5 + 512u * 15);
         EXPECT_NE(basConfigRom::GetConfigRomModelText(rom) + basConfigRom::GetHardwareVersion(rom), "");
+        ExpectChecksToAgreeWith(tree);
+    }
+    // A CRC is judged for each block that is shown and for no other, and what has a row is referred to.
+    void ExpectChecksToAgreeWith(const basConfigRom::RomTree& tree) const {
+        std::set<std::string> blocks, judged, addresses;
+        for (const basConfigRom::RomRow& row : tree.Rows) {
+            addresses.insert(row.Text.substr(0, 10));
+            if (row.Text.find(" header, length=") != std::string::npos)
+                blocks.insert(row.Text.substr(0, 10));
+        }
+        const auto findings = basConfigRom::CheckConfigRom(rom);
+        for (const basConfigRom::RomFinding& finding : findings) {
+            const std::string address = fmt::format("0x{:08X}", finding.Address), code = finding.Code;
+            if (code.starts_with("crc-") && finding.Address != basConfigRom::ROM_BASE)
+                judged.insert(address);
+            EXPECT_TRUE(code != "unreferred" || !addresses.contains(address)) << address;
+        }
+        EXPECT_EQ(judged, blocks);
+        EXPECT_LE(findings.size(), 2u * 16384u);
     }
 };
 

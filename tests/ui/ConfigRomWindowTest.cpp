@@ -118,4 +118,31 @@ TEST_F(ConfigRomWindow, ShowsWhatThereIsOfRomsThatAreNone) {
     }
 }
 
+TEST_F(ConfigRomWindow, ShowsItsChecksOnlyWhenAsked) {
+    const auto rows = [&] { return window->trvConfigRomAppleFormat->geometry(); };
+    const std::string plain = Copied();
+    const QRect whole = rows();
+    EXPECT_FALSE(window->lstChecks->isVisible());
+    QTest::mouseClick(window->chkChecks, Qt::LeftButton, {}, {8, window->chkChecks->height() / 2});
+    ASSERT_TRUE(window->lstChecks->isVisible());
+    EXPECT_TRUE(whole.contains(window->lstChecks->geometry()));
+    EXPECT_LT(rows().bottom(), window->lstChecks->y());
+    // The simulated device's ROM is good, and its CRCs are of the simulator's own making.
+    const std::string head = plain + "\r\nCHECKS: 0 faults, 0 notes, 6 CRCs good\r\n0xF0000400  good   The ";
+    EXPECT_EQ(Copied().substr(0, head.size()), head);
+    EXPECT_EQ(Saved(), Copied());
+    window->lstChecks->setCurrentItem(window->lstChecks->topLevelItem(1));
+    EXPECT_EQ(window->trvConfigRomAppleFormat->currentItem()->text(0).left(10), "0xF0000414");
+
+    bas1394::globals.DeviceTable[0].ConfigRom.RawData[8] ^= 1; // a later picture is checked again
+    window->setNodeNum(0);
+    EXPECT_EQ(window->lstChecks->topLevelItem(0)->text(1), "fault");
+    EXPECT_NE(window->trvConfigRomAppleFormat->topLevelItem(0)->child(0)->toolTip(0), "");
+    bas1394::globals.DeviceTable[0].ConfigRom.RawData[8] ^= 1;
+    window->setNodeNum(0);
+    QTest::mouseClick(window->chkChecks, Qt::LeftButton, {}, {8, window->chkChecks->height() / 2});
+    EXPECT_EQ(Copied(), plain);
+    EXPECT_EQ(rows(), whole);
+}
+
 } // namespace
