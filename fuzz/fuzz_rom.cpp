@@ -1,6 +1,7 @@
 // A node whose config ROM is any bytes: reading it ends within its bounds, and every question
-// about it has an answer.
+// about it has an answer; so do its checks, with the whole image and without.
 #include "LibrarySeam.h"
+#include "RomChecks.h"
 #include "basConfigRom.h"
 
 #include <algorithm>
@@ -46,5 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     basConfigRom::ConfigRomIsMinimal(rom);
     basConfigRom::GetConfigRomModelText(rom);
     basConfigRom::GetConfigRomVendorText(rom);
+    for (const ByteArray& whole : {ByteArray(), ByteArray(data, data + size)})
+        if (const auto found = basConfigRom::CheckConfigRom(rom, whole).size(); found < 1 || found > 2 * MOST_READS)
+            std::abort();
     return 0;
 }

@@ -129,9 +129,10 @@ void RomChecker::CollectBlocks() {
     // Of the same block the reading that has its bytes first, then the first entry.
     std::ranges::stable_sort(
         blocks_, {}, [](const RomBlock& block) { return std::tuple(block.Address, block.Kind, !block.Read()); });
-    const auto repeated =
-        std::ranges::unique(blocks_, {}, [](const RomBlock& block) { return std::pair(block.Address, block.Kind); });
-    blocks_.erase(repeated.begin(), repeated.end());
+    const auto sameBlock = [](const RomBlock& one, const RomBlock& other) {
+        return one.Address == other.Address && one.Kind == other.Kind;
+    };
+    blocks_.erase(std::unique(blocks_.begin(), blocks_.end(), sameBlock), blocks_.end());
 }
 
 void RomChecker::CollectFrom(std::size_t index) {
@@ -268,7 +269,7 @@ void RomChecker::CheckPlaces() {
         else if (reach != nullptr && block.Address < reach->End())
             Add(from, Verdict::Fault, "overlap", "Leads to 0x{:08X}, which is inside the {}.", block.Address,
                 reach->Name());
-        else if (!block.Read())
+        else if (!block.Read() && block.Kind != BlockKind::BusInfo)
             Add(from, Verdict::Fault, "unreadable", "Leads to a {} at 0x{:08X} that can't be read: {}.",
                 KindName(block.Kind), block.Address, WhyUnread(block.Address));
         if (reach == nullptr || block.End() > reach->End())
@@ -291,7 +292,7 @@ std::string RomChecker::WhyUnread(std::uint32_t address) const {
 // Gaps only where it is known what all entries refer to, and that there is something: before a
 // block that was read, or in the image.
 void RomChecker::CheckUnreferred() {
-    const bool rootRead = rom_.Directories.front().RawData.size() >= 8;
+    const bool rootRead = !rom_.Directories.empty() && rom_.Directories.front().RawData.size() >= 8;
     if (cutOff_ || !rootRead)
         return;
     const std::uint32_t limit = image_.empty() ? ROM_END : EndOfUse();
