@@ -19,6 +19,7 @@ wiring::WindowHooks HooksOfTheWindows(std::function<void()> endProgram) {
     hooks.incomingData = windows::IncomingData;
     hooks.shellCharactersLost = windows::CharactersLost;
     hooks.debugSpew = windows::AppendDebugSpew;
+    hooks.storeNotice = windows::ShowStoreNotice;
     hooks.startBusTimers = windows::StartBusTimers;
     hooks.statusWindowWants = windows::StatusWindowWants;
     hooks.postToStatusWindow = windows::PostToStatusWindow;

@@ -52,6 +52,14 @@ void StatusDisplayText(std::string_view message, std::int32_t level) {
         hooks.writeStatusFileLine(caption); // the caption alone
 }
 
+void TellStoreNotice(const std::string& text) {
+    if (!globals.StoreNotice.empty())
+        return;
+    globals.StoreNotice = text;
+    if (hooks.storeNotice)
+        hooks.storeNotice(text);
+}
+
 void MessageBoxOrStatusFile(const std::string& text, const std::string& caption) {
     if (!globals.PerformUnattendedOperations)
         platform::CurrentDialogs().MessageBox(text, caption);

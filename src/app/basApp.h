@@ -34,6 +34,7 @@ struct Globals {
     bool PerformUnattendedOperations = false; // a run is on; message boxes become status file lines
     bool EndRequested = false;                // no further operation of the run is begun, and the program ends
     platform::Handle ApplicationShutdownEvent = 0;
+    std::string StoreNotice;                     // why the store can't be written, "" while it can
     std::string RawCommandLine;                  // as given, arguments joined
     std::string CommandLine;                     // trimmed, upper-cased
     std::vector<std::string> CommandLineOptions; // element 0 stays empty
@@ -68,6 +69,7 @@ struct Hooks {
     // Whole milliseconds since a counter value, by the access library. Failure 53 without one.
     std::function<float(std::int64_t counter)> queryElapsedTimeMs;
     std::function<void(std::string_view text)> writeStatusFileLine; // the unattended output file
+    std::function<void(const std::string& text)> storeNotice;       // for standard error and the parent window
     std::function<void()> endProgram;
 };
 extern Hooks hooks;
@@ -100,6 +102,9 @@ inline bool QuietDuringDownload(std::int32_t level) {
 
 // Shows `text` in a message box, or writes it to the unattended output file during a run.
 void MessageBoxOrStatusFile(const std::string& text, const std::string& caption);
+
+// Keeps and shows why nothing is stored; the first reason only.
+void TellStoreNotice(const std::string& text);
 
 // Probes. Paths are case-blind, either separator.
 bool FileExists(std::string& path); // takes every "*" out of the caller's text

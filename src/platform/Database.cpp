@@ -1,14 +1,20 @@
 #include "Database.h"
 
+#include "Clock.h"
 #include "CodePage.h"
 #include "Failure.h"
 #include "FileAccess.h"
+#include "Files.h"
 #include "Paths.h"
 
 #include <sqlite3.h>
 
+#include <cerrno>
+#include <cstring>
 #include <deque>
+#include <fcntl.h>
 #include <map>
+#include <sys/file.h>
 #include <utility>
 #include <vector>
 
@@ -30,6 +36,57 @@ void Run(sqlite3* connection, const std::string& statements) {
     if (sqlite3_exec(connection, statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
         RaiseEngine(connection);
 }
+
+using Connection = std::unique_ptr<sqlite3, decltype(&sqlite3_close_v2)>;
+
+Connection Open(const std::string& resolved, int flags) {
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(resolved.c_str(), &opened, flags, nullptr);
+    Connection connection(opened, &sqlite3_close_v2);
+    if (code != SQLITE_OK)
+        RaiseEngine(opened);
+    sqlite3_busy_timeout(opened, BUSY_TIMEOUT);
+    return connection;
+}
+
+std::string WhyNotWritable(const std::string& path) {
+    return MayWrite(path) ? "it is read only" : std::strerror(errno);
+}
+
+// Where the engine itself doesn't wait for other programs. False when they took too long.
+template <class Attempted> bool Persist(Attempted attempt) {
+    constexpr int STEP = 10; // ms
+    for (int waited = 0; waited < BUSY_TIMEOUT; waited += STEP) {
+        if (attempt())
+            return true;
+        Sleep(STEP);
+    }
+    return false;
+}
+
+void BeginWriteAhead(sqlite3* connection) {
+    const bool begun = Persist([&] {
+        const int code = sqlite3_exec(connection, WRITE_AHEAD, nullptr, nullptr, nullptr);
+        if (code != SQLITE_OK && code != SQLITE_BUSY)
+            RaiseEngine(connection);
+        return code == SQLITE_OK;
+    });
+    if (!begun)
+        RaiseEngine(connection);
+}
+
+// Keeps every other program waiting that makes a database in the same folder.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& path) : folder_(OpenDescriptor(FolderOf(path), O_RDONLY | O_DIRECTORY)) {
+        // A file system without such locks is no obstacle.
+        if (!Persist([&] { return flock(folder_.number, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }))
+            Raise(PERMISSION_DENIED, "Another program has locked the folder of " + path);
+    }
+
+private:
+    Descriptor folder_;
+};
 
 using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
 
@@ -243,15 +300,15 @@ void Recordset::Delete() {
 Database::Database(const std::string& path) {
     const std::string resolved = ResolvePath(path);
     RequireRegularFile(resolved);
-    const int code = sqlite3_open_v2(resolved.c_str(), &connection_, SQLITE_OPEN_READWRITE, nullptr);
+    connection_ = Open(resolved, SQLITE_OPEN_READWRITE).release();
     try {
-        if (code != SQLITE_OK)
-            RaiseEngine(connection_);
-        sqlite3_busy_timeout(connection_, BUSY_TIMEOUT);
         // Reads the first page, so that a file that isn't a database is told at once.
         Run(connection_, "SELECT count(*) FROM sqlite_master");
-        if (Updatable())
-            Run(connection_, WRITE_AHEAD);
+        if (sqlite3_db_readonly(connection_, "main") != 0)
+            whyNotUpdatable_ = WhyNotWritable(resolved);
+        else
+            Attempt([&] { BeginWriteAhead(connection_); },
+                    [&](const Failure& failure) { whyNotUpdatable_ = failure.Description; });
     } catch (...) {
         sqlite3_close_v2(connection_);
         throw;
@@ -262,10 +319,6 @@ Database::~Database() {
     sqlite3_close_v2(connection_);
 }
 
-bool Database::Updatable() const {
-    return sqlite3_db_readonly(connection_, "main") == 0;
-}
-
 std::unique_ptr<Recordset> Database::OpenRecordset(const std::string& query) {
     return std::unique_ptr<Recordset>(new Recordset(std::make_unique<Recordset::Impl>(connection_, query)));
 }
@@ -274,30 +327,36 @@ void Database::Execute(const std::string& statements) {
     Run(connection_, statements);
 }
 
-void Database::Compact(const std::string& from, const std::string& to) {
-    const Database source(from);
-    // Refused while another process has the file open, which then must not be replaced under it.
-    Run(source.connection_, "PRAGMA journal_mode = DELETE");
-    const Statement vacuum = Prepare(source.connection_, "VACUUM INTO ?1");
-    Bind(vacuum.get(), 1, ResolvePath(to));
-    if (sqlite3_step(vacuum.get()) != SQLITE_DONE)
-        RaiseEngine(source.connection_);
+bool Database::Compact(const std::string& path) {
+    const std::string resolved = ResolvePath(path);
+    RequireRegularFile(resolved);
+    const Connection connection = Open(resolved, SQLITE_OPEN_READWRITE);
+    sqlite3_busy_timeout(connection.get(), 0);
+    // Held from the first statement that writes to the closing: a program that opened the file between
+    // the two would know rows by numbers that the second changes.
+    Run(connection.get(), "PRAGMA locking_mode = EXCLUSIVE");
+    for (const char* statement : {"PRAGMA journal_mode = DELETE", "BEGIN EXCLUSIVE; COMMIT", "VACUUM"}) {
+        if (sqlite3_exec(connection.get(), statement, nullptr, nullptr, nullptr) == SQLITE_OK)
+            continue;
+        if (sqlite3_errcode(connection.get()) == SQLITE_BUSY)
+            return false;
+        RaiseEngine(connection.get());
+    }
+    return true;
 }
 
-void Database::RemoveLeftovers(const std::string& path) {
+void Database::CreateFrom(const std::string& from, const std::string& path) {
+    const std::string resolved = ResolvePath(path);
+    const FolderLock onlyOne(resolved);
+    if (FindFirstFileA(resolved))
+        return;
     for (const char* suffix : {"-wal", "-shm", "-journal"})
-        remove((ResolvePath(path) + suffix).c_str());
+        remove((resolved + suffix).c_str());
+    CopyToNewFile(from, path);
 }
 
 void Database::Create(const std::string& path, const std::string& statements) {
-    const std::string resolved = ResolvePath(path);
-    sqlite3* connection = nullptr;
-    const int code =
-        sqlite3_open_v2(resolved.c_str(), &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    const std::unique_ptr<sqlite3, decltype(&sqlite3_close_v2)> owner(connection, &sqlite3_close_v2);
-    if (code != SQLITE_OK)
-        RaiseEngine(connection);
-    Run(connection, statements);
+    Run(Open(ResolvePath(path), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE).get(), statements);
 }
 
 } // namespace platform

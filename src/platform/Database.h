@@ -50,21 +50,25 @@ public:
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
-    bool Updatable() const;
+    bool Updatable() const { return whyNotUpdatable_.empty(); }
+    // In the system's words, for one that can be read only; else "".
+    const std::string& WhyNotUpdatable() const { return whyNotUpdatable_; }
     std::unique_ptr<Recordset> OpenRecordset(const std::string& query);
     // Runs statements that give no rows.
     void Execute(const std::string& statements);
 
-    // A compacted copy of `from` in the new file `to`; neither may be open.
-    static void Compact(const std::string& from, const std::string& to);
-    // Removes what a killed program left of a file that is gone: the engine would put it into the next
-    // one of that name.
-    static void RemoveLeftovers(const std::string& path);
+    // Shrinks the file in place, where owner, mode and whoever opens it meanwhile stay what they are.
+    // False, with nothing done, while anybody has it open.
+    static bool Compact(const std::string& path);
+    // Makes the missing file `path` a copy of `from`; one that another program makes first stays. What
+    // a killed program left of an earlier file of that name goes: the engine would put it into this one.
+    static void CreateFrom(const std::string& from, const std::string& path);
     // A new file with these statements run.
     static void Create(const std::string& path, const std::string& statements);
 
 private:
     sqlite3* connection_ = nullptr;
+    std::string whyNotUpdatable_;
 };
 
 } // namespace platform

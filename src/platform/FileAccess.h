@@ -21,6 +21,8 @@ struct stat StatusOf(int descriptor, const std::string& path);
 // Opens a regular file for reading.
 int OpenToRead(const std::string& path);
 
+std::string FolderOf(const std::string& path); // "." for a bare name
+
 // A file descriptor that closes itself.
 class Descriptor {
 public:

@@ -73,11 +73,6 @@ void KeepOwnerAndMode(int descriptor, const struct stat& old) {
     fchmod(descriptor, old.st_mode & 0777);
 }
 
-std::string FolderOf(const std::string& path) {
-    const std::string folder = fs::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
-}
-
 // What root makes in a user's folder is that user's, who could not write it in a later run otherwise.
 void GiveToOwnerOfFolder(int descriptor, const std::string& path) {
     struct stat folder {};
@@ -171,7 +166,7 @@ template <class Fill> bool ReplaceFile(const std::string& named, bool mayReplace
         return false;
     if (exists)
         RequireRegularFile(old, path);
-    if (exists && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+    if (exists && !MayWrite(path))
         RaiseFileError(errno, path); // a rename would take the place of a write-protected file too
     Draft draft(path, exists ? PRIVATE_MODE : NEW_FILE_MODE);
     fill(draft.Number());
@@ -239,6 +234,15 @@ int OpenToAppend(const std::string& named) {
 }
 
 } // namespace
+
+std::string FolderOf(const std::string& path) {
+    const std::string folder = fs::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+bool MayWrite(const std::string& path) {
+    return faccessat(AT_FDCWD, ResolvePath(path).c_str(), W_OK, AT_EACCESS) == 0;
+}
 
 void CopyFile(const std::string& from, const std::string& to) {
     const Descriptor source(OpenToRead(ResolvePath(from)));

@@ -33,6 +33,7 @@ std::optional<FoundFile> FindFirstFileA(const std::string& pattern);
 void CopyFile(const std::string& from, const std::string& to); // replaces `to`, all or nothing
 // Leaves a `to` that exists alone, also one that appears meanwhile; false then.
 bool CopyToNewFile(const std::string& from, const std::string& to);
+bool MayWrite(const std::string& path);   // by the permissions; false when there is nothing
 void DeleteFile(const std::string& path); // a link itself, not what it leads to
 void MakeDirectories(const std::string& path);
 // Writes the whole file and puts it in place by a rename: after a crash the old or the new is there.

@@ -68,7 +68,7 @@ void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std
             RemoveSurplusRows();
             Database->Execute("COMMIT");
         },
-        IgnoreFailure);
+        [](const platform::Failure& failure) { store::TellNotWritable(failure.Description); });
     if (!stored) {
         Database->Execute("ROLLBACK");
         StatusRecordset = Database->OpenRecordset(StatusQuery); // it may know rows that are gone
@@ -138,12 +138,9 @@ std::int32_t clsDbManager::CompactDatabase() {
                                           target));
                 return;
             }
-            platform::Database::Compact(store::LiveDatabase(), target);
-            if (basApp::FileExists(target)) {
-                // Takes the place of the old file in one stroke: at no instant is there none.
-                platform::CopyFile(target, store::LiveDatabase());
-                platform::DeleteFile(target);
-            }
+            // In place: a program with another lock folder may open the file at this very moment, and
+            // would put its changes into whatever replaced it.
+            platform::Database::Compact(store::LiveDatabase());
             result = 1;
         },
         [this](const platform::Failure& failure) {

@@ -30,6 +30,12 @@ std::string ErrorReportCopy() {
     return platform::JoinPath(platform::ProgramDirectory(), "debug_log.mdb");
 }
 
+void TellNotWritable(const std::string& reason) {
+    basApp::TellStoreNotice(fmt::format("The database file '{}' cannot be written: {}.  Settings and log are not "
+                                        "stored.",
+                                        LiveDatabase(), reason));
+}
+
 } // namespace store
 
 namespace {
@@ -46,8 +52,7 @@ void ProvideDatabaseFile() {
     if (basApp::FileExists(store::LiveDatabase()))
         return;
     if (basApp::FileExists(store::CleanDatabase())) {
-        platform::Database::RemoveLeftovers(store::LiveDatabase());
-        platform::CopyFile(CLEAN_DATABASE_HERE, LIVE_DATABASE_HERE);
+        platform::Database::CreateFrom(CLEAN_DATABASE_HERE, LIVE_DATABASE_HERE);
         return;
     }
     basApp::MessageBoxOrStatusFile("The database file (db1.mdb or alternatively db1_clean.mdb) cannot be found.  "
@@ -55,9 +60,15 @@ void ProvideDatabaseFile() {
                                    "Database not found");
 }
 
+bool MayNotBeWritten(const std::string& path) {
+    return basApp::FileExists(path) && !platform::MayWrite(path);
+}
+
 // A file that is there and doesn't open, or one that a full disk had no room for, would otherwise be
 // lost settings without a word.
 void TellUnusableDatabase(const platform::Failure& failure) {
+    if (MayNotBeWritten(LIVE_DATABASE_HERE))
+        return store::TellNotWritable(failure.Description);
     if (!basApp::FileExists(std::string(LIVE_DATABASE_HERE)) && !basApp::FileExists(std::string(CLEAN_DATABASE_HERE)))
         return;
     basApp::MessageBoxOrStatusFile(
@@ -84,8 +95,12 @@ std::string SettingQuery(const std::string& appName, const std::string& section,
 
 clsDbManager::clsDbManager() {
     ResumeNext next{IgnoreFailure};
-    next(ProvideDatabaseFile);
-    platform::Attempt([this] { OpenDatabase(LIVE_DATABASE_HERE); }, TellUnusableDatabase);
+    platform::Attempt(
+        [this] {
+            ProvideDatabaseFile();
+            OpenDatabase(LIVE_DATABASE_HERE);
+        },
+        TellUnusableDatabase);
     next([this] { LogOpening(); });
     next([this] {
         StatusDisplay(LEVEL_USER,
@@ -113,6 +128,8 @@ void clsDbManager::OpenDatabase(const std::string& path) {
     auto database = std::make_unique<platform::Database>(path);
     StatusRecordset = database->OpenRecordset(StatusQuery);
     Database = std::move(database);
+    if (!Updatable())
+        store::TellNotWritable(Database->WhyNotUpdatable());
 }
 
 bool clsDbManager::CloseDatabase() {

@@ -44,7 +44,7 @@ public:
 private:
     // Opens the file of the program's directory again after a copy. 1.
     std::int32_t ReopenDatabase();
-    // Shrinks the closed file; it is replaced in one stroke or not at all. 1 or -1.
+    // Shrinks the closed file in place, unless another program has it open. 1 or -1.
     std::int32_t CompactDatabase();
     // Failure 3000 with the message of the engine; both members stay empty then.
     void OpenDatabase(const std::string& path);

@@ -19,6 +19,7 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QScreen>
+#include <QVBoxLayout>
 
 #include <fmt/format.h>
 
@@ -42,12 +43,24 @@ bool ChildArea::eventFilter(QObject* watched, QEvent* event) {
     return QMdiArea::eventFilter(watched, event);
 }
 
-MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)) {
+MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)), lblNotice(new QLabel(this)) {
     setObjectName("MDIForm1");
     mdiArea->setObjectName("mdiArea");
     mdiArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     mdiArea->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    setCentralWidget(mdiArea);
+    lblNotice->setObjectName("lblNotice");
+    lblNotice->setTextFormat(Qt::PlainText);
+    lblNotice->setWordWrap(true); // a long path must not widen the window
+    lblNotice->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    lblNotice->setMargin(4);
+    lblNotice->hide();
+    auto* central = new QWidget(this);
+    auto* column = new QVBoxLayout(central);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(lblNotice);
+    column->addWidget(mdiArea, 1);
+    setCentralWidget(central);
     BuildMenus();
     connect(mdiArea, &QMdiArea::subWindowActivated, this, &MDIForm1::ShowMenusOfActiveChild);
 }
@@ -137,8 +150,19 @@ void MDIForm1::BringForward(QMdiSubWindow* frame) {
     mdiArea->setActiveSubWindow(frame);
 }
 
+void MDIForm1::ShowNotice(const QString& text) {
+    lblNotice->setText(text);
+    lblNotice->show();
+    if (ParentLoaded && mnuAutoScaleChildren->isChecked()) {
+        centralWidget()->layout()->activate();
+        ArrangeChildren(2); // the area has become lower
+    }
+}
+
 void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
+    if (!basApp::globals.StoreNotice.empty())
+        ShowNotice(QString::fromStdString(basApp::globals.StoreNotice));
     mnuAutoScaleChildren->setChecked(windowSettings::GetFlag("MDIForm1", "AutoScaleChildForms", "1"));
     setWindowTitle(
         QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version)"

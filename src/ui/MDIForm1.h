@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QAction>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -31,6 +32,8 @@ public:
     void MDIForm_Resize();
     // 1 tiles the main and the status windows, 2 scales them with the client area.
     void ArrangeChildren(int mode);
+    // A strip above the children that says so from here on.
+    void ShowNotice(const QString& text);
     void ShowHelp(const QString& url, const QString& title);
     void VerifyFormPosition();
     void VerifyFormPosition(Form* child) const; // that it is in view in the area
@@ -58,6 +61,7 @@ public:
     void mnuExit_Click() { close(); }
 
     QMdiArea* mdiArea;
+    QLabel* lblNotice; // hidden while there is nothing to say
     QMenu *mnuFile2, *mnuView2, *mnuWindow, *mnuHelp2;
     QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *space, *mnuAutoScaleChildren,
         *mnuTile, *mnuCascade, *mnuUserGuide, *mnuReleaseNotes, *mnuAbout;

@@ -106,6 +106,11 @@ std::string HelpHost() {
     return windowSettings::Get("Global", "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help");
 }
 
+void ShowStoreNotice(const std::string& text) {
+    if (globals.parent != nullptr)
+        globals.parent->ShowNotice(QString::fromStdString(text));
+}
+
 void EndUnattendedRun() {
     if (globals.main != nullptr) {
         globals.main->tmrAutomationScheduler->setEnabled(false);

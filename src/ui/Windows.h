@@ -51,6 +51,8 @@ void UnloadAll(std::vector<Form*>& list);
 void ListChildWindows(QMenu* menu);
 // Where the help pages are: a setting, by default those that ship with the program. No "/" at the end.
 std::string HelpHost();
+// A strip of the parent window with `text`, if there is a parent.
+void ShowStoreNotice(const std::string& text);
 // The end of an unattended run: stop the scheduler, a turn, repaint, 2000 ms, unload the parent.
 void EndUnattendedRun();
 

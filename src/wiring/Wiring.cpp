@@ -59,6 +59,13 @@ void WireMessages(const WindowHooks& windows) {
     };
 }
 
+void ShowStoreNotice(const std::string& text) {
+    if (globals.windows.standardError)
+        globals.windows.standardError("HoistlineApp: " + text);
+    if (globals.windows.storeNotice)
+        globals.windows.storeNotice(text);
+}
+
 void WireStartAndStop(const WindowHooks& windows) {
     basApp::hooks = {
         .createStore = CreateStore,
@@ -82,6 +89,7 @@ void WireStartAndStop(const WindowHooks& windows) {
         .requestFirstEnumeration = RequestFirstEnumeration,
         .queryElapsedTimeMs = bas1394::QueryElapsedTimeMs,
         .writeStatusFileLine = basAutomation::WriteStatusFileLine,
+        .storeNotice = ShowStoreNotice,
         .endProgram = windows.endProgram,
     };
 }

@@ -1,6 +1,9 @@
 // What lies in the state directory comes back in the next run; damage is told and survived.
 #include "SimulatedBus.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 class State : public SimulatedBus {
@@ -57,6 +60,23 @@ TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
     Answer(0, 1, 4, 10, Bytes(40, 0));
     DescribeAgain();
     EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)), Bytes(4, 0xFF));
+}
+
+TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
+    DescribeAgain();
+    const std::string folder = scratch.path() + "/" + directory, draft = folder + "application.bin.new";
+    ASSERT_EQ(chmod((folder + "identity.json").c_str(), 0640), 0);
+    scratch.Put("victim", "untouched");
+    scratch.Put(directory + "keys.json.new1", "half");
+    ASSERT_EQ(symlink((scratch.path() + "/victim").c_str(), (draft + std::to_string(getpid())).c_str()), 0);
+    DescribeAgain();
+    Load("new firmware");
+    EXPECT_EQ(scratch.Content("victim"), "untouched");
+    EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
+    EXPECT_NE(access((folder + "keys.json.new1").c_str(), F_OK), 0);
+    struct stat status {};
+    ASSERT_EQ(stat((folder + "identity.json").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0640u);
 }
 
 TEST_F(State, ADamagedFileIsToldAndSurvived) {

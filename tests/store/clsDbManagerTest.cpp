@@ -82,9 +82,12 @@ TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
 }
 
 TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
-    enum { MISSING, TEXT, FOLDER };
-    for (const auto obstacle : {MISSING, TEXT, FOLDER}) {
+    enum { MISSING, TEXT, FOLDER, PIPE };
+    for (const auto obstacle : {MISSING, TEXT, FOLDER, PIPE}) {
         std::filesystem::remove(live);
+        if (obstacle == PIPE) {
+            ASSERT_EQ(mkfifo((place + "/db1_clean.mdb").c_str(), 0600), 0);
+        }
         if (obstacle == TEXT)
             std::ofstream(live) << "this is no database at all";
         if (obstacle == FOLDER)
@@ -99,6 +102,7 @@ TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
         }
         ASSERT_EQ(dialogs.shown.size(), 1u);
         EXPECT_EQ(dialogs.shown[0].caption, obstacle == MISSING ? "Database not found" : "Database not usable");
+        EXPECT_EQ(dialogs.shown[0].text.find("Not a regular file") != std::string::npos, obstacle == PIPE);
         EXPECT_TRUE(obstacle != TEXT || basApp::GetFileSize64(live) == 26);
     }
 }
@@ -115,12 +119,35 @@ TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
     EXPECT_EQ(std::distance(begin(files), end(files)), 1); // the database and nothing beside it
 }
 
-TEST_F(Store, IsNotReplacedWhileAnotherProgramHasItOpen) {
-    platform::Database other(live);
-    other.OpenRecordset("SELECT * FROM tblSettings");
+// A program with another lock folder may open the file at any moment, and a run as root must leave
+// it to its owner: so it is the same file afterwards, and not even changed under another program.
+TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNobodyElseHasItOpen) {
+    const auto file = [this] {
+        struct stat status {};
+        stat(live.c_str(), &status);
+        return status;
+    };
+    chmod(live.c_str(), 0640);
+    const auto fill = [](platform::Database& database) {
+        database.Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 900) INSERT INTO "
+                         "tblStatus SELECT i, 5, hex(zeroblob(100)), '' FROM n");
+        database.Execute("DELETE FROM tblStatus WHERE lngRuntime < 890");
+    };
+    {
+        platform::Database other(live);
+        fill(other);
+        const auto rows = other.OpenRecordset("SELECT * FROM tblStatus");
+        { clsDbManager store; }
+        EXPECT_EQ(rows->Text("lngRuntime"), "890"); // the rows have kept their numbers
+        other.Execute("INSERT INTO tblStatus VALUES (1, 13, 'of the other', '')");
+    }
+    const auto before = file();
     { clsDbManager store; }
-    other.Execute("INSERT INTO tblStatus VALUES (1, 13, 'of the other', '')");
-    EXPECT_EQ(TakeLog(live).back(), "13 of the other");
+    EXPECT_EQ(file().st_ino, before.st_ino);
+    EXPECT_EQ(file().st_mode, before.st_mode);
+    EXPECT_LT(file().st_size, before.st_size / 4);
+    const Texts messages = TakeLog(live);
+    EXPECT_EQ(std::count(messages.begin(), messages.end(), "13 of the other"), 1);
 }
 
 TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
@@ -146,6 +173,8 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
     chmod(folder.path().c_str(), 0755);
     const uid_t user = geteuid();
     ASSERT_TRUE(user != 0 || seteuid(65534) == 0); // no permission stops the superuser
+    Texts notices;
+    basApp::hooks.storeNotice = [&](const std::string& text) { notices.push_back(text); };
     {
         clsDbManager store;
         Save(store, "k", "other");
@@ -154,6 +183,9 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
     }
     ASSERT_TRUE(user != 0 || seteuid(user) == 0);
     chmod(place.c_str(), 0755);
+    EXPECT_EQ(notices, Texts{"The database file '" + live +
+                             "' cannot be written: Permission denied.  Settings and log are not stored."});
+    EXPECT_TRUE(dialogs.shown.empty());
     EXPECT_EQ(TakeLog(live).size(), 3u); // those of the first life
 }
 

@@ -2,6 +2,7 @@
 // next, the status windows, help and about.
 #include "WindowTest.h"
 
+#include "Database.h"
 #include "WindowSettings.h"
 #include "basDebug.h"
 #include "clsLayoutManager.h"
@@ -42,6 +43,17 @@ protected:
         return heights;
     }
 };
+
+TEST_F(Parent, HasAStripThatSaysWhyNothingIsStoredAndNoBox) {
+    EXPECT_FALSE(parent().lblNotice->isVisible());
+    parent().close();
+    platform::Database other(program->directory.file("db1.mdb"));
+    other.Execute("PRAGMA journal_mode = DELETE; BEGIN IMMEDIATE"); // it can be read, not written
+    Restart();
+    EXPECT_TRUE(parent().lblNotice->isVisible());
+    EXPECT_TRUE(parent().lblNotice->text().contains("cannot be written: Database error: database is locked."));
+    EXPECT_FALSE(WasTold("cannot be"));
+}
 
 TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
     constexpr const char *LOGGING = "mnuDebugLoggingLevel", *MESSAGE = "mnuDebugMessageLevel",

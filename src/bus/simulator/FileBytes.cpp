@@ -1,33 +1,171 @@
 #include "FileBytes.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
+#include <system_error>
+#include <vector>
 
 namespace simulator {
+namespace {
+
+namespace files = std::filesystem;
+
+constexpr const char* DRAFT = ".new"; // then the number of the process
+constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+
+// A file that closes itself; none for a negative number.
+struct OpenFile {
+    explicit OpenFile(int opened) : number(opened) {}
+    ~OpenFile() {
+        if (number >= 0) {
+            close(number);
+        }
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    int number;
+};
+
+bool IsRegular(int file) {
+    struct stat status {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+[[noreturn]] void Refuse(const std::string& path) {
+    throw std::runtime_error("can't write '" + path + "': " + std::generic_category().message(errno));
+}
+
+// What can't be given away, for want of the right, stays with whoever made it.
+void SetOwner(int file, uid_t owner, gid_t group) {
+    if (fchown(file, owner, group) != 0) {
+        static_cast<void>(fchown(file, uid_t(-1), group) == 0);
+    }
+}
+
+// A run as root mustn't lock a user out of the state that lies in his own folder.
+void GiveToOwnerOfFolder(int file, const files::path& path) {
+    struct stat folder {};
+    if (geteuid() == 0 && stat(path.parent_path().c_str(), &folder) == 0 && folder.st_uid != 0) {
+        SetOwner(file, folder.st_uid, folder.st_gid);
+    }
+}
+
+void WriteAll(int file, ByteView content, const std::string& path) {
+    for (std::size_t done = 0; done < content.size();) {
+        const ssize_t written = write(file, content.data() + done, content.size() - done);
+        if (written < 0 && errno != EINTR) {
+            Refuse(path);
+        }
+        done += written > 0 ? std::size_t(written) : 0;
+    }
+}
+
+bool IsDraft(const std::string& name) {
+    const std::size_t at = name.rfind(DRAFT);
+    return at != std::string::npos && name.find_first_not_of("0123456789", at + 4) == std::string::npos;
+}
+
+} // namespace
 
 std::optional<Bytes> ReadFile(const std::string& path) {
-    std::error_code failure;
-    if (!std::filesystem::is_regular_file(path, failure)) {
+    const OpenFile file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (file.number < 0 || !IsRegular(file.number)) {
         return std::nullopt;
     }
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    Bytes content(file.is_open() ? static_cast<std::size_t>(file.tellg()) : 0);
-    file.seekg(0);
-    file.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    return file ? std::optional(content) : std::nullopt;
+    struct stat status {};
+    fstat(file.number, &status);
+    Bytes content(static_cast<std::size_t>(status.st_size));
+    for (std::size_t done = 0; done < content.size();) {
+        const ssize_t got = read(file.number, content.data() + done, content.size() - done);
+        if (got <= 0) {
+            return std::nullopt;
+        }
+        done += std::size_t(got);
+    }
+    return content;
+}
+
+void CreateDirectories(const std::string& path) {
+    std::vector<files::path> made; // innermost first
+    for (files::path folder = path; !folder.empty() && !files::exists(folder); folder = folder.parent_path()) {
+        made.push_back(folder);
+    }
+    files::create_directories(path);
+    for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
+        const OpenFile opened(open(folder->c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (opened.number >= 0) {
+            GiveToOwnerOfFolder(opened.number, *folder);
+        }
+    }
+}
+
+// A draft is locked while it is written, so one that can be locked belongs to a process that was ended.
+void RemoveStaleDrafts(const std::string& directory) {
+    std::error_code failure;
+    for (files::directory_iterator entry(directory, failure), end; !failure && entry != end; entry.increment(failure)) {
+        struct stat status {};
+        const files::path& path = entry->path();
+        if (!IsDraft(path.filename().string()) || lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+            status.st_uid != geteuid()) {
+            continue;
+        }
+        const OpenFile draft(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (draft.number >= 0 && flock(draft.number, LOCK_EX | LOCK_NB) == 0) {
+            unlink(path.c_str());
+        }
+    }
 }
 
 void ReplaceFile(const std::string& path, ByteView content) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    const std::string draft = path + ".new";
-    std::ofstream file(draft, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    file.close();
-    if (!file) {
-        throw std::runtime_error("can't write '" + draft + "'");
+    CreateDirectories(files::path(path).parent_path().string());
+    const std::string draft = path + DRAFT + std::to_string(getpid());
+    unlink(draft.c_str()); // what lies there is a leftover, or a link that somebody has planted
+    struct stat old {};
+    const bool exists = lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode);
+    const OpenFile file(open(draft.c_str(), NEW_FILE, exists ? 0600 : 0666));
+    if (file.number < 0) {
+        Refuse(draft);
     }
-    std::filesystem::rename(draft, path);
+    flock(file.number, LOCK_EX | LOCK_NB);
+    try {
+        WriteAll(file.number, content, draft);
+        if (exists) {
+            SetOwner(file.number, old.st_uid, old.st_gid);
+            fchmod(file.number, old.st_mode & 0777);
+        } else {
+            GiveToOwnerOfFolder(file.number, path);
+        }
+        files::rename(draft, path);
+    } catch (...) {
+        unlink(draft.c_str());
+        throw;
+    }
+}
+
+std::FILE* OpenToWrite(const std::string& path) {
+    struct stat old {};
+    if (lstat(path.c_str(), &old) == 0 && S_ISLNK(old.st_mode)) {
+        unlink(path.c_str()); // a new file takes the name; what the link leads to may be anybody's
+    }
+    int file = open(path.c_str(), NEW_FILE, 0666);
+    if (file >= 0) {
+        GiveToOwnerOfFolder(file, path);
+    } else {
+        file = open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }
+    if (file < 0 || !IsRegular(file) || ftruncate(file, 0) != 0) {
+        if (file >= 0) {
+            close(file);
+        }
+        return nullptr;
+    }
+    return fdopen(file, "w");
 }
 
 } // namespace simulator

@@ -63,8 +63,11 @@ Bytes TextBytes(const Json& document) {
 } // namespace
 
 bool CanWriteTo(const std::string& directory) {
-    std::error_code failure;
-    files::create_directories(directory, failure);
+    try {
+        CreateDirectories(directory);
+    } catch (const std::exception&) {
+        return false;
+    }
     return access(directory.c_str(), W_OK | X_OK) == 0;
 }
 
@@ -76,6 +79,7 @@ void StateDirectory::Load(TargetState& state) {
     if (path_.empty()) {
         return;
     }
+    RemoveStaleDrafts(path_);
     LoadIdentity(state);
     LoadKeys(state);
 }

@@ -1,4 +1,5 @@
 #include "Trace.h"
+#include "FileBytes.h"
 #include "Twl1394api.h"
 
 #include <fmt/format.h>
@@ -7,7 +8,7 @@ namespace simulator {
 
 Trace::Trace(const std::string& path) {
     if (!path.empty()) {
-        file_.reset(std::fopen(path.c_str(), "w"));
+        file_.reset(OpenToWrite(path));
         failed_ = file_ == nullptr;
     }
 }
