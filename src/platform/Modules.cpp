@@ -4,6 +4,7 @@
 #include "Paths.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -25,6 +26,11 @@ Module LoadLibraryA(const std::string& path) {
     std::string file = ResolvePath(ModuleFileName(path));
     if (file.find('/') == std::string::npos)
         file = "./" + file; // never whatever the system's search path holds, never the program itself
+    struct stat status {};
+    if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) { // a pipe would be waited for
+        globals.lastError = "not a regular file: " + file;
+        return nullptr;
+    }
     Module module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         const char* reason = dlerror();

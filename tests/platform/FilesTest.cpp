@@ -67,6 +67,7 @@ TEST(Files, AreNeverPipesOrDevices) {
     const std::string pipe = folder.file("pipe"), file = folder.file("file");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     platform::WriteFileAtomically(file, TextBytes("x"));
+    EXPECT_EQ(platform::LoadLibraryA(pipe), nullptr);
     for (const std::string& path : {pipe, std::string("/dev/full")}) {
         EXPECT_EQ(FailureOf([&] { platform::ReadWholeFile(path); }), 75);
         EXPECT_EQ(FailureOf([&] { platform::CopyFile(path, file); }), 75);
