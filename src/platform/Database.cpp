@@ -22,7 +22,8 @@ namespace platform {
 
 namespace {
 
-constexpr int BUSY_TIMEOUT = 2000; // ms
+constexpr int BUSY_TIMEOUT = 2000;  // ms
+constexpr int OPEN_TIMEOUT = 10000; // ms: another program may be shrinking the file on a slow disk
 // Folding the write-ahead log into the file is the only step that waits for the disk: every 8192
 // pages instead of every 1000, a log of 8 MB at most with the store's small pages.
 constexpr const char* WRITE_AHEAD =
@@ -45,7 +46,7 @@ Connection Open(const std::string& resolved, int flags) {
     Connection connection(opened, &sqlite3_close_v2);
     if (code != SQLITE_OK)
         RaiseEngine(opened);
-    sqlite3_busy_timeout(opened, BUSY_TIMEOUT);
+    sqlite3_busy_timeout(opened, OPEN_TIMEOUT);
     return connection;
 }
 
@@ -56,7 +57,7 @@ std::string WhyNotWritable(const std::string& path) {
 // Where the engine itself doesn't wait for other programs. False when they took too long.
 template <class Attempted> bool Persist(Attempted attempt) {
     constexpr int STEP = 10; // ms
-    for (int waited = 0; waited < BUSY_TIMEOUT; waited += STEP) {
+    for (int waited = 0; waited < OPEN_TIMEOUT; waited += STEP) {
         if (attempt())
             return true;
         Sleep(STEP);
@@ -309,6 +310,7 @@ Database::Database(const std::string& path) {
         else
             Attempt([&] { BeginWriteAhead(connection_); },
                     [&](const Failure& failure) { whyNotUpdatable_ = failure.Description; });
+        sqlite3_busy_timeout(connection_, BUSY_TIMEOUT);
     } catch (...) {
         sqlite3_close_v2(connection_);
         throw;

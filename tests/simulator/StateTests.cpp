@@ -64,6 +64,7 @@ TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
 
 TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
     DescribeAgain();
+    Load("old firmware");
     const std::string folder = scratch.path() + "/" + directory, draft = folder + "application.bin.new";
     ASSERT_EQ(chmod((folder + "identity.json").c_str(), 0640), 0);
     scratch.Put("victim", "untouched");
