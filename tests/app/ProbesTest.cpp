@@ -25,15 +25,6 @@ protected:
 
 } // namespace
 
-TEST_F(Probes, TakeTheAsterisksOutOfThePathOfAFile) {
-    MakeFile("One.twd", 86400);
-    std::string path = folder.file("one*.TWD");
-    EXPECT_TRUE(basApp::FileExists(path));
-    EXPECT_EQ(path, folder.file("one.TWD"));
-    EXPECT_EQ(basApp::GetFileSize64(path), 3);
-    EXPECT_EQ(basApp::GetFileDate64(folder.file("two")), -1);
-}
-
 TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
     constexpr std::time_t DAY = 86400, JULY_24 = 1059030245; // 2003-07-24 07:04:05 UTC
     const std::string path = folder.file("f");
@@ -46,11 +37,8 @@ TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
     const platform::SystemTime july24{2003, 7, 0, 24, 0, 0, 0, 0};
     const std::string missing = "13 ERROR: the file \"" + path + "\" does not exist!|11 Failed to convert driver " +
                                 "date to a readable format!  FileTimeToSystemTime result = 0|";
-    const struct {
-        std::time_t written; // 0: not there
-        basApp::Dependency dependency;
-        std::string log;
-    } rows[] = {
+    // When it was written, 0 for a file that is not there.
+    const std::tuple<std::time_t, basApp::Dependency, std::string> rows[] = {
         {JULY_24, {"\\f", july24, false, true, false}, "9 " + dated(24)},
         {JULY_24 + DAY, {"f", july24, false, true, true}, "9 " + dated(25)},
         {JULY_24 + DAY, {"f", july24, false, true, false}, refused(25)},
@@ -61,45 +49,42 @@ TEST_F(Probes, ComplainOfASupportingFileThatIsMissingOrOfAnotherDate) {
          {"f", july24, true, false, true},
          "11 Failed to get the Windows directory name in the startup routine, code 0!|"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [written, dependency, expected] : rows) {
         remove(path.c_str());
-        if (row.written != 0)
-            MakeFile("f", row.written);
+        if (written != 0)
+            MakeFile("f", written);
         log.clear();
-        EXPECT_EQ(basApp::VerifySupportingFile(row.dependency), row.written != 0 ? 0 : -1) << row.log;
-        EXPECT_EQ(fmt::format("{}|", fmt::join(log, "|")), row.log);
+        EXPECT_EQ(basApp::VerifySupportingFile(dependency), written != 0 ? 0 : -1) << expected;
+        EXPECT_EQ(fmt::format("{}|", fmt::join(log, "|")), expected);
     }
 }
 
 TEST_F(Probes, BringAWindowBackOntoItsArea) {
-    struct Row {
-        basApp::WindowPlace place;
-        std::string expected, log;
-    };
     constexpr std::int32_t FAR = 0x7FFFFFFF; // a stored layout can hold any number
     const std::string bottom = "5 The bottom of 'w' is off the screen|";
     // The area is 3000 wide and 2025 high, of which 25 are kept free.
-    for (const Row& row : {
-             Row{{10, 20, 500, 600}, "10 20 500 600", ""},
-             Row{{0, 0, 5, 6},
-                 "0 0 100 100",
-                 "5 The height of 'w' is below the minimum of 100|5 The width of 'w' is below the minimum of 100|"},
-             Row{{-5, -6, 9000, 9000},
-                 "0 0 3000 2000",
-                 "7 'w' is wider than the screen|5 'w' is higher than the screen|5 The top of 'w' is above the screen|"
-                 "5 The Left of 'w' is off the screen|" +
-                     bottom},
-             Row{{2500, 1400, 500, 600}, "2500 1400 500 600", bottom},
-             Row{{FAR, FAR, 500, 600}, "2500 1400 500 600", bottom + "5 The right side of 'w' is off the screen|"},
-         }) {
+    const std::tuple<basApp::WindowPlace, std::string, std::string> rows[] = {
+        {{10, 20, 500, 600}, "10 20 500 600", ""},
+        {{0, 0, 5, 6},
+         "0 0 100 100",
+         "5 The height of 'w' is below the minimum of 100|5 The width of 'w' is below the minimum of 100|"},
+        {{-5, -6, 9000, 9000},
+         "0 0 3000 2000",
+         "7 'w' is wider than the screen|5 'w' is higher than the screen|5 The top of 'w' is above the screen|"
+         "5 The Left of 'w' is off the screen|" +
+             bottom},
+        {{2500, 1400, 500, 600}, "2500 1400 500 600", bottom},
+        {{FAR, FAR, 500, 600}, "2500 1400 500 600", bottom + "5 The right side of 'w' is off the screen|"},
+    };
+    for (const auto& [place, expected, adjusted] : rows) {
         log.clear();
-        const basApp::WindowPlace place = basApp::VerifyFormPosition("w", row.place, 3000, 2025);
-        EXPECT_EQ(fmt::format("{} {} {} {}", place.Left, place.Top, place.Width, place.Height), row.expected);
+        const basApp::WindowPlace brought = basApp::VerifyFormPosition("w", place, 3000, 2025);
+        EXPECT_EQ(fmt::format("{} {} {} {}", brought.Left, brought.Top, brought.Width, brought.Height), expected);
         std::string told;
         for (const std::string& line : log) {
             ASSERT_TRUE(line.ends_with(".  Adjusting..."));
             told += line.substr(0, line.size() - 15) + '|';
         }
-        EXPECT_EQ(told, row.log);
+        EXPECT_EQ(told, adjusted);
     }
 }

@@ -1,9 +1,6 @@
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
 #include "basApp.h"
 #include "basUtils.h"
-
-#include <gtest/gtest.h>
 
 #include <fstream>
 
@@ -58,16 +55,16 @@ TEST(Texts, OfHexFollowTheirTemplateAndBecomeBytesOrAFailure) {
     EXPECT_EQ(FormatHex(0x12345, "000"), "345");
     EXPECT_EQ(ByteArrayToHexString({0x0A, 0xB0, 0xFF}), "0A B0 FF");
     EXPECT_EQ(ByteArrayToHexString({1, 2, 3, 4, 5}, 4), "01020304 05");
-    struct Row {
-        const char* text;
-        ByteArray bytes;
-        std::int32_t failure;
-    };
-    for (const Row& row : {Row{"0x12 34", {0x12, 0x34}, 0}, Row{"&HaB\r\n0Xcd", {0xAB, 0xCD}, 0}, Row{"", {0}, 0},
-                           Row{"0x", {0}, 0}, Row{"123", {0}, 30742}, Row{"12G4", {0}, 13}}) {
+    const std::tuple<const char*, ByteArray, std::int32_t> rows[] = {{"0x12 34", {0x12, 0x34}, 0},
+                                                                     {"&HaB\r\n0Xcd", {0xAB, 0xCD}, 0},
+                                                                     {"", {0}, 0},
+                                                                     {"0x", {0}, 0},
+                                                                     {"123", {0}, 30742},
+                                                                     {"12G4", {0}, 13}};
+    for (const auto& [text, expected, failure] : rows) {
         ByteArray bytes{7, 7, 7};
-        EXPECT_EQ(FailureOf([&] { HexString2Ascii(row.text, bytes); }), row.failure) << row.text;
-        EXPECT_EQ(bytes, row.bytes) << row.text;
+        EXPECT_EQ(FailureOf([&] { HexString2Ascii(text, bytes); }), failure) << text;
+        EXPECT_EQ(bytes, expected) << text;
     }
     ByteArray bytes;
     EXPECT_EQ(HexString2Ascii(" \r\n", bytes), -1);
@@ -100,19 +97,16 @@ TEST(Files, GetANumberThatNoneHas) {
 
 TEST(Files, AreReadWithOneZeroBehindThemOrUpToABoundAndShowTheirProgress) {
     const TemporaryDirectory folder;
-    struct Row {
-        std::size_t length;
-        std::int64_t maxBytes;
-        std::int32_t result;
-        std::size_t letters, zeros; // in the array
-    };
-    for (const Row& row : {Row{0, 0, -1, 0, 1}, Row{1, 0, -1, 1, 1}, Row{2, 0, 1, 2, 1}, Row{400000, 0, 1, 400000, 1},
-                           Row{400, 100, 1, 101, 0}, Row{101, 100, 1, 101, 0}, Row{100, 100, 1, 100, 1}}) {
-        std::ofstream(folder.file("f")) << std::string(row.length, 'x');
-        ByteArray bytes, expected(row.letters, 'x');
-        expected.resize(row.letters + row.zeros);
-        EXPECT_EQ(ReadFileBytes(folder.file("f*"), bytes, row.maxBytes), row.result) << row.length;
-        EXPECT_TRUE(bytes == expected) << row.length;
+    // Length of the file, bound, result, letters and zeros in the array.
+    const std::array<int, 5> rows[] = {{0, 0, -1, 0, 1},          {1, 0, -1, 1, 1},      {2, 0, 1, 2, 1},
+                                       {400000, 0, 1, 400000, 1}, {400, 100, 1, 101, 0}, {101, 100, 1, 101, 0},
+                                       {100, 100, 1, 100, 1}};
+    for (const auto& [length, maxBytes, result, letters, zeros] : rows) {
+        std::ofstream(folder.file("f")) << std::string(std::size_t(length), 'x');
+        ByteArray bytes, expected(std::size_t(letters), 'x');
+        expected.resize(std::size_t(letters + zeros));
+        EXPECT_EQ(ReadFileBytes(folder.file("f*"), bytes, maxBytes), result) << length;
+        EXPECT_TRUE(bytes == expected) << length;
     }
     ByteArray bytes{1, 2};
     EXPECT_EQ(ReadFileBytes(folder.file("none"), bytes), -1);

@@ -29,10 +29,7 @@ constexpr const char* NO_SLASH = "ERROR: expected '/' in command line position 1
 constexpr const char* NO_END = "Command Line Error: Begin quotation with no matching end quotation!";
 
 TEST_F(CommandLine, SplitsAtEachSlashOutsideQuotes) {
-    const struct {
-        const char* text;
-        Options options, errors;
-    } rows[] = {
+    const std::tuple<const char*, Options, Options> rows[] = {
         {"", {""}, {""}},
         {"  ", {""}, {""}},
         {"/", {"", "/"}, {""}},
@@ -48,11 +45,11 @@ TEST_F(CommandLine, SplitsAtEachSlashOutsideQuotes) {
         {"/S /", {"", "/S"}, {""}},
         {"//", {"", "/"}, {""}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        Parse(row.text);
-        EXPECT_EQ(basApp::globals.CommandLineOptions, row.options);
-        EXPECT_EQ(basApp::globals.CommandLineErrors, row.errors);
+    for (const auto& [text, options, errors] : rows) {
+        SCOPED_TRACE(text);
+        Parse(text);
+        EXPECT_EQ(basApp::globals.CommandLineOptions, options);
+        EXPECT_EQ(basApp::globals.CommandLineErrors, errors);
     }
 }
 

@@ -101,7 +101,7 @@ void HeadlessProgram::LoadWindows() {
 
 // The program leaves a last reset unhandled; a test wants to see the table behind it.
 void HeadlessProgram::LetBusSettle() {
-    windowSystem.RunUntil([] { return false; }, 3000);
+    Pass(3000);
     nodesAtEnd =
         static_cast<std::size_t>(std::count_if(bas1394::globals.DeviceTable.begin(), bas1394::globals.DeviceTable.end(),
                                                [](const Device& device) { return device.NodeNum <= 62; }));
@@ -121,18 +121,11 @@ bool HeadlessProgram::Run(const std::string& commandLine, std::int64_t limitMill
 }
 
 void HeadlessProgram::Write(const std::string& name, const ByteArray& bytes) const {
-    std::filesystem::create_directories(std::filesystem::path(directory.file(name)).parent_path());
-    std::ofstream(directory.file(name), std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    directory.Put(name, {bytes.begin(), bytes.end()});
 }
 
 void HeadlessProgram::Write(const std::string& name, const std::string& text) const {
     Write(name, platform::AnsiFromText(text));
-}
-
-std::string HeadlessProgram::Read(const std::string& name) const {
-    std::ifstream file(directory.file(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::vector<std::string> HeadlessProgram::Told() const {

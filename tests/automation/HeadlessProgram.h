@@ -6,7 +6,7 @@
 #include "ManualWindowSystem.h"
 #include "ScriptedDialogs.h"
 #include "Simulator.h"
-#include "TemporaryDirectory.h"
+#include "TestFolder.h"
 #include "VirtualClock.h"
 
 #include <cstdint>
@@ -34,10 +34,15 @@ public:
     // A file of the program directory, with its folders.
     void Write(const std::string& name, const ByteArray& bytes) const;
     void Write(const std::string& name, const std::string& text) const;
-    std::string Read(const std::string& name) const;
+    std::string Read(const std::string& name) const { return directory.Content(name); }
 
     // From Main until the program has ended. False when it is still there after so much bus time.
     bool Run(const std::string& commandLine, std::int64_t limitMilliseconds = 600'000);
+
+    // The message loop for so much bus time.
+    void Pass(std::int64_t milliseconds) {
+        windowSystem.RunUntil([] { return false; }, milliseconds);
+    }
 
     std::vector<std::string> Told() const;    // texts of all messages and dialogs
     bool Said(const std::string& part) const; // one of them holds this text
@@ -49,7 +54,7 @@ public:
     std::vector<std::string> WrittenTo(const std::string& address) const; // in hex, "0xffffc8021040"
     ByteArray Flash(std::uint32_t node, const char* section) const;
 
-    platform::testing::TemporaryDirectory directory;
+    TestFolder directory;
     platform::testing::VirtualClock clock;
     platform::testing::ManualWindowSystem windowSystem;
     platform::testing::ScriptedDialogs dialogs;

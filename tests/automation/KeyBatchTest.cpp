@@ -58,9 +58,7 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     std::string junk;
     for (int i = 0; i < 2000; ++i)
         junk += "x\n";
-    const struct {
-        std::string batch, operations, message;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::string> rows[] = {
         {"<td>READ --Single K</td>\n# x\n<br>\nread 0x0011223344556677 K f more", "R 02 K>; R 0011223344556677 K>f; ",
          ""},
         {"read --single K # note # more", "R 02 K>#; ", ""},
@@ -88,14 +86,14 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     program.Write("value.txt", std::string(" # head, '/R \"b,\"x\r\n<b> a</b>,\r\n\"b,<x>c\"\r\n"));
     program.Write("blank.txt", std::string("# nothing\r\n"));
     program.Write("empty.txt", std::string());
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.batch.substr(0, 60));
+    for (const auto& [batch, expected, message] : rows) {
+        SCOPED_TRACE(batch.substr(0, 60));
         std::vector<KeyOperation> operations;
         program.messages.clear();
-        program.Write("b.html", row.batch);
+        program.Write("b.html", batch);
         EXPECT_EQ(basAutomation::GetKeyOperationsFromFile("b.html", operations), 1);
-        EXPECT_EQ(Summary(operations), row.operations);
-        EXPECT_TRUE(row.message.empty() ? program.messages.empty() : program.Said(row.message));
+        EXPECT_EQ(Summary(operations), expected);
+        EXPECT_TRUE(message.empty() ? program.messages.empty() : program.Said(message));
         EXPECT_LE(program.messages.size(), 1001u);
     }
 }
@@ -163,10 +161,8 @@ TEST(KeyBatch, LeavesAReportAndADataFileForEachOperationThatWorked) {
 
 TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
     const std::string removal = "DumpKeyBatchOutput: failed to remove existing file";
-    const struct {
-        const char* batch;
-        std::string message, report; // a part of it; empty when there is none
-    } rows[] = {
+    // The batch, what is said, a part of the report: empty when there is none.
+    const std::tuple<const char*, std::string, std::string> rows[] = {
         {"",
          "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ", ""},
         {"# no work", "PerformKeyBatchOperation error: PerformKeyOperations returned code 0xFFFFFFFF",
@@ -184,8 +180,8 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
          "SUCCESS </td><td> \r\n</td></tr>\r\n</table>"},
         {"read --single MODEL far/x.txt", "", "# Outside the folder of the batch: far/x.txt ("},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.message);
+    for (const auto& [batch, message, part] : rows) {
+        SCOPED_TRACE(message);
         HeadlessProgram program(BusOfTwo());
         const platform::testing::TemporaryDirectory elsewhere;
         std::ofstream(elsewhere.file("precious.txt")) << "kept";
@@ -195,16 +191,16 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
                                        {"far", elsewhere.path()},
                                        {"planted.txt", elsewhere.file("precious.txt")}})
             std::filesystem::create_symlink(to, program.directory.file(name));
-        if (*row.batch != '\0') {
-            program.Write("b.txt", std::string(row.batch));
+        if (*batch != '\0') {
+            program.Write("b.txt", std::string(batch));
             std::filesystem::create_hard_link(program.directory.file("b.txt"), program.directory.file("twin.txt"));
         }
         ASSERT_TRUE(program.Run("/R b.txt"));
-        EXPECT_TRUE(program.Said(row.message));
-        EXPECT_EQ(program.Read("b.txt"), row.batch);
+        EXPECT_TRUE(program.Said(message));
+        EXPECT_EQ(program.Read("b.txt"), batch);
         const std::string report = program.Read("b.out.txt");
-        EXPECT_EQ(row.report.empty(), report.empty());
-        EXPECT_NE(report.find(row.report), std::string::npos) << report;
+        EXPECT_EQ(part.empty(), report.empty());
+        EXPECT_NE(report.find(part), std::string::npos) << report;
         EXPECT_EQ(std::filesystem::file_size(elsewhere.file("precious.txt")), 4u);
     }
 }

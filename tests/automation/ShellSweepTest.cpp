@@ -40,22 +40,19 @@ struct Terminal {
                 outcome.toldLoss = true;
                 break;
             }
-            Wait(50);
+            program.Pass(50);
         }
         for (int i = 0; i < 4; ++i)
             Poll();
     }
     void Poll() {
-        Wait(50);
+        program.Pass(50);
         const std::uint64_t before = SimulatorTransactions();
         ByteArray data;
         if (basBootloader::ReadShellCharacters(handle, data, true) != 1)
             outcome.toldLoss |= readsOnce && SimulatorTransactions() != before; // a ring can be read again
         else if (data != ByteArray{0})
             outcome.text.append(data.begin(), data.end());
-    }
-    void Wait(std::int64_t milliseconds) {
-        program.windowSystem.RunUntil([] { return false; }, milliseconds);
     }
     HeadlessProgram program;
     const bool readsOnce;
@@ -71,7 +68,7 @@ Outcome Session(std::int32_t protocol, const std::string& faults) {
         terminal.Type(line);
     outcome.end = SimulatorTransactions();
     terminal.Type("\r"); // a fault that waits for one more write has had it
-    terminal.Wait(3000);
+    terminal.program.Pass(3000);
     terminal.Poll();
     const std::size_t before = outcome.text.size();
     terminal.Type("keys no more\r");

@@ -19,9 +19,6 @@ protected:
         program->messages.clear();
         handle = globals.TargetList.front().Handle;
     }
-    void Pass(std::int64_t milliseconds) {
-        program->windowSystem.RunUntil([] { return false; }, milliseconds);
-    }
     std::int32_t Type(const std::string& text) { return WriteShellCharacters(handle, {text.begin(), text.end()}); }
     std::string Console() {
         ByteArray data;
@@ -44,7 +41,7 @@ TEST_F(StrictDevice, TakesEveryByteOfAnArrowKeyInEachProtocol) {
         Console();
         for (const char* byte : {"\x1B", "[", "A"})
             EXPECT_EQ(Type(byte), 1);
-        Pass(100);
+        program->Pass(100);
         EXPECT_EQ(Console(), "\x1B[A");
     }
 }

@@ -1,15 +1,12 @@
 #include "HeadlessProgram.h"
 #include "Levels.h"
 #include "PackageBuilder.h"
+#include "PlatformTest.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 using namespace testing_support;
 
@@ -47,14 +44,6 @@ void WriteFiles(const HeadlessProgram& program, const Files& files = {}) {
     program.Write("DTCP/GUID/MACID/MACID.txt", std::string(files.mac));
 }
 
-bool RunWithoutViewer(HeadlessProgram& program, const char* commandLine) {
-    const std::string path = getenv("PATH");
-    setenv("PATH", program.directory.path().c_str(), 1);
-    const bool ended = program.Run(commandLine);
-    setenv("PATH", path.c_str(), 1);
-    return ended;
-}
-
 TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
     const std::string boot = Target(FIRST, "bootloader"), app = Target(FIRST, "application"),
                       badCrc = R"({"node": 0, "command": 6, "do": "badCrc"})",
@@ -83,7 +72,8 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
         SCOPED_TRACE(row.commandLine);
         HeadlessProgram program(Bus({row.target}, row.faults));
         WriteFiles(program);
-        ASSERT_TRUE(RunWithoutViewer(program, row.commandLine));
+        const Variable noViewer("PATH", program.directory.path());
+        ASSERT_TRUE(program.Run(row.commandLine));
         EXPECT_EQ(program.Changes(), row.changes);
         EXPECT_EQ(program.Flash(0, "application"), row.application);
         EXPECT_EQ(program.Flash(0, "config"), row.config);
@@ -103,11 +93,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
 TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
     constexpr const char *GUID = "0011223344556677", *MAC = "001122334455",
                          *NO_CNE_END = "CUT.TWD\" can't be loaded: its CNE reaches outside the file, which is cut off";
-    const struct {
-        const char* options;
-        Files files;
-        const char* message;
-    } rows[] = {
+    const std::tuple<const char*, Files, const char*> rows[] = {
         {"/D none.twd", {}, "ERROR: \"NONE.TWD\" does not exist.  Can't perform operation!"},
         {"/D junk.twd", {}, "The package \"JUNK.TWD\" can't be loaded: it doesn't begin with a package header."},
         {"/D fw", {}, "The package \"FW\" can't be loaded: it can't be read (error #"},
@@ -123,13 +109,13 @@ TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
         {"/A", {"", MAC}, "\"\" of the file \"DTCP\\GUID\\MACID\\GUID.txt\" can't be programmed: it is empty."},
         {"/A", {GUID, "0011223344"}, "The MAC address \"0011223344\" of the file \"DTCP\\GUID\\MACID\\MACID.txt\""},
     };
-    for (const auto& row : rows)
+    for (const auto& [options, files, message] : rows)
         for (const char* mode : {"application", "bootloader"}) {
-            SCOPED_TRACE(std::string(mode) + " " + row.options + " " + row.message);
+            SCOPED_TRACE(std::string(mode) + " " + options + " " + message);
             HeadlessProgram program(Bus({Target(FIRST, mode)}), LEVEL_ERROR);
-            WriteFiles(program, row.files);
-            ASSERT_TRUE(program.Run(row.options));
-            EXPECT_TRUE(program.Said(row.message));
+            WriteFiles(program, files);
+            ASSERT_TRUE(program.Run(options));
+            EXPECT_TRUE(program.Said(message));
             EXPECT_EQ(std::ranges::count(program.messages, LEVEL_ERROR, &testing_support::Message::level), 1);
             EXPECT_EQ(program.Changes(), "");
         }
@@ -189,23 +175,16 @@ TEST(UnattendedRun, WaitsForFourTicksInARowAndAnewAfterEachReset) {
 
 // Two files that differ in case alone are two files: the one that was typed, or none.
 TEST(UnattendedRun, OpensAFileAsItWasTyped) {
-    const struct {
-        const char* commandLine;
-        ByteArray application, bootloader;
-        const char* message;
-    } rows[] = {
+    const std::tuple<const char*, ByteArray, ByteArray, const char*> rows[] = {
         {"/D app.twd /B App.twd", IMAGE, CNE, "Successfully programmed image from APP.TWD to the device."},
         {"/D \"fw/app.twd\"", IMAGE, {}, "onto target"},
         {"/D \"FW\\APP.TWD\"", IMAGE, {}, "onto target"},
-        {"/D aPP.twd",
-         {},
-         {},
-         "ERROR: \"APP.TWD\" could be any of \"App.twd\", \"app.twd\".  Can't perform operation!"},
+        {"/D aPP.twd", {}, {}, R"(ERROR: "APP.TWD" could be any of "App.twd", "app.twd".  Can't perform operation!)"},
         {"/R \"b/keys.txt\"", {}, {}, "received 4 bytes"},
         {"/R \"b/KEYS.txt\"", {}, {}, "PerformKeyBatchOperation: \"B/KEYS.TXT\" could be any of \"b/Keys.txt\""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.commandLine);
+    for (const auto& [commandLine, application, bootloader, message] : rows) {
+        SCOPED_TRACE(commandLine);
         HeadlessProgram program(Bus({Target(FIRST, "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}));
         for (const char* name : {"app.twd", "fw/app.twd"})
             program.Write(name, Package(IMAGE));
@@ -213,10 +192,10 @@ TEST(UnattendedRun, OpensAFileAsItWasTyped) {
             program.Write(name, Package(CNE));
         program.Write("b/Keys.txt", std::string("read --single NONE"));
         program.Write("b/keys.txt", std::string("read --single MODEL"));
-        ASSERT_TRUE(program.Run(row.commandLine));
-        EXPECT_EQ(program.Flash(0, "application"), row.application);
-        EXPECT_EQ(program.Flash(0, "bootloader"), row.bootloader);
-        EXPECT_TRUE(program.Said(row.message));
+        ASSERT_TRUE(program.Run(commandLine));
+        EXPECT_EQ(program.Flash(0, "application"), application);
+        EXPECT_EQ(program.Flash(0, "bootloader"), bootloader);
+        EXPECT_TRUE(program.Said(message));
         EXPECT_FALSE(std::filesystem::exists(program.directory.file("b/Keys.out.txt")));
     }
 }

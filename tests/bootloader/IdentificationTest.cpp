@@ -38,20 +38,18 @@ TEST_F(Identification, DecodesEachFieldAtItsPlaceInTheByteOrderOfTheProtocol) {
 }
 
 TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
-    const struct {
-        const char* maker; // 8 bytes
-        std::int32_t version;
-        bool compatible;
-    } rows[] = {{"tarnwell", 1, true},  {"TARNWELL", 3, true},  {"tarnwels", 1, false}, {"\0\0\0\0\0\0\0", 1, false},
-                {"tarnwell", 0, false}, {"tarnwell", 4, false}, {"tarnwell", -1, false}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(fmt::format("{} {}", row.maker, row.version));
-        target.info = InfoBytes(row.version);
-        std::copy_n(row.maker, 8, target.info.begin());
-        EXPECT_EQ(read(), row.compatible ? 1 : -1);
+    // The eight bytes of the maker, the version, whether it is one of ours.
+    const std::tuple<const char*, std::int32_t, bool> rows[] = {
+        {"tarnwell", 1, true},  {"TARNWELL", 3, true},  {"tarnwels", 1, false}, {"\0\0\0\0\0\0\0", 1, false},
+        {"tarnwell", 0, false}, {"tarnwell", 4, false}, {"tarnwell", -1, false}};
+    for (const auto& [maker, version, compatible] : rows) {
+        SCOPED_TRACE(fmt::format("{} {}", maker, version));
+        target.info = InfoBytes(version);
+        std::copy_n(maker, 8, target.info.begin());
+        EXPECT_EQ(read(), compatible ? 1 : -1);
         // The rest is read of a target only.
         const Texts reads = {"R0 FFFFC8020000 12 200", "R0 FFFFC8020000 104 200"};
-        EXPECT_EQ(library.transactions, Texts(reads.begin(), reads.begin() + (row.compatible ? 2 : 1)));
+        EXPECT_EQ(library.transactions, Texts(reads.begin(), reads.begin() + (compatible ? 2 : 1)));
     }
     EXPECT_TRUE(Logged("VerifyCompatibility: invalid protocol version: (app=1, 2, target=4)"));
     EXPECT_TRUE(Logged("device returned {00 00 00 00 00 00 00 00}"));

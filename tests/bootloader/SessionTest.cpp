@@ -3,7 +3,6 @@
 
 #include "Handles.h"
 
-#include <future>
 #include <thread>
 
 using namespace testing_support;
@@ -35,12 +34,7 @@ TEST_F(Session, WritesTheRequestUnderNumbersFrom1To32766WithTheOperandsThatItAnn
 }
 
 TEST_F(Session, TakesOnlyTheAnswerToItsOwnRequest) {
-    const struct {
-        const char* name;
-        Reply reply;
-        std::int32_t result;
-        const char* text; // of one of its messages
-    } rows[] = {
+    const std::tuple<const char*, Reply, std::int32_t, const char*> rows[] = {
         {"another command", {.codeOffset = 1}, -1, "invalid command code (request = 15 (0xF), response = 16 (0x10)"},
         {"another version", {.versionOffset = 2}, -1, "protocol version (request = 1 (0x1), response = 3 (0x3)"},
         {"an earlier request", {.idOffset = -1}, -1, "invalid command ID (request = 5 (0x5), response = 4 (0x4)"},
@@ -49,12 +43,12 @@ TEST_F(Session, TakesOnlyTheAnswerToItsOwnRequest) {
         {"silence", {.readResult = 121}, 121, "(likely a timout error): GetResponse returned error code 121 (0x79)"},
         {"an address error", {.readResult = Code(0x80000017)}, Code(0x80000017), "code -2147483625 (0x80000017)"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, reply, result, message] : rows) {
+        SCOPED_TRACE(name);
         globals.LastCommandID = 4;
-        target.reply = row.reply;
-        EXPECT_EQ(transact(15), row.result);
-        EXPECT_TRUE(Logged(row.text));
+        target.reply = reply;
+        EXPECT_EQ(transact(15), result);
+        EXPECT_TRUE(Logged(message));
     }
     ByteArray padded(56); // what a read doesn't bring is zero
     std::fill_n(padded.begin(), 32, 0xEE);
@@ -86,18 +80,9 @@ TEST_F(Session, SpeaksToEachProtocolVersion) {
 }
 
 TEST_F(Session, SendsNothingWhileAnotherHoldsTheMutex) {
-    std::promise<void> taken, done;
-    std::thread other([&] {
-        platform::WaitForSingleObject(globals.TransactionMutex, 0);
-        taken.set_value();
-        done.get_future().wait();
-        platform::ReleaseMutex(globals.TransactionMutex);
-    });
-    taken.get_future().wait();
+    std::thread([] { platform::WaitForSingleObject(globals.TransactionMutex, 0); }).join(); // and never gives it back
     EXPECT_EQ(transact(15), -1);
     EXPECT_TRUE(library.transactions.empty());
-    done.set_value();
-    other.join();
 }
 
 } // namespace

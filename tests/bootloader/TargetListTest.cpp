@@ -31,19 +31,16 @@ protected:
 };
 
 TEST_F(TargetList, KeepsATargetsHandleWhereverItsNodeGoes) {
-    const struct {
-        const char* name;
-        std::vector<const char*> guids;
-        const char* list;
-    } steps[] = {{"both arrive", {FIRST, SECOND}, "63@0 64@1"},
-                 {"they change places", {SECOND, FIRST}, "63@1 64@0"},
-                 {"one leaves", {SECOND}, "63@128 64@0"},
-                 {"nobody", {}, "63@128 64@128"},
-                 {"it returns", {FIRST, SECOND}, "63@0 64@1"}};
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.name);
-        EXPECT_EQ(discover(step.guids), 1);
-        EXPECT_EQ(list(), step.list);
+    const std::tuple<const char*, std::vector<const char*>, const char*> steps[] = {
+        {"both arrive", {FIRST, SECOND}, "63@0 64@1"},
+        {"they change places", {SECOND, FIRST}, "63@1 64@0"},
+        {"one leaves", {SECOND}, "63@128 64@0"},
+        {"nobody", {}, "63@128 64@128"},
+        {"it returns", {FIRST, SECOND}, "63@0 64@1"}};
+    for (const auto& [name, guids, expected] : steps) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(discover(guids), 1);
+        EXPECT_EQ(list(), expected);
         EXPECT_TRUE(globals.DiscoveryComplete);
     }
     EXPECT_EQ(globals.TargetList[0].Shell.ShellBuffer.size(), 16534u);

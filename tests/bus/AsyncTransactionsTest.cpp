@@ -28,22 +28,17 @@ protected:
 };
 
 TEST_F(AsyncTransactions, AskTheLibraryForWholeQuadlets) {
-    const struct {
-        std::int32_t size;
-        bool quadlets;
-        std::int32_t timeout;
-        Texts transactions;
-    } rows[] = {
+    const std::tuple<std::int32_t, bool, std::int32_t, Texts> rows[] = {
         {5, false, -1, {"R5 FFFFF0000400 8 250"}},
         {2048, false, 0, {"R5 FFFFF0000400 2048 0"}},
         {6, true, 100, {"R5 FFFFF0000400 4 100", "R5 FFFFF0000404 4 100"}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.size);
+    for (const auto& [size, quadlets, timeout, transactions] : rows) {
+        SCOPED_TRACE(size);
         library.transactions.clear();
-        EXPECT_EQ(Read(row.size, row.quadlets, row.timeout), 1);
-        EXPECT_EQ(library.transactions, row.transactions);
-        EXPECT_EQ(buffer, ByteArray((row.size + 3u) / 4 * 4, 7));
+        EXPECT_EQ(Read(size, quadlets, timeout), 1);
+        EXPECT_EQ(library.transactions, transactions);
+        EXPECT_EQ(buffer, ByteArray((size + 3u) / 4 * 4, 7));
     }
     EXPECT_TRUE(Logged("1 AsyncRead of 0xFFFFF0000404, node 5 succeeded.   function call time=0ms. Exiting normally."));
 }
@@ -83,10 +78,8 @@ TEST_F(AsyncTransactions, RefuseABadArgumentWithoutACall) {
 }
 
 TEST_F(AsyncTransactions, TellTheFailuresOfAReadApart) {
-    const struct {
-        std::uint32_t code;
-        const char* log; // "7 AsyncRead" and this
-    } rows[] = {
+    // What is logged follows "7 AsyncRead".
+    const std::pair<std::uint32_t, const char*> rows[] = {
         {121, " of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond.  function call time=12ms. "},
         {0x80000102, " of 0xFFFFABCD, node 5 timed out. function call time=12ms.  Exiting abnormally"},
         {0x80000002, " failure: the Application Shutdown Event has somehow become set"},
@@ -98,13 +91,13 @@ TEST_F(AsyncTransactions, TellTheFailuresOfAReadApart) {
     };
     address.AddressLow = 0xABCD;
     bool resetPending = false;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.log);
+    for (const auto& [code, words] : rows) {
+        SCOPED_TRACE(words);
         log.clear();
-        FailWith(row.code);
-        resetPending = resetPending || row.code == 0x80000001;
-        EXPECT_EQ(Read(5, false), resetPending ? -105 : Code(row.code));
-        EXPECT_EQ(CountLogged(std::string("7 AsyncRead") + row.log), 1u);
+        FailWith(code);
+        resetPending = resetPending || code == 0x80000001;
+        EXPECT_EQ(Read(5, false), resetPending ? -105 : Code(code));
+        EXPECT_EQ(CountLogged(std::string("7 AsyncRead") + words), 1u);
         EXPECT_EQ(buffer, ByteArray(8));
         EXPECT_EQ(globals.BusResetPending, resetPending);
     }
@@ -128,27 +121,23 @@ TEST_F(AsyncTransactions, WriteOnePaddedBlock) {
 }
 
 TEST_F(AsyncTransactions, GiveEveryFailedWriteOneOfTwoCodes) {
-    const struct {
-        std::uint32_t code;
-        bool resetPending;
-        const char *head, *tail;
-    } rows[] = {
+    const std::tuple<std::uint32_t, bool, const char*, const char*> rows[] = {
         {0x80000017, false, "-2147483625(0x80000017)", "that a response error packet was received from the target."},
         {0x8000013D, false, "-2147483331(0x8000013D)", "that no response packet was received from the target.  TODO"},
         {0x80000001, false, "-2147483647(0x80000001)", "0x80000001 is an unknown error response."},
         {121, true, "121(0x79)", "5 AsyncWriteWrapperVB: code 0x79 is an unknown error response."},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.head);
+    for (const auto& [code, resetPending, head, tail] : rows) {
+        SCOPED_TRACE(head);
         log.clear();
-        FailWith(row.code);
-        globals.BusResetPending = row.resetPending;
-        EXPECT_EQ(Write(4), row.resetPending ? -105 : -1);
+        FailWith(code);
+        globals.BusResetPending = resetPending;
+        EXPECT_EQ(Write(4), resetPending ? -105 : -1);
         ASSERT_EQ(log.size(), 2u);
         EXPECT_EQ(log[0], fmt::format("5 AsyncWriteWrapperVB: call to AsyncWrite failed, code{}, node 5, address "
                                       "0xFFFF0000ABCD, call time = 12 ms",
-                                      row.head));
-        EXPECT_TRUE(Logged(row.tail));
+                                      head));
+        EXPECT_TRUE(Logged(tail));
     }
 }
 

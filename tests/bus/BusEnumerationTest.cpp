@@ -102,11 +102,7 @@ TEST_F(BusEnumeration, DoesNotNest) {
 
 TEST_F(BusEnumeration, GoesOnPastWhatFails) {
     const std::string noNumber = "7 GetLocalHostNode failed, Get1394AddressFromDeviceObject returned code 1";
-    const struct {
-        std::string log;
-        std::function<void()> trouble;
-        Nodes table;
-    } rows[] = {
+    const std::tuple<std::string, std::function<void()>, Nodes> rows[] = {
         {"11 Error #91: Not set in bas1394.VdevBusResetHandler",
          [] { hooks.nodesChanged = [] { platform::Raise(91, "Not set"); }; }, COMPLETE},
         {"7 tmrTopologyRefresh: failed call to basBootloader.BusResetHandler, code -1",
@@ -114,16 +110,16 @@ TEST_F(BusEnumeration, GoesOnPastWhatFails) {
         {noNumber, [this] { library.hostResult = 1; }, {0, 2, 3}},
         {noNumber, [this] { library.hostResult = 1, library.roms.clear(); }, {128}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.log);
+    for (const auto& [message, trouble, table] : rows) {
+        SCOPED_TRACE(message);
         library.hostResult = 0;
         hooks.nodesChanged = nullptr;
         log.clear();
         bootloaderPasses = 0;
-        row.trouble();
+        trouble();
         Enumerate();
-        EXPECT_EQ(Table(), row.table);
-        EXPECT_TRUE(Logged(row.log));
+        EXPECT_EQ(Table(), table);
+        EXPECT_TRUE(Logged(message));
         EXPECT_EQ(bootloaderPasses, 1);
         EXPECT_TRUE(globals.BusEnumerated);
     }

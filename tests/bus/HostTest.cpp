@@ -13,19 +13,15 @@ using Host = LibraryTest;
 TEST_F(Host, TakesAnAddressFromItsText) {
     std::size_t complaints = 0;
     basApp::hooks.writeStatusFileLine = [&](std::string_view) { ++complaints; };
-    const struct {
-        const char* text;
-        std::int32_t result;
-        Address1394 address;
-    } rows[] = {{"0xffffc8029000", 1, {0xFFFF, 0xC8029000}},
-                {"FFFF C802 9000", 1, {0xFFFF, 0xC8029000}},
-                {"0xC8029000", 1, {0, 0xC8029000}},
-                {"0x1234567", 1, {0, 0x1234567}},
-                {"0x1FFFFC8029000", -1, {1, 1}}};
-    for (const auto& row : rows) {
+    const std::tuple<const char*, std::int32_t, Address1394> rows[] = {{"0xffffc8029000", 1, {0xFFFF, 0xC8029000}},
+                                                                       {"FFFF C802 9000", 1, {0xFFFF, 0xC8029000}},
+                                                                       {"0xC8029000", 1, {0, 0xC8029000}},
+                                                                       {"0x1234567", 1, {0, 0x1234567}},
+                                                                       {"0x1FFFFC8029000", -1, {1, 1}}};
+    for (const auto& [text, result, expected] : rows) {
         Address1394 address{1, 1};
-        EXPECT_EQ(StringToAddress(row.text, address), row.result) << row.text;
-        EXPECT_EQ(address, row.address) << row.text;
+        EXPECT_EQ(StringToAddress(text, address), result) << text;
+        EXPECT_EQ(address, expected) << text;
     }
     EXPECT_EQ(complaints, 0u);
     Address1394 address;
@@ -75,28 +71,23 @@ TEST_F(Host, DecodesEachFieldOfASelfId) {
 }
 
 TEST_F(Host, CountsTheNodesOfATopologyMap) {
-    const struct {
-        std::vector<std::uint32_t> packets;
-        std::size_t count;
-        std::vector<int> physIds;
-        std::size_t warnings;
-    } rows[] = {
+    const std::tuple<std::vector<std::uint32_t>, std::size_t, std::vector<int>, std::size_t> rows[] = {
         {{0x80000001, 0x80900000, 0x81000000}, 2, {0, 1}, 0}, // an extended packet is skipped
         {{}, 0, {0}, 0},
         {{}, 0xFF00, {0}, 0}, // a negative count
         {{}, 200, std::vector<int>(63), 1},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.count);
+    for (const auto& [packets, count, expected, warnings] : rows) {
+        SCOPED_TRACE(count);
         log.clear();
-        library.SetTopology(row.packets, row.count);
+        library.SetTopology(packets, count);
         TopologyMap map;
         EXPECT_EQ(GetTopologyMap(map), 1);
         std::vector<int> physIds;
         for (const SelfId& id : map.SelfIds)
             physIds.push_back(id.PhysId);
-        EXPECT_EQ(physIds, row.physIds);
-        EXPECT_EQ(CountLogged("7 "), row.warnings);
+        EXPECT_EQ(physIds, expected);
+        EXPECT_EQ(CountLogged("7 "), warnings);
     }
 }
 

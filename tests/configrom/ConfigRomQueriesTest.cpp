@@ -9,36 +9,30 @@ namespace {
 using ConfigRomQueries = RomTest;
 
 TEST_F(ConfigRomQueries, FindTheTextBehindAnImmediate) {
-    constexpr std::uint32_t NO_MODEL = 0x12000001, UB = 0x55620000, NO_C = 0x6E4F2063, ONFI = 0x4F6E4669,
-                            G = 0x67000000;
-    const std::string noVendor = "<UNREADABLE CONFIG ROM VENDOR TEXT>", noUnit = "DirectoryType 0x11 not found";
-    const struct {
-        Words tree; // up to a leaf of the text "Ta"
-        std::string vendor, model;
-    } rows[] = {
+    constexpr std::uint32_t OTHER = 0x12000001, UB = 0x55620000, NO_C = 0x6E4F2063, ONFI = 0x4F6E4669, G = 0x67000000;
+    const std::string noVendor = "<UNREADABLE CONFIG ROM VENDOR TEXT>", noUnit = "DirectoryType 0x11 not found",
+                      noModel = "<UNREADABLE CONFIG ROM MODEL TEXT>";
+    // Up to a leaf of the text "Ta".
+    const std::tuple<Words, std::string, std::string> rows[] = {
         {{0x00020000, 0x03000F1B, 0x81000001}, "Ta", noUnit},
         {{0x00010000, 0xD1000001, 0x00020000, 0x17000001, 0x81000001}, noVendor, "Ta"},
         // The unit directory has no model: the module vendor directory's, none, or none anywhere.
-        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, NO_MODEL, 0x00020000, 0x17000001, 0x81000001},
-         noVendor,
-         "Ta"},
-        {{0x00010000, 0xD1000001, 0x00010000, NO_MODEL}, noVendor, "DirectoryType 0x3 not found"},
-        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, NO_MODEL, 0x00010000, NO_MODEL},
-         noVendor,
-         "<UNREADABLE CONFIG ROM MODEL TEXT>"},
+        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, OTHER, 0x00020000, 0x17000001, 0x81000001}, noVendor, "Ta"},
+        {{0x00010000, 0xD1000001, 0x00010000, OTHER}, noVendor, "DirectoryType 0x3 not found"},
+        {{0x00020000, 0xD1000002, 0xC3000003, 0x00010000, OTHER, 0x00010000, OTHER}, noVendor, noModel},
         // A leaf before any immediate; the first of two leaves, behind one of another kind.
         {{0x00020000, 0x81000002, 0x03000F1B}, noVendor, noUnit},
         {{0x00040000, 0x03000F1B, 0x82000003, 0x81000002, 0x81000005, 0x00030000, 0, 0, UB}, "Ub", noUnit},
         // A vendor text that says no config, in any case: the node vendor's.
         {{0x00040000, 0x03000F1B, 0x81000003, 0x08000F1B, 0x81000007, 0x00050000, 0, 0, NO_C, ONFI, G}, "Ta", noUnit},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.tree));
-        Words tree = row.tree;
+    for (const auto& [entries, vendor, model] : rows) {
+        SCOPED_TRACE(testing::PrintToString(entries));
+        Words tree = entries;
         tree.insert(tree.end(), {0x00030000, 0, 0, 0x54610000});
         EXPECT_EQ(ReadTree(tree), 1);
-        EXPECT_EQ(GetConfigRomVendorText(rom), row.vendor);
-        EXPECT_EQ(GetConfigRomModelText(rom), row.model);
+        EXPECT_EQ(GetConfigRomVendorText(rom), vendor);
+        EXPECT_EQ(GetConfigRomModelText(rom), model);
         EXPECT_FALSE(ConfigRomIsMinimal(rom));
     }
 }

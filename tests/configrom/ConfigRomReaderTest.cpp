@@ -23,49 +23,40 @@ TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
                       noBlock = "5 |GetFormattedConfigRom: failed to read BusInfoBlock (nodeindex #0) in "
                                 "bas1394.GetFomattedConfigRom.";
     const auto entryFailed = [&](int code) {
-        return fmt::format("5 ||{}failed: call to GetConfigRomEntry (node index #0) failed, code {}", block, code);
+        return fmt::format("5 ||{}failed: call to GetConfigRomEntry (node index #0) failed, code {}\n", block, code) +
+               noBlock;
     };
     const struct {
         Words quadlets;
         std::int32_t result;
         std::size_t transactions, rawBytes;
-        Texts log;
+        std::string log = {};
     } rows[] = {
-        {withRoot(512), 1, 5 + 513, 20, {}},
-        {withRoot(513),
-         -20,
-         6,
-         20,
-         {"7 |||Invalid length (513) indicated in header of config rom entry, node 5, address 0xFFFFF0000414!",
-          "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -1(0xFFFFFFFF)," + atRoot}},
-        {withRoot(256), 1, 5 + 257, 20, {}}, // a header like that of a minimal ROM, elsewhere
-        {busInfo,
-         -20,
-         6,
-         20,
-         {"5 |||Could not read config rom data at address 0xFFFFF0000414 node 5, " + refused + "!",
-          "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, " + refused + "," + atRoot}},
-        {{0x05000000, 0, 0, 0, 0, 0, 0x00010000, 0x03000F1B}, 1, 8, 24, {}},
-        {{0},
-         -1,
-         1,
-         1,
-         {"5 |||Null header quadlet at the base of the config rom entry" + at + ".", entryFailed(-21), noBlock}},
-        {{0x00040000}, -1, 1, 1, {"7 |||0 length of config rom entry header" + at + "!", entryFailed(-1), noBlock}},
-        {{0x01000A27}, -1, 1, 5, {"5 ||Minimal config rom on Node index #0"}},
+        {withRoot(512), 1, 5 + 513, 20},
+        {withRoot(513), -20, 6, 20,
+         "7 |||Invalid length (513) indicated in header of config rom entry, node 5, address 0xFFFFF0000414!\n"
+         "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -1(0xFFFFFFFF)," +
+             atRoot},
+        {withRoot(256), 1, 5 + 257, 20}, // a header like that of a minimal ROM, elsewhere
+        {busInfo, -20, 6, 20,
+         "5 |||Could not read config rom data at address 0xFFFFF0000414 node 5, " + refused +
+             "!\n7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, " + refused + "," + atRoot},
+        {{0x05000000, 0, 0, 0, 0, 0, 0x00010000, 0x03000F1B}, 1, 8, 24},
+        {{0}, -1, 1, 1, "5 |||Null header quadlet at the base of the config rom entry" + at + ".\n" + entryFailed(-21)},
+        {{0x00040000}, -1, 1, 1, "7 |||0 length of config rom entry header" + at + "!\n" + entryFailed(-1)},
+        {{0x01000A27}, -1, 1, 5, "5 ||Minimal config rom on Node index #0"},
         {{0x02000000, 0, 0},
          -1,
          3,
          12,
-         {"7 ||" + block + "warning: only 12 bytes of data returned from call to get bus info block in bas1394." +
-              block.substr(0, block.size() - 1) + " (node index #0.  EXITING ABNORMALLY.",
-          noBlock}},
+         "7 ||" + block + "warning: only 12 bytes of data returned from call to get bus info block in bas1394." +
+             block.substr(0, block.size() - 1) + " (node index #0.  EXITING ABNORMALLY.\n" + noBlock},
         {{0x04000000, 0, 0},
          -1,
          4,
          1,
-         {"9 |||GetConfigRomEntry: second call to AsyncReadWrapper returned " + refused + " node 5",
-          entryFailed(Code(0x80000017)), noBlock}},
+         "9 |||GetConfigRomEntry: second call to AsyncReadWrapper returned " + refused + " node 5\n" +
+             entryFailed(Code(0x80000017))},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.quadlets));
@@ -73,7 +64,7 @@ TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
         EXPECT_EQ(library.transactions.size(), row.transactions);
         EXPECT_EQ(rom.RawData.size(), row.rawBytes);
         std::erase_if(log, [](const std::string& line) { return line.starts_with("7 AsyncRead"); });
-        EXPECT_EQ(log, row.log);
+        EXPECT_EQ(fmt::format("{}", fmt::join(log, "\n")), row.log);
     }
 }
 

@@ -47,20 +47,17 @@ protected:
 };
 
 TEST_F(ImageDownload, CutsTheSectionIntoBlocksThatSuitBothSides) {
-    const struct {
-        std::uint32_t size, address, offered;
-        const char* blocks;
-    } rows[] = {
+    const std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, const char*> rows[] = {
         {2500, ADDRESS, 4096, "00:00000020+0004 01:00040020+0004 02:00080020+c401 "},
         {5, ADDRESS, 3, "00:00000020+0300 01:03000020+0200 "},
         {2048, 0x7FFFFC00, 1024, "00:00fcff7f+0004 01:00000080+0004 "},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.size);
-        Start(fmt::format(R"(, "maxBlockSize": {})", row.offered));
-        Load(PackageBuilder().image(row.address, Pattern(row.size)).bytes());
-        EXPECT_EQ(Blocks(), row.blocks);
-        EXPECT_EQ(program->Flash(0, "application"), Pattern(row.size));
+    for (const auto& [size, address, offered, blocks] : rows) {
+        SCOPED_TRACE(size);
+        Start(fmt::format(R"(, "maxBlockSize": {})", offered));
+        Load(PackageBuilder().image(address, Pattern(size)).bytes());
+        EXPECT_EQ(Blocks(), blocks);
+        EXPECT_EQ(program->Flash(0, "application"), Pattern(size));
     }
 }
 
@@ -131,10 +128,10 @@ TEST_F(ImageDownload, LosesNothingThatHappensDuringTheErase) {
     EXPECT_FALSE(program->Said("Broadcasted halt command.")) << "on top of a request that awaits its answer";
     EXPECT_NE(globals.TargetList[1].DebugGUID, ByteArray(8)) << "skipped because of the first one";
     basApp::globals.DownloadInProgress = true; // the blocks would follow
-    program->windowSystem.RunUntil([] { return false; }, 1000);
+    program->Pass(1000);
     EXPECT_EQ(globals.TargetList[0].DebugGUID, ByteArray(8)) << "disturbed in the middle of its load";
     basApp::globals.DownloadInProgress = false;
-    program->windowSystem.RunUntil([] { return false; }, 3000);
+    program->Pass(3000);
     EXPECT_TRUE(program->Said("Broadcasted halt command."));
     EXPECT_EQ(globals.TargetList[0].DebugGUID, (ByteArray{0, 0x0F, 0x1B, 0, 0, 0, 0, 1}))
         << "discovery didn't come by again";
@@ -142,11 +139,7 @@ TEST_F(ImageDownload, LosesNothingThatHappensDuringTheErase) {
 }
 
 TEST_F(ImageDownload, LeavesTheTargetAloneWhenThereIsNothingToLoad) {
-    const struct {
-        PackageBuilder package;
-        std::int32_t type;
-        const char* text;
-    } rows[] = {
+    const std::tuple<PackageBuilder, std::int32_t, const char*> rows[] = {
         {PackageBuilder().cne(Pattern(8)), 0, "' contains no image.  Exiting..."},
         {PackageBuilder().image(ADDRESS, Pattern(8)), 1, "' contains no CNE.  Exiting..."},
         {PackageBuilder().number(0x58, 0x80000000), 1, "DownloadImage (CNE): '"},
@@ -154,18 +147,16 @@ TEST_F(ImageDownload, LeavesTheTargetAloneWhenThereIsNothingToLoad) {
         {PackageBuilder().text(0, "tWld"), 0, "Load Application Image failed: could not load TWD file '"},
     };
     Start();
-    for (const auto& row : rows) {
-        EXPECT_EQ(Load(row.package.bytes(), row.type), -1);
-        EXPECT_TRUE(program->Said(row.text)) << row.text;
-        EXPECT_TRUE(requests.empty()) << row.text;
+    for (const auto& [package, type, text] : rows) {
+        EXPECT_EQ(Load(package.bytes(), type), -1);
+        EXPECT_TRUE(program->Said(text)) << text;
+        EXPECT_TRUE(requests.empty()) << text;
     }
 }
 
 TEST_F(ImageDownload, SendsNothingOfAPackageThatReachesOutsideItsFile) {
-    const struct {
-        std::uint32_t section, offset, length; // section: where its fields begin
-        const char* text;                      // empty: it is whole
-    } rows[] = {
+    // Where the fields of a section begin, its offset, its length; no text for a whole package.
+    const std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, const char*> rows[] = {
         {0x30, 352, 2048, ""},
         {0x40, 0xFFFFFFFF, 0x80000000, ""}, // not there
         {0x30, 352, 2049, "Failed to copy 0x1 byte block at address 0x960 in file '"},
@@ -175,16 +166,16 @@ TEST_F(ImageDownload, SendsNothingOfAPackageThatReachesOutsideItsFile) {
         {0x30, 0x7FFFFFFF, 0x04000000, "0x400 byte block at address 0x7FFFFFFF in file '"},
     };
     Start();
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
+    for (const auto& [section, offset, length, text] : rows) {
+        SCOPED_TRACE(text);
         PackageBuilder package;
-        package.image(ADDRESS, Pattern(2048)).number(row.section, row.offset).number(row.section + 8, row.length);
+        package.image(ADDRESS, Pattern(2048)).number(section, offset).number(section + 8, length);
         program->messages.clear();
         Load(package.bytes());
-        EXPECT_EQ(requests.empty(), *row.text != 0);
-        EXPECT_TRUE(program->Said(row.text));
+        EXPECT_EQ(requests.empty(), *text != 0);
+        EXPECT_TRUE(program->Said(text));
         EXPECT_EQ(program->messages.back().text, "Load new Application Image operation failed.");
-        EXPECT_NE(program->Said("Loading new "), *row.text != 0);
+        EXPECT_NE(program->Said("Loading new "), *text != 0);
     }
 }
 

@@ -49,12 +49,7 @@ TEST_F(Package, DecodesEachFieldAtItsPlace) {
 TEST_F(Package, IsRefusedWhenItIsNone) {
     const ByteArray whole = PackageBuilder().image(0, Pattern(5000)).bytes();
     const auto cut = [&](std::size_t size) { return ByteArray(whole.begin(), whole.begin() + size); };
-    const struct {
-        const char* name;
-        ByteArray bytes;
-        bool valid;
-        const char* text;
-    } rows[] = {
+    const std::tuple<const char*, ByteArray, bool, const char*> rows[] = {
         {"whole", whole, true,
          "TWD version:  software id = 4660 (0x1234),  software version = 16909060 (0x1020304),  date/time = 2002-08-31 "
          "15:25:03 utc"},
@@ -65,12 +60,12 @@ TEST_F(Package, IsRefusedWhenItIsNone) {
         {"empty", {}, false, "Load TWD error: failed to load file '"},
         {"another magic", PackageBuilder().text(0, "DlWt").bytes(), false, "Load TWD error: Failed to validate file '"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const TwdHeader header = load(row.bytes);
-        EXPECT_EQ(IsTwdValid(header), row.valid);
-        EXPECT_EQ(header.FileData.size(), row.valid ? row.bytes.size() + 1 : 1u);
-        EXPECT_TRUE(Logged(row.text));
+    for (const auto& [name, bytes, valid, text] : rows) {
+        SCOPED_TRACE(name);
+        const TwdHeader header = load(bytes);
+        EXPECT_EQ(IsTwdValid(header), valid);
+        EXPECT_EQ(header.FileData.size(), valid ? bytes.size() + 1 : 1u);
+        EXPECT_TRUE(Logged(text));
     }
     TwdHeader header;
     LoadTWD(folder.file("missing.twd"), header);

@@ -16,32 +16,17 @@ void UseZone(const char* rules) {
     tzset();
 }
 
-TEST(FileTimes, CountHundredsOfNanosecondsFrom1601) {
-    EXPECT_EQ(platform::FileTimeFromUnix(SECOND + 200), 116444736010000002);
-
-    platform::SystemTime time;
-    ASSERT_TRUE(platform::FileTimeToSystemTime(0, time));
-    EXPECT_EQ(time, (platform::SystemTime{1601, 1, 1, 1, 0, 0, 0, 0})); // a Monday
-    ASSERT_TRUE(platform::FileTimeToSystemTime(116444736000000000 + 9'870'000, time));
-    EXPECT_EQ(time, (platform::SystemTime{1970, 1, 4, 1, 0, 0, 0, 987}));
-    EXPECT_FALSE(platform::FileTimeToSystemTime(-1, time));
-}
-
 TEST(TimeZones, TellTheirStateAndConvertByTheRulesOfTheDateGiven) {
     platform::testing::VirtualClock clock;
     constexpr std::int64_t SUMMER = 1'030'795'200 * SECOND, WINTER = 1'041'379'200 * SECOND;
-    const struct {
-        const char* rules;
-        std::int64_t now;
-        std::uint32_t state;
-    } cases[] = {{"CET-1CEST,M3.5.0,M10.5.0/3", SUMMER, 2},
-                 {"CET-1CEST,M3.5.0,M10.5.0/3", WINTER, 1},
-                 {"JST-9", SUMMER, 0},
-                 {"UTC0", WINTER, 0}};
-    for (const auto& row : cases) {
-        UseZone(row.rules);
-        clock.SetCalendar(row.now);
-        EXPECT_EQ(platform::GetTimeZoneInformation(), row.state) << row.rules << " " << row.now;
+    const std::tuple<const char*, std::int64_t, std::uint32_t> cases[] = {{"CET-1CEST,M3.5.0,M10.5.0/3", SUMMER, 2},
+                                                                          {"CET-1CEST,M3.5.0,M10.5.0/3", WINTER, 1},
+                                                                          {"JST-9", SUMMER, 0},
+                                                                          {"UTC0", WINTER, 0}};
+    for (const auto& [rules, now, state] : cases) {
+        UseZone(rules);
+        clock.SetCalendar(now);
+        EXPECT_EQ(platform::GetTimeZoneInformation(), state) << rules << " " << now;
     }
     UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
     platform::SystemTime local;

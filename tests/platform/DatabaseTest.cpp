@@ -1,8 +1,5 @@
 #include "Database.h"
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <sys/wait.h>

@@ -2,9 +2,6 @@
 #include "Database.h"
 #include "Modules.h"
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
 
 #include <fmt/format.h>
 
@@ -31,16 +28,15 @@ TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
     for (const char* name : {"b.TWD", "a[1].twd", "noend", "abcabd"})
         platform::WriteFileAtomically(folder.file(name), TextBytes("12345"));
     platform::MakeDirectories(folder.file("Sub/Deep"));
-    const struct {
-        const char* pattern;
-        const char* found; // "" for nothing
-    } cases[] = {{"*.twd", "a[1].twd"}, {"?.twd", "b.TWD"}, {"A[1].TWD", "a[1].twd"},
-                 {"*.*", "Sub"},        {"no*d", "noend"},  {"*ab?", "abcabd"},
-                 {"*abc", ""},          {"no?", ""},        {"sub\\d*", "Deep"},
-                 {"s*b\\Deep", ""},     {"SUB", "Sub"},     {"none", ""}};
-    for (const auto& row : cases) {
-        const auto found = platform::FindFirstFileA(folder.path() + "\\" + row.pattern);
-        EXPECT_EQ(found ? found->FileName : "", row.found) << row.pattern;
+    // Each with what it finds, "" for nothing.
+    const std::pair<const char*, const char*> cases[] = {
+        {"*.twd", "a[1].twd"}, {"?.twd", "b.TWD"}, {"A[1].TWD", "a[1].twd"},
+        {"*.*", "Sub"},        {"no*d", "noend"},  {"*ab?", "abcabd"},
+        {"*abc", ""},          {"no?", ""},        {"sub\\d*", "Deep"},
+        {"s*b\\Deep", ""},     {"SUB", "Sub"},     {"none", ""}};
+    for (const auto& [pattern, name] : cases) {
+        const auto found = platform::FindFirstFileA(folder.path() + "\\" + pattern);
+        EXPECT_EQ(found ? found->FileName : "", name) << pattern;
     }
     EXPECT_EQ(platform::FindFirstFileA(folder.file("noend"))->Size, 5);
     EXPECT_TRUE(platform::FindFirstFileA(folder.file("sub"))->IsDirectory);

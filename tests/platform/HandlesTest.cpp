@@ -1,13 +1,10 @@
 #include "Handles.h"
 #include "LockFolder.h"
+#include "PlatformTest.h"
 #include "SingleInstance.h"
-#include "TemporaryDirectory.h"
 #include "VirtualClock.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sys/socket.h>
@@ -71,10 +68,8 @@ private:
 
 class ANamedMutex : public ::testing::Test {
 protected:
-    ANamedMutex() { setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); }
-    ~ANamedMutex() override { unsetenv("XDG_RUNTIME_DIR"); }
-
     platform::testing::TemporaryDirectory folder;
+    const Variable place{"XDG_RUNTIME_DIR", folder.path()};
     platform::testing::VirtualClock clock;
 };
 

@@ -1,11 +1,6 @@
 #include "Mail.h"
-#include "Files.h"
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <filesystem>
 
 namespace {
@@ -13,15 +8,7 @@ namespace {
 // A stand-in for the desktop's composer writes down each argument and ends in a given way.
 class Composer : public ::testing::Test {
 protected:
-    Composer() {
-        setenv("XDG_CACHE_HOME", folder.path().c_str(), 1);
-        setenv("PATH", (folder.path() + ":" + path).c_str(), 1);
-        platform::WriteFileAtomically(report, TextBytes("content"));
-    }
-    ~Composer() override {
-        setenv("PATH", path.c_str(), 1);
-        unsetenv("XDG_CACHE_HOME");
-    }
+    Composer() { platform::WriteFileAtomically(report, TextBytes("content")); }
     std::int32_t Send(const std::string& ending, std::uint32_t longestWait = 60'000) {
         const std::string script = "#!/bin/sh\nprintf '[%s]' \"$@\" >'" + folder.file("told") + "'\n" + ending + "\n";
         platform::WriteFileAtomically(program, TextBytes(script));
@@ -36,8 +23,9 @@ protected:
         return FailureOf([] { platform::CurrentMail().Send(); });
     }
 
-    const std::string path = getenv("PATH");
     const platform::testing::TemporaryDirectory folder;
+    const Variable cache{"XDG_CACHE_HOME", folder.path()};
+    const Variable path{"PATH", folder.path() + ":" + getenv("PATH")};
     const std::string program = folder.file("xdg-email"), report = folder.file("log it's.mdb"),
                       kept = folder.file("HoistlineApp/mail/log it's.mdb");
 };

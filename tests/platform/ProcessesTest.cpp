@@ -1,11 +1,5 @@
 #include "Processes.h"
-#include "Files.h"
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace {
 
@@ -23,10 +17,7 @@ std::uint32_t ExitCodeOf(const std::string& command) {
 }
 
 TEST(CommandTexts, BecomeAProgramAndItsArguments) {
-    const struct {
-        const char* command;
-        Arguments arguments;
-    } cases[] = {
+    const std::pair<const char*, Arguments> cases[] = {
         {"cmd /c mkdir C:\\none\\My Folder", {"mkdir", "C:\\none\\My Folder"}},
         {"CMD /C MKDIR \"a b\"", {"mkdir", "a b"}},
         {"cmd /c start notepad.exe /none/a b.txt", {"xdg-open", "/none/a b.txt"}},
@@ -36,8 +27,8 @@ TEST(CommandTexts, BecomeAProgramAndItsArguments) {
         {"tool \"open end", {"tool", "open end"}},
         {"  ", {}},
     };
-    for (const auto& row : cases)
-        EXPECT_EQ(platform::CommandArguments(row.command), row.arguments) << row.command;
+    for (const auto& [command, arguments] : cases)
+        EXPECT_EQ(platform::CommandArguments(command), arguments) << command;
 }
 
 TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
@@ -50,22 +41,19 @@ TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
     EXPECT_EQ(FailureOf([] { platform::Shell("hoistline-none x"); }), 53);
     EXPECT_EQ(FailureOf([] { platform::Shell(""); }), 5);
     EXPECT_EQ(platform::OpenProcess(1024, false, 1), 0); // not one of ours
-    const std::string path = getenv("PATH");
-    setenv("PATH", folder.path().c_str(), 1);
+    const Variable path("PATH", folder.path());
     std::string reason;
     platform::Attempt([] { platform::Shell("cmd /c start notepad.exe x"); },
                       [&](const platform::Failure& failure) { reason = failure.Description; });
-    setenv("PATH", path.c_str(), 1);
     EXPECT_NE(reason.find("xdg-open"), std::string::npos) << reason;
 }
 
 TEST(Commands, DoNotInheritALock) {
     const TemporaryDirectory folder;
-    setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
+    const Variable place("XDG_RUNTIME_DIR", folder.path());
     const platform::Handle mutex = platform::CreateMutexA(true, "held");
     EXPECT_EQ(ExitCodeOf("sh -c \"ls -l /proc/self/fd /proc/$PPID/fd | grep -c 'held.*lock' | grep -qx 1\""), 0u);
     EXPECT_TRUE(platform::CloseHandle(mutex));
-    unsetenv("XDG_RUNTIME_DIR");
 }
 
 } // namespace

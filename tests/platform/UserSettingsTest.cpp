@@ -1,20 +1,12 @@
 #include "UserSettings.h"
-#include "Files.h"
 #include "PlatformTest.h"
-#include "TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace {
 
 class UserSettings : public ::testing::Test {
 protected:
-    UserSettings() { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
-    ~UserSettings() override { unsetenv("XDG_CONFIG_HOME"); }
-
     platform::testing::TemporaryDirectory folder;
+    const Variable place{"XDG_CONFIG_HOME", folder.path()};
     const std::string file = folder.file("HoistlineApp/settings.json");
 };
 

@@ -27,7 +27,7 @@ TEST_F(SimulatedBus, TheTopologyMapHoldsAValidSelfIdForEachNode) {
 }
 
 TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
-    const ScratchDirectory scratch;
+    const TestFolder scratch;
     const std::string big = "\x04\x04\x12\x34"
                             "1394"
                             "Wxyz",
@@ -45,22 +45,18 @@ TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
 
 TEST_F(SimulatedBus, WhatNoNodeOffersIsTheBussOwnError) {
     Describe(MIXED);
-    const struct {
-        const char* name;
-        uint32_t node;
-        uint64_t address;
-        int32_t result;
-    } rows[] = {{"no such node", 5, 0xFFFFF0000400, 121},
-                {"no link", 2, 0xFFFFF0000400, 121},
-                {"no registers", 1, 0xFFFFC8020000, static_cast<int32_t>(0x80000017)},
-                {"behind the registers", 0, 0xFFFFC8020068, static_cast<int32_t>(0x80000017)},
-                {"not on a quadlet", 1, 0xFFFFF0000402, static_cast<int32_t>(0x80000017)},
-                {"this computer without a ROM", 4, 0xFFFFF0000400, static_cast<int32_t>(0x80000017)},
-                {"a broadcast can't be read", 63, 0xFFFFF0000400, static_cast<int32_t>(0x8000013D)}};
-    for (const auto& row : rows) {
+    const std::tuple<const char*, uint32_t, uint64_t, int32_t> rows[] = {
+        {"no such node", 5, 0xFFFFF0000400, 121},
+        {"no link", 2, 0xFFFFF0000400, 121},
+        {"no registers", 1, 0xFFFFC8020000, static_cast<int32_t>(0x80000017)},
+        {"behind the registers", 0, 0xFFFFC8020068, static_cast<int32_t>(0x80000017)},
+        {"not on a quadlet", 1, 0xFFFFF0000402, static_cast<int32_t>(0x80000017)},
+        {"this computer without a ROM", 4, 0xFFFFF0000400, static_cast<int32_t>(0x80000017)},
+        {"a broadcast can't be read", 63, 0xFFFFF0000400, static_cast<int32_t>(0x8000013D)}};
+    for (const auto& [name, node, address, result] : rows) {
         Bytes data;
-        EXPECT_EQ(Read(row.node, row.address, 4, data), row.result) << row.name;
-        EXPECT_EQ(data, (Bytes{0xEE, 0xEE, 0xEE, 0xEE})) << row.name;
+        EXPECT_EQ(Read(node, address, 4, data), result) << name;
+        EXPECT_EQ(data, (Bytes{0xEE, 0xEE, 0xEE, 0xEE})) << name;
     }
 }
 

@@ -3,15 +3,9 @@
 
 namespace {
 
-std::string WithFault(const std::string& fault) {
-    return OneTarget("", R"(, "faults": [)" + fault + "]");
-}
-
 TEST_F(SimulatedBus, AWrongDescriptionIsRefusedWithPathAndReason) {
-    const struct {
-        std::string document;
-        const char* message; // what stands behind "description: " and the place
-    } rows[] = {
+    // Each with what follows "description: ".
+    const std::pair<std::string, const char*> rows[] = {
         {"{", "/: no JSON: "},
         {"{}", "/nodes: must be an array of nodes"},
         {R"({"nodes": [], "speed": 1})", "/speed: no such key here"},
@@ -37,17 +31,17 @@ TEST_F(SimulatedBus, AWrongDescriptionIsRefusedWithPathAndReason) {
         {WithFault(R"({"node": 0, "command": 2, "do": "plug"})"), "/faults/0/do: \"plug\" can only wait with"},
         {WithFault(R"({"afterTransactions": 1, "count": 2, "do": "busReset"})"), "/faults/0/count: needs an operation"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.document);
+    for (const auto& [document, message] : rows) {
+        SCOPED_TRACE(document);
         text.clear();
-        EXPECT_EQ(SimulatorDescribe(row.document.c_str(), nullptr), -1);
-        EXPECT_EQ(text.find(std::string("simulated bus: description: ") + row.message), 0u) << text;
+        EXPECT_EQ(SimulatorDescribe(document.c_str(), nullptr), -1);
+        EXPECT_EQ(text.find(std::string("simulated bus: description: ") + message), 0u) << text;
         EXPECT_EQ(NodeCount(), 1) << "this computer alone";
     }
 }
 
 TEST_F(SimulatedBus, AFileBesideTheLibraryIsNamedInItsErrors) {
-    const ScratchDirectory scratch;
+    const TestFolder scratch;
     scratch.Put("simulated-bus.json", R"({"nodes": [{"kind": "tree"}]})");
     EXPECT_EQ(SimulatorDescribe(nullptr, scratch.path().c_str()), -1);
     EXPECT_EQ(std::string(SimulatorLastError()).find(scratch.path() + "/simulated-bus.json: /nodes/0/kind: "), 0u);
@@ -57,7 +51,7 @@ TEST_F(SimulatedBus, TheShippedExamplesAreGood) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(EXAMPLES)) {
         std::ifstream file(entry.path());
-        const std::string json{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        const std::string json{std::istreambuf_iterator<char>(file), {}};
         count += entry.path().filename().string().starts_with("bus-") ? 1 : 0;
         EXPECT_EQ(SimulatorCheck(json.c_str(), nullptr), 1) << entry.path() << SimulatorLastError();
     }

@@ -2,16 +2,12 @@
 #pragma once
 
 #include "BusOnVirtualClock.h"
-#include "TemporaryDirectory.h"
+#include "TestFolder.h"
 #include "Twl1394api.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
@@ -107,13 +103,6 @@ inline std::string OneTarget(const std::string& more, const std::string& besides
            R"(}, {"kind": "host"}])" + besides + "}";
 }
 
-struct ScratchDirectory : platform::testing::TemporaryDirectory {
-    void Put(const std::string& name, const std::string& content) const {
-        std::filesystem::create_directories(std::filesystem::path(file(name)).parent_path());
-        std::ofstream(file(name), std::ios::binary) << content;
-    }
-    std::string Content(const std::string& name) const {
-        std::ifstream stream(file(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-};
+inline std::string WithFault(const std::string& fault) {
+    return OneTarget(R"("mode": "bootloader")", R"(, "faults": [)" + fault + "]");
+}

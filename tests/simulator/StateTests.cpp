@@ -20,7 +20,7 @@ protected:
         Answer(0, 1, 5, 3, Words({0, 0, size}));
         EXPECT_EQ(Little(Answer(0, 1, 6, 0), 4), 0u);
     }
-    const ScratchDirectory scratch;
+    const TestFolder scratch;
     const std::string directory = "state/000F1B0000000001/";
 };
 
@@ -81,23 +81,20 @@ TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
 }
 
 TEST_F(State, ADamagedFileIsToldAndSurvived) {
-    const struct {
-        const char* file;
-        const char* content;
-        const char* told;
-    } rows[] = {{"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
-                {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
-                {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
-                {"application.bin", "new firmwarX", "the section counts as erased"}};
-    for (const auto& row : rows) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
+        {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
+        {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
+        {"application.bin", "new firmwarX", "the section counts as erased"}};
+    for (const auto& [file, content, told] : rows) {
         DescribeAgain();
         Load("new firmware");
-        scratch.Put(directory + row.file, row.content);
+        scratch.Put(directory + file, content);
         text.clear();
         DescribeAgain();
-        EXPECT_NE(text.find(row.told), std::string::npos) << row.file << ": " << text;
+        EXPECT_NE(text.find(told), std::string::npos) << file << ": " << text;
         EXPECT_EQ(NodeCount(), 2);
-        EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(row.file) == "application.bin");
+        EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(file) == "application.bin");
     }
 }
 

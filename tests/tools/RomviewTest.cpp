@@ -1,23 +1,15 @@
-// The ROM viewer as a user or a script meets it: what it prints and its exit codes.
-#include "TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+#include "ToolTest.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <string>
 
 namespace {
 
-std::string Content(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+class Romview : public ToolTest {
+protected:
+    Romview() : ToolTest(ROMVIEW) {}
+};
 
-TEST(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
+TEST_F(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
     const std::string rom("\x04\x04\0\0"
                           "1394"
                           "\0\0\0\0"
@@ -37,11 +29,7 @@ TEST(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
     offset.replace(24, 4, std::string("\x44\0\1\x80", 4)); // a register, which no ROM holds
     subdirectory.replace(24, 4, std::string("\xD1\0\1\0", 4));
     const std::string whole = "0xF000042C   5461726E \r\n\"Tarn\"\r\n";
-    const struct {
-        std::string file, arguments;
-        int exitCode;
-        std::string printed; // part of it
-    } rows[] = {
+    const std::tuple<std::string, std::string, int, std::string> rows[] = {
         {rom, "rom", 0, "BUS INFO BLOCK\r\n0xF0000400   0x04040000  ROM Header (General), info_len=4 quadlets"},
         {rom, "rom", 0, whole},
         {turned, "rom", 0, whole},
@@ -55,16 +43,11 @@ TEST(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
         {rom, ".", 2, "romview: cannot read '.'"},
         {rom, "", 2, "FILE is required"},
     };
-    const platform::testing::TemporaryDirectory folder;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.arguments + " " + row.printed);
-        std::ofstream(folder.file("rom"), std::ios::binary) << row.file;
-        const std::string command = "cd '" + folder.path() + "' && '" ROMVIEW "' " + row.arguments + " >said 2>&1";
-        const int status = std::system(command.c_str());
-        EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), row.exitCode);
-        const std::string said = Content(folder.file("said"));
-        EXPECT_NE(said.find(row.printed), std::string::npos) << said;
+    for (const auto& [file, arguments, exitCode, part] : rows) {
+        SCOPED_TRACE(arguments + " " + part);
+        folder.Put("rom", file);
+        EXPECT_EQ(Run(arguments), exitCode);
+        EXPECT_NE(said.find(part), std::string::npos) << said;
     }
 }
 

@@ -1,0 +1,21 @@
+// A folder of a test's own, with files put into it and read from it byte by byte.
+#pragma once
+
+#include "TemporaryDirectory.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+struct TestFolder : platform::testing::TemporaryDirectory {
+    // With the folders above it.
+    void Put(const std::string& name, const std::string& content) const {
+        std::filesystem::create_directories(std::filesystem::path(file(name)).parent_path());
+        std::ofstream(file(name), std::ios::binary) << content;
+    }
+    std::string Content(const std::string& name) const {
+        std::ifstream stream(file(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+};
