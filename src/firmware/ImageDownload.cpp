@@ -24,6 +24,7 @@ constexpr std::int32_t UNATTENDED_CNE_ADDRESS = 0x201A0000;
 constexpr const char* INCOMPATIBLE = "Incompatible Image";
 
 using Step = DownloadProgress::Step;
+using Stage = DownloadFailure::Stage;
 
 std::uint32_t Bits(std::int64_t value) {
     return static_cast<std::uint32_t>(value);
@@ -81,10 +82,17 @@ void Tell(const Load& load, std::int32_t level, const std::string& text) {
     Log(load, level, text);
 }
 
-void Advance(const Load& load, Step step) {
+void Advance(const Load& load, Step step, std::int32_t tries = 0) {
     loadUnderWay = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
     if (load.style.progress)
-        load.style.progress({step, load.sent, load.section.Length});
+        load.style.progress({step, load.sent, load.section.Length, tries});
+}
+
+// False, for the caller to return.
+bool Fail(const Load& load, Stage stage, std::int32_t code = FAILED) {
+    if (load.style.failed)
+        load.style.failed({stage, code, load.sent});
+    return false;
 }
 
 // --- Before the target is touched ---
@@ -106,7 +114,7 @@ bool ReadPackage(Load& load) {
     if (load.package.FileData.size() >= SMALLEST_PACKAGE)
         return true;
     Log(load, LEVEL_ERROR, fmt::format("Load {} failed: could not load TWD file '{}'", load.name, load.file));
-    return false;
+    return Fail(load, Stage::File);
 }
 
 std::string HardwareIdText(const Load& load) {
@@ -162,7 +170,7 @@ bool HardwareFits(const Load& load) {
         RefuseHardware(load, model);
     }
     TellAbort(load, model);
-    return false;
+    return Fail(load, Stage::Hardware);
 }
 
 bool PickSection(Load& load) {
@@ -175,7 +183,7 @@ bool PickSection(Load& load) {
     Tell(load, LEVEL_USER,
          config ? fmt::format("DownloadImage (CNE): '{}' contains no CNE.  Exiting...", load.file)
                 : fmt::format("DownloadImage: '{}' contains no image.  Exiting...", load.file));
-    return false;
+    return Fail(load, Stage::NoSection);
 }
 
 void TellCopyFailure(const Load& load, std::int64_t size, std::int64_t fileOffset) {
@@ -200,7 +208,7 @@ bool SectionsAreWhole(const Load& load) {
     const std::int64_t block = inside / MAX_BLOCK_SIZE * MAX_BLOCK_SIZE;
     TellCopyFailure(load, std::min<std::int64_t>(section.Length - block, MAX_BLOCK_SIZE), section.Offset + block);
     TellFailure(load);
-    return false;
+    return Fail(load, Stage::Outside);
 }
 
 void TellBeginning(const Load& load) {
@@ -224,16 +232,17 @@ bool Announce(const Load& load, std::int32_t& maxBlockSize) {
     Advance(load, Step::Erasing);
     CommandProgress progress = load.style.startProgress ? *load.style.startProgress : CommandProgress{};
     progress.abandoned = platform::EndRequested;
+    maxBlockSize = 1; // stays when the target answers nothing
     const std::int32_t result = DownloadStart(load.handle, announcement, maxBlockSize, START_TIMEOUT, &progress);
     if (result != SUCCESS) {
         Tell(load, load.style.startFailureLevel,
              fmt::format("cmdLoadSelected failed: DownloadStart command failed, code {}", result));
-        return false;
+        return maxBlockSize < 1 ? Fail(load, Stage::Refusal, maxBlockSize) : Fail(load, Stage::Announcement, result);
     }
     if (maxBlockSize < 1) {
         Tell(load, load.style.blockSizeFailureLevel,
              fmt::format("Load {} failed: Download start returned invalid block size: {}", load.name, maxBlockSize));
-        return false;
+        return Fail(load, Stage::Refusal, maxBlockSize);
     }
     maxBlockSize = std::min(maxBlockSize, MAX_BLOCK_SIZE);
     return true;
@@ -276,8 +285,10 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
             return FAILED;
         const auto size =
             static_cast<std::int32_t>(std::min<std::int64_t>(load.section.Length - load.sent, maxBlockSize));
-        if (!CopyBlock(load, size, block))
+        if (!CopyBlock(load, size, block)) {
+            Fail(load, Stage::Outside);
             return FAILED;
+        }
         const std::int32_t result = DownloadBlock(load.handle, blockNumber, BlockAddress(load), size, block);
         if (result == SUCCESS) {
             retries = 0;
@@ -288,8 +299,10 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
             TellBlockFailure(load, result);
             if (++retries == MaxRetries) {
                 TellGivingUp(load, result);
+                Fail(load, Stage::Block, result);
                 return result;
             }
+            Advance(load, Step::Loading, retries);
         }
         if (load.style.turnsBetweenBlocks)
             platform::DoEvents();
@@ -301,18 +314,20 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
 std::int32_t CloseLoad(const Load& load) {
     Advance(load, Step::Checking);
     std::int32_t crc = 0, crcValidity = 0;
-    const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT);
+    const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT, load.style.endProgress);
     if (result != SUCCESS) {
         const std::string text = fmt::format("Download end command failed while loading '{}' onto target.", load.file);
         Show(load, text);
         if (load.style.logEndFailure)
             Log(load, LEVEL_ERROR, text);
+        Fail(load, Stage::End, result);
         return result;
     }
     if (crcValidity != 0) {
         Log(load, LEVEL_ERROR,
             fmt::format("CRC failure in Image Load process (CRC=0x{:X}, CRCvalidity=0x{:X}.", Bits(crc),
                         Bits(crcValidity)));
+        Fail(load, Stage::Crc, crcValidity);
         return FAILED;
     }
     return SUCCESS;

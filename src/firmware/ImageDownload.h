@@ -16,6 +16,15 @@ struct DownloadProgress {
     enum class Step { Reading, Erasing, Loading, Checking, Done } step = Step::Reading;
     std::int64_t bytes = 0;  // gone through so far
     std::int64_t length = 0; // of the section; 0 while it is being read
+    std::int32_t tries = 0;  // in a row that failed with the block that follows these bytes
+};
+
+// Where a load failed, for whoever tells the user why.
+struct DownloadFailure {
+    enum class Stage { None, File, Hardware, NoSection, Outside, Announcement, Refusal, Block, End, Crc };
+    Stage stage = Stage::None;
+    std::int32_t code = 0;  // of the command; for a refusal the block size that was answered
+    std::int64_t bytes = 0; // that had gone through
 };
 
 // What a load differs in by its place. Levels and texts belong to the messages named beside them;
@@ -38,8 +47,10 @@ struct DownloadStyle {
     std::function<void(const platform::FileName& file, TwdHeader&)> load = LoadTWD;
     std::function<void(const std::string& text)> show; // a status label
     std::function<void(const std::string& text, std::int32_t level)> log;
-    std::function<void(const DownloadProgress&)> progress; // at each step and behind each block
+    std::function<void(const DownloadProgress&)> progress; // at each step and after each block, sent or not
+    std::function<void(const DownloadFailure&)> failed;    // what fails first is told first
     const CommandProgress* startProgress = nullptr;        // during DownloadStart
+    const CommandProgress* endProgress = nullptr;          // during DownloadEnd
 };
 
 // Listener of the unattended load's progress; filled by main.
