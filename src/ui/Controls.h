@@ -17,6 +17,11 @@ inline QString Q(std::string_view text) {
     return QString::fromUtf8(text.data(), qsizetype(text.size()));
 }
 
+// A tooltip that is wrapped, whatever its text looks like; none for an empty text.
+inline QString WrappedTip(std::string_view text) {
+    return text.empty() ? QString() : "<qt>" + Q(text).toHtmlEscaped() + "</qt>";
+}
+
 template <class Widget> Widget* Named(Widget* widget, const char* name) {
     widget->setObjectName(name);
     return widget;

@@ -306,8 +306,9 @@ std::int32_t MDIForm1::CreateDownloadWindow() {
 void MDIForm1::closeEvent(QCloseEvent* event) {
     event->ignore();
     if (windows::LoadInProgress()) {
-        platform::CurrentDialogs().MessageBox("A load is under way.  Wait until it has ended, then close the program.",
-                                              basApp::TITLE);
+        if (!windows::TellLoadInProgress())
+            platform::CurrentDialogs().MessageBox(
+                "A load is under way.  Wait until it has ended, then close the program.", basApp::TITLE);
         return;
     }
     if (windows::ParentClosesLater())

@@ -40,19 +40,27 @@ std::string Included(const TwdHeader& header) {
 // Why the package can't be loaded; empty when it can.
 std::string Fault(const TwdHeader& header, std::int64_t fileSize) {
     if (const NamedSection* outside = basBootloader::FirstOutside(header, fileSize))
-        return fmt::format("The package's {} reaches outside the file: it is damaged and can't be loaded.  ",
+        return fmt::format("The package's {} reaches outside the file: it is damaged and can't be loaded.",
                            outside->name);
     if (const NamedSection* outside = basBootloader::FirstOutside(header, READ_LIMIT))
-        return fmt::format("The package's {} lies beyond the first {} bytes, which is all that is read of a file.  ",
+        return fmt::format("The package's {} lies beyond the first {} bytes, which is all that is read of a file.",
                            outside->name, READ_LIMIT);
     return {};
 }
 
-// Whether the target can take a load of this package at all.
-bool LoadPossible(const TwdHeader& header, const BootloaderTarget& target, bool overrideHardware) {
+// Why the target can't take a load of this package; empty when it can.
+std::string Misfit(const TwdHeader& header, const BootloaderTarget& target, bool overrideHardware) {
     const std::int16_t node = target.Device.NodeNum;
-    return node >= 0 && node <= LAST_NODE && target.Info.BootloaderVersion != 0 &&
-           (header.HardwareID == target.Info.HardwareModelID || overrideHardware);
+    if (node < 0 || node > LAST_NODE)
+        return "The device is not on the bus: it was unplugged, switched off or restarted.";
+    if (target.Info.BootloaderVersion == 0)
+        return "The device runs its application.  Close this window, then choose Command, Run Selected Device in "
+               "Firmware Download Mode.";
+    if (header.HardwareID != target.Info.HardwareModelID && !overrideHardware)
+        return fmt::format("The package is for hardware model {}, the device is model {}.  Should it fit all the "
+                           "same, see Preferences.",
+                           header.HardwareID, target.Info.HardwareModelID);
+    return {};
 }
 
 } // namespace
@@ -70,17 +78,25 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
     if (target == nullptr) {
         view.lblCompatibleHardware =
             fmt::format("ERROR: Failed to get GUID from device Handle: 0x{:X}", static_cast<std::uint32_t>(handle));
+        view.noImage = view.noConfig = view.noView = "There is no device to load into.";
         return;
     }
     view.lblCompatibleHardware = Verdict("version", header.HardwareID, target->Info.HardwareModelID);
     view.lblVendorCompatibility =
         Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
     view.lblPackagesIncluded = Included(header);
-    view.warning = Fault(header, fileSize);
-    const bool possible = view.warning.empty() && LoadPossible(header, *target, overrideHardware);
-    view.loadImage = header.Image1.Length > 0 && possible;
-    view.loadConfig = header.Cne.Length > 0 && possible;
-    view.viewConfig = header.Cne.Length > 0;
+    view.detail = Fault(header, fileSize);
+    if (view.detail.empty())
+        view.detail = Misfit(header, *target, overrideHardware);
+    const std::string noCne = header.Cne.Length > 0 ? "" : "The package holds no configuration data.";
+    view.noImage = header.Image1.Length > 0 ? view.detail : "The package holds no image.";
+    view.noConfig = noCne.empty() ? view.detail : noCne;
+    view.noView = noCne;
+}
+
+void DescribeNoPackage(View& view) {
+    view.detail = "The file is no package, or it can't be read.";
+    view.noImage = view.noConfig = view.noView = view.detail;
 }
 
 std::string LastUpdated(platform::FileTime lastWrite) {
@@ -96,14 +112,6 @@ std::string SizeText(std::int64_t bytes) {
     if (bytes > std::numeric_limits<std::uint32_t>::max())
         return "overflow";
     return fmt::format("{} kB", bytes / 1024);
-}
-
-std::string ProgressText(std::int64_t bytes, std::int64_t length, double elapsedMilliseconds) {
-    std::string text = fmt::format("{} of {} bytes", bytes, length);
-    if (bytes <= 0 || elapsedMilliseconds <= 0)
-        return text;
-    const double rate = static_cast<double>(bytes) / elapsedMilliseconds; // bytes a ms are kB a second
-    return text + fmt::format(", {:.1f} kB/s, {:.0f} s left", rate, static_cast<double>(length - bytes) / rate / 1000);
 }
 
 } // namespace packageText

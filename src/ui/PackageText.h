@@ -21,9 +21,10 @@ struct View {
     std::string lblSoftwareInfo = "Software Info: <unknown>";
     std::string lblPath, lblCompatibleHardware, lblVendorCompatibility;
     std::string lblPackagesIncluded = "Package included: <no image selected>";
-    bool loadImage = false, loadConfig = false, viewConfig = false;
-    bool loadBoth() const { return loadImage && loadConfig; }
-    std::string warning; // for the status label: why a package must not be loaded
+    // Why a command isn't available; where nothing stands, it is.
+    std::string noImage = "Pick a package first.", noConfig = noImage, noView = noImage;
+    const std::string& noBoth() const { return noImage.empty() ? noConfig : noImage; }
+    std::string detail; // the line below the status: why nothing of the file can be loaded
 };
 
 // The package's part of the view. `target` is null when the handle has none; `fileSize` in bytes.
@@ -31,14 +32,14 @@ struct View {
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize);
 
+// The view of a file that is no package or can't be read.
+void DescribeNoPackage(View& view);
+
 // The most that the browser reads of a package.
 inline constexpr std::int64_t READ_LIMIT = 10'000'000;
 
 // The file list: "2026-11-24 15:30:00 (local)" or "... utc", "123 kB", "overflow" from 4 GB on.
 std::string LastUpdated(platform::FileTime lastWrite);
 std::string SizeText(std::int64_t bytes);
-
-// How a load stands: "65536 of 131072 bytes, 53.8 kB/s, 2 s left".
-std::string ProgressText(std::int64_t bytes, std::int64_t length, double elapsedMilliseconds);
 
 } // namespace packageText

@@ -29,6 +29,13 @@ namespace {
     return slot < globals.statusWindows.size() ? globals.statusWindows[slot] : nullptr;
 }
 
+frmSelectFirmware* LoadingBrowser() {
+    for (Form* form : globals.firmwareWindows)
+        if (auto* browser = qobject_cast<frmSelectFirmware*>(form); browser != nullptr && browser->LoadInProgress())
+            return browser;
+    return nullptr;
+}
+
 template <class Step> void ForEachShell(Step step) {
     for (Form* form : globals.shellWindows)
         if (auto* shell = qobject_cast<frmShell*>(form))
@@ -56,10 +63,14 @@ std::size_t EmptySlot(std::vector<Form*>& list) {
 }
 
 bool LoadInProgress() {
-    return basApp::globals.DownloadInProgress || std::ranges::any_of(globals.firmwareWindows, [](Form* form) {
-               const auto* browser = qobject_cast<frmSelectFirmware*>(form);
-               return browser != nullptr && browser->LoadInProgress();
-           });
+    return basApp::globals.DownloadInProgress || LoadingBrowser() != nullptr;
+}
+
+bool TellLoadInProgress() {
+    frmSelectFirmware* browser = LoadingBrowser();
+    if (browser != nullptr)
+        browser->TellLoadInProgress();
+    return browser != nullptr;
 }
 
 bool ParentClosesLater() {

@@ -39,6 +39,8 @@ void UnloadParentWindow();
 std::size_t EmptySlot(std::vector<Form*>& list);
 // Whether a load runs, or its window is still busy with its end.
 bool LoadInProgress();
+// Its browser says so; false when it has none.
+bool TellLoadInProgress();
 // Whether a child window or an unattended run is in the middle of something; then the parent closes
 // after that, by itself.
 bool ParentClosesLater();

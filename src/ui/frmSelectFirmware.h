@@ -3,21 +3,20 @@
 #pragma once
 
 #include "Failure.h"
+#include "FileFinder.h"
 #include "Form.h"
 #include "ImageDownload.h"
 #include "Levels.h"
 #include "PackageText.h"
 #include "clsLayoutManager.h"
 
-#include <QComboBox>
 #include <QFileSystemModel>
 #include <QFileSystemWatcher>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QTreeView>
-#include <QTreeWidget>
 
 #include <fmt/format.h>
 
@@ -25,20 +24,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-
-// The mounted places.
-class DriveListBox : public QComboBox {
-    Q_OBJECT
-public:
-    using QComboBox::QComboBox;
-};
-
-// The folders below a place.
-class DirListBox : public QTreeView {
-    Q_OBJECT
-public:
-    using QTreeView::QTreeView;
-};
 
 class frmSelectFirmware : public Form {
     Q_OBJECT
@@ -58,16 +43,19 @@ public:
     // Opens the file's folder and picks the file; false when it isn't listed there.
     bool SelectFile(const std::string& path);
     bool LoadInProgress() const { return loading_; }
+    // Answers somebody who wants to close this window or the program in the middle of a load.
+    void TellLoadInProgress();
     // To the log, and up to ERROR also to the status label.
     void StatusDisplay(const std::string& text, std::int32_t level = LEVEL_TRACE);
 
     QGroupBox *fraFileFinder, *fraCommandSet, *fraProperties, *fraDownloadControls, *fraStatus;
     DriveListBox* Drive1;
     DirListBox* Dir1;
-    QTreeWidget* ListView1;
+    QLineEdit* txtFolder;
+    FileListBox* ListView1;
     QPushButton *cmdLoadImageAndConfig, *cmdLoadSelected, *cmdLoadConfig, *cmdViewConfig, *cmdPreferences, *cmdClose;
     QLabel *lblFilename, *lblPath, *lblSoftwareID, *lblSoftwareVersion, *lblSoftwareBuiltOn, *lblFileCreatedOn,
-        *lblSoftwareInfo, *lblCompatibleHardware, *lblVendorCompatibility, *lblPackagesIncluded, *lblStatus;
+        *lblSoftwareInfo, *lblCompatibleHardware, *lblVendorCompatibility, *lblPackagesIncluded, *lblStatus, *lblDetail;
     QProgressBar* pgbReadFile;
 
 protected:
@@ -80,12 +68,15 @@ protected:
 private:
     void BuildControls();
     void BuildFileFinder();
-    void FillDrives();
+    void BuildDownloadControls(int width);
     void Dir1_Change();
     void AddFilesOf(const char* pattern);
+    void OpenPath(QString path);
+    void ShareColumns();
     void ListView1_ColumnClick(int column);
     void ListView1_DblClick();
     void Status(const std::string& text);
+    void Detail(const std::string& text); // below the status: phase, cause, what is wrong with a file
     // As Guarded, with the failure on the status label too.
     template <class Body> void Guard(const char* procedure, Body body) {
         platform::Attempt(body, [&](const platform::Failure& f) {
@@ -121,6 +112,10 @@ private:
     std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
     void ShowProgress(const basBootloader::DownloadProgress& progress);
+    void ShowBar();
+    void PaintWindow();
+    void TrackRetries(const basBootloader::DownloadProgress& progress);
+    void MeetWhatWaits();
     bool IsProgressDue(const basBootloader::DownloadProgress& progress);
     basUtils::ReadProgress ReadingProgress();
     void EnableCommands(bool enabled);
@@ -129,11 +124,17 @@ private:
     std::int32_t hDevice_ = 0;
     bool AlwaysLoadConfig = false; // nothing else hangs on it
     PickedFile picked_;
-    std::string refusal_; // why the last load did not begin, where what follows it in the log doesn't say so
-    std::string folder_;  // shown in Dir1, with a separator at its end
+    std::string cause_;     // why the last load has failed
+    std::string note_;      // what somebody is told who wants to close in the middle of a load
+    std::string beginning_; // the status while blocks go out
+    basBootloader::DownloadFailure failure_;
+    basBootloader::DownloadProgress progress_; // as it was told last
+    std::int32_t sentAgain_ = 0;               // blocks that needed more than one try
+    std::string folder_;                       // shown in Dir1, with a separator at its end
     bool loading_ = false;
     bool reading_ = false;          // the picked file's header
-    std::int64_t loadStart_ = 0;    // performance counter at the first block
+    bool ending_ = false;           // what waited in the queue meets a load that is through
+    std::int64_t stepStart_ = 0;    // performance counter at the beginning of the load's step
     std::int64_t lastProgress_ = 0; // the same, when the bar was last set
     int sortColumn_ = 0;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;

@@ -1,7 +1,9 @@
 // The firmware browser's commands: loading, viewing, preferences.
 
 #include "Clock.h"
+#include "Controls.h"
 #include "Guarded.h"
+#include "LoadText.h"
 #include "Viewers.h"
 #include "WindowSettings.h"
 #include "WindowSystem.h"
@@ -12,6 +14,7 @@
 #include "frmSelectFirmwarePreferences.h"
 
 #include <QApplication>
+#include <QBackingStore>
 
 #include <fmt/format.h>
 
@@ -28,6 +31,10 @@ constexpr std::int64_t PROGRESS_INTERVAL = 200'000'000; // ns
 constexpr std::int32_t UNIT_KILOBYTES = 128;            // a unit of a reader's progress
 constexpr std::size_t SMALLEST_PACKAGE = 98;            // what isn't even this was not read
 
+double MillisecondsSince(std::int64_t count) {
+    return double(platform::QueryPerformanceCounter() - count) / 1e6;
+}
+
 } // namespace
 
 void frmSelectFirmware::EnableCommands(bool enabled) {
@@ -36,6 +43,16 @@ void frmSelectFirmware::EnableCommands(bool enabled) {
     if (!enabled) // a click on the file sets the others again
         for (QPushButton* button : {cmdLoadConfig, cmdLoadSelected, cmdLoadImageAndConfig, cmdViewConfig})
             button->setEnabled(false);
+}
+
+// In words beside the bar, rather than in a box that would hold up the load until somebody answers it. Nothing
+// is said once the load is through: whoever clicked meanwhile meant the load.
+void frmSelectFirmware::TellLoadInProgress() {
+    if (ending_)
+        return;
+    note_ = "A load is under way.  Wait until it has ended, then close.";
+    Detail(note_);
+    platform::Beep();
 }
 
 // To the log, and what has a low level or none also to the status label.
@@ -53,7 +70,9 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
         return; // a double-click while a load runs, or on a file that isn't shown yet
     const Stay stay(*this);
     const PickedFile picked = picked_;
-    refusal_.clear();
+    cause_.clear();
+    note_.clear();
+    failure_ = {};
     EnableCommands(false);
     Status(beginning);
     bool loaded = false;
@@ -61,14 +80,29 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     if (loaded)
         bas1394::globals.BusResetPending = true;
     platform::Sleep(PAUSE_AFTER_LOAD);
-    platform::DoEvents(); // what was clicked while blocks went out meets a load
+    const Device device = GetNodeNum(hDevice_);
+    MeetWhatWaits();
+    if (!loaded && cause_.empty())
+        cause_ = loadText::Cause(failure_, GetNodeNum(hDevice_).NodeNum <= LAST_NODE && device.NodeNum <= LAST_NODE,
+                                 bas1394::globals.BusResetPending);
     loading_ = false;
     EnableCommands(true);
     pgbReadFile->hide();
     const QString outcome = lblStatus->text();
     ListView1_ItemClick();
-    Status(refusal_.empty() ? outcome.toStdString() : refusal_);
+    Status(outcome.toStdString());
+    if (!cause_.empty())
+        Detail(cause_);
     cmdClose->setFocus();
+}
+
+// What was clicked while blocks went out meets a load that is at its end.
+void frmSelectFirmware::MeetWhatWaits() {
+    constexpr int TURNS = 3; // what a turn posts comes in the next one
+    ending_ = true;
+    for (int turn = 0; turn < TURNS; ++turn)
+        platform::DoEvents();
+    ending_ = false;
 }
 
 bool frmSelectFirmware::HasLoaded(std::int32_t code, const char* command) {
@@ -104,6 +138,8 @@ void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
         std::int32_t code = DownloadImage(firmwareType_, picked);
         if (code != SUCCESS || firmwareType_ != IMAGE_APPLICATION) {
             Status(fmt::format("Failed to application image onto target from: {}'", name));
+            if (code == SUCCESS)
+                cause_ = "The image itself was loaded.  Configuration data goes with an application image only.";
         } else {
             code = DownloadImage(IMAGE_CONFIG, picked);
             Status(
@@ -130,8 +166,15 @@ void frmSelectFirmware::ListView1_DblClick() {
 }
 
 std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const PickedFile& picked) {
-    const CommandProgress erasing{
-        [this](std::int32_t) { pgbReadFile->setRange(0, 0); }, {}, [] { platform::DoEvents(); }};
+    // The bar shows the time-out passing; the turn repaints.
+    const CommandProgress erasing{[this](std::int32_t maximum) { pgbReadFile->setRange(0, maximum); },
+                                  [this](std::int32_t value) {
+                                      pgbReadFile->setValue(value);
+                                      ShowBar();
+                                  },
+                                  [] { platform::DoEvents(); }};
+    // The bar is full; only its text goes on. No turn: what is clicked has waited since the first block.
+    const CommandProgress checking{{}, [this](std::int32_t) { ShowBar(); }, [this] { PaintWindow(); }};
     DownloadStyle style;
     style.hardwareIdInHex = true;
     style.dialogsWhenUnattended = true;
@@ -142,16 +185,21 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     style.load = [&](const platform::FileName& file, TwdHeader& header) {
         LoadTWD(file.Typed, header);
         if (!header.FileData.empty() && !picked.isStill(header.FileData)) {
-            refusal_ = fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
-                                   picked.name);
-            StatusDisplay(refusal_, LEVEL_ERROR);
+            cause_ = fmt::format("'{}' is another file now than the one shown.  Look at it, then load it again.",
+                                 picked.name);
+            StatusDisplay(cause_, LEVEL_ERROR);
             header = {}; // counts as not loaded, so that nothing is erased
         }
     };
     style.show = [this](const std::string& text) { Status(text); };
     style.log = LogToWindow();
     style.progress = [this](const DownloadProgress& progress) { ShowProgress(progress); };
+    style.failed = [this](const DownloadFailure& failure) {
+        if (failure_.stage == DownloadFailure::Stage::None)
+            failure_ = failure;
+    };
     style.startProgress = &erasing;
+    style.endProgress = &checking;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, picked.path(), style);
     QApplication::restoreOverrideCursor();
@@ -168,39 +216,51 @@ bool frmSelectFirmware::IsProgressDue(const DownloadProgress& progress) {
     return due;
 }
 
-// The bar only ever goes on; while nothing moves it names what happens.
+// The bar's text by the time that has passed in the present step.
+void frmSelectFirmware::ShowBar() {
+    pgbReadFile->setFormat(Q(loadText::Bar(progress_, MillisecondsSince(stepStart_))));
+}
+
+// A retried block's message gives way to the line before it as soon as the block is through: the load goes on.
+void frmSelectFirmware::TrackRetries(const DownloadProgress& progress) {
+    if (progress.step == DownloadProgress::Step::Erasing) {
+        sentAgain_ = 0;
+        beginning_ = lblStatus->text().toStdString();
+    }
+    sentAgain_ += progress.tries == 1;
+    if (progress_.tries > 0 && progress.tries == 0 && progress.step == DownloadProgress::Step::Loading)
+        Status(beginning_);
+}
+
+// Between two blocks no turn does it. What has changed is painted, and the whole window is put on the screen again,
+// since a display forgets what a minimized window showed.
+void frmSelectFirmware::PaintWindow() {
+    window()->repaint();
+    if (QBackingStore* painted = window()->backingStore())
+        painted->flush(window()->rect());
+}
+
+// Bar and line tell the phase.
 void frmSelectFirmware::ShowProgress(const DownloadProgress& progress) {
     using Step = DownloadProgress::Step;
-    if (progress.step == Step::Loading && !IsProgressDue(progress))
+    const bool stepIsNew = progress.step != progress_.step, triesAreNew = progress.tries != progress_.tries;
+    TrackRetries(progress);
+    progress_ = progress;
+    if (progress.step == Step::Loading && !stepIsNew && !triesAreNew && !IsProgressDue(progress))
         return;
-    const int kilobytes = int(progress.bytes / 1024);
+    if (stepIsNew)
+        stepStart_ = platform::QueryPerformanceCounter();
     pgbReadFile->setVisible(progress.step != Step::Done);
-    switch (progress.step) {
-    case Step::Reading:
-        pgbReadFile->setFormat("reading the package");
-        break;
-    case Step::Erasing:
-        pgbReadFile->setRange(0, 0);
-        pgbReadFile->setFormat("erasing flash");
-        break;
-    case Step::Loading:
-        if (pgbReadFile->maximum() == 0) {
-            pgbReadFile->setRange(0, std::max(1, int(progress.length / 1024)));
-            loadStart_ = platform::QueryPerformanceCounter();
-        }
-        pgbReadFile->setUpdatesEnabled(false); // painted once, below
-        pgbReadFile->setFormat(QString::fromStdString(packageText::ProgressText(
-            progress.bytes, progress.length, double(platform::QueryPerformanceCounter() - loadStart_) / 1e6)));
-        pgbReadFile->setValue(std::min(kilobytes, pgbReadFile->maximum()));
-        pgbReadFile->setUpdatesEnabled(true);
-        break;
-    case Step::Checking:
-        pgbReadFile->setFormat("the device checks the image");
-        break;
-    case Step::Done:
-        break;
+    pgbReadFile->setUpdatesEnabled(false); // painted once, below
+    if (progress.step == Step::Loading) {
+        pgbReadFile->setRange(0, std::max(1, int(progress.length / 1024)));
+        pgbReadFile->setValue(int(progress.bytes / 1024));
     }
-    pgbReadFile->repaint();
+    ShowBar();
+    pgbReadFile->setUpdatesEnabled(true);
+    const bool failed = failure_.stage != DownloadFailure::Stage::None;
+    Detail(note_.empty() ? loadText::Phase(progress, sentAgain_, failed) : note_);
+    PaintWindow();
 }
 
 basUtils::ReadProgress frmSelectFirmware::ReadingProgress() {

@@ -59,8 +59,6 @@ void frmSelectFirmware::ReadPicked() {
         if (file.path() == picked_.path()) {
             picked_ = std::move(file);
             ShowPicked();
-            if (!picked_.view.warning.empty())
-                Status(picked_.view.warning);
         }
         pgbReadFile->hide();
     });
@@ -81,7 +79,7 @@ void frmSelectFirmware::ReadHeader(PickedFile& file) {
         basBootloader::ByteArrayToTwdStruct(std::move(head), header);
     });
     if (!basBootloader::IsTwdValid(header))
-        return;
+        return packageText::DescribeNoPackage(file.view);
     const std::int32_t index = basBootloader::GetDeviceIndex(hDevice_);
     packageText::Describe(file.view, header,
                           index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)], hDevice_,
@@ -105,12 +103,19 @@ void frmSelectFirmware::ShowPicked() {
     };
     for (const auto& [label, text] : texts) {
         label->setText(Q(text));
-        label->setToolTip(label->text()); // long ones can be read in full
+        label->setToolTip(WrappedTip(text)); // long ones can be read in full
     }
-    cmdLoadSelected->setEnabled(view.loadImage);
-    cmdLoadConfig->setEnabled(view.loadConfig);
-    cmdLoadImageAndConfig->setEnabled(view.loadBoth());
-    cmdViewConfig->setEnabled(view.viewConfig);
+    const std::pair<QPushButton*, const std::string&> commands[] = {
+        {cmdLoadSelected, view.noImage},
+        {cmdLoadConfig, view.noConfig},
+        {cmdLoadImageAndConfig, view.noBoth()},
+        {cmdViewConfig, view.noView},
+    };
+    for (const auto& [command, why] : commands) {
+        command->setEnabled(why.empty());
+        command->setToolTip(WrappedTip(why));
+    }
+    Detail(view.detail);
 }
 
 // Whether a package begins as the picked file did when labels and buttons were set by it.

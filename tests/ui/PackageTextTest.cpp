@@ -1,10 +1,13 @@
 // What the firmware browser says of a package and lets the user do with it.
 #include "PackageText.h"
+#include "LoadText.h"
 #include "PackageBuilder.h"
+#include "Places.h"
 #include "basApp.h"
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <utility>
 
 using testing_support::PackageBuilder;
@@ -39,16 +42,21 @@ TEST_F(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
         const char* what;
         void (*change)(P package, T target);
         bool overrideHardware, image, config, view;
+        const char *why, *detail; // parts of the first reason, and of the line below the status
     } rows[] = {
-        {"all fits", [](P, T) {}, false, true, true, true},
-        {"other hardware", [](P p, T) { p.HardwareID = 18; }, false, false, false, true},
-        {"other hardware, override", [](P p, T) { p.HardwareID = 18; }, true, true, true, true},
-        {"other vendor", [](P p, T) { p.VendorID = 1; }, false, true, true, true},
-        {"application runs", [](P, T t) { t.Info.BootloaderVersion = 0; }, true, false, false, true},
-        {"off the bus", [](P, T t) { t.Device.NodeNum = 128; }, true, false, false, true},
-        {"no image", [](P p, T) { p.Image1.Length = -1; }, false, false, true, true},
-        {"no configuration", [](P p, T) { p.Cne.Length = 0; }, false, true, false, false},
-        {"image outside", [](P p, T) { p.Image1.Length = 1649; }, false, false, false, true},
+        {"all fits", [](P, T) {}, false, true, true, true, "", ""},
+        {"other hardware", [](P p, T) { p.HardwareID = 18; }, false, false, false, true,
+         "model 18, the device is model 17", "see Preferences"},
+        {"other hardware, override", [](P p, T) { p.HardwareID = 18; }, true, true, true, true, "", ""},
+        {"other vendor", [](P p, T) { p.VendorID = 1; }, false, true, true, true, "", ""},
+        {"application runs", [](P, T t) { t.Info.BootloaderVersion = 0; }, true, false, false, true,
+         "runs its application", "Firmware Download Mode"},
+        {"off the bus", [](P, T t) { t.Device.NodeNum = 128; }, true, false, false, true, "not on the bus",
+         "unplugged"},
+        {"no image", [](P p, T) { p.Image1.Length = -1; }, false, false, true, true, "holds no image", ""},
+        {"no configuration", [](P p, T) { p.Cne.Length = 0; }, false, true, false, false, "holds no configuration", ""},
+        {"image outside", [](P p, T) { p.Image1.Length = 1649; }, false, false, false, true, "outside the file",
+         "damaged"},
     };
     const auto [freshHeader, freshTarget] = std::pair(header, target);
     for (const auto& row : rows) {
@@ -56,10 +64,14 @@ TEST_F(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
         target = freshTarget;
         row.change(header, target);
         Describe(row.overrideHardware);
-        EXPECT_EQ(view.loadImage, row.image) << row.what;
-        EXPECT_EQ(view.loadConfig, row.config) << row.what;
-        EXPECT_EQ(view.viewConfig, row.view) << row.what;
-        EXPECT_EQ(view.loadBoth(), row.image && row.config) << row.what;
+        EXPECT_EQ(view.noImage.empty(), row.image) << row.what;
+        EXPECT_EQ(view.noConfig.empty(), row.config) << row.what;
+        EXPECT_EQ(view.noView.empty(), row.view) << row.what;
+        const std::string why = view.noBoth() + view.noView;
+        EXPECT_EQ(why.empty(), row.image && row.config && row.view) << row.what;
+        EXPECT_NE(why.find(row.why), std::string::npos) << row.what << ": " << why;
+        EXPECT_TRUE(view.detail.empty() == !*row.detail && view.detail.find(row.detail) != std::string::npos)
+            << row.what;
     }
 }
 
@@ -89,8 +101,59 @@ TEST_F(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
     EXPECT_EQ(packageText::SizeText(0xFFFFFFFF), "4194303 kB");
     EXPECT_EQ(packageText::SizeText(0x100000000), "overflow");
     EXPECT_EQ(packageText::SizeText(-1), "error");
-    EXPECT_EQ(packageText::ProgressText(65536, 131072, 1000), "65536 of 131072 bytes, 65.5 kB/s, 1 s left");
-    EXPECT_EQ(packageText::ProgressText(0, 131072, 0), "0 of 131072 bytes");
+}
+
+TEST(LoadText, NamesPhaseAndCause) {
+    using P = basBootloader::DownloadProgress;
+    using S = basBootloader::DownloadFailure::Stage;
+    EXPECT_EQ(loadText::Bar({P::Step::Loading, 65536, 131072}, 1000), "65536 of 131072 bytes, 65.5 kB/s, 1 s left");
+    EXPECT_EQ(loadText::Bar({P::Step::Loading, 0, 131072}, 0), "0 of 131072 bytes");
+    EXPECT_EQ(loadText::Bar({P::Step::Erasing, 0, 131072}, 3100), "erasing flash, 3 s");
+    const auto phase = [](P::Step step, std::int32_t tries, std::int32_t sentAgain, bool failed) {
+        return loadText::Phase({step, 0, 1, tries}, sentAgain, failed);
+    };
+    EXPECT_NE(phase(P::Step::Loading, 1, 1, false).find("try 2 of 3).  The load goes on"), std::string::npos);
+    EXPECT_NE(phase(P::Step::Loading, 0, 1, false).find("One block had to be sent again"), std::string::npos);
+    EXPECT_NE(phase(P::Step::Checking, 0, 1, true).find("has failed"), std::string::npos);
+    const struct {
+        S stage;
+        std::int32_t code;
+        bool onTheBus, busReset;
+        const char *cause, *advice;
+    } rows[] = {
+        {S::None, 0, false, true, "", ""},
+        {S::Hardware, -1, false, true, "another hardware model", "left as it was"},
+        {S::Refusal, 0, true, false, "refused the image", "left as it was"},
+        {S::Announcement, -1, true, false, "did not answer when the load was announced", "run its bootloader?"},
+        {S::Announcement, 121, false, true, "left the bus", "unplugged"},
+        {S::Block, -11, true, false, "refused a block after 2048 bytes, with status -11", "old image is gone"},
+        {S::Block, -3, true, false, "could not write its flash", "old image is gone"},
+        {S::Block, 121, true, true, "did not answer to a block", "was it unplugged?"},
+        {S::Block, -2147483647, true, false, "did not answer to a block", "old image is gone"}, // 0x80000001, a reset
+        {S::End, -1, true, false, "verdict", "old image is gone"},
+        {S::Crc, 1, true, false, "its CRC is not that of the package", "old image is gone"},
+    };
+    for (const auto& row : rows) {
+        const std::string cause = loadText::Cause({row.stage, row.code, 2048}, row.onTheBus, row.busReset);
+        EXPECT_EQ(cause.empty(), !*row.cause);
+        EXPECT_NE(cause.find(row.cause), std::string::npos) << cause;
+        EXPECT_NE(cause.find(row.advice), std::string::npos) << cause;
+    }
+}
+
+TEST(Places, HoldUserFilesOrArentOffered) {
+    for (const auto& [path, type, offered] : {std::tuple{"/", "overlay", true},
+                                              {"/media/me/STICK", "vfat", true},
+                                              {"/run/media/me/STICK", "vfat", true},
+                                              {"/tmp", "tmpfs", true},
+                                              {"/home", "ext4", true},
+                                              {"/bootleg", "ext4", true},
+                                              {"/boot/efi", "vfat", false},
+                                              {"/run/user/1000", "tmpfs", false},
+                                              {"/run/media/me/x", "fuse.portal", false},
+                                              {"/snap/core/1", "squashfs", false},
+                                              {"/srv/lx", "fuse.lxcfs", false}})
+        EXPECT_EQ(places::HoldsUserFiles(path, type), offered) << path;
 }
 
 } // namespace

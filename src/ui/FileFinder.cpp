@@ -1,0 +1,106 @@
+#include "FileFinder.h"
+
+#include "Places.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QPainter>
+#include <QScrollBar>
+#include <QSignalBlocker>
+#include <QStorageInfo>
+
+void DriveListBox::Fill() {
+    addItem("Home", QDir::homePath());
+    for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
+        const QString path = volume.rootPath();
+        if (volume.isValid() && volume.isReady() && QFileInfo(path).isDir() && findData(path) < 0 &&
+            places::HoldsUserFiles(path.toStdString(), volume.fileSystemType().toStdString()))
+            addItem(path, path);
+    }
+}
+
+void DriveListBox::ShowPlaceOf(const QString& folder) {
+    const QString shown = currentData().toString();
+    if (currentText() == "Home" && (folder + '/').startsWith(shown + '/'))
+        return; // chosen by its name, rather than by the mount below it
+    if (const int place = findData(QStorageInfo(folder).rootPath()); place >= 0)
+        setCurrentIndex(place);
+}
+
+DirListBox::DirListBox(QWidget* parent) : QTreeView(parent) {
+    setHeaderHidden(true);
+    setIndentation(fontMetrics().averageCharWidth() * 2);
+    header()->setStretchLastSection(false);
+    header()->setSectionResizeMode(QHeaderView::ResizeToContents); // deep folders are scrolled to, not cut
+    for (QScrollBar* bar : {verticalScrollBar(), horizontalScrollBar()})
+        connect(bar, &QScrollBar::actionTriggered, this, [this] { following_ = false; });
+}
+
+void DirListBox::setModel(QAbstractItemModel* model) {
+    QTreeView::setModel(model);
+    for (int column = 1; column < model->columnCount(); ++column)
+        hideColumn(column);
+    connect(model, &QAbstractItemModel::layoutChanged, this, &DirListBox::KeepInView, Qt::QueuedConnection);
+    connect(model, &QAbstractItemModel::rowsInserted, this, &DirListBox::KeepInView, Qt::QueuedConnection);
+}
+
+void DirListBox::Open(const QModelIndex& folder) {
+    following_ = true;
+    setCurrentIndex(folder);
+    expand(folder);
+    KeepInView();
+}
+
+void DirListBox::KeepInView() {
+    const QRect at = visualRect(currentIndex());
+    if (following_ && (!at.isValid() || at.top() < 0 || at.bottom() > viewport()->height()))
+        scrollTo(currentIndex(), QAbstractItemView::PositionAtCenter);
+}
+
+void DirListBox::mousePressEvent(QMouseEvent* event) {
+    following_ = false;
+    QTreeView::mousePressEvent(event);
+}
+
+void DirListBox::keyPressEvent(QKeyEvent* event) {
+    following_ = false;
+    QTreeView::keyPressEvent(event);
+}
+
+FileListBox::FileListBox(QWidget* parent) : KeepsItsRow(parent) {
+    setHeaderLabels({"Filename", "Last Updated", "Size"});
+    setRootIsDecorated(false);
+    setUniformRowHeights(true);
+    header()->setSectionsClickable(true);
+    header()->setSortIndicatorShown(true);
+}
+
+void FileListBox::setHint(const QString& hint) {
+    hint_ = hint;
+    viewport()->update();
+}
+
+int FileListBox::WidthFor(const QString& text) const {
+    const int margin = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
+    return fontMetrics().horizontalAdvance(text) + 4 * margin;
+}
+
+// The view would make its first row the current one: a file that nobody has picked.
+void FileListBox::focusInEvent(QFocusEvent* event) {
+    if (currentIndex().isValid())
+        return KeepsItsRow::focusInEvent(event);
+    const QSignalBlocker quiet(this);
+    KeepsItsRow::focusInEvent(event);
+    setCurrentItem(nullptr);
+}
+
+void FileListBox::paintEvent(QPaintEvent* event) {
+    KeepsItsRow::paintEvent(event);
+    if (topLevelItemCount() > 0)
+        return;
+    const int margin = fontMetrics().height();
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(viewport()->rect().adjusted(margin, 0, -margin, 0), Qt::AlignCenter | Qt::TextWordWrap, hint_);
+}

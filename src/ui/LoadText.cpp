@@ -1,0 +1,137 @@
+#include "LoadText.h"
+
+#include "Twl1394api.h"
+#include "bas1394.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+using basBootloader::DownloadFailure;
+using basBootloader::DownloadProgress;
+
+namespace loadText {
+
+namespace {
+
+constexpr std::int32_t FLASH_WRITE_FAILED = -3; // a target's status
+constexpr const char* UNTOUCHED = "  The device was left as it was.";
+constexpr const char* WITHOUT_IMAGE = "  The old image is gone: load again before the device is restarted.";
+
+// What a device says of a block itself, unlike the codes of the layers below and of a missing answer.
+bool IsStatusOfDevice(std::int32_t code) {
+    using namespace basBootloader;
+    constexpr std::int32_t NOT_THE_DEVICES[] = {FAILED,
+                                                GIVE_UP,
+                                                INVALID_HANDLE_ERROR,
+                                                WRONG_BLOCK,
+                                                bas1394::RESULT_BUS_RESET,
+                                                TWL1394_NODE_DID_NOT_RESPOND,
+                                                TWL1394_BUS_RESET,
+                                                TWL1394_SHUTTING_DOWN,
+                                                TWL1394_ADDRESS_ERROR,
+                                                TWL1394_TIMED_OUT,
+                                                TWL1394_NO_RESPONSE};
+    return std::ranges::find(NOT_THE_DEVICES, code) == std::end(NOT_THE_DEVICES);
+}
+
+// The load never got as far as the device; empty for the other failures.
+std::string CauseBefore(DownloadFailure::Stage stage) {
+    using Stage = DownloadFailure::Stage;
+    switch (stage) {
+    case Stage::File:
+        return "The file could not be read or is no package.";
+    case Stage::Hardware:
+        return "The package is for another hardware model than the device's.";
+    case Stage::NoSection:
+        return "The package doesn't hold what was to be loaded.";
+    case Stage::Outside:
+        return "The package reaches outside its file: it is cut off or damaged.";
+    default:
+        return {};
+    }
+}
+
+std::string CauseOnDevice(const DownloadFailure& failure) {
+    using Stage = DownloadFailure::Stage;
+    if (failure.stage == Stage::Announcement)
+        return "The device did not answer when the load was announced.  Does it still run its bootloader?";
+    if (failure.stage == Stage::End)
+        return "The device took all blocks but did not answer with its verdict on them.";
+    if (failure.stage == Stage::Crc)
+        return "The device has the image, but its CRC is not that of the package.";
+    if (failure.code == FLASH_WRITE_FAILED)
+        return fmt::format("The device could not write its flash after {} bytes.", failure.bytes);
+    if (IsStatusOfDevice(failure.code))
+        return fmt::format("The device refused a block after {} bytes, with status {}.", failure.bytes, failure.code);
+    return fmt::format("The device did not answer to a block after {} bytes, in three tries.", failure.bytes);
+}
+
+std::string Seconds(double milliseconds) {
+    return fmt::format(", {:.0f} s", milliseconds / 1000);
+}
+
+} // namespace
+
+std::string Phase(const DownloadProgress& progress, std::int32_t sentAgain, bool failed) {
+    using Step = DownloadProgress::Step;
+    switch (progress.step) {
+    case Step::Reading:
+        return "The package is read.  The device is still as it was.";
+    case Step::Erasing:
+        return "The device erases its flash.  Don't unplug it.";
+    case Step::Loading:
+        if (progress.tries > 0)
+            return fmt::format("A block did not go through and is sent again (try {} of 3).  The load goes on.",
+                               progress.tries + 1);
+        return "The image goes to the device.  Don't unplug it." +
+               (sentAgain == 0   ? std::string()
+                : sentAgain == 1 ? "  One block had to be sent again."
+                                 : fmt::format("  {} blocks had to be sent again.", sentAgain));
+    case Step::Checking:
+        return failed ? "The load has failed.  The device is told that no more comes."
+                      : "The device has all blocks and checks the image.  Don't unplug it.";
+    case Step::Done:
+        break;
+    }
+    return {};
+}
+
+std::string Bar(const DownloadProgress& progress, double elapsedMilliseconds) {
+    using Step = DownloadProgress::Step;
+    switch (progress.step) {
+    case Step::Reading:
+        return "reading the package";
+    case Step::Erasing:
+        return "erasing flash" + Seconds(elapsedMilliseconds);
+    case Step::Checking:
+        return "checking" + Seconds(elapsedMilliseconds);
+    default:
+        break;
+    }
+    std::string text = fmt::format("{} of {} bytes", progress.bytes, progress.length);
+    if (progress.bytes <= 0 || elapsedMilliseconds <= 0)
+        return text;
+    const double rate = static_cast<double>(progress.bytes) / elapsedMilliseconds; // bytes a ms are kB a second
+    return text + fmt::format(", {:.1f} kB/s, {:.0f} s left", rate,
+                              static_cast<double>(progress.length - progress.bytes) / rate / 1000);
+}
+
+std::string Cause(const DownloadFailure& failure, bool onTheBus, bool busReset) {
+    using Stage = DownloadFailure::Stage;
+    if (failure.stage == Stage::None)
+        return {};
+    if (const std::string before = CauseBefore(failure.stage); !before.empty())
+        return before + UNTOUCHED;
+    if (!onTheBus)
+        return "The device has left the bus: it was unplugged, switched off or restarted.  Connect it again, bring it "
+               "into its bootloader, and load again.";
+    if (failure.stage == Stage::Refusal)
+        return fmt::format("The device refused the image: it answered with blocks of {} bytes.{}", failure.code,
+                           UNTOUCHED);
+    return CauseOnDevice(failure) + (busReset ? "  The bus was reset meanwhile: was it unplugged?" : "") +
+           (failure.stage == Stage::Announcement ? "" : WITHOUT_IMAGE);
+}
+
+} // namespace loadText
