@@ -6,6 +6,7 @@
 #include "CodePage.h"
 #include "Failure.h"
 #include "Files.h"
+#include "Paths.h"
 #include "TwdPackage.h"
 #include "basUtils.h"
 
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <string>
@@ -51,7 +53,12 @@ ByteArray ReadWhole(const std::string& path) {
     return bytes;
 }
 
+// Never over a file whose name differs in case: this is a shell's tool, where the two are two files.
 void WriteWhole(const std::string& path, const ByteArray& bytes) {
+    for (const std::string& meant : platform::PathsMeant(path)) {
+        if (std::filesystem::path(meant).filename() != std::filesystem::path(path).filename())
+            platform::Raise(platform::BAD_FILE_NAME, fmt::format("'{}' would replace '{}'", path, meant));
+    }
     platform::Attempt([&] { platform::WriteFileAtomically(path, bytes); },
                       [&](const platform::Failure& f) {
                           platform::Raise(f.Number, fmt::format("'{}' can't be written: {}", path, f.Description));

@@ -5,10 +5,10 @@
 
 #include <fmt/format.h>
 
-#include <compare>
 #include <optional>
 #include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace basConfigRom {
@@ -39,7 +39,7 @@ private:
     struct Use {
         std::uint32_t From, To;
         bool Inside; // the ROM goes at least so far
-        auto operator<=>(const Use&) const = default;
+        bool operator<(const Use& other) const { return std::tie(From, To) < std::tie(other.From, other.To); }
     };
     template <class... Arguments>
     void Add(std::uint32_t address, Verdict severity, const char* code, fmt::format_string<Arguments...> text,

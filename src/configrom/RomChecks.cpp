@@ -307,7 +307,7 @@ void RomChecker::CheckUnreferred() {
     }
     if (!image_.empty())
         uses.push_back({limit, limit, true});
-    std::ranges::sort(uses);
+    std::sort(uses.begin(), uses.end());
     std::uint32_t reach = ROM_BASE;
     for (const Use& use : uses) {
         if (use.From > reach && use.From <= limit && (use.Inside || !image_.empty()))
