@@ -13,8 +13,12 @@ bool IsDark(const QColor& colour) {
 
 } // namespace
 
+bool IsDark(const QPalette& palette) {
+    return IsDark(palette.color(QPalette::Base));
+}
+
 QPalette ReadablePalette(QPalette palette) {
-    if (!IsDark(palette.color(QPalette::Base)))
+    if (!IsDark(palette))
         return palette;
     if (IsDark(palette.color(QPalette::Link))) {
         palette.setColor(QPalette::Link, LINK_ON_DARK);

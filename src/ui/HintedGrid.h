@@ -7,30 +7,33 @@
 #include <QTableWidget>
 
 #include <algorithm>
+#include <utility>
 
-class HintedGrid : public KeepsItsRow<QTableWidget> {
+template <class View> class Hinted : public KeepsItsRow<View> {
 public:
-    using KeepsItsRow::KeepsItsRow;
+    using KeepsItsRow<View>::KeepsItsRow;
     void setHint(const QString& hint) {
-        hint_ = hint;
-        viewport()->update();
+        if (hint == std::exchange(hint_, hint))
+            return;
+        this->viewport()->update();
     }
     QString hint() const { return hint_; }
 
 protected:
     void paintEvent(QPaintEvent* event) override {
-        QTableWidget::paintEvent(event);
+        View::paintEvent(event);
         if (hint_.isEmpty())
             return;
-        const int margin = fontMetrics().height();
-        QRect space = viewport()->rect().adjusted(margin, 0, -margin, 0);
-        space.setTop(
-            std::max(0, rowCount() == 0 ? 0 : rowViewportPosition(rowCount() - 1) + rowHeight(rowCount() - 1)));
-        QPainter painter(viewport());
-        painter.setPen(palette().color(QPalette::PlaceholderText));
+        const int margin = this->fontMetrics().height(), last = this->model()->rowCount() - 1;
+        QRect space = this->viewport()->rect().adjusted(margin, 0, -margin, 0);
+        space.setTop(std::max(0, last < 0 ? 0 : this->rowViewportPosition(last) + this->rowHeight(last)));
+        QPainter painter(this->viewport());
+        painter.setPen(this->palette().color(QPalette::PlaceholderText));
         painter.drawText(space, Qt::AlignCenter | Qt::TextWordWrap, hint_);
     }
 
 private:
     QString hint_;
 };
+
+using HintedGrid = Hinted<QTableWidget>;

@@ -1,19 +1,27 @@
 #include "frmStatus.h"
 
+#include "AppPalette.h"
 #include "Clock.h"
 #include "CodePage.h"
 #include "Controls.h"
+#include "Dialogs.h"
 #include "Failure.h"
+#include "Files.h"
 #include "MDIForm1.h"
+#include "StatusText.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
 #include "basDebug.h"
 
+#include <QEvent>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QScrollBar>
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -24,25 +32,128 @@ constexpr std::int32_t SHOW_INTERVAL = 50; // ms between two paintings of new ro
 
 frmStatus::frmStatus()
     : Form("frmStatus", "Status Window"), fraApplicationStatus(new QGroupBox(this)),
-      mfgStatus(new QTableView(fraApplicationStatus)), model_(MAXIMUM_ROW_COUNT) {
+      mfgStatus(new Hinted<QTableView>(fraApplicationStatus)),
+      txtFind(new FindLine(
+          mfgStatus, "Find (Ctrl+F, then Enter)",
+          [this](const QString& text, bool backward) { return Find(text, backward); },
+          "No '%1' found in the rows shown.")),
+      model_(MAXIMUM_ROW_COUNT), shown_(model_), strip_(new QWidget(fraApplicationStatus)) {
     fraApplicationStatus->setObjectName("fraApplicationStatus");
     fraApplicationStatus->setFlat(true);
+    MakeGrid();
+    MakeStrip();
+    MakeMenu();
+    ShowLevelColours();
+    setFocusProxy(mfgStatus);
+    tmrShowRows_ = new WindowTimer(this, "tmrShowRows", SHOW_INTERVAL, [this] { ShowPendingRows(); });
+}
+
+void frmStatus::MakeGrid() {
     mfgStatus->setObjectName("mfgStatus");
-    mfgStatus->setModel(&model_);
+    mfgStatus->setModel(&shown_);
     mfgStatus->setSelectionBehavior(QAbstractItemView::SelectRows);
     mfgStatus->setWordWrap(false);
+    mfgStatus->setTabKeyNavigation(false); // Tab leads on to the strip
+    const int line = fontMetrics().height();
+    mfgStatus->setIconSize({line - 3, line - 3});
+    mfgStatus->horizontalHeader()->setHighlightSections(false);
     mfgStatus->verticalHeader()->hide();
-    mfgStatus->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
+    mfgStatus->verticalHeader()->setDefaultSectionSize(line + 4);
     mfgStatus->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // so that the columns keep their widths
-    MakeCopyable(mfgStatus);
     QScrollBar* bar = mfgStatus->verticalScrollBar();
     connect(bar, &QScrollBar::valueChanged, this, [this, bar] { followsNewest_ = bar->value() == bar->maximum(); });
     connect(bar, &QScrollBar::rangeChanged, this, [this] {
-        if (followsNewest_)
+        if (Follows())
             mfgStatus->scrollToBottom();
     });
     mfgStatus->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    tmrShowRows_ = new WindowTimer(this, "tmrShowRows", SHOW_INTERVAL, [this] { ShowPendingRows(); });
+}
+
+void frmStatus::MakeStrip() {
+    auto* line = new QHBoxLayout(strip_);
+    line->setContentsMargins(2, 1, 2, 1);
+    line->setSpacing(4);
+    const auto add = [&](auto* control, const char* name, const char* tip, int stretch = 0) {
+        control->setToolTip(tip);
+        line->addWidget(Named(control, name), stretch);
+        return control;
+    };
+    const auto filter = [&](const char* name, const char* all, const char* tip) {
+        QComboBox* box = add(new QComboBox(strip_), name, tip);
+        box->addItem(all);
+        box->setMinimumContentsLength(10);
+        connect(box, &QComboBox::currentIndexChanged, this, [this] { ApplyFilter(); });
+        return box;
+    };
+    const auto button = [&](const char* name, const char* caption, const char* tip, void (frmStatus::*click)()) {
+        QToolButton* made = add(new QToolButton(strip_), name, tip);
+        made->setText(caption);
+        made->setFocusPolicy(Qt::StrongFocus);
+        connect(made, &QToolButton::clicked, this, click);
+        return made;
+    };
+    lblNumber = add(new QLabel(strip_), "lblNumber", "Only the first status window gets the messages of all modules.");
+    add(txtFind, "txtFind", "Find in the rows shown (Ctrl+F, then Enter; F3 and Shift+F3 go on)", 1);
+    cmbLevel = filter("cmbLevel", "All levels",
+                      "Hides the rows below a level. Which ones come into the window: View, Debug Message Level.");
+    for (const std::int32_t level : statusText::LEVEL_NUMBERS)
+        if (level > LEVEL_DETAIL)
+            cmbLevel->addItem(Q(statusText::FilterText(level)), level);
+    cmbModule = filter("cmbModule", "All modules", "Hides the rows of other modules.");
+    lblCount = add(new QLabel(strip_), "lblCount", "Filters hide rows; all of them are still there.");
+    chkHold = add(new QCheckBox("Hold", strip_), "chkHold", "Keep the view where it is when messages come (Ctrl+H)");
+    connect(chkHold, &QCheckBox::toggled, this, [this](bool hold) {
+        if (!hold)
+            mfgStatus->scrollToBottom();
+    });
+    cmdSave = button("cmdSave", "Save...", "Save the rows shown to a text file (Ctrl+S)", &frmStatus::Save);
+    cmdClear = button("cmdClear", "Clear", "Take all rows out of this window; the stored log keeps them (Ctrl+L)",
+                      &frmStatus::Clear);
+}
+
+void frmStatus::MakeMenu() {
+    MakeCopyable(mfgStatus);
+    const auto item = [this](const char* caption, const QKeySequence& key, auto chosen) {
+        auto* action = new QAction(caption, this);
+        action->setShortcut(key);
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        connect(action, &QAction::triggered, this, chosen);
+        addAction(action); // so that its keys work in all of the window
+        mfgStatus->addAction(action);
+        return action;
+    };
+    auto* separator = new QAction(this);
+    separator->setSeparator(true);
+    mfgStatus->addAction(separator);
+    QAction* hold = item("Hold", Qt::CTRL | Qt::Key_H, [this] { chkHold->toggle(); });
+    hold->setCheckable(true);
+    connect(chkHold, &QCheckBox::toggled, hold, &QAction::setChecked);
+    item("Show All Rows", {}, [this] {
+        cmbLevel->setCurrentIndex(0);
+        cmbModule->setCurrentIndex(0);
+    });
+    item("Save...", QKeySequence::Save, [this] { Save(); });
+    item("Clear", Qt::CTRL | Qt::Key_L, [this] { Clear(); });
+}
+
+void frmStatus::ShowLevelColours() {
+    const bool dark = IsDark(palette());
+    model_.setDark(dark);
+    for (int i = 1; i < cmbLevel->count(); ++i)
+        cmbLevel->setItemIcon(i, LevelIcon(cmbLevel->itemData(i).toInt(), dark));
+}
+
+void frmStatus::changeEvent(QEvent* event) {
+    Form::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && cmbLevel != nullptr)
+        ShowLevelColours();
+}
+
+void frmStatus::showEvent(QShowEvent* event) {
+    Form::showEvent(event);
+    lblNumber->setText(Q(statusText::NumberText(WindowIndex)));
+    ShowCount();
+    FitStrip();
 }
 
 void frmStatus::Form_Load() {
@@ -64,7 +175,8 @@ void frmStatus::PostMessage(std::string_view strMessage, float sngElapsedTime, s
             if (priority < MessageLevel)
                 return;
             pending_.push_back(
-                {Q(basDebug::FormatRunTime(std::int64_t(sngElapsedTime))), Q(level), Q(strModule), Q(strMessage)});
+                {{Q(basDebug::FormatRunTime(std::int64_t(sngElapsedTime))), Q(level), Q(strModule), Q(strMessage)},
+                 priority});
             // Work that gives no turn still shows its messages as they come.
             const std::int64_t now = platform::QueryPerformanceCounter();
             if (now - lastShown_ >= SHOW_INTERVAL * 1'000'000LL) {
@@ -84,12 +196,95 @@ void frmStatus::ShowPendingRows() {
     lastShown_ = platform::QueryPerformanceCounter();
     if (pending_.empty())
         return;
-    const bool follows = followsNewest_;
+    QScrollBar* bar = mfgStatus->verticalScrollBar();
+    const bool atNewest = followsNewest_, follows = Follows();
+    const QPersistentModelIndex top = follows ? QModelIndex() : shown_.index(bar->value(), 0);
+    ListNewModules(pending_);
     model_.append(std::move(pending_));
     pending_.clear();
-    followsNewest_ = follows; // rows that went at the top moved the bar, not the user
     if (follows)
         mfgStatus->scrollToBottom();
+    else
+        bar->setValue(top.isValid() ? top.row() : 0); // what is read stays where it is
+    followsNewest_ = atNewest;                        // rows that went at the top moved the bar, not the user
+    ShowCount();
+}
+
+void frmStatus::ListNewModules(const std::vector<StatusModel::Row>& rows) {
+    for (const StatusModel::Row& row : rows) {
+        const QString& module = row.cells[StatusModel::MODULE];
+        if (cmbModule->findText(module) >= 0)
+            continue;
+        int at = 1;
+        while (at < cmbModule->count() && cmbModule->itemText(at) < module)
+            ++at;
+        cmbModule->insertItem(at, module);
+    }
+}
+
+void frmStatus::ApplyFilter() {
+    const bool follows = Follows();
+    shown_.setFilter(cmbLevel->currentData().toInt(), cmbModule->currentIndex() == 0 ? "" : cmbModule->currentText());
+    if (follows)
+        mfgStatus->scrollToBottom();
+    else
+        mfgStatus->scrollTo(mfgStatus->currentIndex());
+    ShowCount();
+    FitStrip();
+}
+
+void frmStatus::ShowCount() {
+    const int shown = shown_.rowCount(), total = model_.rowCount();
+    lblCount->setText(shown_.hides() ? Q(statusText::CountText(shown, total)) : "");
+    mfgStatus->setHint(Q(statusText::Hint(WindowIndex, shown, total)));
+}
+
+bool frmStatus::Find(const QString& text, bool backward) {
+    const int count = shown_.rowCount();
+    const QModelIndex current = mfgStatus->currentIndex();
+    const int from = current.isValid() ? current.row() : backward ? count : -1;
+    for (int step = 1; step <= count; ++step) {
+        const int row = (from + (backward ? -step : step) + 2 * count) % count;
+        for (int column = 0; column < StatusModel::COLUMNS; ++column)
+            if (shown_.index(row, column).data().toString().contains(text, Qt::CaseInsensitive)) {
+                mfgStatus->setCurrentIndex(shown_.index(row, 0));
+                return true;
+            }
+    }
+    return false;
+}
+
+void frmStatus::Clear() {
+    pending_.clear();
+    model_.clear();
+    followsNewest_ = true;
+    ShowCount();
+}
+
+void frmStatus::Save() {
+    ShowPendingRows();
+    std::vector<std::string> lines; // as they are now: while the dialog is up more may come
+    for (int row = 0; row < shown_.rowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < StatusModel::COLUMNS; ++column)
+            cells << shown_.index(row, column).data().toString();
+        lines.push_back(cells.join('\t').toStdString());
+    }
+    const auto save = [&] {
+        auto& dialogs = platform::CurrentDialogs();
+        const std::string name = dialogs.SaveFile("Save Messages", "", "Text files (*.txt);;All files (*)");
+        if (name.empty() || (basApp::FileExists(name) &&
+                             !dialogs.YesNo(fmt::format("'{}' exists.  Overwrite (y/n)?", name), "Overwrite")))
+            return;
+        platform::OutputFile file(name);
+        file.WriteLine("Time\tLevel\tModule\tMessage");
+        for (const std::string& line : lines)
+            file.WriteLine(line);
+    };
+    platform::Attempt(save, [](const platform::Failure& f) {
+        platform::CurrentDialogs().MessageBox(fmt::format("The messages could not be saved: {}", f.Description),
+                                              "Save Messages");
+    });
 }
 
 void frmStatus::AppendToCaption(std::string_view message, std::int32_t level) {
@@ -99,7 +294,14 @@ void frmStatus::AppendToCaption(std::string_view message, std::int32_t level) {
 
 void frmStatus::Form_Resize() {
     fraApplicationStatus->setGeometry(0, 0, width(), height());
-    mfgStatus->setGeometry(0, 0, width(), height());
+    const int line = strip_->sizeHint().height(), left = height() - line;
+    // In a low window the rows come first, unless there would be no telling why some are missing.
+    const bool room = left >= mfgStatus->horizontalHeader()->sizeHint().height() +
+                                  2 * mfgStatus->verticalHeader()->defaultSectionSize();
+    strip_->setVisible(room || shown_.hides() || chkHold->isChecked());
+    mfgStatus->setGeometry(0, 0, width(), strip_->isHidden() ? height() : std::max(0, left));
+    strip_->setGeometry(0, left, width(), line);
+    FitStrip();
     // Not the viewport's width: before it is first shown a table hasn't laid itself out.
     const int available =
         width() - mfgStatus->verticalScrollBar()->sizeHint().width() - 2 * mfgStatus->frameWidth() - 7;
@@ -107,6 +309,23 @@ void frmStatus::Form_Resize() {
         const int columnWidth = available * (column < 3 ? 1 : 7) / 10;
         if (columnWidth > 0)
             mfgStatus->setColumnWidth(column, columnWidth);
+    }
+}
+
+// A narrow window keeps what matters most.
+void frmStatus::FitStrip() {
+    QLayout* line = strip_->layout();
+    QWidget* const dispensable[] = {cmdSave, cmdClear, lblNumber, lblCount, cmbModule, cmbLevel, chkHold};
+    for (QWidget* control : dispensable)
+        control->setVisible(true);
+    for (QLabel* label : {lblNumber, lblCount})
+        label->setVisible(!label->text().isEmpty());
+    line->invalidate();
+    for (QWidget* control : dispensable) {
+        if (line->minimumSize().width() <= width())
+            break;
+        control->hide();
+        line->invalidate();
     }
 }
 

@@ -1,12 +1,18 @@
 // A status window: the messages of its level and above, the newest at the bottom.
 #pragma once
 
+#include "FindLine.h"
 #include "Form.h"
+#include "HintedGrid.h"
 #include "StatusModel.h"
 #include "WindowTimer.h"
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QGroupBox>
+#include <QLabel>
 #include <QTableView>
+#include <QToolButton>
 
 #include <cstdint>
 #include <string_view>
@@ -30,17 +36,39 @@ public:
     std::int32_t WindowIndex = 0;  // its slot in the list of status windows
 
     QGroupBox* fraApplicationStatus;
-    QTableView* mfgStatus;
+    Hinted<QTableView>* mfgStatus;
+    // The strip below the grid. What finds no room in a narrow window is hidden; the grid's menu has it.
+    QLabel *lblNumber = nullptr, *lblCount = nullptr;
+    FindLine* txtFind;
+    QComboBox *cmbLevel = nullptr, *cmbModule = nullptr; // which rows are shown; all of them stay in the window
+    QCheckBox* chkHold = nullptr;                        // new rows don't move the view
+    QToolButton *cmdSave = nullptr, *cmdClear = nullptr;
 
 protected:
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void Form_Resize() override;
     void Form_Unload() override;
     bool staysInItsSlot() const override { return true; }
 
 private:
     void ShowPendingRows();
+    void MakeGrid();
+    void MakeStrip();
+    void MakeMenu();
+    void FitStrip();
+    void ShowLevelColours();
+    void ListNewModules(const std::vector<StatusModel::Row>& rows);
+    void ApplyFilter();
+    void ShowCount();
+    bool Follows() const { return followsNewest_ && !chkHold->isChecked(); }
+    bool Find(const QString& text, bool backward);
+    void Clear();
+    void Save();
 
     StatusModel model_;
+    StatusFilter shown_;
+    QWidget* strip_;
     std::vector<StatusModel::Row> pending_;
     bool followsNewest_ = true;  // until the user scrolls up to read
     std::int64_t lastShown_ = 0; // performance counter

@@ -244,24 +244,88 @@ TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {
 }
 
 TEST_F(Parent, KeepsTheNewestMessagesInViewUnlessTheUserReadsOlderOnes) {
-    const auto post = [this](int count) {
-        for (int i = 1; i <= count; ++i)
-            basDebug::StatusDisplay("message " + std::to_string(i), LEVEL_USER, "test");
+    auto post = [this, number = 0](int count) mutable {
+        for (int i = 0; i < count; ++i)
+            basDebug::StatusDisplay("message " + std::to_string(++number), LEVEL_USER, "test");
         Pass(100);
     };
     post(2000);
-    const QTableView* grid = status().mfgStatus;
+    QTableView* grid = status().mfgStatus;
     QScrollBar* bar = grid->verticalScrollBar();
     EXPECT_EQ(grid->model()->rowCount(), 499);
     EXPECT_EQ(grid->model()->index(0, 3).data().toString(), "message 1502");
     EXPECT_EQ(grid->model()->index(498, 3).data().toString(), "message 2000");
     EXPECT_EQ(bar->value(), bar->maximum());
+    const auto top = [&] { return grid->model()->index(bar->value(), 3).data().toString(); };
     bar->setValue(100);
-    post(20);
-    EXPECT_EQ(bar->value(), 100);
+    const QString read = top();
+    post(20); // 20 go at the top
+    EXPECT_EQ(top(), read);
     bar->setValue(bar->maximum());
     post(20);
     EXPECT_EQ(bar->value(), bar->maximum());
+    const QString newest = top();
+    parent().mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(status().frame()));
+    grid->setFocus();
+    QTest::keyClick(grid, Qt::Key_H, Qt::ControlModifier);
+    post(20);
+    EXPECT_EQ(top(), newest);
+    status().chkHold->setChecked(false);
+    EXPECT_EQ(bar->value(), bar->maximum());
+}
+
+TEST_F(Parent, HidesFindsSavesAndClearsTheRowsOfAStatusWindow) {
+    frmStatus& window = status();
+    const auto rows = [&] {
+        std::vector<std::string> messages;
+        for (int row = 0; row < window.mfgStatus->model()->rowCount(); ++row)
+            messages.push_back(window.mfgStatus->model()->index(row, 3).data().toString().toStdString());
+        return messages;
+    };
+    const auto post = [&](const char* message, std::int32_t level, const char* module) {
+        basDebug::StatusDisplay(message, level, module);
+        Pass(60);
+    };
+    const auto pick = [](QComboBox* box, const char* text) { box->setCurrentIndex(box->findText(text)); };
+    using Rows = std::vector<std::string>;
+    parent().mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(window.frame()));
+    window.mfgStatus->setFocus();
+    QTest::keyClick(window.mfgStatus, Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(rows(), Rows{});
+    post("one", LEVEL_WARNING, "beta");
+    post("two", LEVEL_ERROR, "beta");
+    post("three", LEVEL_FATAL, "alpha");
+    const Rows all{"one", "two", "three"};
+    EXPECT_EQ(rows(), all);
+    pick(window.cmbLevel, "ERROR and above");
+    EXPECT_EQ(rows(), (Rows{"two", "three"}));
+    pick(window.cmbModule, "beta");
+    EXPECT_EQ(rows(), Rows{"two"});
+    post("four", LEVEL_ERROR, "beta"); // filters hold for what comes, too
+    post("five", LEVEL_USER, "alpha");
+    EXPECT_EQ(rows(), (Rows{"two", "four"}));
+    EXPECT_EQ(window.lblCount->text(), "2 of 5 shown");
+    program->dialogs.answers = {program->directory.file("messages.txt")};
+    QTest::keySequence(window.mfgStatus, QKeySequence::Save);
+    const std::string saved = program->Read("messages.txt");
+    EXPECT_TRUE(saved.ends_with("ERROR(11)\tbeta\tfour\r\n")) << saved;
+    program->dialogs.answers = {program->directory.file("no/such/messages.txt")};
+    window.cmdSave->click();
+    EXPECT_TRUE(WasTold("Save Messages: The messages could not be saved: "));
+    window.txtFind->setText("five"); // is hidden
+    QTest::keyClick(window.txtFind, Qt::Key_Return);
+    EXPECT_TRUE(WasTold("Find: No 'five' found in the rows shown."));
+    pick(window.cmbModule, "All modules");
+    for (const char* found : {"two", "four", "two"}) {
+        window.txtFind->setText("BETA");
+        QTest::keyClick(window.mfgStatus, Qt::Key_F3);
+        EXPECT_EQ(window.mfgStatus->currentIndex().siblingAtColumn(3).data().toString(), found);
+    }
+    pick(window.cmbLevel, "All levels");
+    EXPECT_EQ(rows(), (Rows{"one", "two", "three", "four", "five"}));
+    parent().mnuStatusWindow_Click();
+    EXPECT_EQ(status(1).lblNumber->text(), "Status window 2 (starts empty)");
+    EXPECT_EQ(status(1).windowTitle(), "Status Window");
 }
 
 TEST_F(Parent, ShowsTheShippedHelpAndFindsInIt) {
