@@ -43,6 +43,7 @@ void DirListBox::setModel(QAbstractItemModel* model) {
         hideColumn(column);
     connect(model, &QAbstractItemModel::layoutChanged, this, &DirListBox::KeepInView, Qt::QueuedConnection);
     connect(model, &QAbstractItemModel::rowsInserted, this, &DirListBox::KeepInView, Qt::QueuedConnection);
+    connect(horizontalScrollBar(), &QScrollBar::rangeChanged, this, &DirListBox::KeepInView, Qt::QueuedConnection);
 }
 
 void DirListBox::Open(const QModelIndex& folder) {
@@ -53,9 +54,14 @@ void DirListBox::Open(const QModelIndex& folder) {
 }
 
 void DirListBox::KeepInView() {
+    if (!following_)
+        return;
     const QRect at = visualRect(currentIndex());
-    if (following_ && (!at.isValid() || at.top() < 0 || at.bottom() > viewport()->height()))
+    if (!at.isValid() || at.top() < 0 || at.bottom() > viewport()->height())
         scrollTo(currentIndex(), QAbstractItemView::PositionAtCenter);
+    // Across, that would show the middle of the widest name, where this one may have no text.
+    QScrollBar* across = horizontalScrollBar();
+    across->setValue(across->value() + visualRect(currentIndex()).left() - viewport()->width() / 3);
 }
 
 void DirListBox::mousePressEvent(QMouseEvent* event) {

@@ -34,7 +34,8 @@ frmSelectFirmware::frmSelectFirmware()
 
 void frmSelectFirmware::BuildControls() {
     const int gap = 6, line = fontMetrics().height() + 8;
-    const int width = std::max(920, fontMetrics().averageCharWidth() * 126), side = 6 * line + 40;
+    const int width = std::max(920, fontMetrics().averageCharWidth() * 112);
+    const int side = std::max(6 * line + 40, fontMetrics().horizontalAdvance("Load Image And Config") + 2 * line);
     const int finderHeight = 7 * line + 6 * 10 + 2 * gap;
     fraFileFinder = Named(new QGroupBox("File Finder", this), "fraFileFinder");
     fraFileFinder->setGeometry(gap, gap, width - side - gap, finderHeight);

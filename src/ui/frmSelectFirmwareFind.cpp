@@ -13,6 +13,7 @@
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QUrl>
 
 #include <fmt/format.h>
@@ -192,12 +193,14 @@ void frmSelectFirmware::OpenPath(QString path) {
     ListView1->setFocus();
 }
 
-// A half of the width, a quarter and the rest; the time is never cut, though.
+// A half of the width, a quarter and the rest; the time is never cut, though, nor pushed out of the list.
 void frmSelectFirmware::ShareColumns() {
     const int width = ListView1->width();
-    const int time = ListView1->WidthFor(Q(packageText::LastUpdated(platform::FileTimeFromUnix(0))));
-    ListView1->setColumnWidth(FILENAME, width / 2);
-    ListView1->setColumnWidth(UPDATED, std::max(width / 4, time));
+    const int time = std::max(width / 4, ListView1->WidthFor("2026-12-28 20:58:38 (local)")); // the longest form
+    const int others = time + ListView1->WidthFor("9999 kB") + 2 * ListView1->frameWidth() +
+                       ListView1->verticalScrollBar()->sizeHint().width();
+    ListView1->setColumnWidth(FILENAME, std::min(width / 2, width - others));
+    ListView1->setColumnWidth(UPDATED, time);
 }
 
 void frmSelectFirmware::ListView1_ColumnClick(int column) {

@@ -291,6 +291,8 @@ TEST_F(Browser, GoesOnAfterABlockThatIsSentAgain) {
 TEST_F(Browser, OpensWhatIsTypedPastedOrDropped) {
     const std::string folder = program->directory.file("packages");
     EXPECT_EQ(form().window()->focusWidget(), browser->ListView1) << "the first Down picks a file, not a place";
+    QFocusEvent focus(QEvent::FocusIn, Qt::TabFocusReason);
+    QCoreApplication::sendEvent(browser->ListView1, &focus);
     EXPECT_FALSE(browser->ListView1->currentItem()) << "nobody has picked one";
     QTest::keyClick(browser->ListView1, Qt::Key_Down);
     EXPECT_EQ(Text(browser->lblFilename), "Filename: both.twd");
