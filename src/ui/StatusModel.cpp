@@ -50,8 +50,11 @@ QPixmap MarkPixmap(const statusText::Look& look, int size, const QColor& paper) 
 
 QIcon LevelIcon(std::int32_t level, bool dark) {
     QIcon icon;
-    for (const int size : {12, 16, 24, 32, 48}) // of screens of one, two and three pixels to the point
-        icon.addPixmap(MarkPixmap(statusText::LookOf(level, dark), size, dark ? Qt::black : Qt::white));
+    const statusText::Look look = statusText::LookOf(level, dark), picked{0xFFFFFF, look.mark, look.wholeRow};
+    for (const int size : {12, 16, 24, 32, 48}) { // of screens of one, two and three pixels to the point
+        icon.addPixmap(MarkPixmap(look, size, dark ? Qt::black : Qt::white));
+        icon.addPixmap(MarkPixmap(picked, size, Qt::black), QIcon::Selected); // its own colour drowns there
+    }
     return icon;
 }
 

@@ -92,6 +92,7 @@ void frmStatus::MakeStrip() {
         connect(made, &QToolButton::clicked, this, click);
         return made;
     };
+    txtFind->setMinimumWidth(14 * fontMetrics().averageCharWidth());
     lblNumber = add(new QLabel(strip_), "lblNumber", "Only the first status window gets the messages of all modules.");
     add(txtFind, "txtFind", "Find in the rows shown (Ctrl+F, then Enter; F3 and Shift+F3 go on)", 1);
     cmbLevel = filter("cmbLevel", "All levels",
