@@ -8,25 +8,45 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <string>
 #include <vector>
 
 inline constexpr std::size_t SHELL_BUFFER_SIZE = 16534;
+
+// Something told about the console, which is no character of it.
+struct ShellMark {
+    std::uint64_t At = 0; // characters printed before it
+    std::string Text;
+    bool StartsOver = false; // the device restarted
+};
 
 // A circular store. Unused places hold 0, which is how a store that has wrapped is told from one
 // that hasn't; a character 0 is therefore kept as a blank.
 struct ShellStore {
     ByteArray ShellBuffer;             // SHELL_BUFFER_SIZE bytes once created
     std::int32_t ShellBufferCount = 0; // place of the next character
+    std::uint64_t Printed = 0;         // characters ever stored
+    std::vector<ShellMark> Marks;      // in their order; those within the store
 
     void Create() { ShellBuffer.resize(SHELL_BUFFER_SIZE); }
 
     void Append(const ByteArray& characters) {
         Create();
+        Printed += characters.size();
         for (const std::uint8_t character : characters) {
             ShellBuffer[static_cast<std::size_t>(ShellBufferCount)] = character == 0 ? ' ' : character;
             if (++ShellBufferCount == static_cast<std::int32_t>(SHELL_BUFFER_SIZE))
                 ShellBufferCount = 0;
         }
+    }
+
+    // Marks where the console has come so far.
+    void AddMark(std::string text, bool startsOver) {
+        constexpr std::size_t MOST = 100;
+        std::erase_if(Marks, [this](const ShellMark& mark) { return Printed - mark.At > SHELL_BUFFER_SIZE; });
+        if (Marks.size() == MOST)
+            Marks.erase(Marks.begin());
+        Marks.push_back({Printed, std::move(text), startsOver});
     }
 
     // The pieces to show, oldest first: none, one or two.

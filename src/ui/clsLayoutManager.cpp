@@ -25,6 +25,7 @@ constexpr Kind ControlTypes[] = {
     {"QComboBox", "ComboBox"},        {"QCheckBox", "CheckBox"},    {"QListWidget", "ListBox"},
     {"QPushButton", "CommandButton"}, {"QTreeView", "TreeView"},    {"QListView", "ListView"},
     {"QProgressBar", "ProgressBar"},  {"QLabel", "Label"},          {"HexDumpView", "TextBox"},
+    {"ShellTerminal", "TextBox"},
 };
 
 constexpr std::array<const char*, 4> EDGES{"Top", "Left", "Bottom", "Right"};

@@ -1,8 +1,10 @@
 #include "frmShell.h"
 
+#include "Clock.h"
 #include "CodePage.h"
 #include "Controls.h"
 #include "Guarded.h"
+#include "ShellText.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "bas1394.h"
@@ -18,6 +20,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace {
@@ -27,6 +30,7 @@ constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
 constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
 constexpr std::uint8_t PASTE = 22; // Control V
+constexpr const char* RESTARTED = "device restarted";
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
@@ -98,6 +102,8 @@ void frmShell::BuildControls() {
     txtShell->setParent(fraRawInterface);
     Named(txtShell, "txtShell")->setGeometry(gap, line - 4, width - 2 * gap, height);
     txtShell->keyPress = [this](std::uint8_t keyAscii) { txtShell_KeyPress(keyAscii); };
+    txtShell->sendSequence = [this](const ByteArray& sequence) { Send(sequence); };
+    txtShell->sendText = [this](const QString& text) { Paste(text); };
 
     fraInvisible = Named(new QGroupBox("Invisible Controls", this), "fraInvisible");
     fraInvisible->hide();
@@ -143,10 +149,17 @@ void frmShell::Form_Unload() {
     std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
 }
 
-// The keys of this window's own menu items and, with Alt, those that open the menus.
+// The keys of this window's own menu items and, with Alt, the access keys of its menus.
 bool frmShell::IsCommandKey(const QKeyEvent& event) const {
-    if (event.key() == Qt::Key_Alt || event.modifiers().testFlag(Qt::AltModifier))
+    if (event.key() == Qt::Key_Alt)
         return true;
+    const std::array<QMenu*, 5> opened{mnuFile, mnuCommand, mnuView, mnuSettings, mnuWindow};
+    if (event.modifiers() == Qt::AltModifier)
+        return std::any_of(opened.begin(), opened.end(), [&](const QMenu* menu) {
+            return QKeySequence::mnemonic(menu->title()) == QKeySequence(Qt::ALT | Qt::Key(event.key()));
+        });
+    if (event.modifiers().testFlag(Qt::AltModifier))
+        return false;
     const bool letter = event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z;
     const Qt::KeyboardModifiers counting = Qt::ControlModifier | (letter ? Qt::ShiftModifier : Qt::NoModifier);
     const QKeySequence keys(QKeyCombination(event.modifiers() & counting, Qt::Key(event.key()))); // a "+" needs Shift
@@ -185,13 +198,21 @@ void frmShell::setConnected(bool connected) {
 }
 
 void frmShell::setCurrentHandle(std::int32_t handle) {
-    if (handle != currentHandle_) {
+    const bool moves = handle != currentHandle_;
+    if (moves) {
         CloseOthersOn(handle);
         txtShell->Replace({});
         txtShell->setNotice({}); // it told of the other device
         ToLog([](ShellLog& log) { log.Mark("the window moved to another device"); });
     }
     currentHandle_ = handle;
+    if (moves) {
+        const BootloaderTarget* target = TargetOf(handle);
+        bootloader_ = target != nullptr && target->Info.BootloaderVersion != 0;
+        absent_ = markedEarly_ = false;
+        if (log_)
+            OpenLog(); // each device has a log of its own
+    }
     RefreshDeviceList();
 }
 
@@ -252,17 +273,67 @@ void frmShell::RefreshDeviceList() {
     txtShell->Replace({});
     EnableCommands(true);
     mnuFirmwareCRCs->setEnabled(true);
-    for (const ByteArray& piece : target->Shell.History())
-        ShellOutput(piece);
+    ShowHistory(target->Shell);
+}
+
+void frmShell::ShowHistory(const ShellStore& store) {
+    const std::vector<ByteArray> pieces = store.History();
+    std::uint64_t at = store.Printed;
+    for (const ByteArray& piece : pieces)
+        at -= piece.size();
+    auto mark = std::find_if(store.Marks.begin(), store.Marks.end(), [at](const ShellMark& m) { return m.At >= at; });
+    for (const ByteArray& piece : pieces) {
+        std::ptrdiff_t shown = 0;
+        for (; mark != store.Marks.end() && mark->At < at + piece.size(); ++mark) {
+            const auto end = std::ptrdiff_t(mark->At - at);
+            txtShell->ShowOutput({piece.begin() + shown, piece.begin() + end});
+            txtShell->ShowMark(mark->Text, mark->StartsOver);
+            shown = end;
+        }
+        txtShell->ShowOutput({piece.begin() + shown, piece.end()});
+        at += piece.size();
+    }
+    for (; mark != store.Marks.end(); ++mark)
+        txtShell->ShowMark(mark->Text, mark->StartsOver);
+}
+
+// Not once more when nothing was printed since: a restart alone may take several bus resets.
+void frmShell::Mark(const std::string& what, bool startsOver) {
+    BootloaderTarget* target = TargetOf(currentHandle_);
+    if (target == nullptr)
+        return;
+    ShellStore& store = target->Shell;
+    const bool again = !store.Marks.empty() && store.Marks.back().At == store.Printed &&
+                       store.Marks.back().Text.starts_with(what + ",");
+    if (again)
+        return;
+    if (startsOver)
+        ToLog([&](ShellLog& log) { log.Mark(what); });
+    store.AddMark(fmt::format("{}, {}", what, basUtils::FormatSystemTime(platform::GetLocalTime(), "hh:nn:ss")),
+                  startsOver);
+    txtShell->ShowMark(store.Marks.back().Text, startsOver);
 }
 
 void frmShell::BusWasReset() {
     ToLog([](ShellLog& log) { log.Mark("bus reset"); });
     ShowTargets();
+    const BootloaderTarget* target = TargetOf(currentHandle_);
+    if (target == nullptr)
+        return;
+    const bool isAbsent = target->Device.NodeNum > LAST_NODE;
+    const bool restarted = !isAbsent && (absent_ || bootloader_ != (target->Info.BootloaderVersion != 0));
+    absent_ = isAbsent;
+    if (isAbsent)
+        return;
+    bootloader_ = target->Info.BootloaderVersion != 0;
+    if (!std::exchange(markedEarly_, false))
+        Mark(restarted ? RESTARTED : "bus reset", restarted);
 }
 
 void frmShell::CharactersLost(std::int32_t count) {
-    ToLog([=](ShellLog& log) { log.Mark(fmt::format("{} characters lost", count)); });
+    const std::string what = fmt::format("{} characters lost", count);
+    ToLog([&](ShellLog& log) { log.Mark(what); });
+    Mark(what, false);
 }
 
 void frmShell::cmbDeviceDetails_Click() {
@@ -290,6 +361,10 @@ void frmShell::cmbDeviceDetails_Click() {
 bool frmShell::HasUsableNode() {
     const std::int16_t node = basBootloader::GetNodeNum(currentHandle_).NodeNum;
     const bool usable = currentHandle_ != 0 && node >= 0 && node <= LAST_NODE;
+    if (usable && std::exchange(absent_, false)) {
+        Mark(RESTARTED, true); // before the first text of its new start
+        markedEarly_ = true;
+    }
     if (usable != targetWasValid_)
         RefreshDeviceList();
     targetWasValid_ = usable;
@@ -336,15 +411,11 @@ bool frmShell::ReadOnce() {
     if (IsNothing(bytes))
         return false;
     basDebug::Display(MODULE, LEVEL_TRACE, "tmrPollForShellData_Timer: Received {} bytes from the UART.", bytes.size());
-    ShellOutput(bytes);
+    txtShell->ShowOutput(bytes);
     ToLog([&](ShellLog& log) { log.Write(bytes); });
     if (BootloaderTarget* target = TargetOf(handle))
         target->Shell.Append(bytes);
     return bytes.front() != 0;
-}
-
-void frmShell::ShellOutput(const ByteArray& bytes) {
-    txtShell->ShowEdit(shellText::EditOf(bytes, txtShell->Length()));
 }
 
 void frmShell::ToLog(const std::function<void(ShellLog&)>& step) {
@@ -359,13 +430,22 @@ void frmShell::ToLog(const std::function<void(ShellLog&)>& step) {
 }
 
 void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {
+    if (keyAscii == PASTE)
+        Paste(QApplication::clipboard()->text());
+    else
+        Send({keyAscii});
+}
+
+void frmShell::Paste(const QString& text) {
+    const ByteArray bytes = platform::AnsiFromText(shellText::PasteText(text.toStdString()));
+    if (bytes.empty())
+        txtShell->setNotice({});
+    else
+        Send(bytes);
+}
+
+void frmShell::Send(const ByteArray& bytes) {
     txtShell->setNotice({});
-    ByteArray bytes{keyAscii};
-    if (keyAscii == PASTE) {
-        bytes = platform::AnsiFromText(shellText::PasteText(QApplication::clipboard()->text().toStdString()));
-        if (bytes.empty())
-            return;
-    }
     const std::int32_t code = basBootloader::WriteShellCharacters(currentHandle_, bytes);
     if (code == basBootloader::SUCCESS)
         return;

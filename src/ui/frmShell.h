@@ -40,7 +40,7 @@ public:
     void setAlwaysOnTop(bool onTop) { mnuAlwaysOnTop->setChecked(onTop); }
     void RefreshDeviceList();
 
-    // A bus reset is over: the combo tells the present nodes, the log gets a mark.
+    // A bus reset is over: the combo tells the present nodes, text and log get a mark.
     void BusWasReset();
     // The device dropped so many characters before they could be read.
     void CharactersLost(std::int32_t count);
@@ -80,7 +80,10 @@ private:
     void CloseOthersOn(std::int32_t handle);
     void ReadPasses();
     bool ReadOnce(); // false when there is no more to read now
-    void ShellOutput(const ByteArray& data);
+    void ShowHistory(const struct ShellStore& store);
+    void Mark(const std::string& what, bool startsOver);
+    void Send(const ByteArray& bytes);
+    void Paste(const QString& text);
     bool IsCommandKey(const QKeyEvent& event) const;
     void ToLog(const std::function<void(ShellLog&)>& step);
     void cmbDeviceDetails_Click();
@@ -96,10 +99,14 @@ private:
     void mnuPollingRate_Click();
     void mnuFind_Click();
     void mnuLogToFile_Click();
+    void OpenLog();
     void mnuScrollBack_Click();
 
     std::int32_t currentHandle_ = 0;
     bool targetWasValid_ = false; // at the last tick
+    bool absent_ = false;         // a finished bus reset left it without a node
+    bool markedEarly_ = false;    // a tick met it again before that bus reset was over
+    bool bootloader_ = false;     // it ran its bootloader
     bool polling_ = false;        // a tick gives turns and must not run inside itself
     QString wanted_;              // text looked for last
     std::unique_ptr<ShellLog> log_;

@@ -90,7 +90,7 @@ void frmShell::BuildMenus() {
     mnuFind = item(
         mnuView, "mnuFind", "&Find...", [this] { mnuFind_Click(); }, "Ctrl+Shift+F");
     mnuFindNext = item(
-        mnuView, "mnuFindNext", "Find &Next", [this] { txtShell->Find(wanted_); }, "F3");
+        mnuView, "mnuFindNext", "Find &Next", [this] { txtShell->Find(wanted_); }, "Ctrl+Shift+G");
     mnuClear = item(
         mnuView, "mnuClear", "&Clear", [this] { txtShell->Replace({}); }, "Ctrl+Shift+L");
     mnuLargerText = item(
@@ -200,12 +200,20 @@ void frmShell::mnuLogToFile_Click() {
         log_.reset();
         return;
     }
+    OpenLog();
+}
+
+void frmShell::OpenLog() {
+    log_.reset();
     platform::Attempt(
         [this] {
             const std::int32_t index = GetDeviceIndex(currentHandle_);
-            const auto guid = basBootloader::globals.TargetList[std::size_t(std::max(index, 0))].Info.GUID;
-            std::string name = basUtils::ByteArrayToHexString(guid.data(), guid.size());
-            std::erase(name, ' ');
+            std::string name = "no-device";
+            if (index >= 0) {
+                const auto guid = basBootloader::globals.TargetList[std::size_t(index)].Info.GUID;
+                name = basUtils::ByteArrayToHexString(guid.data(), guid.size());
+                std::erase(name, ' ');
+            }
             log_ = std::make_unique<ShellLog>(ShellLog::PathFor(name), mnuLogTimestamps->isChecked());
             basDebug::Display(MODULE, LEVEL_USER, "The terminal is logged to '{}'", log_->path());
         },

@@ -7,9 +7,11 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QScrollBar>
 #include <QTimer>
 #include <QtTest/QTest>
 
+#include <algorithm>
 #include <filesystem>
 
 using namespace testing_support;
@@ -52,6 +54,15 @@ protected:
         return all;
     }
     static std::string Screen(const frmShell* shown) { return shown->txtShell->toPlainText().toStdString(); }
+    // The marks in the text, each without its time.
+    static std::string Marks(const frmShell* shown) {
+        const ShellScreen& screen = shown->txtShell->Screen();
+        std::string marks;
+        for (std::int64_t line = screen.FirstLine(); line < screen.EndLine(); ++line)
+            for (const ShellScreen::Mark& mark : screen.MarksOf(line))
+                marks += mark.text.substr(0, mark.text.find(',') + 1);
+        return marks;
+    }
     frmShell* shell = nullptr;
 };
 
@@ -82,11 +93,25 @@ TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
         {Qt::Key_C, Qt::ControlModifier, "03"},
         {Qt::Key_W, Qt::ControlModifier, "17"},
         {Qt::Key_Tab, Qt::ControlModifier, "09"},
-        {Qt::Key_F4, Qt::ControlModifier, ""},
+        {Qt::Key_F4, Qt::ControlModifier, "1b5b313b3553"},
+        {Qt::Key_F3, {}, "1b4f52"},
+        {Qt::Key_F12, Qt::ShiftModifier, "1b5b32343b327e"},
+        {Qt::Key_Home, {}, "1b5b48"},
+        {Qt::Key_End, Qt::ControlModifier, "1b5b313b3546"},
+        {Qt::Key_PageUp, {}, "1b5b357e"},
+        {Qt::Key_PageUp, Qt::ShiftModifier, ""}, // scrolls
+        {Qt::Key_Left, Qt::AltModifier, "1b5b313b3344"},
+        {Qt::Key_Left, Qt::ControlModifier, "1b5b44"},
+        {Qt::Key_B, Qt::AltModifier, "1b62"},
+        {Qt::Key_B, Qt::AltModifier | Qt::ControlModifier, "1b02"},
         {Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier, ""}, // clears the terminal
+        {Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier, ""}, // selects all
+        {Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier, ""}, // copies
+        {Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "7061737465"},
     };
     frmShell* second = Open(1);
     parent().BringForward(qobject_cast<QMdiSubWindow*>(shell->frame()));
+    QApplication::clipboard()->setText("paste");
     for (const auto& row : rows) {
         const std::size_t before = Sent().size();
         QTest::keyClick(shell->txtShell, row.key, row.modifiers);
@@ -157,6 +182,10 @@ TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
     Pass(5000);
     EXPECT_TRUE(shell->Connected());
     EXPECT_EQ(Screen(shell).rfind(before, 0), 0U) << Screen(shell);
+    EXPECT_EQ(Marks(shell), "device restarted,"); // one, and the text without it
+    bas1394::ResetBus();
+    Pass(3000);
+    EXPECT_EQ(Marks(shell), "device restarted,bus reset,");
     EXPECT_NE(shell->cmbDeviceDetails->currentText().indexOf("GUID=00 0F 1B 00 00 00 00 01"), -1);
     EXPECT_TRUE(shell->mnuReset->isEnabled());
 }
@@ -179,20 +208,69 @@ TEST_F(ShellWindow, GivesItsDeviceUpToAnotherWindow) {
     EXPECT_NE(Screen(second).find("ready"), std::string::npos);
 }
 
+TEST_F(ShellWindow, FollowsTheTextAgainWithTheNextKeyOrPaste) {
+    ShellTerminal& terminal = *shell->txtShell;
+    QScrollBar* bar = terminal.verticalScrollBar();
+    Enter("flood 40");
+    ASSERT_GT(bar->maximum(), 0);
+    const std::string before = Screen(shell);
+    EXPECT_EQ(bar->value(), bar->maximum());
+    const auto scrollsUp = [&] {
+        QTest::keyClick(&terminal, Qt::Key_Home, Qt::ShiftModifier);
+        return bar->value() == 0;
+    };
+    ASSERT_TRUE(scrollsUp());
+    Pass(500);
+    QTest::mouseClick(terminal.viewport(), Qt::LeftButton, {}, QPoint(40, 10));
+    EXPECT_EQ(bar->value(), 0);
+    QTest::keyClicks(&terminal, "x");
+    EXPECT_EQ(bar->value(), bar->maximum());
+    Pass(500);
+    EXPECT_EQ(Screen(shell), before + "x"); // not where the click was
+    ASSERT_TRUE(scrollsUp());
+    QApplication::clipboard()->setText("yz");
+    QTest::mouseClick(terminal.viewport(), Qt::MiddleButton, {}, QPoint(40, 10));
+    EXPECT_EQ(bar->value(), bar->maximum());
+    Pass(500);
+    EXPECT_EQ(Screen(shell), before + "xyz");
+}
+
+TEST_F(ShellWindow, CopiesWhatIsSelectedWithMouseOrMenu) {
+    ShellTerminal& terminal = *shell->txtShell;
+    Enter("help");
+    EXPECT_FALSE(terminal.mnuCopy->isEnabled());
+    terminal.mnuSelectAll->trigger();
+    terminal.mnuCopy->trigger();
+    EXPECT_EQ(QApplication::clipboard()->text().toStdString(), Screen(shell));
+    const QPoint inFirstWord(10, terminal.fontMetrics().height() / 2);
+    QTest::mouseDClick(terminal.viewport(), Qt::LeftButton, {}, inFirstWord);
+    EXPECT_EQ(terminal.selectedText(), "ready");
+    QTest::mouseRelease(terminal.viewport(), Qt::LeftButton, {}, inFirstWord);
+    ASSERT_TRUE(terminal.Find("HELP VERSION"));
+    EXPECT_EQ(terminal.selectedText(), "help version");
+    EXPECT_FALSE(terminal.Find("no such text"));
+}
+
 TEST_F(ShellWindow, LogsWhatCameAndMarksWhereTheBusWasReset) {
     shell->mnuLogToFile->trigger();
     Enter("version");
     bas1394::ResetBus();
     Pass(3000);
     Enter("flood 100"); // laps the ring of 256
+    EXPECT_NE(Marks(shell).find(" characters lost,"), std::string::npos);
+    shell->setCurrentHandle(basBootloader::OpenBootloaderDevice(bas1394::globals.DeviceTable[1]));
+    Enter("keys");
     shell->mnuLogToFile->trigger();
-    std::string name;
+    std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(program->directory.file("shell-logs")))
-        name = entry.path().filename().string();
-    EXPECT_EQ(name.rfind(std::string(GUID) + "_", 0), 0U) << name;
-    const std::string log = program->Read("shell-logs/" + name);
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    ASSERT_EQ(names.size(), 2U); // one a device
+    EXPECT_EQ(names[0].rfind(std::string(GUID) + "_", 0), 0U) << names[0];
+    const std::string log = program->Read("shell-logs/" + names[0]);
     for (const char* part : {"version", "bus reset ---", "characters lost ---", "line 1\r\n"})
         EXPECT_NE(log.find(part), std::string::npos) << part << "\n" << log;
+    EXPECT_NE(program->Read("shell-logs/" + names[1]).find("keys"), std::string::npos);
 }
 
 TEST_F(ShellWindow, AsksBeforeItOverwritesAndKeepsARateThatIsANumber) {

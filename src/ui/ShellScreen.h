@@ -1,0 +1,114 @@
+// A terminal's screen without a window: what console output makes of its lines. Pure, and bounded
+// whatever a device sends.
+//
+// Text is added at the end, and a backspace takes away what stands before it, as far back as it goes;
+// a carriage return without a line feed does nothing. A line that a device edits with escape sequences
+// (cursor, erase) is a terminal's line until the next new one: there a backspace and a carriage return
+// move the cursor, and characters replace others.
+#pragma once
+
+#include "Bytes.h"
+#include "ShellEscapes.h"
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class ShellScreen {
+public:
+    static constexpr std::size_t LONGEST_LINE = 1 << 14; // characters; a longer one goes on in a new line
+
+    struct Style { // colours are xterm's 256, -1 for the window's own
+        std::int16_t foreground = -1, background = -1;
+        bool bold = false, underline = false, inverse = false;
+        bool operator==(const Style&) const = default;
+    };
+    struct Line {
+        std::string text;          // the device's 8-bit characters
+        std::vector<Style> styles; // one a character; none at the end for those without a style
+        Style StyleAt(std::size_t column) const { return column < styles.size() ? styles[column] : Style{}; }
+    };
+    // Lines have numbers that last: the first one is 0, also when it is no longer kept.
+    struct Place {
+        std::int64_t line = 0;
+        std::size_t column = 0;
+        auto operator<=>(const Place&) const = default;
+    };
+    // Something to be told where the text has come so far; it isn't text.
+    struct Mark {
+        Place place;
+        std::string text;
+    };
+
+    // A single 0 changes nothing, any other is shown as a blank.
+    void Write(const ByteArray& block);
+    // After it no escape sequence is carried on; with `startsOver` no style either.
+    void AddMark(const std::string& text, bool startsOver);
+    // What cursor addresses count in: cells a line, lines.
+    void SetSize(std::size_t columns, std::size_t rows);
+    // Lines kept; 0 keeps every line.
+    void SetScrollBack(std::size_t lines);
+
+    std::int64_t FirstLine() const { return first_; }
+    std::int64_t EndLine() const { return first_ + std::int64_t(lines_.size()); } // one after the last
+    const Line& LineAt(std::int64_t number) const { return lines_[std::size_t(number - first_)]; }
+    std::span<const Mark> MarksOf(std::int64_t line) const;
+    Place Cursor() const { return cursor_; }
+    // The first line since the device cleared the screen; the lines above are kept, but out of view.
+    std::int64_t ClearedTo() const { return floor_; }
+    // The first line that has changed since this was asked last.
+    std::int64_t TakeChanged();
+    std::string Text() const; // a LF between two lines
+
+private:
+    using Sequence = shellEscapes::Sequence;
+    // What this block has added, for the rule of its backspaces.
+    struct Own {
+        std::size_t characters = 0;
+        bool returnIsLeft = false; // a backspace has taken the LF of a line end, the next one takes its CR
+        std::int64_t position = 0, lowest = 0;
+    };
+
+    void TakeCharacter(std::uint8_t character);
+    void Put(std::string_view text);
+    void PutWithin(std::string_view text);
+    void LineFeed();
+    void Return();
+    void RubOut();
+    bool DropLast(); // true for a line end
+    void Act(const Sequence& sequence);
+    void SetStyle(const Sequence& sequence);
+    std::size_t SetColour(const Sequence& sequence, std::size_t index);
+
+    void MoveTo(std::int64_t line, std::size_t column);
+    void EraseInLine(std::size_t which);
+    void EraseInScreen(std::size_t which);
+    void Clear();
+    void Insert(std::size_t count);
+    void Delete(std::size_t count);
+    void Blank(std::size_t from, std::size_t to);
+    void Paint(Line& line, std::size_t from, std::size_t to) const;
+
+    std::int64_t Top() const; // of what cursor addresses reach
+    Line& CursorLine();       // made if need be
+    Place End() const { return {EndLine() - 1, lines_.back().text.size()}; }
+    void Changed(std::int64_t line) { changed_ = std::min(changed_, line); }
+    void KeepMarksWithin();
+    void DropOldLines();
+
+    std::deque<Line> lines_ = std::deque<Line>(1);
+    std::vector<Mark> marks_; // in the order of their places
+    std::int64_t first_ = 0, floor_ = 0, changed_ = 0;
+    std::size_t columns_ = 80, rows_ = 25, scrollBack_ = 0;
+    shellEscapes::Parser parser_;
+    Own own_;
+    Place cursor_, saved_; // the saved one's line counts from Top()
+    Style style_;
+    bool addressed_ = false; // the cursor's line is a terminal's; else the cursor is at the end of all
+    bool returned_ = false;  // a CR has come that hasn't done anything yet
+};
