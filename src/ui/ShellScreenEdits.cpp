@@ -110,13 +110,17 @@ void ShellScreen::EraseInScreen(std::size_t which) {
     KeepMarksWithin();
 }
 
-// What was on the screen stays above it, so that a device can't take back what it has told.
+// What was on the screen stays above it, so that a device can't take back what it has told. Marks that nothing has
+// followed yet come along: a device that restarts often clears the screen first.
 void ShellScreen::Clear() {
     const std::int64_t row = cursor_.line - Top();
+    const Place before = End();
     Changed(EndLine() - 1);
     if (!lines_.back().text.empty())
         lines_.emplace_back();
     floor_ = EndLine() - 1;
+    for (auto mark = marks_.rbegin(); mark != marks_.rend() && mark->place == before; ++mark)
+        mark->place = End();
     cursor_.line = floor_ + row;
 }
 

@@ -209,7 +209,7 @@ void frmShell::setCurrentHandle(std::int32_t handle) {
     if (moves) {
         const BootloaderTarget* target = TargetOf(handle);
         bootloader_ = target != nullptr && target->Info.BootloaderVersion != 0;
-        absent_ = markedEarly_ = false;
+        absent_ = false;
         if (log_)
             OpenLog(); // each device has a log of its own
     }
@@ -326,8 +326,7 @@ void frmShell::BusWasReset() {
     if (isAbsent)
         return;
     bootloader_ = target->Info.BootloaderVersion != 0;
-    if (!std::exchange(markedEarly_, false))
-        Mark(restarted ? RESTARTED : "bus reset", restarted);
+    Mark(restarted ? RESTARTED : "bus reset", restarted);
 }
 
 void frmShell::CharactersLost(std::int32_t count) {
@@ -361,10 +360,6 @@ void frmShell::cmbDeviceDetails_Click() {
 bool frmShell::HasUsableNode() {
     const std::int16_t node = basBootloader::GetNodeNum(currentHandle_).NodeNum;
     const bool usable = currentHandle_ != 0 && node >= 0 && node <= LAST_NODE;
-    if (usable && std::exchange(absent_, false)) {
-        Mark(RESTARTED, true); // before the first text of its new start
-        markedEarly_ = true;
-    }
     if (usable != targetWasValid_)
         RefreshDeviceList();
     targetWasValid_ = usable;
@@ -394,6 +389,8 @@ void frmShell::ReadPasses() {
         if (pass > 0)
             platform::DoEvents(); // a flood leaves the other windows their turn
         if (unloaded() || currentHandle_ == 0)
+            return;
+        if (bas1394::globals.HandlingBusReset) // whose console it would be isn't known yet, nor where its mark belongs
             return;
         more = ReadOnce();
     }

@@ -105,7 +105,6 @@ private:
     std::int32_t currentHandle_ = 0;
     bool targetWasValid_ = false; // at the last tick
     bool absent_ = false;         // a finished bus reset left it without a node
-    bool markedEarly_ = false;    // a tick met it again before that bus reset was over
     bool bootloader_ = false;     // it ran its bootloader
     bool polling_ = false;        // a tick gives turns and must not run inside itself
     QString wanted_;              // text looked for last

@@ -192,7 +192,7 @@ void frmShell::mnuFind_Click() {
         return;
     wanted_ = QString::fromStdString(answer);
     if (!txtShell->Find(wanted_))
-        platform::CurrentDialogs().MessageBox(fmt::format("'{}' does not stand in this terminal.", answer), "Find");
+        platform::CurrentDialogs().MessageBox(fmt::format("'{}' was not found in this terminal.", answer), "Find");
 }
 
 void frmShell::mnuLogToFile_Click() {

@@ -147,9 +147,12 @@ TEST(ShellScreen, KeepsAMarkWhereItWasMadeAndOutOfTheText) {
     EXPECT_EQ(screen.MarksOf(1)[0].place.column, 1U);
     screen.SetScrollBack(1);
     EXPECT_EQ(screen.MarksOf(1).size(), 1U);
+    screen.AddMark("restarted", true);
+    screen.Write(Bytes("\x1b[2J"));
+    EXPECT_EQ(screen.MarksOf(2).size(), 1U); // still in view
     screen.Write(Bytes("\n"));
-    EXPECT_EQ(screen.FirstLine(), 2);
-    EXPECT_TRUE(screen.MarksOf(1).empty());
+    EXPECT_EQ(screen.FirstLine(), 3);
+    EXPECT_TRUE(screen.MarksOf(2).empty());
 }
 
 TEST(ShellRows, BreakALineAtItsWidthAndAtMarks) {

@@ -186,6 +186,11 @@ TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
     bas1394::ResetBus();
     Pass(3000);
     EXPECT_EQ(Marks(shell), "device restarted,bus reset,");
+    Enter("reset"); // into the application, which prints its greeting at once
+    EXPECT_TRUE(Screen(shell).ends_with("> ready\n> ")) << Screen(shell);
+    EXPECT_EQ(Marks(shell), "device restarted,bus reset,device restarted,");
+    const ShellScreen& screen = shell->txtShell->Screen();
+    EXPECT_EQ(screen.MarksOf(screen.EndLine() - 2).size(), 3U) << "not between prompt and greeting";
     EXPECT_NE(shell->cmbDeviceDetails->currentText().indexOf("GUID=00 0F 1B 00 00 00 00 01"), -1);
     EXPECT_TRUE(shell->mnuReset->isEnabled());
 }
