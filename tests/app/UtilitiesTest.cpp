@@ -5,7 +5,6 @@
 #include <fstream>
 
 using namespace basUtils;
-using platform::testing::TemporaryDirectory;
 
 namespace {
 
@@ -88,7 +87,7 @@ TEST(Texts, OfDatesFollowTheLettersOfTheirFormat) {
 }
 
 TEST(Files, GetANumberThatNoneHas) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.001.txt"));
     std::ofstream(folder.file("log.a.001.txt"));
     EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.002.txt"));
@@ -96,7 +95,7 @@ TEST(Files, GetANumberThatNoneHas) {
 }
 
 TEST(Files, AreReadWithOneZeroBehindThemOrUpToABoundAndShowTheirProgress) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     // Length of the file, bound, result, letters and zeros in the array.
     const std::array<int, 5> rows[] = {{0, 0, -1, 0, 1},          {1, 0, -1, 1, 1},      {2, 0, 1, 2, 1},
                                        {400000, 0, 1, 400000, 1}, {400, 100, 1, 101, 0}, {101, 100, 1, 101, 0},

@@ -123,12 +123,8 @@ TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
 
 TEST(UnattendedRun, WorksOnOneDeviceThatIsMeantAndNoOther) {
     constexpr const char* GONE = R"({"node": 1, "command": 15, "do": "unplug"})";
-    const struct {
-        std::string options;
-        std::vector<const char*> guids;
-        const char *faults, *message;
-        std::uint32_t loaded; // node, 9 for none
-    } rows[] = {
+    // The last is the node that is loaded, 9 for none.
+    const std::tuple<std::string, std::vector<const char*>, const char*, const char*, std::uint32_t> rows[] = {
         {"/D junk.twd", {}, "", "There are no targets on the 1394 bus that", 9},
         {"/D fw\\app.twd", {FIRST, SECOND}, "", "There are 2 targets on the 1394 bus that", 9},
         {"/D fw\\app.twd", {FIRST, SECOND}, GONE, DONE, 0},
@@ -141,18 +137,18 @@ TEST(UnattendedRun, WorksOnOneDeviceThatIsMeantAndNoOther) {
         {"/G 0011223344556677", {FIRST, FIRST}, "", "WriteGuid: there are 2 targets on the 1394 bus that", 9},
         {"/G 0011223344556677 /X 9", {FIRST}, "", "WriteGuid: failed to find a match for device '9' on the bus", 9},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.options + " " + row.message);
+    for (const auto& [options, guids, faults, message, loaded] : rows) {
+        SCOPED_TRACE(options + " " + message);
         std::vector<std::string> targets;
-        for (const char* guid : row.guids)
+        for (const char* guid : guids)
             targets.push_back(Target(guid, "bootloader"));
-        HeadlessProgram program(Bus(targets, row.faults));
+        HeadlessProgram program(Bus(targets, faults));
         WriteFiles(program);
-        ASSERT_TRUE(program.Run(row.options));
-        EXPECT_TRUE(program.Said(row.message));
-        EXPECT_EQ(program.Changes(), row.loaded == 9 ? "" : " 4 5 5 5 6 17");
+        ASSERT_TRUE(program.Run(options));
+        EXPECT_TRUE(program.Said(message));
+        EXPECT_EQ(program.Changes(), loaded == 9 ? "" : " 4 5 5 5 6 17");
         for (std::uint32_t node = 0; node < targets.size(); ++node)
-            EXPECT_EQ(program.Flash(node, "application"), node == row.loaded ? IMAGE : ByteArray()) << node;
+            EXPECT_EQ(program.Flash(node, "application"), node == loaded ? IMAGE : ByteArray()) << node;
     }
 }
 
@@ -201,9 +197,7 @@ TEST(UnattendedRun, OpensAFileAsItWasTyped) {
 }
 
 TEST(UnattendedRun, EndsInOrderOnASignalAndSaysWhatTheDeviceIsLeftWith) {
-    const struct {
-        const char *at, *mode, *options, *changes, *state;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
         {"BuildBootloaderDeviceList completed", "bootloader", "/D both.twd", "", "out.  No device was changed."},
         {"in application mode.", "application", "/D both.twd", " 2", "reset into its bootloader, nothing was written"},
         {"Initialized the Persistent", "bootloader", "/G 0011223344556677", " 12", "its GUID is not programmed yet."},
@@ -211,15 +205,15 @@ TEST(UnattendedRun, EndsInOrderOnASignalAndSaysWhatTheDeviceIsLeftWith) {
         {"progress loading 1024/2500", "bootloader", "/D both.twd", " 4 5 6", "and got 1024 of 2500 bytes"},
         {"progress checking 2500/2500", "bootloader", "/D both.twd", " 4 5 5 5 6", "load of the Config Data from '"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.at);
-        HeadlessProgram program(Bus({Target(FIRST, row.mode, R"(, "eraseMs": 5000)")}));
+    for (const auto& [at, mode, options, changes, state] : rows) {
+        SCOPED_TRACE(at);
+        HeadlessProgram program(Bus({Target(FIRST, mode, R"(, "eraseMs": 5000)")}));
         WriteFiles(program);
-        program.signalAt = row.at;
-        ASSERT_TRUE(program.Run(row.options, 30'000));
-        EXPECT_EQ(program.Changes(), row.changes);
+        program.signalAt = at;
+        ASSERT_TRUE(program.Run(options, 30'000));
+        EXPECT_EQ(program.Changes(), changes);
         const std::string status = program.Read("script-data/1394_write_status.txt");
-        const std::size_t line = status.find(row.state);
+        const std::size_t line = status.find(state);
         ASSERT_NE(line, std::string::npos) << status;
         EXPECT_LT(status.rfind('\n', line), status.rfind(", ERROR, ", line) + 1) << status; // npos + 1 is 0
     }

@@ -12,12 +12,7 @@ namespace {
 using DownloadCommands = OneTarget;
 
 TEST_F(DownloadCommands, TakeOnlyASensibleBlockSize) {
-    const struct {
-        const char* name;
-        Reply reply;
-        std::int32_t result, size;
-        const char* text;
-    } rows[] = {
+    const std::tuple<const char*, Reply, std::int32_t, std::int32_t, const char*> rows[] = {
         {"none", {Bytes("00 00 00 00")}, -1, 0, "MAX BLOCK SIZE = 0x 0x0 0x0 0x0 0x0!"},
         {"negative", {Bytes("FE FF FF FF")}, -1, 0, "MAX BLOCK SIZE = 0x 0xFE 0xFF 0xFF 0xFF!"},
         {"the largest", {Bytes("00 10 00 00")}, 1, 4096, ""},
@@ -25,24 +20,19 @@ TEST_F(DownloadCommands, TakeOnlyASensibleBlockSize) {
         {"no operand", {}, -1, 0, "DownloadStart failure: expected 4 operands, received 0"},
         {"ten operands", {.count = 10}, -1, 0, "DownloadStart failure: expected 4 operands, received 10"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        target.reply = row.reply;
+    for (const auto& [name, reply, result, expected, text] : rows) {
+        SCOPED_TRACE(name);
+        target.reply = reply;
         std::int32_t size = 0;
-        EXPECT_EQ(DownloadStart(HANDLE, {}, size), row.result);
-        EXPECT_EQ(row.result == 1 ? size : 0, row.size);
-        EXPECT_TRUE(Logged(row.text));
+        EXPECT_EQ(DownloadStart(HANDLE, {}, size), result);
+        EXPECT_EQ(result == 1 ? size : 0, expected);
+        EXPECT_TRUE(Logged(text));
     }
 }
 
 TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
     const ByteArray good = Bytes("05 00 00 00 00 00 00 00");
-    const struct {
-        const char* name;
-        std::int32_t block;
-        Reply reply;
-        std::int32_t result, polls;
-    } rows[] = {
+    const std::tuple<const char*, std::int32_t, Reply, std::int32_t, std::int32_t> rows[] = {
         {"good", 5, {good}, 1, 1},
         {"good at the last poll", 5, {.operands = good, .latePolls = 3}, 1, 4},
         {"too late", 5, {.operands = good, .latePolls = 4}, -102, 4},
@@ -54,9 +44,9 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         {"one operand", 0, {Bytes("00 00 00 00")}, -2, 4},
         {"a bus reset", 5, {.readResult = Code(0x80000001)}, -102, 4},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        target.reply = row.reply;
+    for (const auto& [name, block, reply, result, polls] : rows) {
+        SCOPED_TRACE(name);
+        target.reply = reply;
         library.transactions.clear();
         int turns = 0;
         bool underWay = true, locked = false;
@@ -74,12 +64,12 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         };
         const std::int64_t before = clock.Now();
         ByteArray payload(8);
-        EXPECT_EQ(DownloadBlock(HANDLE, row.block, 0, 8, payload), row.result);
-        EXPECT_EQ(std::ssize(library.transactions), 2 + row.polls);
+        EXPECT_EQ(DownloadBlock(HANDLE, block, 0, 8, payload), result);
+        EXPECT_EQ(std::ssize(library.transactions), 2 + polls);
         underWay = false;
         EXPECT_TRUE(locked) << "another program may come between";
-        EXPECT_EQ((clock.Now() - before) / 1'000'000, row.polls * 10 + (row.polls - 1) * 20);
-        EXPECT_EQ(turns, row.polls > 1) << "a turn between two polls";
+        EXPECT_EQ((clock.Now() - before) / 1'000'000, polls * 10 + (polls - 1) * 20);
+        EXPECT_EQ(turns, polls > 1) << "a turn between two polls";
         EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
         platform::DoEvents();
     }

@@ -95,10 +95,7 @@ TEST_F(Keys, EveryFailedTransactionEndsTheWork) {
 TEST_F(Keys, AnswersThatCanNotBeAreRefusedBeforeAnythingIsRead) {
     const auto words = [](std::vector<std::uint32_t> values) { return Reply{Quadlets(values, false)}; };
     // clang-format off
-    const struct {
-        Reply read, write;
-        const char *readText, *writeText;
-    } rows[] = {
+    const std::tuple<Reply, Reply, const char*, const char*> rows[] = {
         {words({0, 0}), words({0, 0}), "ReadKey failure: expected 4 operands, received 2", "WriteKey failure: expected 3 operands, received 2"},
         {words({0, 0, 0, 0}), words({0xAB, 3, 0}), "ReadKey: size of key data for key 'K' is 0!", "WriteKey failure: target indicates error code 0xAB"},
         {words({0, 0xFFFFFFFF, 4, 0}), words({0, 0xFFFFFFFF, 0}), "size of key data", "the target holds -1 bytes of key 'K', 3 were sent"},
@@ -109,17 +106,17 @@ TEST_F(Keys, AnswersThatCanNotBeAreRefusedBeforeAnythingIsRead) {
     };
     // clang-format on
     ByteArray data;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.readText);
+    for (const auto& [read, write, readText, writeText] : rows) {
+        SCOPED_TRACE(readText);
         library.transactions.clear();
-        target.reply = row.read;
+        target.reply = read;
         EXPECT_EQ(ReadKey(HANDLE, "K", data), -1);
         EXPECT_EQ(library.transactions.size(), 2u);
         EXPECT_TRUE(data.empty());
-        EXPECT_TRUE(Logged(row.readText));
-        target.reply = row.write;
+        EXPECT_TRUE(Logged(readText));
+        target.reply = write;
         EXPECT_EQ(WriteKey(HANDLE, "K", Bytes("61 62 63")), -1);
-        EXPECT_TRUE(Logged(row.writeText));
+        EXPECT_TRUE(Logged(writeText));
     }
     onRequest = [&, size = 100u]() mutable { target.reply = words({0, ++size, 1, 0}); };
     EXPECT_EQ(ReadKey(HANDLE, "K", data), -1) << "a size that runs ahead of what comes";

@@ -44,13 +44,7 @@ TEST_F(AsyncTransactions, AskTheLibraryForWholeQuadlets) {
 }
 
 TEST_F(AsyncTransactions, RefuseABadArgumentWithoutACall) {
-    const struct {
-        char kind;
-        std::int16_t node;
-        std::int32_t size;
-        std::uint8_t linkActive;
-        const char *driver, *log;
-    } rows[] = {
+    const std::tuple<char, std::int16_t, std::int32_t, std::uint8_t, const char*, const char*> rows[] = {
         {'R', -1, 4, 1, "vdev", ""},
         {'R', 63, 4, 1, "vdev", ""},
         {'W', 64, 4, 1, "vdev", ""},
@@ -64,15 +58,15 @@ TEST_F(AsyncTransactions, RefuseABadArgumentWithoutACall) {
         {'R', 5, 4, 1, "", "11 AsyncReadWrapperVB: Unknown Driver error.  Exiting abnormally."},
         {'W', 5, 4, 1, "", "11 AsyncWriteWrapperVB: Unknown Driver error.  Exiting abnormally."},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.kind << row.node << " " << row.log);
+    for (const auto& [kind, node, size, linkActive, driver, words] : rows) {
+        SCOPED_TRACE(testing::Message() << kind << node << " " << words);
         log.clear();
-        record().NodeNum = row.node;
-        record().SelfId.LinkActive = row.linkActive;
-        record().Driver = row.driver;
-        EXPECT_EQ(row.kind == 'R' ? Read(row.size, false) : Write(static_cast<std::size_t>(row.size)), -1);
-        EXPECT_EQ(log.size(), *row.log ? 1u : 0u);
-        EXPECT_EQ(CountLogged(row.log), log.size());
+        record().NodeNum = node;
+        record().SelfId.LinkActive = linkActive;
+        record().Driver = driver;
+        EXPECT_EQ(kind == 'R' ? Read(size, false) : Write(static_cast<std::size_t>(size)), -1);
+        EXPECT_EQ(log.size(), *words ? 1u : 0u);
+        EXPECT_EQ(CountLogged(words), log.size());
     }
     EXPECT_TRUE(library.transactions.empty());
 }

@@ -163,12 +163,8 @@ TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
 }
 
 TEST_F(ConfigRomReader, DecodesALeafAsFarAsItReaches) {
-    const struct {
-        std::uint32_t key; // type and value
-        Words leaf;        // behind its header
-        Numbers fields;
-        const char* text;
-    } rows[] = {
+    // Type and value of the key, what follows the header of the leaf.
+    const std::tuple<std::uint32_t, Words, Numbers, const char*> rows[] = {
         {0x81, {0x01ABCDEF}, {1, 0, 0, 0, 0}, ""},
         {0x81, {0x12345678, 0x9ABC8DEF}, {0x12, 0x345678, 9, 0xABC, -0x7211}, ""},
         {0x81, {0, 0, 0x00414243}, {0, 0, 0, 0, 0}, ""},
@@ -176,15 +172,15 @@ TEST_F(ConfigRomReader, DecodesALeafAsFarAsItReaches) {
         {0x81, {0, 0, 0x54E97A80}, {0, 0, 0, 0, 0}, "Téz€"},
         {0x82, {0, 0, 0x54610000}, {0, 0, 0, 0, 0}, ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        Words tree = {0x00010000, row.key << 24 | 1, static_cast<std::uint32_t>(row.leaf.size()) << 16};
-        tree.insert(tree.end(), row.leaf.begin(), row.leaf.end());
+    for (const auto& [key, content, fields, text] : rows) {
+        SCOPED_TRACE(text);
+        Words tree = {0x00010000, key << 24 | 1, static_cast<std::uint32_t>(content.size()) << 16};
+        tree.insert(tree.end(), content.begin(), content.end());
         EXPECT_EQ(ReadTree(tree), 1);
         const ConfigRomLeaf& leaf = root().Leaves[0];
         EXPECT_EQ((Numbers{leaf.DescriptorType, leaf.SpecifierID, leaf.width, leaf.CharacterSet, leaf.Language}),
-                  row.fields);
-        EXPECT_EQ(leaf.Text, row.text);
+                  fields);
+        EXPECT_EQ(leaf.Text, text);
     }
 }
 

@@ -126,13 +126,7 @@ TEST_F(ConfigRomText, NamesTheValueOfEveryKey) {
 TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {
     const std::string inDirectory = "in FormatConfigRomDirectoryApple", failed = "ERROR: Failed call to Format";
     auto& directories = rom.Directories;
-    const struct {
-        const char* name;
-        std::function<void()> given;
-        std::int32_t result;
-        std::size_t rows;
-        std::string log;
-    } rows[] = {
+    const std::tuple<const char*, std::function<void()>, std::int32_t, std::size_t, std::string> rows[] = {
         {"no bus info block", [&] { rom.info_len = 0; }, -1, 0, "ERROR: Invalid config rom in FormatConfigRomApple!"},
         {"a cut bus info block", [&] { rom.RawData.resize(10); }, 1, 12 - 3, "in FormatConfigRomBusInfoBlockApple"},
         {"no root directory", [&] { directories[0].RawData.resize(3); }, -1, 7, failed + "ConfigRomDirectoryApple in "},
@@ -142,13 +136,13 @@ TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {
         {"no list of children", [&] { directories[0].Children.clear(); }, 1, 12 - 2, inDirectory},
         {"more entries than bytes", [&] { directories[1].Entries.resize(3); }, 1, 12, inDirectory},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, given, result, count, words] : rows) {
+        SCOPED_TRACE(name);
         ReadTree({0x00020000, 0xD1000002, 0x03000F1B, 0x00010000, 0x17000003});
-        row.given();
-        EXPECT_EQ(Format(), row.result);
-        EXPECT_EQ(tree.Rows.size(), row.rows);
-        EXPECT_TRUE(Logged(row.log)) << testing::PrintToString(log);
+        given();
+        EXPECT_EQ(Format(), result);
+        EXPECT_EQ(tree.Rows.size(), count);
+        EXPECT_TRUE(Logged(words)) << testing::PrintToString(log);
     }
 }
 

@@ -7,24 +7,14 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <sys/file.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-using platform::testing::TemporaryDirectory;
-
-unsigned ModeOf(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
-}
-
 TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     for (const char* name : {"b.TWD", "a[1].twd", "noend", "abcabd"})
         platform::WriteFileAtomically(folder.file(name), TextBytes("12345"));
     platform::MakeDirectories(folder.file("Sub/Deep"));
@@ -44,7 +34,7 @@ TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
 }
 
 TEST(Files, HaveEachLineOnDiskInTheCodePageAtOnceOrFailWithTheClassicNumbers) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     platform::OutputFile output(folder.file("file"));
     output.WriteLine("Gr\xC3\xBC\xC3\x9F x");
     EXPECT_EQ(platform::ReadWholeFile(folder.file("file")), TextBytes("Gr\xFC\xDF x\r\n"));
@@ -59,7 +49,7 @@ TEST(Files, HaveEachLineOnDiskInTheCodePageAtOnceOrFailWithTheClassicNumbers) {
 
 // Without a reader or writer at the other end a plain open would wait for ever.
 TEST(Files, AreNeverPipesOrDevices) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     const std::string pipe = folder.file("pipe"), file = folder.file("file");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     platform::WriteFileAtomically(file, TextBytes("x"));
@@ -75,7 +65,7 @@ TEST(Files, AreNeverPipesOrDevices) {
 }
 
 TEST(ReplacingAFile, KeepsItsModeAndLeavesItAloneOnAFailure) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     const std::string source = folder.file("Source"), target = folder.file("Target");
     platform::WriteFileAtomically(source, TextBytes("new"));
     platform::WriteFileAtomically(target, TextBytes("old and longer"));
@@ -94,13 +84,13 @@ TEST(ReplacingAFile, KeepsItsModeAndLeavesItAloneOnAFailure) {
     EXPECT_EQ(platform::ReadWholeFile(target), TextBytes("old and longer"));
     platform::CopyFile(source, folder.file("target"));
     EXPECT_EQ(platform::ReadWholeFile(target), TextBytes("new"));
-    EXPECT_EQ(ModeOf(target), 0640u);
+    EXPECT_EQ(folder.Status("Target").st_mode & 0777, 0640u);
     const std::filesystem::directory_iterator files(folder.path());
     EXPECT_EQ(std::distance(begin(files), end(files)), 2); // no draft stays behind
 }
 
 TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     const std::string kept = folder.file("kept"), own = folder.file("own"), second = folder.file("second");
     const auto draft = [&](int i) { return folder.file(fmt::format(".hoistline-{}-{}.new", getpid(), i)); };
     platform::WriteFileAtomically(kept, TextBytes("kept")); // the folder counts as cleared from here on
@@ -120,7 +110,7 @@ TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
     EXPECT_FALSE(std::filesystem::exists(folder.file("victim")));
     EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("by the link"));
 
-    const TemporaryDirectory killed;
+    const TestFolder killed;
     std::ofstream(killed.file(".hoistline-1-0.new")) << "half";
     std::ofstream(killed.file("model.txt.new1")) << "the user's";
     std::ofstream(killed.file(".hoistline-2-0.new")) << "being written";
@@ -137,21 +127,17 @@ TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
 TEST(ReplacingAFile, LeavesItToItsOwnerAndRefusesTheLinkOfAnother) {
     if (geteuid() != 0)
         GTEST_SKIP();
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     constexpr uid_t OTHER = 65534;
-    const auto ownerOf = [&](const std::string& name) {
-        struct stat status {};
-        return stat(folder.file(name).c_str(), &status) == 0 ? status.st_uid : 0;
-    };
     platform::WriteFileAtomically(folder.file("roots"), TextBytes("root's"));
     ASSERT_EQ(chown(folder.path().c_str(), OTHER, OTHER), 0);
     platform::WriteFileAtomically(folder.file("new"), {});
     platform::OutputFile(folder.file("line"));
     platform::MakeDirectories(folder.file("deep/deeper"));
     for (const char* name : {"new", "line", "deep", "deep/deeper"})
-        EXPECT_EQ(ownerOf(name), OTHER) << name;
+        EXPECT_EQ(folder.Status(name).st_uid, OTHER) << name;
     platform::WriteFileAtomically(folder.file("new"), TextBytes("again"));
-    EXPECT_EQ(ownerOf("new"), OTHER);
+    EXPECT_EQ(folder.Status("new").st_uid, OTHER);
     std::filesystem::create_symlink("roots", folder.file("link"));
     ASSERT_EQ(lchown(folder.file("link").c_str(), OTHER, OTHER), 0);
     EXPECT_EQ(FailureOf([&] { platform::WriteFileAtomically(folder.file("link"), {}); }), 70);

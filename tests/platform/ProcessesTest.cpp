@@ -3,7 +3,6 @@
 
 namespace {
 
-using platform::testing::TemporaryDirectory;
 using Arguments = std::vector<std::string>;
 
 // Runs on the real clock: the children are real.
@@ -32,7 +31,7 @@ TEST(CommandTexts, BecomeAProgramAndItsArguments) {
 }
 
 TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     EXPECT_EQ(ExitCodeOf("sh -c \"exit 7\""), 7u);
     EXPECT_EQ(ExitCodeOf("sh -c \"kill -9 $$\""), 137u);
     EXPECT_EQ(ExitCodeOf("cmd /c mkdir " + folder.file("a\\b c")), 0u);
@@ -49,7 +48,7 @@ TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
 }
 
 TEST(Commands, DoNotInheritALock) {
-    const TemporaryDirectory folder;
+    const TestFolder folder;
     const Variable place("XDG_RUNTIME_DIR", folder.path());
     const platform::Handle mutex = platform::CreateMutexA(true, "held");
     EXPECT_EQ(ExitCodeOf("sh -c \"ls -l /proc/self/fd /proc/$PPID/fd | grep -c 'held.*lock' | grep -qx 1\""), 0u);

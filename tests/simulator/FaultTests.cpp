@@ -5,32 +5,29 @@ namespace {
 
 TEST_F(SimulatedBus, AFaultHitsTheTransactionsThatItCounts) {
     const auto timedOut = int32_t(0x80000102), reset = int32_t(0x80000001), gone = int32_t(0x80000017);
-    const struct {
-        const char* fault;
-        std::vector<int32_t> results; // of five reads of the registers
-        std::size_t notices = 0;
-    } rows[] = {
-        {R"({"operation": "read", "skip": 1, "count": 2, "result": "0x80000102"})", {1, timedOut, timedOut, 1, 1}},
-        {R"({"node": 0, "afterTransactions": 3, "result": 121})", {1, 1, 1, 121, 1}},
-        {R"({"operation": "write", "result": 121})", {1, 1, 1, 1, 1}},
-        {R"({"address": "0xffffc8029000", "result": 121})", {1, 1, 1, 1, 1}},
-        {R"({"node": 1, "result": 121})", {1, 1, 1, 1, 1}},
+    // The results of five reads of the registers, and the number of notices.
+    const std::tuple<const char*, std::vector<int32_t>, std::size_t> rows[] = {
+        {R"({"operation": "read", "skip": 1, "count": 2, "result": "0x80000102"})", {1, timedOut, timedOut, 1, 1}, 0},
+        {R"({"node": 0, "afterTransactions": 3, "result": 121})", {1, 1, 1, 121, 1}, 0},
+        {R"({"operation": "write", "result": 121})", {1, 1, 1, 1, 1}, 0},
+        {R"({"address": "0xffffc8029000", "result": 121})", {1, 1, 1, 1, 1}, 0},
+        {R"({"node": 1, "result": 121})", {1, 1, 1, 1, 1}, 0},
         {R"({"afterTransactions": 2, "do": "busReset"})", {1, 1, 1, 1, 1}, 1},
         {R"({"node": 0, "skip": 1, "do": "busReset"})", {1, reset, 1, 1, 1}, 1},
-        {R"({"node": 0, "do": "silence"})", {121, 1, 1, 1, 1}},
+        {R"({"node": 0, "do": "silence"})", {121, 1, 1, 1, 1}, 0},
         {R"({"node": 0, "afterTransactions": 1, "do": "unplug"}, {"node": 0, "afterTransactions": 3, "do": "plug"})",
          {1, gone, gone, 1, 1},
          2},
         {R"({"node": 0, "operation": "read", "skip": 1, "do": "unplug"})", {1, reset, gone, gone, gone}, 1},
     };
-    for (const auto& row : rows) {
-        Describe(WithFault(row.fault));
+    for (const auto& [fault, expected, count] : rows) {
+        Describe(WithFault(fault));
         std::vector<int32_t> results;
         Bytes data;
         for (int i = 0; i < 5; ++i)
             results.push_back(Read(0, 0xFFFFC8020000, 12, data));
-        EXPECT_EQ(results, row.results) << row.fault;
-        EXPECT_EQ(notices.size(), row.notices) << row.fault;
+        EXPECT_EQ(results, expected) << fault;
+        EXPECT_EQ(notices.size(), count) << fault;
     }
 }
 

@@ -5,11 +5,7 @@
 #include "PlatformTest.h"
 #include "ScriptedMail.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -122,11 +118,7 @@ TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
 // A program with another lock folder may open the file at any moment, and a run as root must leave
 // it to its owner: so it is the same file afterwards, and not even changed under another program.
 TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNobodyElseHasItOpen) {
-    const auto file = [this] {
-        struct stat status {};
-        stat(live.c_str(), &status);
-        return status;
-    };
+    const auto file = [this] { return folder.Status("it's here/db1.mdb"); };
     chmod(live.c_str(), 0640);
     const auto fill = [](platform::Database& database) {
         database.Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 900) INSERT INTO "

@@ -4,7 +4,7 @@
 #include "ManualWindowSystem.h"
 #include "Paths.h"
 #include "ScriptedDialogs.h"
-#include "TemporaryDirectory.h"
+#include "TestFolder.h"
 #include "VirtualClock.h"
 #include "basApp.h"
 
@@ -31,7 +31,7 @@ protected:
     }
     bool Logged(const std::string& part) const { return part.empty() || CountLogged(part) > 0; }
 
-    platform::testing::TemporaryDirectory folder;
+    TestFolder folder;
     platform::testing::VirtualClock clock;
     platform::testing::ManualWindowSystem windowSystem;
     platform::testing::ScriptedDialogs dialogs;

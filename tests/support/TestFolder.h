@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/stat.h>
 
 struct TestFolder : platform::testing::TemporaryDirectory {
     // With the folders above it.
@@ -17,5 +18,10 @@ struct TestFolder : platform::testing::TemporaryDirectory {
     std::string Content(const std::string& name) const {
         std::ifstream stream(file(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    struct stat Status(const std::string& name) const {
+        struct stat status {};
+        stat(file(name).c_str(), &status);
+        return status;
     }
 };
