@@ -10,6 +10,8 @@
 #include <QSignalBlocker>
 #include <QStorageInfo>
 
+#include <algorithm>
+
 void DriveListBox::Fill() {
     addItem("Home", QDir::homePath());
     for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
@@ -79,6 +81,7 @@ FileListBox::FileListBox(QWidget* parent) : KeepsItsRow(parent) {
     setRootIsDecorated(false);
     setUniformRowHeights(true);
     header()->setSectionsClickable(true);
+    header()->setStretchLastSection(false); // it never gets narrower than it was made
     header()->setSortIndicatorShown(true);
 }
 
@@ -109,4 +112,15 @@ void FileListBox::paintEvent(QPaintEvent* event) {
     QPainter painter(viewport());
     painter.setPen(palette().color(QPalette::PlaceholderText));
     painter.drawText(viewport()->rect().adjusted(margin, 0, -margin, 0), Qt::AlignCenter | Qt::TextWordWrap, hint_);
+}
+
+// A half of the width, a quarter and the rest; the time is never cut, though, nor pushed out of the list.
+void FileListBox::resizeEvent(QResizeEvent* event) {
+    KeepsItsRow::resizeEvent(event);
+    const int space = viewport()->width();
+    const int time = std::max(width() / 4, WidthFor("2026-12-28 20:58:38 (local)")); // the longest form
+    const int name = std::min(width() / 2, space - time - WidthFor("9999 kB"));
+    setColumnWidth(FILENAME, name);
+    setColumnWidth(UPDATED, time);
+    setColumnWidth(SIZE, space - time - name);
 }

@@ -40,6 +40,7 @@ private:
 class FileListBox : public KeepsItsRow<QTreeWidget> {
     Q_OBJECT
 public:
+    enum Column { FILENAME, UPDATED, SIZE };
     explicit FileListBox(QWidget* parent);
     void setHint(const QString& hint);
     QString hint() const { return hint_; }
@@ -49,6 +50,7 @@ public:
 protected:
     void focusInEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QString hint_;

@@ -98,7 +98,7 @@ std::string Phase(const DownloadProgress& progress, std::int32_t sentAgain, bool
     return {};
 }
 
-std::string Bar(const DownloadProgress& progress, double elapsedMilliseconds) {
+std::string Bar(const DownloadProgress& progress, double elapsedMilliseconds, bool failed) {
     using Step = DownloadProgress::Step;
     switch (progress.step) {
     case Step::Reading:
@@ -106,7 +106,7 @@ std::string Bar(const DownloadProgress& progress, double elapsedMilliseconds) {
     case Step::Erasing:
         return "erasing flash" + Seconds(elapsedMilliseconds);
     case Step::Checking:
-        return "checking" + Seconds(elapsedMilliseconds);
+        return (failed ? "ending" : "checking") + Seconds(elapsedMilliseconds);
     default:
         break;
     }

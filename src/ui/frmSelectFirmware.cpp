@@ -146,10 +146,8 @@ void frmSelectFirmware::closeEvent(QCloseEvent* event) {
 }
 
 void frmSelectFirmware::Form_Resize() {
-    if (!layout_)
-        return;
-    layout_->ResizeForm();
-    ShareColumns();
+    if (layout_)
+        layout_->ResizeForm();
 }
 
 void frmSelectFirmware::Status(const std::string& text) {

@@ -72,7 +72,6 @@ private:
     void Dir1_Change();
     void AddFilesOf(const char* pattern);
     void OpenPath(QString path);
-    void ShareColumns();
     void ListView1_ColumnClick(int column);
     void ListView1_DblClick();
     void Status(const std::string& text);

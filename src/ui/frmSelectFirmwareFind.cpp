@@ -13,17 +13,15 @@
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
-#include <QScrollBar>
 #include <QUrl>
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace {
 
-enum Column { FILENAME, UPDATED, SIZE };
+using enum FileListBox::Column;
 constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, where its text isn't
 
 class FileItem : public QTreeWidgetItem {
@@ -191,16 +189,6 @@ void frmSelectFirmware::OpenPath(QString path) {
         return Detail(fmt::format("'{}' is neither a folder nor a package file (*.twd, *.bin).", path.toStdString()));
     }
     ListView1->setFocus();
-}
-
-// A half of the width, a quarter and the rest; the time is never cut, though, nor pushed out of the list.
-void frmSelectFirmware::ShareColumns() {
-    const int width = ListView1->width();
-    const int time = std::max(width / 4, ListView1->WidthFor("2026-12-28 20:58:38 (local)")); // the longest form
-    const int others = time + ListView1->WidthFor("9999 kB") + 2 * ListView1->frameWidth() +
-                       ListView1->verticalScrollBar()->sizeHint().width();
-    ListView1->setColumnWidth(FILENAME, std::min(width / 2, width - others));
-    ListView1->setColumnWidth(UPDATED, time);
 }
 
 void frmSelectFirmware::ListView1_ColumnClick(int column) {

@@ -218,7 +218,8 @@ bool frmSelectFirmware::IsProgressDue(const DownloadProgress& progress) {
 
 // The bar's text by the time that has passed in the present step.
 void frmSelectFirmware::ShowBar() {
-    pgbReadFile->setFormat(Q(loadText::Bar(progress_, MillisecondsSince(stepStart_))));
+    const bool failed = failure_.stage != DownloadFailure::Stage::None;
+    pgbReadFile->setFormat(Q(loadText::Bar(progress_, MillisecondsSince(stepStart_), failed)));
 }
 
 // A retried block's message gives way to the line before it as soon as the block is through: the load goes on.

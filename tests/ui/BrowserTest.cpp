@@ -6,6 +6,7 @@
 #include "frmSelectFirmware.h"
 
 #include <QDropEvent>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QStandardItemModel>
@@ -316,6 +317,8 @@ TEST_F(Browser, OpensWhatIsTypedPastedOrDropped) {
     EXPECT_EQ(type("file://" + folder + "/both.twd"), 2);
     EXPECT_TRUE(browser->cmdLoadSelected->isEnabled());
     EXPECT_GE(browser->ListView1->columnWidth(1), browser->ListView1->WidthFor("2026-12-28 20:58:38 (local)"));
+    EXPECT_EQ(browser->ListView1->header()->length(), browser->ListView1->viewport()->width())
+        << "nothing to scroll to";
 }
 
 // Folders come from the disk late, above the one that was opened: it stays in view until somebody scrolls.

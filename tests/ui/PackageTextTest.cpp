@@ -106,9 +106,10 @@ TEST_F(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
 TEST(LoadText, NamesPhaseAndCause) {
     using P = basBootloader::DownloadProgress;
     using S = basBootloader::DownloadFailure::Stage;
-    EXPECT_EQ(loadText::Bar({P::Step::Loading, 65536, 131072}, 1000), "65536 of 131072 bytes, 65.5 kB/s, 1 s left");
-    EXPECT_EQ(loadText::Bar({P::Step::Loading, 0, 131072}, 0), "0 of 131072 bytes");
-    EXPECT_EQ(loadText::Bar({P::Step::Erasing, 0, 131072}, 3100), "erasing flash, 3 s");
+    EXPECT_EQ(loadText::Bar({P::Step::Loading, 65536, 131072}, 1000, false),
+              "65536 of 131072 bytes, 65.5 kB/s, 1 s left");
+    EXPECT_EQ(loadText::Bar({P::Step::Loading, 0, 131072}, 0, false), "0 of 131072 bytes");
+    EXPECT_EQ(loadText::Bar({P::Step::Erasing, 0, 131072}, 3100, false), "erasing flash, 3 s");
     const auto phase = [](P::Step step, std::int32_t tries, std::int32_t sentAgain, bool failed) {
         return loadText::Phase({step, 0, 1, tries}, sentAgain, failed);
     };
