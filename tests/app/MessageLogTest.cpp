@@ -1,5 +1,4 @@
 #include "AppTest.h"
-#include "Failure.h"
 
 namespace {
 
@@ -32,17 +31,10 @@ using Reached = std::vector<std::string>;
 } // namespace
 
 TEST(Messages, HaveALevelByTheFirstWordOfTheSearchAndATime) {
-    const std::pair<const char*, std::int32_t> rows[] = {{"11", 11},
-                                                         {"some error here", 11},
-                                                         {"ERROR DETAIL", 1},
-                                                         {"watch", 9},
-                                                         {"DLL DEBUG SPEW", 13},
-                                                         {"NONE", 17},
-                                                         {"USER FATAL", 15},
-                                                         {"", 5},
-                                                         {"-3", 5},
-                                                         {"99999999999", 2147483647}};
-    for (const auto& [text, number] : rows)
+    using Row = std::pair<const char*, std::int32_t>;
+    for (const auto& [text, number] :
+         {Row{"11", 11}, Row{"some error here", 11}, Row{"ERROR DETAIL", 1}, Row{"watch", 9}, Row{"DLL DEBUG SPEW", 13},
+          Row{"NONE", 17}, Row{"USER FATAL", 15}, Row{"", 5}, Row{"-3", 5}, Row{"99999999999", 2147483647}})
         EXPECT_EQ(basDebug::GetLevelNumber(text), number) << text;
     EXPECT_EQ(basDebug::GetLevelName(13), "USER");
     EXPECT_EQ(basDebug::GetLevelName(12), "unknown");

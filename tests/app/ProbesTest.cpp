@@ -1,10 +1,6 @@
 #include "AppTest.h"
-#include "Failure.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-
-#include <fstream>
 
 namespace {
 

@@ -1,10 +1,8 @@
 #include "AppTest.h"
-#include "Failure.h"
 #include "Files.h"
 #include "SingleInstance.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 
 using basApp::globals;
@@ -19,16 +17,13 @@ class StartUp : public AppTest {
 protected:
     StartUp() {
         setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); // the instance of a test is its own
-        const auto step = [this](const char* name) { return [this, name] { steps.emplace_back(name); }; };
-        hooks.createStore = step("store");
-        hooks.initializeTargetList = step("targets");
-        hooks.prepareNodeTable = step("nodes");
-        hooks.requestFirstEnumeration = step("enumerate");
-        hooks.focusMainWindow = step("focus");
-        hooks.terminateTargetList = step("targets gone");
-        hooks.unloadLibrary = step("library gone");
-        hooks.releaseStore = step("store gone");
-        hooks.endProgram = step("end");
+        for (const auto& [hook, name] :
+             {std::pair{&hooks.createStore, "store"}, std::pair{&hooks.initializeTargetList, "targets"},
+              std::pair{&hooks.prepareNodeTable, "nodes"}, std::pair{&hooks.requestFirstEnumeration, "enumerate"},
+              std::pair{&hooks.focusMainWindow, "focus"}, std::pair{&hooks.terminateTargetList, "targets gone"},
+              std::pair{&hooks.unloadLibrary, "library gone"}, std::pair{&hooks.releaseStore, "store gone"},
+              std::pair{&hooks.endProgram, "end"}})
+            *hook = [this, name = name] { steps.emplace_back(name); };
         const auto answer = [this](const char* name, auto& result) {
             return [this, name, &result](auto&&...) { return steps.emplace_back(name), result; };
         };

@@ -2,8 +2,6 @@
 #include "basApp.h"
 #include "basUtils.h"
 
-#include <fstream>
-
 using namespace basUtils;
 
 namespace {

@@ -5,8 +5,6 @@
 #include "basAutomation.h"
 #include "basUtils.h"
 
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <ranges>
 #include <regex>

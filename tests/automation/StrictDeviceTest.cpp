@@ -1,6 +1,6 @@
 // The program and devices that do no more for a host than they must: the layers below the windows on a simulated bus.
 #include "HeadlessProgram.h"
-
+#include "LibrarySeam.h"
 #include "basBootloader.h"
 
 #include <gtest/gtest.h>
@@ -75,9 +75,7 @@ TEST_F(StrictDevice, UnderTheDebuggerIsKnownByItsLateAnswer) {
     Start({R"({"kind": "debugger"})", R"({"kind": "device"})"});
     for (const std::int16_t node : {std::int16_t(0), std::int16_t(1)}) {
         Device device; // a node with a minimal ROM isn't kept in the table
-        device.Driver = "vdev";
-        device.NodeNum = node;
-        device.SelfId.LinkActive = 1;
+        MakePresent(device, node);
         device.ConfigRom.RawData = {1, 0, 0x0A, 0x27, 0};
         EXPECT_EQ(CheckForDebugger(device), node == 0);
     }

@@ -13,12 +13,11 @@ using Host = LibraryTest;
 TEST_F(Host, TakesAnAddressFromItsText) {
     std::size_t complaints = 0;
     basApp::hooks.writeStatusFileLine = [&](std::string_view) { ++complaints; };
-    const std::tuple<const char*, std::int32_t, Address1394> rows[] = {{"0xffffc8029000", 1, {0xFFFF, 0xC8029000}},
-                                                                       {"FFFF C802 9000", 1, {0xFFFF, 0xC8029000}},
-                                                                       {"0xC8029000", 1, {0, 0xC8029000}},
-                                                                       {"0x1234567", 1, {0, 0x1234567}},
-                                                                       {"0x1FFFFC8029000", -1, {1, 1}}};
-    for (const auto& [text, result, expected] : rows) {
+    using Row = std::tuple<const char*, std::int32_t, Address1394>;
+    for (const auto& [text, result, expected] :
+         {Row{"0xffffc8029000", 1, {0xFFFF, 0xC8029000}}, Row{"FFFF C802 9000", 1, {0xFFFF, 0xC8029000}},
+          Row{"0xC8029000", 1, {0, 0xC8029000}}, Row{"0x1234567", 1, {0, 0x1234567}},
+          Row{"0x1FFFFC8029000", -1, {1, 1}}}) {
         Address1394 address{1, 1};
         EXPECT_EQ(StringToAddress(text, address), result) << text;
         EXPECT_EQ(address, expected) << text;

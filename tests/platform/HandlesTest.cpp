@@ -5,8 +5,6 @@
 #include "VirtualClock.h"
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,8 +1,6 @@
 #include "Mail.h"
 #include "PlatformTest.h"
 
-#include <filesystem>
-
 namespace {
 
 // A stand-in for the desktop's composer writes down each argument and ends in a given way.
