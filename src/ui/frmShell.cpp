@@ -1,6 +1,5 @@
 #include "frmShell.h"
 
-#include "Clock.h"
 #include "CodePage.h"
 #include "Controls.h"
 #include "Guarded.h"
@@ -30,7 +29,6 @@ constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
 constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
 constexpr std::uint8_t PASTE = 22; // Control V
-constexpr const char* RESTARTED = "device restarted";
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
@@ -49,11 +47,6 @@ QPixmap Lamp(const QColor& colour) {
     painter.setBrush(colour);
     painter.drawEllipse(3, 3, 14, 14);
     return picture;
-}
-
-BootloaderTarget* TargetOf(std::int32_t handle) {
-    const std::int32_t index = basBootloader::GetDeviceIndex(handle);
-    return index < 0 ? nullptr : &basBootloader::globals.TargetList[std::size_t(index)];
 }
 
 bool IsNothing(const ByteArray& bytes) {
@@ -276,65 +269,6 @@ void frmShell::RefreshDeviceList() {
     ShowHistory(target->Shell);
 }
 
-void frmShell::ShowHistory(const ShellStore& store) {
-    const std::vector<ByteArray> pieces = store.History();
-    std::uint64_t at = store.Printed;
-    for (const ByteArray& piece : pieces)
-        at -= piece.size();
-    auto mark = std::find_if(store.Marks.begin(), store.Marks.end(), [at](const ShellMark& m) { return m.At >= at; });
-    for (const ByteArray& piece : pieces) {
-        std::ptrdiff_t shown = 0;
-        for (; mark != store.Marks.end() && mark->At < at + piece.size(); ++mark) {
-            const auto end = std::ptrdiff_t(mark->At - at);
-            txtShell->ShowOutput({piece.begin() + shown, piece.begin() + end});
-            txtShell->ShowMark(mark->Text, mark->StartsOver);
-            shown = end;
-        }
-        txtShell->ShowOutput({piece.begin() + shown, piece.end()});
-        at += piece.size();
-    }
-    for (; mark != store.Marks.end(); ++mark)
-        txtShell->ShowMark(mark->Text, mark->StartsOver);
-}
-
-// Not once more when nothing was printed since: a restart alone may take several bus resets.
-void frmShell::Mark(const std::string& what, bool startsOver) {
-    BootloaderTarget* target = TargetOf(currentHandle_);
-    if (target == nullptr)
-        return;
-    ShellStore& store = target->Shell;
-    const bool again = !store.Marks.empty() && store.Marks.back().At == store.Printed &&
-                       store.Marks.back().Text.starts_with(what + ",");
-    if (again)
-        return;
-    if (startsOver)
-        ToLog([&](ShellLog& log) { log.Mark(what); });
-    store.AddMark(fmt::format("{}, {}", what, basUtils::FormatSystemTime(platform::GetLocalTime(), "hh:nn:ss")),
-                  startsOver);
-    txtShell->ShowMark(store.Marks.back().Text, startsOver);
-}
-
-void frmShell::BusWasReset() {
-    ToLog([](ShellLog& log) { log.Mark("bus reset"); });
-    ShowTargets();
-    const BootloaderTarget* target = TargetOf(currentHandle_);
-    if (target == nullptr)
-        return;
-    const bool isAbsent = target->Device.NodeNum > LAST_NODE;
-    const bool restarted = !isAbsent && (absent_ || bootloader_ != (target->Info.BootloaderVersion != 0));
-    absent_ = isAbsent;
-    if (isAbsent)
-        return;
-    bootloader_ = target->Info.BootloaderVersion != 0;
-    Mark(restarted ? RESTARTED : "bus reset", restarted);
-}
-
-void frmShell::CharactersLost(std::int32_t count) {
-    const std::string what = fmt::format("{} characters lost", count);
-    ToLog([&](ShellLog& log) { log.Mark(what); });
-    Mark(what, false);
-}
-
 void frmShell::cmbDeviceDetails_Click() {
     const auto choose = [this] {
         basDebug::Display(MODULE, LEVEL_TRACE, "cmbDeviceDetails_Click");
@@ -413,17 +347,6 @@ bool frmShell::ReadOnce() {
     if (BootloaderTarget* target = TargetOf(handle))
         target->Shell.Append(bytes);
     return bytes.front() != 0;
-}
-
-void frmShell::ToLog(const std::function<void(ShellLog&)>& step) {
-    if (!log_)
-        return;
-    const auto stop = [this](const platform::Failure& f) {
-        basDebug::Display(MODULE, LEVEL_ERROR, "The terminal's log '{}' ends here: {}", log_->path(), f.Description);
-        log_.reset();
-        mnuLogToFile->setChecked(false);
-    };
-    platform::Attempt([&] { step(*log_); }, stop);
 }
 
 void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {

@@ -79,7 +79,8 @@ private:
     bool HasUsableNode();
     void CloseOthersOn(std::int32_t handle);
     void ReadPasses();
-    bool ReadOnce(); // false when there is no more to read now
+    bool ReadOnce();                                               // false when there is no more to read now
+    static struct BootloaderTarget* TargetOf(std::int32_t handle); // null for none; these: frmShellMarks.cpp
     void ShowHistory(const struct ShellStore& store);
     void Mark(const std::string& what, bool startsOver);
     void Send(const ByteArray& bytes);
