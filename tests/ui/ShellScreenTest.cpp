@@ -71,7 +71,9 @@ TEST(ShellScreen, ActsOnEscapeSequencesAndLeavesOthersOut) {
         {"\x1b[38;5;208ma\x1b[48;2;255;0;128mb", "{208,-1}a{208,199}b"},
         {"\x1b[1mab\n\x1b[22mc", "{-1,-1b}ab|c"},
         {"10 %\r\x1b[K20 %\r\x1b[K30 %\nok", "30 %|ok"}, // a line redrawn
-        {"10 %\r20 %", "10 %20 %"},                      // a CR alone does nothing
+        {"10 %\r\x1b[K20 %", "20 %"},
+        {"a\x1b[3\x1b[32mb", "a{2,-1}b"},
+        {"10 %\r20 %", "10 %20 %"}, // a CR alone does nothing
         {"> abc\x1b[2Dx\x1b[Cy", "> axcy"},
         {"> abc\x1b[3D\x1b[Jxy\n>", "> xy|>"},
         {"abcd\x1b[2D\b\bX\x1b[K", "X"},
