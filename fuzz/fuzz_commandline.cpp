@@ -1,4 +1,5 @@
 // Any text as a command line: joined from arguments, parsed, asked for operations, applied.
+#include "CodePage.h"
 #include "basAutomation.h"
 
 #include <cstddef>
@@ -20,8 +21,9 @@ std::vector<std::string> Arguments(const std::string& text) {
     return arguments;
 }
 
-void Process(std::string line) {
-    basAutomation::ParseCommandLine(line);
+void Process(const std::string& typed) {
+    std::string line = platform::UpperCase(typed);
+    basAutomation::ParseCommandLine(line, typed);
     basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
     std::string matchGuid;
     basAutomation::ApplyOptions(basApp::globals.CommandLineOptions, matchGuid);
