@@ -10,7 +10,9 @@ class Dialogs {
 public:
     virtual ~Dialogs() = default;
     virtual void MessageBox(const std::string& text, const std::string& caption) = 0; // an OK button
-    virtual bool YesNo(const std::string& text, const std::string& caption) = 0;      // true for yes
+    // The same for what is no warning.
+    virtual void Inform(const std::string& text, const std::string& caption) { MessageBox(text, caption); }
+    virtual bool YesNo(const std::string& text, const std::string& caption) = 0; // true for yes
     // Empty when cancelled.
     virtual std::string InputBox(const std::string& prompt, const std::string& title, const std::string& first) = 0;
     // The path chosen for saving, empty when cancelled. `filter` as in "Text (*.txt)".

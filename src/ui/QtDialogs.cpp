@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMessageBox>
 
 QtDialogs::QtDialogs() {
@@ -14,10 +15,24 @@ QtDialogs::~QtDialogs() {
     platform::UseDialogs(nullptr);
 }
 
-void QtDialogs::MessageBox(const std::string& text, const std::string& caption) {
-    QMessageBox box(QMessageBox::NoIcon, Q(caption), Q(text), QMessageBox::Ok, QApplication::activeWindow());
+namespace {
+
+constexpr int PROMPT_CHARACTERS = 72; // to a line
+
+void ShowBox(QMessageBox::Icon icon, const std::string& text, const std::string& caption) {
+    QMessageBox box(icon, Q(caption), Q(text), QMessageBox::Ok, QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
     box.exec();
+}
+
+} // namespace
+
+void QtDialogs::MessageBox(const std::string& text, const std::string& caption) {
+    ShowBox(QMessageBox::Warning, text, caption);
+}
+
+void QtDialogs::Inform(const std::string& text, const std::string& caption) {
+    ShowBox(QMessageBox::Information, text, caption);
 }
 
 bool QtDialogs::YesNo(const std::string& text, const std::string& caption) {
@@ -29,10 +44,17 @@ bool QtDialogs::YesNo(const std::string& text, const std::string& caption) {
 }
 
 std::string QtDialogs::InputBox(const std::string& prompt, const std::string& title, const std::string& first) {
-    bool accepted = false;
-    const QString answer = QInputDialog::getText(QApplication::activeWindow(), Q(title), Q(prompt), QLineEdit::Normal,
-                                                 Q(first), &accepted);
-    return accepted ? answer.toStdString() : std::string();
+    QInputDialog dialog(QApplication::activeWindow());
+    dialog.setWindowTitle(Q(title));
+    dialog.setLabelText(Q(prompt).remove('\r'));
+    dialog.setTextValue(Q(first)); // makes the label
+    for (QLabel* label : dialog.findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+        label->setWordWrap(true);
+        label->setFixedWidth(PROMPT_CHARACTERS * label->fontMetrics().averageCharWidth());
+        label->setMinimumHeight(label->heightForWidth(label->maximumWidth())); // the dialog's own layout asks for less
+    }
+    return dialog.exec() == QDialog::Accepted ? dialog.textValue().toStdString() : std::string();
 }
 
 std::string QtDialogs::SaveFile(const std::string& title, const std::string& first, const std::string& filter) {

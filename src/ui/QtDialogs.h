@@ -10,6 +10,7 @@ public:
     QtDialogs();           // becomes the current service
     ~QtDialogs() override; // puts the plain one back
     void MessageBox(const std::string& text, const std::string& caption) override;
+    void Inform(const std::string& text, const std::string& caption) override;
     bool YesNo(const std::string& text, const std::string& caption) override;
     std::string InputBox(const std::string& prompt, const std::string& title, const std::string& first) override;
     std::string SaveFile(const std::string& title, const std::string& first, const std::string& filter) override;

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr const char* COPYRIGHT = "Copyright (c) 2026 the HoistlineApp founders.  All rights reserved.";
+constexpr int WIDTH = 76; // characters
 
 } // namespace
 
@@ -38,7 +39,7 @@ frmAbout::frmAbout(QWidget* owner) : QDialog(owner) {
     cmdClose->setDefault(true);
     column->addWidget(cmdClose, 0, Qt::AlignRight);
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::accept);
-    setMinimumWidth(fontMetrics().averageCharWidth() * 70);
+    setFixedWidth(fontMetrics().averageCharWidth() * WIDTH);
 }
 
 void frmAbout::Form_Load() {
@@ -55,4 +56,5 @@ void frmAbout::Form_Load() {
     set(lblDataPath, "Data Path: " + platform::CurrentDirectory());
     set(lblBuildDate,
         "Build Date: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(executable), "yyyy-mm-dd hh:nn:ss utc"));
+    setFixedHeight(layout()->heightForWidth(width())); // a hint for labels that wrap leaves gaps
 }
