@@ -122,10 +122,28 @@ void FillPanelFromTarget(Panel& panel, const BootloaderTarget& target) {
                     FormatDateTime(info.DebuggerDate, info.DebuggerTime));
     const std::string guid = basUtils::ByteArrayToHexString(info.GUID.data(), info.GUID.size(), 4);
     panel.lblBootloaderGuidInfo = "ID (InfoReg):    " + guid;
+    panel.whyNoTarget.clear();
+    panel.whyNoBootloader = panel.bootloaderRunning
+                                ? ""
+                                : "The device runs its application.  Choose Command, Run Selected Device in Firmware "
+                                  "Download Mode; then its firmware can be updated.";
     panel.lblBootloaderGuidGet =
         panel.bootloaderRunning ? "ID (Bootloader): " + guid : "ID (Bootloader): <not applicable>";
     panel.lblModelID = fmt::format("Info Registers Hardware Model ID = {} / Version: {}", info.HardwareModelID,
                                    FormatVersion(info.HardwareVersion));
+}
+
+// Of a row that isn't a target's.
+std::string WhyNobodyCanCommand(const Device& device) {
+    if (IsLocalHost(device))
+        return "This row is the computer itself.  Pick a device.";
+    if (!LinkActive(device))
+        return "The node is switched off.  Switch it on, then choose Command, Rescan Bus.";
+    if (!basBootloader::globals.DiscoveryComplete)
+        return "The bus is still being read.";
+    if (UnderDebugger(device))
+        return "The node runs its debugger.  Restart it into its bootloader or its application.";
+    return "The node gave no sign of a Tarnwell bootloader that this program knows; the status window tells more.";
 }
 
 } // namespace
@@ -156,21 +174,40 @@ Row RowOf(const Device& device) {
     return row;
 }
 
-std::string Hint() {
+Hint HintOfBus() {
+    const Hint::Link reset{"Reset Bus", "#mnuResetBus"}, rescan{"Rescan Bus", "#mnuRescanBus"},
+        simulated{"Simulated Bus", "simulated-bus.html"}, troubles{"Troubleshooting", "troubleshooting.html"},
+        guide{"First Steps", "first-steps.html"};
     const bas1394::Globals& bus = bas1394::globals;
     if (bus.LibraryModule == nullptr)
-        return "There is no access library: Twl1394api.so isn't beside the program, or could not be loaded.  The "
-               "status window tells why.  Mend that and start the program again.";
+        return {"There is no access library: Twl1394api.so isn't beside the program, or could not be loaded.  The "
+                "status window tells why.  Mend that and start the program again.",
+                {troubles, simulated, guide}};
     if (bus.VirtualDeviceList.DeviceCount < 1)
-        return "There is no interface to the bus.  Check the 1394 adapter and its driver, then choose Command, Rescan "
-               "Bus.";
+        return {"There is no interface to the bus.  Check the 1394 adapter and its driver, then rescan the bus.  "
+                "Without hardware a simulated bus has devices to try everything on.",
+                {rescan, troubles, simulated, guide}};
     const bool somebodyElse = std::any_of(bus.DeviceTable.begin(), bus.DeviceTable.end(), [](const Device& device) {
         return device.NodeNum != NO_NODE && !IsLocalHost(device);
     });
     if (!bus.BusEnumerated || somebodyElse)
         return {};
-    return "No device answers.  Check its cable and power, then choose Command, Reset Bus.  Nodes of other vendors "
-           "aren't listed; the status window names them.";
+    return {"No device answers.  Check its cable and power, then reset the bus.  Nodes of other vendors aren't listed; "
+            "the status window names them.  Without hardware a simulated bus has devices to try everything on.",
+            {reset, rescan, troubles, simulated, guide}};
+}
+
+std::string WordsThatFit(const std::string& text, const std::function<bool(const std::string&)>& fits) {
+    constexpr const char* MORE = " ...";
+    if (fits(text))
+        return text;
+    std::string words = text;
+    for (std::size_t blank; (blank = words.rfind(' ')) != std::string::npos && blank > 0;) {
+        words.resize(blank);
+        if (fits(words + MORE))
+            return words + MORE;
+    }
+    return words;
 }
 
 bool IsMemorableId(const std::string& idColumn) {
@@ -188,10 +225,12 @@ Panel PanelOf(const Device& device, std::int32_t targetIndex) {
     Panel panel;
     if (device.NodeNum < 0 || device.NodeNum > LAST_NODE) {
         panel.lblNode = "The selected device has disappeared from the bus.";
+        panel.whyNoTarget = panel.whyNoBootloader = "The device has gone.  Check its cable and power.";
         return panel;
     }
     if (IsLocalHost(device)) {
         FillPanelOfLocalNode(panel, device);
+        panel.whyNoTarget = panel.whyNoBootloader = WhyNobodyCanCommand(device);
         return panel;
     }
     FillPanelFromRom(panel, device);
@@ -200,6 +239,7 @@ Panel PanelOf(const Device& device, std::int32_t targetIndex) {
         FillPanelFromTarget(panel, list[std::size_t(targetIndex)]);
     } else {
         panel.lblDeviceState = "Device State: INCOMPATIBLE";
+        panel.whyNoTarget = panel.whyNoBootloader = WhyNobodyCanCommand(device);
         panel.txtApplicationImageVersion = panel.txtDebugMonitorVersion = panel.txtBootloaderVersion = " N/A";
     }
     return panel;

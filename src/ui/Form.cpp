@@ -1,7 +1,9 @@
 #include "Form.h"
 
 #include "Clock.h"
+#include "MDIForm1.h"
 #include "WindowSystem.h"
+#include "Windows.h"
 #include "basApp.h"
 
 #include <QAbstractItemView>
@@ -136,17 +138,41 @@ void Form::closeEvent(QCloseEvent* event) {
     event->accept();
     if (std::exchange(unloaded_, true))
         return;
+    const auto leave = [this] {
+        if (windows::globals.parent != nullptr && windows::globals.main != nullptr)
+            windows::globals.parent->mdiArea->Leave(qobject_cast<QMdiSubWindow*>(frame()));
+    };
+    if (staysInItsSlot())
+        leave(); // it hides itself
     Form_Unload();
+    leave();
     if (!staysInItsSlot())
         frame()->deleteLater();
 }
 
 namespace {
 
-QString SelectedText(const QAbstractItemView* view) {
+QModelIndexList SelectedRows(const QAbstractItemView* view) {
     QModelIndexList rows = view->selectionModel()->selectedRows();
     std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+QModelIndexList AllRows(const QAbstractItemView* view) {
+    QModelIndexList rows;
+    for (int row = 0; row < view->model()->rowCount(); ++row)
+        rows << view->model()->index(row, 0);
+    return rows;
+}
+
+QString TextOf(const QAbstractItemView* view, const QModelIndexList& rows, CopyAs as) {
     QStringList lines;
+    if (as == CopyAs::Table) {
+        QStringList headings;
+        for (int column = 0; column < view->model()->columnCount(); ++column)
+            headings << view->model()->headerData(column, Qt::Horizontal).toString();
+        lines << headings.join('\t');
+    }
     for (const QModelIndex& row : rows) {
         QStringList cells;
         for (int column = 0; column < view->model()->columnCount(row.parent()); ++column)
@@ -158,17 +184,21 @@ QString SelectedText(const QAbstractItemView* view) {
 
 } // namespace
 
-void MakeCopyable(QAbstractItemView* view) {
-    auto* copy = new QAction(QObject::tr("Copy"), view);
-    copy->setShortcut(QKeySequence::Copy);
-    copy->setShortcutContext(Qt::WidgetShortcut);
-    QObject::connect(copy, &QAction::triggered, view,
-                     [view] { QApplication::clipboard()->setText(SelectedText(view)); });
-    auto* all = new QAction(QObject::tr("Select All"), view);
-    all->setShortcut(QKeySequence::SelectAll);
-    all->setShortcutContext(Qt::WidgetShortcut);
-    QObject::connect(all, &QAction::triggered, view, &QAbstractItemView::selectAll);
-    view->addActions({copy, all});
+void MakeCopyable(QAbstractItemView* view, CopyAs as) {
+    const auto add = [view](const char* caption, QKeySequence::StandardKey key, auto triggered) {
+        auto* action = new QAction(QObject::tr(caption), view);
+        action->setShortcut(key);
+        action->setShortcutContext(Qt::WidgetShortcut);
+        QObject::connect(action, &QAction::triggered, view, triggered);
+        view->addAction(action);
+    };
+    add("Copy", QKeySequence::Copy,
+        [view, as] { QApplication::clipboard()->setText(TextOf(view, SelectedRows(view), as)); });
+    if (as == CopyAs::Table)
+        add("Copy All Rows", QKeySequence::UnknownKey,
+            [view, as] { QApplication::clipboard()->setText(TextOf(view, AllRows(view), as)); });
+    if (view->selectionMode() != QAbstractItemView::SingleSelection)
+        add("Select All", QKeySequence::SelectAll, [view] { view->selectAll(); });
     view->setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 

@@ -82,8 +82,10 @@ private:
 };
 
 // Adds a context menu and the copy shortcut to a view, so that its selected rows can be copied
-// as lines of tab-separated columns.
+// as lines of tab-separated columns: as they are, or as a table below the headings. A table can also be copied
+// whole; where more than one row can be picked, all of them can be.
 class QAbstractItemView;
-void MakeCopyable(QAbstractItemView* view);
+enum class CopyAs { Rows, Table };
+void MakeCopyable(QAbstractItemView* view, CopyAs as = CopyAs::Rows);
 class QLabel;
 void MakeCopyable(QLabel* label);

@@ -35,5 +35,3 @@ protected:
 private:
     QString hint_;
 };
-
-using HintedGrid = Hinted<QTableWidget>;

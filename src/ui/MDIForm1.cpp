@@ -34,15 +34,6 @@ constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
 
-bool ChildArea::eventFilter(QObject* watched, QEvent* event) {
-    const bool key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
-    if (key && activeSubWindow() != nullptr)
-        if (const auto* form = qobject_cast<Form*>(activeSubWindow()->widget());
-            form != nullptr && form->takesAllKeys())
-            return false;
-    return QMdiArea::eventFilter(watched, event);
-}
-
 MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)), lblNotice(new QLabel(this)) {
     setObjectName("MDIForm1");
     mdiArea->setObjectName("mdiArea");
@@ -88,6 +79,7 @@ void MDIForm1::BuildMenus() {
     mnuWindow = menu("mnuWindow", "&Window");
     space = mnuWindow->addSeparator();
     space->setObjectName("space");
+    connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
     mnuAutoScaleChildren = item(mnuWindow, "mnuAutoScaleChildren", "&Auto-Scale Children", [this](MDIForm1*) {
         mnuAutoScaleChildren->toggle(); // the click itself flips the mark below
         mnuAutoScaleChildren_Click();
@@ -201,9 +193,18 @@ void MDIForm1::MDIForm_Load() {
     VerifyFormPosition();
     if (size() != designed)
         ArrangeChildren(1); // a screen that is too small for the design
+    SetSmallestSize();
     ParentLoaded = true;
     MDIForm_Resize();
     mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(main->frame()));
+}
+
+// Tiled beside one status window the device window isn't cut, where the screen has room for that.
+void MDIForm1::SetSmallestSize() {
+    const QSize device = windows::globals.main->SmallestFrame();
+    const QSize border = size() - mdiArea->maximumViewportSize();
+    const QSize smallest(device.width(), device.height() * 4 / 3 + 1);
+    setMinimumSize((smallest + border).boundedTo(QGuiApplication::primaryScreen()->availableSize()).boundedTo(size()));
 }
 
 void MDIForm1::VerifyFormPosition() {
@@ -336,8 +337,11 @@ void MDIForm1::MDIForm_Unload() {
 }
 
 void MDIForm1::mnuUserGuide_Click() {
-    ShowHelp(QString::fromStdString(windows::HelpHost() + "/twl/hoistline/help/v1.8.1/index.html"),
-             "User Guide v1.8.1");
+    ShowGuide("index.html");
+}
+
+void MDIForm1::ShowGuide(const QString& page) {
+    ShowHelp(QString::fromStdString(windows::HelpHost() + "/twl/hoistline/help/v1.8.1/") + page, "User Guide v1.8.1");
 }
 
 void MDIForm1::mnuReleaseNotes_Click() {

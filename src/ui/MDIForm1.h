@@ -2,26 +2,16 @@
 // that change the message levels and the transaction time-out.
 #pragma once
 
+#include "ChildArea.h"
+
 #include <QAction>
 #include <QLabel>
 #include <QMainWindow>
-#include <QMdiArea>
-#include <QMdiSubWindow>
 #include <QMenu>
 
 #include <cstdint>
 
 class Form;
-
-// Changes windows with Ctrl+Tab, unless the active one takes that key itself.
-class ChildArea : public QMdiArea {
-    Q_OBJECT
-public:
-    using QMdiArea::QMdiArea;
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-};
 
 class MDIForm1 : public QMainWindow {
     Q_OBJECT
@@ -35,6 +25,7 @@ public:
     // A strip above the children that says so from here on.
     void ShowNotice(const QString& text);
     void ShowHelp(const QString& url, const QString& title);
+    void ShowGuide(const QString& page); // one of the user guide, such as "index.html"
     void VerifyFormPosition();
     void VerifyFormPosition(Form* child) const; // that it is in view in the area
 
@@ -60,7 +51,7 @@ public:
     void mnuAbout_Click();
     void mnuExit_Click() { close(); }
 
-    QMdiArea* mdiArea;
+    ChildArea* mdiArea;
     QLabel* lblNotice; // hidden while there is nothing to say
     QMenu *mnuFile2, *mnuView2, *mnuWindow, *mnuHelp2;
     QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *space, *mnuAutoScaleChildren,
@@ -74,6 +65,7 @@ private:
     void BuildMenus();
     void MDIForm_Unload();
     // Of the area for the children, in twips, whether or not it shows scroll bars.
+    void SetSmallestSize();
     int ClientHeight() const;
     int ClientWidth() const;
 

@@ -103,11 +103,17 @@ void ListChildWindows(QMenu* menu) {
         return;
     menu->addSeparator()->setObjectName(LISTED);
     QMdiArea* area = globals.parent->mdiArea;
+    constexpr int DIGITS = 9; // that can be access keys
+    int number = 0;
     for (QMdiSubWindow* frame : area->subWindowList()) {
         if (!frame->isVisible())
             continue;
-        QAction* action = menu->addAction(frame->windowTitle(), area, [frame] { globals.parent->BringForward(frame); });
+        QString caption = frame->windowTitle().replace('&', "&&");
+        if (++number <= DIGITS)
+            caption.prepend(QString("&%1 ").arg(number));
+        QAction* action = menu->addAction(caption, area, [frame] { globals.parent->BringForward(frame); });
         action->setObjectName(LISTED);
+        action->setEnabled(frame->widget() != nullptr && frame->widget()->isEnabled());
         action->setCheckable(true);
         action->setChecked(frame == area->activeSubWindow());
     }

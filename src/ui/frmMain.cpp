@@ -18,12 +18,14 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <utility>
 
 namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
+constexpr int CELL_MARGINS = 10;                  // pixels, of both sides
 constexpr std::int32_t HINT_DELAY = 500;          // ms, for a start after which no bus is read
 
 } // namespace
@@ -31,6 +33,7 @@ constexpr std::int32_t HINT_DELAY = 500;          // ms, for a start after which
 frmMain::frmMain() : Form("frmMain", "Available Devices") {
     BuildControls();
     BuildMenus();
+    setFocusProxy(mfgDevices); // the keys of this window are those of the list, unless one goes elsewhere
     tmrBusReset = new WindowTimer(this, "tmrBusReset", BUS_INTERVAL, bas1394::BusResetHandlerThread);
     tmrIncomingData = new WindowTimer(this, "tmrIncomingData", BUS_INTERVAL, bas1394::IncomingDataThreadHandler);
     tmrAutomationScheduler =
@@ -55,7 +58,7 @@ void frmMain::BuildControls() {
     fraSelectedDevice = Named(new QGroupBox("Selected Device", this), "fraSelectedDevice");
     const int panelTop = fraDeviceList->geometry().bottom() + gap;
     const int hardwareHeight = line * 6 + 2 * gap;
-    const int firmwareHeight = line * 4 + 5 * gap;
+    const int firmwareHeight = line * 5 + 5 * gap;
     fraSelectedDevice->setGeometry(gap, panelTop, width, hardwareHeight + firmwareHeight + line + 3 * gap);
     fraHardware = Named(new QGroupBox("Hardware Identification", fraSelectedDevice), "fraHardware");
     fraHardware->setGeometry(gap, line, width - 2 * gap, hardwareHeight);
@@ -106,6 +109,9 @@ void frmMain::BuildControls() {
     firmwareRow(2, lblBootloaderVersion, "lblBootloaderVersion", "Bootloader Firmware Version", txtBootloaderVersion,
                 "txtBootloaderVersion", cmdUpdateBootloader, "cmdUpdateBootloader", "&Update Bootloader Image...");
 
+    lblWhyNot = Named(new QLabel(fraFirmware), "lblWhyNot");
+    lblWhyNot->setGeometry(gap, line + 3 * (line + gap), inner - gap, line);
+
     txtDebugSpew = Named(new QPlainTextEdit(this), "txtDebugSpew");
     txtDebugSpew->hide();
     connect(txtDebugSpew, &QPlainTextEdit::textChanged, this, &frmMain::txtDebugSpew_Change);
@@ -128,10 +134,13 @@ void frmMain::SetUpGrid() {
     mfgDevices->setAlternatingRowColors(true);
     mfgDevices->verticalHeader()->hide();
     mfgDevices->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
-    mfgDevices->horizontalHeader()->setMinimumSectionSize(fontMetrics().horizontalAdvance("vdev") + 10);
+    mfgDevices->horizontalHeader()->setMinimumSectionSize(fontMetrics().horizontalAdvance("63") + CELL_MARGINS);
+    mfgDevices->horizontalHeader()->setHighlightSections(false);
     mfgDevices->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     mfgDevices->horizontalHeader()->setSectionResizeMode(deviceRows::FIRMWARE, QHeaderView::Stretch);
-    MakeCopyable(mfgDevices);
+    mfgDevices->setColumnOfWords(deviceRows::FIRMWARE);
+    MakeCopyable(mfgDevices, CopyAs::Table);
+    BuildContextMenu();
     connect(mfgDevices, &QTableWidget::currentCellChanged, this, [this](int row, int, int previousRow, int) {
         if (row >= 0 && row != previousRow)
             mfgDevices_RowColChange();
@@ -148,6 +157,7 @@ void frmMain::Form_Load() {
         windowSettings::GetFlag(nameText(), "RemoveDriverOnShutdown", "0"));
     SetUpGrid();
     fitClient(fraDeviceList->geometry().right() + 1 + fraDeviceList->x(), fraSelectedDevice->geometry().bottom() + 7);
+    FindSmallestFrame();
     layout_ = std::make_unique<clsLayoutManager>();
     platform::Attempt([this] { layout_->SetLayoutForm(this); },
                       [this](const platform::Failure& f) {
@@ -159,6 +169,23 @@ void frmMain::Form_Load() {
     bas1394::HookCallbackWindow(true);
     for (QAction* action : {mnuLaunchShell, mnuFactoryDefaults, mnuReset, mnuResetToBootloader})
         action->setEnabled(false);
+}
+
+// All controls are scaled alike, so the one that has least to spare in the design decides.
+void frmMain::FindSmallestFrame() {
+    double wide = 0, high = 0;
+    const auto needs = [&](const QWidget* control, const QSize& least) {
+        wide = std::max(wide, double(least.width()) / control->width());
+        high = std::max(high, double(least.height()) / control->height());
+    };
+    for (const QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateDebugMonitor, cmdUpdateBootloader})
+        needs(button, fontMetrics().size(Qt::TextShowMnemonic, button->text()) + QSize(CELL_MARGINS, 4));
+    for (const QLabel* label : {lblApplicationImageVersion, lblDebugMonitorVersion, lblBootloaderVersion})
+        needs(label, fontMetrics().size(0, label->text()));
+    needs(lblHardwareVersion, fontMetrics().size(0, "Hardware Version (from config ROM):  MODULE_HW_VERSION=131072"));
+    needs(lblModelID, fontMetrics().size(0, "Info Registers Hardware Model ID = 18 / Version: 2.0.0.0"));
+    const QSize border = frame()->size() - size();
+    smallestFrame_ = QSize(int(std::ceil(width() * wide)), int(std::ceil(height() * high))) + border;
 }
 
 void frmMain::StartBusTimers() {
@@ -180,9 +207,19 @@ void frmMain::Form_Resize() {
 
 void frmMain::ResizeMFG() {
     const std::int32_t gridWidth = layout::Twips(mfgDevices->width());
-    // The last column takes what the others leave, which no driver name or node number may fall short of.
-    for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) {
-        const int width = layout::Pixels(deviceRows::ColumnWidth(gridWidth, deviceRows::COLUMN_TABLE[column].share));
+    // No driver name or node number may fall short of its share; the two widest columns give what that takes.
+    const std::array<int, 2> least{fontMetrics().horizontalAdvance("vdev") + CELL_MARGINS,
+                                   fontMetrics().horizontalAdvance("63") + CELL_MARGINS};
+    int taken = 0;
+    for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) { // the last one has the rest
+        const int share = layout::Pixels(deviceRows::ColumnWidth(gridWidth, deviceRows::COLUMN_TABLE[column].share));
+        int width = share;
+        if (column < least.size()) {
+            width = std::max(share, least[column]);
+            taken += width - share;
+        } else if (column == deviceRows::MANUFACTURER || column == deviceRows::MODEL) {
+            width -= taken / 2;
+        }
         if (width > 0)
             mfgDevices->setColumnWidth(int(column), width);
     }
@@ -192,6 +229,12 @@ void frmMain::keyPressEvent(QKeyEvent* event) {
     if (!event->text().isEmpty()) // a character, not Shift or a function key
         StatusDisplay(LEVEL_WATCH, "keypress");
     Form::keyPressEvent(event);
+}
+
+void frmMain::changeEvent(QEvent* event) {
+    Form::changeEvent(event);
+    if (event->type() == QEvent::EnabledChange)
+        ShowReasons();
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
@@ -214,7 +257,7 @@ void frmMain::IEEE1394Bus_NodesChanged() {
 
 void frmMain::ShowHint() {
     tmrHint->setEnabled(false);
-    mfgDevices->setHint(Q(deviceRows::Hint()));
+    mfgDevices->setHint(deviceRows::HintOfBus(), [this](const QString& target) { FollowHint(target); });
 }
 
 void frmMain::IEEE1394IncomingDataHandler() {
@@ -254,6 +297,15 @@ std::int32_t frmMain::RefreshDeviceList() {
     return 1;
 }
 
+void frmMain::FollowHint(const QString& target) {
+    if (target.startsWith('#')) {
+        if (auto* action = findChild<QAction*>(target.mid(1)))
+            action->trigger();
+    } else if (windows::globals.parent != nullptr) {
+        windows::globals.parent->ShowGuide(target);
+    }
+}
+
 // The current row moves down with each running target until it stands on the remembered ID.
 void frmMain::BringSelectionAlong() {
     const int last = mfgDevices->rowCount() - 1;
@@ -278,73 +330,6 @@ void frmMain::mfgDevices_RowColChange() {
         action->setEnabled(false);
     ClearDeviceDetails();
     DrawScreen();
-}
-
-void frmMain::ShowPanel(const deviceRows::Panel& panel) {
-    const std::pair<QLabel*, const std::string*> labels[] = {
-        {lblDriver, &panel.lblDriver},
-        {lblNode, &panel.lblNode},
-        {lblGUID, &panel.lblGUID},
-        {lblDeviceState, &panel.lblDeviceState},
-        {lblHardwareVersion, &panel.lblHardwareVersion},
-        {lblManufacturer, &panel.lblManufacturer},
-        {lblModelID, &panel.lblModelID},
-        {lblModelName, &panel.lblModelName},
-        {lblBootloaderGuidInfo, &panel.lblBootloaderGuidInfo},
-        {lblBootloaderGuidGet, &panel.lblBootloaderGuidGet},
-    };
-    for (const auto& [label, text] : labels)
-        label->setText(Q(*text));
-    lblDriver->setToolTip(lblDriver->text());
-    const std::pair<QLineEdit*, const std::string*> boxes[] = {
-        {txtApplicationImageVersion, &panel.txtApplicationImageVersion},
-        {txtDebugMonitorVersion, &panel.txtDebugMonitorVersion},
-        {txtBootloaderVersion, &panel.txtBootloaderVersion},
-    };
-    for (const auto& [box, text] : boxes) {
-        box->setText(Q(*text));
-        box->setCursorPosition(0);
-        box->setToolTip(box->text());
-    }
-}
-
-void frmMain::ClearDeviceDetails() {
-    ShowPanel({});
-    for (QAction* action : {mnuLaunchShell, mnuReset, mnuResetToBootloader, mnuFactoryDefaults})
-        action->setEnabled(false);
-    mnuBootloader->setEnabled(false);
-    fraSelectedDevice->update();
-}
-
-void frmMain::DrawScreen() {
-    platform::Attempt(
-        [this] {
-            const Device device = DeviceOfCurrentRow();
-            const bool remote =
-                device.NodeNum >= 0 && device.NodeNum <= LAST_NODE && device.NodeNum != bas1394::globals.LocalHostNode;
-            const std::int32_t handle = remote ? basBootloader::GetDeviceHandle(device) : 0;
-            const std::int32_t index = handle > 0 ? basBootloader::GetDeviceIndex(handle) : -1;
-            if (handle > 0 && index < 0)
-                StatusDisplay(LEVEL_WARNING, "WARNING: no handle to device with bus node #{}", device.NodeNum);
-            const deviceRows::Panel panel = deviceRows::PanelOf(device, index);
-            ShowPanel(panel);
-            if (panel.targetBehindRow)
-                for (QAction* action : {mnuFactoryDefaults, mnuLaunchShell, mnuReset, mnuResetToBootloader})
-                    action->setEnabled(true);
-            if (panel.bootloaderRunning) {
-                for (QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateBootloader, cmdUpdateDebugMonitor})
-                    button->setEnabled(true);
-                for (QAction* action :
-                     {mnuUpdateApplicationFirmware, mnuUpdateBootloaderFirmware, mnuUpdateDebuggerFirmware})
-                    action->setEnabled(true);
-                mnuBootloader->setEnabled(true);
-            }
-            if (handle > 0)
-                basBootloader::CloseBootloaderDevice(handle);
-        },
-        [this](const platform::Failure& f) {
-            StatusDisplay(LEVEL_ERROR, "Error #{}: {} in DrawScreen", f.Number, f.Description);
-        });
 }
 
 std::string frmMain::CellText(int column) const {

@@ -3,9 +3,9 @@
 // shows is worked out in DeviceRows.
 #pragma once
 
+#include "DeviceGrid.h"
 #include "DeviceRows.h"
 #include "Form.h"
-#include "HintedGrid.h"
 #include "WindowTimer.h"
 #include "clsLayoutManager.h"
 
@@ -51,16 +51,20 @@ public:
     void mfgDevices_RowColChange();
     void RememberSelectedId();
 
+    // The smallest size of the frame in which no caption is cut.
+    QSize SmallestFrame() const { return smallestFrame_; }
+
     std::string SelectedId; // ID column of the row that the user last picked
 
     // Controls.
     QGroupBox *fraDeviceList, *fraSelectedDevice, *fraHardware, *fraFirmware;
-    HintedGrid* mfgDevices;
+    DeviceGrid* mfgDevices;
     QLabel *lblDriver, *lblNode, *lblGUID, *lblDeviceState, *lblHardwareVersion, *lblManufacturer, *lblModelID,
         *lblModelName, *lblBootloaderGuidInfo, *lblBootloaderGuidGet;
     QLabel *lblApplicationImageVersion, *lblDebugMonitorVersion, *lblBootloaderVersion;
     QLineEdit *txtApplicationImageVersion, *txtDebugMonitorVersion, *txtBootloaderVersion;
     QPushButton *cmdUpdateApplicationImage, *cmdUpdateDebugMonitor, *cmdUpdateBootloader;
+    QLabel* lblWhyNot; // why commands are off that need a bootloader
     QPlainTextEdit* txtDebugSpew;
     WindowTimer *tmrBusReset, *tmrIncomingData, *tmrAutomationScheduler, *tmrHint;
 
@@ -80,6 +84,7 @@ protected:
     void Form_Unload() override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -88,7 +93,11 @@ private:
     void BuildMenus(); // frmMainMenus.cpp
     void SetUpGrid();
     void ShowHint();
-    void ShowPanel(const deviceRows::Panel& panel);
+    void FollowHint(const QString& target);
+    void BuildContextMenu(); // frmMainMenus.cpp
+    void FindSmallestFrame();
+    void ShowPanel(const deviceRows::Panel& panel); // frmMainPanel.cpp, with all that follows from it
+    void ShowReasons();
     void BringSelectionAlong();
     void txtDebugSpew_Change();
     std::string CellText(int column) const; // of the current row
@@ -115,6 +124,8 @@ private:
     void mnuSendErrorReport_Click();
 
     std::unique_ptr<clsLayoutManager> layout_;
+    deviceRows::Panel panel_; // as it is shown
+    QSize smallestFrame_;
     std::string debugSpew_;       // the box's text with its line ends as they came
     std::int64_t startCount_ = 0; // performance counter at this window's first message
 };

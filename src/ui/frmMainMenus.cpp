@@ -65,7 +65,7 @@ void frmMain::BuildMenus() {
         {mnuFile, mnuExit, "mnuExit", "E&xit", OfParent(&MDIForm1::mnuExit_Click)},
         {mnuView, mnuLaunchShell, "mnuLaunchShell", "&Shell Window", [this] { mnuLaunchShell_Click(); }},
         {mnuView, mnuLaunchShellApp, "mnuLaunchShellApp", "&Launch Shell App",
-         [] { platform::CurrentDialogs().MessageBox("Not implemented yet.", basApp::TITLE); }},
+         [] { platform::CurrentDialogs().Inform("Not implemented yet.", basApp::TITLE); }},
         {mnuView, mnuStatusWindow, "mnuStatusWindow", "S&tatus Window", OfParent(&MDIForm1::mnuStatusWindow_Click)},
         {mnuView, mnuViewConfigROM, "mnuViewConfigROM", "&Config ROM", [this] { mnuViewConfigROM_Click(); }},
         {mnuView, mnuDebugMessageLevel, "mnuDebugMessageLevel", "Debug &Message Level",
@@ -155,4 +155,24 @@ void frmMain::BuildMenus() {
         connect(button, &QPushButton::clicked, action, &QAction::trigger);
     // The window menu also lists the open child windows.
     connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
+}
+
+// After the grid's own items: what the menus offer for its row.
+void frmMain::BuildContextMenu() {
+    const auto separator = [this] {
+        auto* line = new QAction(mfgDevices);
+        line->setSeparator(true);
+        return line;
+    };
+    mfgDevices->addActions({separator(), mnuReset, mnuResetToBootloader, mnuStartApplication, mnuStartDebugger,
+                            separator(), mnuLaunchShell, mnuViewConfigROM, mnuUpdateApplicationFirmware});
+    // Reasons for what is off. Not with the panel, which a redraw of the list fills for each device.
+    const auto giveReasons = [this] {
+        for (QAction* action : {mnuLaunchShell, mnuReset, mnuResetToBootloader})
+            action->setToolTip(QString::fromStdString(panel_.whyNoTarget));
+    };
+    for (QMenu* withReasons : {mnuView, mnuCommand}) {
+        withReasons->setToolTipsVisible(true);
+        connect(withReasons, &QMenu::aboutToShow, this, giveReasons);
+    }
 }

@@ -3,6 +3,7 @@
 #include "WindowTest.h"
 
 #include "Database.h"
+#include "QtDialogs.h"
 #include "WindowSettings.h"
 #include "basDebug.h"
 #include "clsLayoutManager.h"
@@ -14,6 +15,7 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QSlider>
+#include <QTimer>
 #include <QtTest/QTest>
 
 #include <set>
@@ -212,6 +214,26 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
             windowSettings::Save("frmConfigROM", edges[i], edge[i]);
         EXPECT_TRUE(screen.contains(OpenRom()->frame()->geometry()));
     }
+}
+
+TEST_F(Parent, CannotBeMadeSoSmallThatCaptionsAreCut) {
+    parent().resize(1, 1);
+    Pass(50);
+    for (const QLabel* label : form().fraSelectedDevice->findChildren<QLabel*>())
+        EXPECT_GE(label->height(), label->fontMetrics().height()) << label->objectName().toStdString();
+}
+
+TEST_F(Parent, WrapsALongQuestion) {
+    const QString lines = "What it is to be.  " + QString("Note: a value of 0 is taken too.  ").repeated(20);
+    QTimer::singleShot(0, qApp, [] {
+        QWidget* box = QApplication::activeModalWidget();
+        const auto* label = box->findChild<QLabel*>();
+        EXPECT_LT(box->width(), 700);
+        EXPECT_GE(label->height(), label->heightForWidth(label->width()));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    });
+    QtDialogs dialogs;
+    EXPECT_EQ(dialogs.InputBox(lines.toStdString(), "Question", "7"), "");
 }
 
 TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {

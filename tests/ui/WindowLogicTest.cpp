@@ -105,6 +105,50 @@ TEST_F(DeviceRows, FillThePanelOfNodesThatNobodyCanCommand) {
     }
 }
 
+TEST_F(DeviceRows, SayWhyCommandsAreOffAndWhatToDoAboutIt) {
+    // Given as above; g it has gone from the bus.
+    const struct {
+        const char *given, *noTarget, *noBootloader;
+    } rows[] = {
+        {"tb", "", ""},
+        {"t", "", "Choose Command, Run Selected Device in Firmware Download Mode"},
+        {"g", "has gone", "has gone"},
+        {"l", "computer itself", "computer itself"},
+        {"o", "Rescan Bus", "Rescan Bus"},
+        {"s", "still being read", "still being read"},
+        {"d", "debugger", "debugger"},
+        {"", "no sign of a Tarnwell bootloader", "no sign of a Tarnwell bootloader"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.given);
+        const auto given = [&row](char letter) { return std::string(row.given).find(letter) != std::string::npos; };
+        device.NodeNum = given('g') ? NO_NODE : 5;
+        device.SelfId.LinkActive = !given('o');
+        target.Info.BootloaderVersion = given('b') ? 0x02000001 : 0;
+        bas1394::globals.LocalHostNode = given('l') ? 5 : 6;
+        basBootloader::globals.DiscoveryComplete = !given('s');
+        basBootloader::globals.TargetList.assign(1, target);
+        basBootloader::globals.DebuggerList.assign(1, given('d') ? device : Device{});
+        const deviceRows::Panel panel = deviceRows::PanelOf(device, given('t') ? 0 : -1);
+        for (const auto& [part, why] :
+             {std::pair{row.noTarget, panel.whyNoTarget}, std::pair{row.noBootloader, panel.whyNoBootloader}})
+            EXPECT_TRUE(*part == '\0' ? why.empty() : why.find(part) != std::string::npos) << why;
+    }
+}
+
+TEST_F(DeviceRows, GiveUpTheTimeAndThenTheDateWhereThereIsLittleRoom) {
+    const std::string text = "1.2.3.4 2002-08-31 12:34:56 utc";
+    const std::pair<std::size_t, const char*> rows[] = {{31, text.c_str()},
+                                                        {30, "1.2.3.4 2002-08-31 ..."},
+                                                        {22, "1.2.3.4 2002-08-31 ..."},
+                                                        {21, "1.2.3.4 ..."},
+                                                        {10, "1.2.3.4"},
+                                                        {3, "1.2.3.4"}};
+    for (const auto& [room, words] : rows)
+        EXPECT_EQ(deviceRows::WordsThatFit(text, [&](const std::string& shown) { return shown.size() <= room; }),
+                  words);
+}
+
 TEST_F(DeviceRows, RememberDeviceIdsAndNothingElse) {
     for (const char* id : {"000F1B00 00000001", "00A0B000 FFFFFFFF", "90000000 00000000"})
         EXPECT_TRUE(deviceRows::IsMemorableId(id)) << id;
