@@ -53,8 +53,11 @@ void ChildArea::ActivateLatest(const QMdiSubWindow* besides) {
 }
 
 void ChildArea::Leave(const QMdiSubWindow* frame) {
-    if (frame != nullptr && frame == activeSubWindow())
-        ActivateLatest(frame);
+    if (frame == nullptr || frame != activeSubWindow())
+        return;
+    setOption(DontMaximizeSubWindowOnActivation); // a maximized one takes that along
+    ActivateLatest(frame);
+    setOption(DontMaximizeSubWindowOnActivation, false);
 }
 
 void ChildArea::Step(int by) {
