@@ -2,14 +2,13 @@
 // would send it.
 #include "UserSettings.h"
 #include "WindowTest.h"
-#include "frmSelectFirmware.h"
-#include "frmShell.h"
 
 #include <QApplication>
 #include <QMdiSubWindow>
 #include <QtTest/QTest>
 
 #include <algorithm>
+#include <functional>
 
 using namespace testing_support;
 
@@ -36,12 +35,6 @@ protected:
         return windows::globals.main != nullptr &&
                std::ranges::any_of(parent().findChildren<QPushButton*>(), &QPushButton::isDown);
     }
-    // Tab until a control has the focus; the user sees where it goes.
-    void TabTo(const char* control) {
-        for (int i = 0; i < 20 && Focus() != control; ++i)
-            Press("Tab");
-        EXPECT_EQ(Focus(), control);
-    }
     static std::string Focus() {
         const QWidget* widget = QApplication::focusWidget();
         return widget == nullptr ? "nothing" : widget->objectName().toStdString();
@@ -57,57 +50,39 @@ TEST_F(Keyboard, IsEnoughForAWholeSession) {
     platform::UseUserSettingsFile(program->directory.file("user.json"));
     program->Write("packages/both.twd", Package(IMAGE, CNE));
     platform::SaveUserSetting("Global", "DefaultFirmwarePath", program->directory.file("packages"));
-    const auto expect = [this](const char* active, const char* focus) {
-        EXPECT_EQ(Active(), active);
-        EXPECT_EQ(Focus(), focus);
+    EXPECT_EQ(Focus(), "mfgDevices");
+    const struct {
+        const char *keys, *active, *focus; // after them
+        std::function<void()> seen = [] {};
+    } rows[] = {
+        {"Up", "frmMain", "mfgDevices"}, // to the device that runs its application
+        {"Alt+I", "frmMain", "mfgDevices",
+         [&] { EXPECT_TRUE(form().lblWhyNot->text().contains("Command, Run Selected Device in Firmware Do")); }},
+        {"Alt+C, F", "frmMain", "mfgDevices", [&] { Pass(5000); }},
+        {"Alt+I", "frmSelectFirmware", "ListView1", [&] { EXPECT_TRUE(form().lblWhyNot->text().contains("is off")); }},
+        {"Down, Alt+L", "frmSelectFirmware", "cmdClose", [&] { EXPECT_EQ(program->Flash(0, "application"), IMAGE); }},
+        {"Shift+Tab, Shift+Tab, Space", "frmConfig", "RTB1"}, // View Config
+        {"Ctrl+F4", "frmViewMemory", "txtNodeMemory"},
+        {"Ctrl+F4", "frmSelectFirmware", "ListView1"}, // not the device list, which is off
+        {"Ctrl+Tab", "frmStatus", "mfgStatus"},        // the same
+        {"Alt+W, 3", "frmSelectFirmware", "ListView1"},
+        {"Alt+W, 1, Esc, Esc", "frmSelectFirmware", "ListView1"}, // the same
+        {"Alt+C", "frmStatus", "mfgStatus"},                      // where the user was before
+        {"Alt+W, 1", "frmMain", "mfgDevices"},
+        {"Alt+V, S", "frmShell", "txtShell"},
+        {"Alt+W, 1", "frmMain", "mfgDevices"},
+        {"Alt+W, 3", "frmShell", "txtShell"},
+        {"Alt+F, C", "frmMain", "mfgDevices"},
+        {"Ctrl+Shift+Tab", "frmStatus", "mfgStatus"},
+        {"Ctrl+F4", "frmMain", "mfgDevices"}, // it stays in memory, and leaves the keys to the other
     };
-    expect("frmMain", "mfgDevices");
-    Press("Up"); // the device that runs its application
-    EXPECT_EQ(form().lblNode->text(), "Node: 0");
-    Press("Alt+I");
-    EXPECT_EQ(Newest<frmSelectFirmware>(), nullptr);
-    EXPECT_TRUE(form().lblWhyNot->text().contains("Command, Run Selected Device in Firmware Download Mode"));
-    EXPECT_EQ(form().cmdUpdateApplicationImage->toolTip(), form().lblWhyNot->text());
-    Press("Alt+C, F");
-    Pass(5000);
-    EXPECT_EQ(form().lblNode->text(), "Node: 0");
-    EXPECT_EQ(form().lblWhyNot->text(), "");
-
-    Press("Alt+I");
-    EXPECT_EQ(Active(), "frmSelectFirmware");
-    TabTo("ListView1");
-    Press("Down, Alt+L");
-    Pass(3000);
-    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
-    TabTo("cmdViewConfig");
-    Press("Space");
-    expect("frmConfig", "RTB1");
-    Press("Ctrl+F4");
-    expect("frmViewMemory", "txtNodeMemory");
-    Press("Ctrl+F4");
-    expect("frmSelectFirmware", "ListView1"); // not the device list, which is off
-    Press("Ctrl+Tab");
-    EXPECT_EQ(Active(), "frmStatus");
-    Press("Alt+W, 3");
-    EXPECT_EQ(Active(), "frmSelectFirmware");
-    Press("Alt+W, 1"); // off
-    EXPECT_EQ(Active(), "frmSelectFirmware");
-    Press("Esc, Esc, Alt+C");
-    expect("frmStatus", "mfgStatus"); // where the user was before
-    Press("Alt+W, 1");
-    expect("frmMain", "mfgDevices");
-
-    Press("Alt+V, S");
-    EXPECT_EQ(Active(), "frmShell");
-    EXPECT_TRUE(Newest<frmShell>()->txtShell->hasFocus());
-    Press("Alt+W, 1");
-    expect("frmMain", "mfgDevices");
-    Press("Alt+W, 3, Alt+F, C");
-    expect("frmMain", "mfgDevices");
-    Press("Ctrl+Shift+Tab");
-    EXPECT_EQ(Active(), "frmStatus");
-    Press("Ctrl+F4"); // it stays in memory, and leaves the keys to the other
-    expect("frmMain", "mfgDevices");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.keys);
+        Press(row.keys);
+        EXPECT_EQ(Active(), row.active);
+        EXPECT_EQ(Focus(), row.focus);
+        row.seen();
+    }
     Press("Alt+F, X");
     EXPECT_EQ(windows::globals.main, nullptr);
 }

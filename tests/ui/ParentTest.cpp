@@ -230,7 +230,7 @@ TEST_F(Parent, WrapsALongQuestion) {
         const auto* label = box->findChild<QLabel*>();
         EXPECT_LT(box->width(), 700);
         EXPECT_GE(label->height(), label->heightForWidth(label->width()));
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        box->close();
     });
     QtDialogs dialogs;
     EXPECT_EQ(dialogs.InputBox(lines.toStdString(), "Question", "7"), "");
