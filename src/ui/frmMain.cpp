@@ -52,7 +52,7 @@ void frmMain::BuildControls() {
 
     fraDeviceList = Named(new QGroupBox("Device List (select target)", this), "fraDeviceList");
     fraDeviceList->setGeometry(gap, gap, width, gridHeight + line + 2 * gap);
-    mfgDevices = Named(new HintedGrid(fraDeviceList), "mfgDevices");
+    mfgDevices = Named(new DeviceGrid(fraDeviceList), "mfgDevices");
     mfgDevices->setGeometry(gap, line, width - 2 * gap, gridHeight);
 
     fraSelectedDevice = Named(new QGroupBox("Selected Device", this), "fraSelectedDevice");
