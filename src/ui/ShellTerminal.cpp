@@ -17,6 +17,7 @@
 namespace {
 
 constexpr std::int32_t SHOW_INTERVAL = 80; // ms between two paintings of a flood: fewer, larger ones are cheaper
+constexpr std::int32_t DRAG_INTERVAL = 50; // ms between two steps of scrolling
 constexpr std::uint8_t PASTE = 22;         // Control V
 constexpr double SMALLEST_TEXT = 4;        // points
 
@@ -34,7 +35,8 @@ bool IsCopy(const QKeyEvent* event) {
 
 ShellTerminal::ShellTerminal(QWidget* parent)
     : QAbstractScrollArea(parent), notice_(new QLabel(this)),
-      tmrShowText_(new WindowTimer(this, "tmrShowText", SHOW_INTERVAL, [this] { ShowNow(); })) {
+      tmrShowText_(new WindowTimer(this, "tmrShowText", SHOW_INTERVAL, [this] { ShowNow(); })),
+      tmrDrag_(new WindowTimer(this, "tmrDrag", DRAG_INTERVAL, [this] { ScrollToMouse(); })) {
     QFont font("Courier New");
     font.setStyleHint(QFont::Monospace);
     font.setFixedPitch(true);

@@ -10,8 +10,6 @@
 
 #include <QAbstractScrollArea>
 #include <QAction>
-#include <QBasicTimer>
-#include <QElapsedTimer>
 #include <QLabel>
 
 #include <cstdint>
@@ -67,7 +65,6 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
-    void timerEvent(QTimerEvent* event) override;
     bool focusNextPrevChild(bool) override { return false; } // Tab goes to the device
 
 private:
@@ -98,6 +95,7 @@ private:
     void BringIntoView(std::int64_t line);
     Place PlaceAt(const QPoint& point) const;
     void ExtendTo(const QPoint& point);
+    void ScrollToMouse(); // a step towards a mouse that is held outside
     bool HasSelection() const { return anchor_ != head_; }
 
     void PaintRow(class QPainter& painter, std::int64_t line, const shellRows::Row& row, int top) const;
@@ -112,10 +110,10 @@ private:
     int lineHeight_ = 16;
     Place anchor_, head_; // of the selection
     QPoint dragged_;
-    QBasicTimer dragTimer_;     // scrolls while the mouse is held outside
-    QElapsedTimer doubleClick_; // a third click takes the line
+    quint64 doubleClickAt_ = 0; // its event's time in ms, until the next click: a third one takes the line
     QLabel* notice_;
     int scrollBack_ = 0;
     std::int64_t lastShown_ = 0; // performance counter
     WindowTimer* tmrShowText_;
+    WindowTimer* tmrDrag_; // scrolls while the mouse is held outside
 };

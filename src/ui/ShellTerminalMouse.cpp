@@ -6,16 +6,10 @@
 #include <QClipboard>
 #include <QMouseEvent>
 #include <QScrollBar>
-#include <QTimerEvent>
 
 #include <algorithm>
 #include <cmath>
-
-namespace {
-
-constexpr int DRAG_INTERVAL = 50; // ms between two steps of scrolling
-
-} // namespace
+#include <utility>
 
 ShellScreen::Place ShellTerminal::PlaceAt(const QPoint& point) const {
     const auto below = std::int64_t(std::floor(double(point.y()) / lineHeight_));
@@ -37,8 +31,8 @@ void ShellTerminal::mousePressEvent(QMouseEvent* event) {
         return;
     ShowNow();
     const Place place = PlaceAt(event->pos());
-    const bool third = doubleClick_.isValid() && doubleClick_.elapsed() < QApplication::doubleClickInterval();
-    doubleClick_.invalidate();
+    const quint64 doubled = std::exchange(doubleClickAt_, 0);
+    const bool third = doubled != 0 && event->timestamp() - doubled < quint64(QApplication::doubleClickInterval());
     if (third)
         Select({place.line, 0}, {place.line, screen_.LineAt(place.line).text.size()});
     else
@@ -57,17 +51,17 @@ void ShellTerminal::mouseDoubleClickEvent(QMouseEvent* event) {
     while (end < text.size() && inWord(end))
         ++end;
     Select({place.line, begin}, {place.line, end});
-    doubleClick_.start();
+    doubleClickAt_ = event->timestamp();
 }
 
 void ShellTerminal::mouseMoveEvent(QMouseEvent* event) {
-    if (!event->buttons().testFlag(Qt::LeftButton) || doubleClick_.isValid())
+    if (!event->buttons().testFlag(Qt::LeftButton) || doubleClickAt_ != 0)
         return;
     ExtendTo(event->pos());
     if (viewport()->rect().contains(event->pos()))
-        dragTimer_.stop();
-    else if (!dragTimer_.isActive())
-        dragTimer_.start(DRAG_INTERVAL, this);
+        tmrDrag_->setEnabled(false);
+    else if (!tmrDrag_->isEnabled())
+        tmrDrag_->setEnabled(true);
 }
 
 void ShellTerminal::ExtendTo(const QPoint& point) {
@@ -75,9 +69,7 @@ void ShellTerminal::ExtendTo(const QPoint& point) {
     Select(anchor_, PlaceAt(point));
 }
 
-void ShellTerminal::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != dragTimer_.timerId())
-        return QAbstractScrollArea::timerEvent(event);
+void ShellTerminal::ScrollToMouse() {
     if (dragged_.y() < 0)
         verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepSub);
     else if (dragged_.y() >= viewport()->height())
@@ -89,7 +81,7 @@ void ShellTerminal::timerEvent(QTimerEvent* event) {
 void ShellTerminal::mouseReleaseEvent(QMouseEvent* event) {
     QClipboard* clipboard = QApplication::clipboard();
     if (event->button() == Qt::LeftButton) {
-        dragTimer_.stop();
+        tmrDrag_->setEnabled(false);
         if (HasSelection() && clipboard->supportsSelection())
             clipboard->setText(selectedText(), QClipboard::Selection);
     } else if (event->button() == Qt::MiddleButton && sendText) {
