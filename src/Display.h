@@ -3,8 +3,8 @@
 
 #include <QtGlobal>
 
-// Without a display only a run that nobody has to watch makes sense: it goes offscreen. False, told on standard
-// error, when windows are wanted and there is no display for them.
+// Without a display only a run that nobody has to watch makes sense: it goes offscreen. False, with a message on
+// standard error, when windows are wanted and there is no display for them.
 bool ChooseDisplay(bool unattended);
 
 // Around the making of the QApplication, which ends the process when no display answers: one line on standard

@@ -62,7 +62,7 @@ bool IsLetterOptions(std::string text) {
 }
 
 // The file that stands together with its option, in "/Dfw/app.twd" or "/D my app.twd /S", and the
-// options behind it. Nothing when there is no such file.
+// options after it. Nothing when there is no such file.
 struct AttachedFile {
     std::string path, options;
 };
@@ -127,7 +127,7 @@ bool Joiner::IsOption(const std::string& text) const {
         return false;
     if (text.find('/', 1) == std::string::npos || IsLetterOptions(text))
         return true;
-    // "/data/app.twd" is a path behind "/D", and otherwise what it looks like.
+    // "/data/app.twd" is a path after "/D", and otherwise what it looks like.
     const char letter = OptionLetter(text);
     return !awaitsValue_ && (IsOneOf(letter, FILE_OPTIONS) || IsOneOf(letter, VALUE_OPTIONS) ||
                              (IsOneOf(letter, SINGLE_OPTIONS) && text[2] == '/'));

@@ -29,10 +29,10 @@ struct Globals {
     std::int32_t CurrentTransactionTimeout = 200;     // ms, of config ROM reads
     std::int32_t BusResetSettleTime = 200;            // ms before a bus reset is handled
     bool OverrideHardwareCompatibility = false;
-    bool DownloadInProgress = false;          // quiets the modules' low levels
+    bool DownloadInProgress = false;          // quiets low levels, holds off a discovery that is owed
     bool UseTwlThesyconDriver = false;        // mirrors a menu entry; no other code reads it
     bool PerformUnattendedOperations = false; // a run is on; message boxes become status file lines
-    bool EndRequested = false;                // no further operation of the run is begun, and the program ends
+    bool EndRequested = false;                // no operation of the run is begun any more; a signal alone: platform::
     platform::Handle ApplicationShutdownEvent = 0;
     std::string StoreNotice;                     // why the store can't be written, "" while it can
     std::string RawCommandLine;                  // as given, arguments joined

@@ -122,7 +122,7 @@ std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText
     const TargetChoice choice = ChooseTarget("WriteGuid", matchGuid, handle, bootloaderVersion);
     if (choice != TargetChoice::One)
         return choice == TargetChoice::NoMatch ? -1 : 0;
-    ByteArray guid; // a bad one is told before the persistent parameters are lost for it
+    ByteArray guid; // a bad one is reported before the persistent parameters are lost for it
     if (!Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid))
         return 0;
     if (bootloaderVersion != 0)

@@ -27,7 +27,7 @@ std::string TextOfFile(const platform::FileName& file) {
     return platform::TextFromAnsi(bytes);
 }
 
-// The faults of one file. The first ones are told; a file that isn't a batch at all has too many.
+// The faults of one file. The first ones are reported; a file that isn't a batch at all has too many.
 class FaultLog {
 public:
     explicit FaultLog(const platform::FileName& file) : file_(file.Shown) {}

@@ -87,7 +87,7 @@ std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options
 // The tick of tmrAutomationScheduler (Scheduler.cpp).
 void SchedulerTick();
 // Ends a pass in order (Scheduler.cpp): the operation under way finishes, none is begun after it, the
-// result is told, and the program closes as at the end of any run. Safe at every turn. False when no
+// result is reported, and the program closes as at the end of any run. Safe at every turn. False when no
 // pass is under way: whoever asks closes the program.
 bool EndAfterOperation();
 // An ERROR line for a run that is ended while it waits for the bus: what state the device is in.

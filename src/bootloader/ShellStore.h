@@ -13,7 +13,7 @@
 
 inline constexpr std::size_t SHELL_BUFFER_SIZE = 16534;
 
-// Something told about the console, which is no character of it.
+// A remark about the console at a place in its output; not part of the text.
 struct ShellMark {
     std::uint64_t At = 0; // characters printed before it
     std::string Text;

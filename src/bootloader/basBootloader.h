@@ -61,7 +61,7 @@ extern Hooks hooks;
 struct CommandProgress {
     std::function<void(std::int32_t maximum)> start; // minimum is 0
     std::function<void(std::int32_t value)> value;
-    std::function<void()> repaint;        // behind each value, where a window was given
+    std::function<void()> repaint;        // after each value, where a window was given
     std::function<bool()> abandoned = {}; // asked between two polls; true ends the waiting
 };
 

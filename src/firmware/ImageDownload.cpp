@@ -196,8 +196,8 @@ void TellFailure(const Load& load) {
     Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name));
 }
 
-// A package with a section outside its file is told by the block that would be missed, and leaves
-// the target as it is. The element behind the file's bytes is none of them.
+// A package with a section outside its file is reported by the first block that would be missing, and
+// leaves the target as it is. FileData has one element more than the file has bytes.
 bool SectionsAreWhole(const Load& load) {
     const auto fileLength = static_cast<std::int64_t>(load.package.FileData.size()) - 1;
     const NamedSection* outside = FirstOutside(load.package, fileLength);

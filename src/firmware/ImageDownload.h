@@ -48,7 +48,7 @@ struct DownloadStyle {
     std::function<void(const std::string& text)> show; // a status label
     std::function<void(const std::string& text, std::int32_t level)> log;
     std::function<void(const DownloadProgress&)> progress; // at each step and after each block, sent or not
-    std::function<void(const DownloadFailure&)> failed;    // what fails first is told first
+    std::function<void(const DownloadFailure&)> failed;    // the first failure comes first
     const CommandProgress* startProgress = nullptr;        // during DownloadStart
     const CommandProgress* endProgress = nullptr;          // during DownloadEnd
 };
@@ -69,7 +69,7 @@ extern LoadUnderWay loadUnderWay;
 void TellBrokenLoad();
 
 // The sequence. 1 when the target holds the section and judged it good, else -1. What a load does
-// can't be undone: behind DownloadStart the old image is gone. When the program is to end it ends early: the
+// can't be undone: after DownloadStart the old image is gone. When the program is to end it ends early: the
 // erase isn't waited for, the block under way is, DownloadEnd follows, and an ERROR line tells of the device.
 std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
                                   const DownloadStyle& style);

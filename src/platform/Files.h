@@ -37,7 +37,7 @@ bool MayWrite(const std::string& path);   // by the permissions; false when ther
 void DeleteFile(const std::string& path); // a link itself, not what it leads to
 void MakeDirectories(const std::string& path);
 // Writes the whole file and puts it in place by a rename: after a crash the old or the new is there.
-// A draft that a kill left behind goes when next a file in its folder is replaced.
+// A draft that a killed process left is removed when this program first replaces a file in that folder.
 void WriteFileAtomically(const std::string& path, const ByteArray& bytes);
 
 // A file open for reading, from its start.

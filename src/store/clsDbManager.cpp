@@ -113,7 +113,7 @@ clsDbManager::~clsDbManager() {
     ResumeNext next{IgnoreFailure};
     next([this] { StatusDisplay(LEVEL_TRACE, "Closing database..."); });
     // A file that never opened may be one that somebody wants to rescue: hands off. One that can't be
-    // written can't be shrunk either, and has been told.
+    // written can't be shrunk either, and has been reported.
     const bool mayShrink = Updatable();
     if (CloseDatabase() && mayShrink)
         next([this] { CompactDatabase(); });

@@ -7,7 +7,7 @@
 
 namespace shellKeys {
 
-// The characters of a text key; with Alt behind an ESC. A control letter has no text on every window system.
+// The characters of a text key; with Alt after an ESC. A control letter has no text on every window system.
 ByteArray Characters(const QKeyEvent& event);
 // The sequence of an arrow, Home, End, Page or F key as xterm sends it, with the modifiers held; an arrow counts
 // them only with Alt. Empty for other keys.

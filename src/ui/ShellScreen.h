@@ -39,7 +39,7 @@ public:
         std::size_t column = 0;
         auto operator<=>(const Place&) const = default;
     };
-    // Something to be told where the text has come so far; it isn't text.
+    // A remark at a place in the output, such as a restart; not part of the text.
     struct Mark {
         Place place;
         std::string text;

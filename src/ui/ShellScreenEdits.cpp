@@ -110,7 +110,7 @@ void ShellScreen::EraseInScreen(std::size_t which) {
     KeepMarksWithin();
 }
 
-// What was on the screen stays above it, so that a device can't take back what it has told. Marks that nothing has
+// What was on the screen stays above it, so that a device can't take back what it has printed. Marks that nothing has
 // followed yet come along: a device that restarts often clears the screen first.
 void ShellScreen::Clear() {
     const std::int64_t row = cursor_.line - Top();

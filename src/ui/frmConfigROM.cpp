@@ -32,7 +32,7 @@ enum CheckColumn { ADDRESS, VERDICT, FINDING, COLUMNS };
 constexpr int GAP = 6;
 constexpr double TREE_SHARE = 0.6; // of the frame's height while the checks are shown
 
-// The address in front of a row's text, or empty for a row without one or without a quadlet behind it.
+// The address in front of a row's text, or empty for a row without an address or without a quadlet.
 std::string AddressText(const std::string& rowText) {
     return rowText.starts_with("0x") && rowText.size() > 13 ? rowText.substr(0, 10) : "";
 }

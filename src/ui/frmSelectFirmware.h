@@ -124,10 +124,10 @@ private:
     bool AlwaysLoadConfig = false; // nothing else hangs on it
     PickedFile picked_;
     std::string cause_;     // why the last load has failed
-    std::string note_;      // what somebody is told who wants to close in the middle of a load
+    std::string note_;      // the answer to an attempt to close in the middle of a load
     std::string beginning_; // the status while blocks go out
     basBootloader::DownloadFailure failure_;
-    basBootloader::DownloadProgress progress_; // as it was told last
+    basBootloader::DownloadProgress progress_; // as last reported
     std::int32_t sentAgain_ = 0;               // blocks that needed more than one try
     std::string folder_;                       // shown in Dir1, with a separator at its end
     bool loading_ = false;

@@ -195,7 +195,7 @@ void frmShell::setCurrentHandle(std::int32_t handle) {
     if (moves) {
         CloseOthersOn(handle);
         txtShell->Replace({});
-        txtShell->setNotice({}); // it told of the other device
+        txtShell->setNotice({}); // it was about the other device
         ToLog([](ShellLog& log) { log.Mark("the window moved to another device"); });
     }
     currentHandle_ = handle;

@@ -63,7 +63,7 @@ void WireProgram(const WindowHooks& windows);
 
 // --- The end from outside (ProgramEnd.cpp) ---
 
-// Behind basApp::Main: the timer that ends the program in order once a signal has asked for it.
+// For the time after basApp::Main: the timer that ends the program in order once a signal has asked for it.
 std::unique_ptr<platform::Timer> WatchForEndRequest();
 // For a process that is ending under the program, in the middle of whatever it does: an ERROR line with `reason`
 // and the state of the device, then the shutdown, without windows and access library.
