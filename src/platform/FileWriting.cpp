@@ -210,6 +210,9 @@ int OpenAnew(const std::string& path) {
     if (!LinkStatus(path, old))
         return OpenNewFile(path);
     if (S_ISLNK(old.st_mode) || (S_ISREG(old.st_mode) && old.st_nlink > 1)) {
+        struct stat target {};
+        if (stat(path.c_str(), &target) == 0)
+            RequireRegularFile(target, path); // the link of a device, /dev/stdout, say, is the system's
         if (unlink(path.c_str()) != 0)
             RaiseFileError(errno, path);
         Descriptor file(OpenNewFile(path));

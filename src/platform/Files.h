@@ -6,7 +6,8 @@
 // a new one beside it that keeps owner and mode. Where the name is a link, what it leads to is
 // replaced if the user or root has made the link; another user's is refused. OutputFile writes
 // line by line: Anew never through a link or into a file with a second name, a new file takes the
-// name; Append as above. What root makes in a user's folder belongs to that user.
+// name (a link to what is no file, such as /dev/stdout, is refused); Append as above. What root makes
+// in a user's folder belongs to that user.
 #pragma once
 
 #include "Bytes.h"

@@ -109,6 +109,9 @@ TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
     }
     EXPECT_FALSE(std::filesystem::exists(folder.file("victim")));
     EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("by the link"));
+    std::filesystem::create_symlink("/dev/null", folder.file("sink")); // as /dev/stdout is one: the system's
+    EXPECT_EQ(FailureOf([&] { platform::OutputFile output(folder.file("sink")); }), 75);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("sink")));
 
     const TestFolder killed;
     std::ofstream(killed.file(".hoistline-1-0.new")) << "half";

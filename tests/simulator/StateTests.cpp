@@ -75,6 +75,12 @@ TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
     EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
     EXPECT_NE(access((folder + "keys.json.new1").c_str(), F_OK), 0);
     EXPECT_EQ(scratch.Status(directory + "identity.json").st_mode & 0777, 0640u);
+
+    const std::string sink = scratch.path() + "/sink"; // as /dev/stdout is one: the system's, not ours to replace
+    ASSERT_EQ(symlink("/dev/null", sink.c_str()), 0);
+    Describe(OneTarget("", R"(, "trace": ")" + sink + '"'));
+    EXPECT_NE(text.find("can't write the trace"), std::string::npos) << text;
+    EXPECT_TRUE(std::filesystem::is_symlink(sink));
 }
 
 TEST_F(State, ADamagedFileIsToldAndSurvived) {

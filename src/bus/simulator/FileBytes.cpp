@@ -149,8 +149,12 @@ void ReplaceFile(const std::string& path, ByteView content) {
 }
 
 std::FILE* OpenToWrite(const std::string& path) {
-    struct stat old {};
+    struct stat old {
+    }, target{};
     if (lstat(path.c_str(), &old) == 0 && S_ISLNK(old.st_mode)) {
+        if (stat(path.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
+            return nullptr; // /dev/stdout, say: as root its link would be gone for every program
+        }
         unlink(path.c_str()); // a new file takes the name; what the link leads to may be anybody's
     }
     int file = open(path.c_str(), NEW_FILE, 0666);
