@@ -16,6 +16,7 @@
 
 #include <QCloseEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QScreen>
@@ -102,8 +103,22 @@ void MDIForm1::ShowMenusOfActiveChild() {
     if (menus.empty())
         menus = {mnuFile2, mnuView2, mnuWindow, mnuHelp2};
     menuBar()->clear();
-    for (QMenu* menu : menus)
+    for (QMenu* menu : menus) {
         menuBar()->addMenu(menu);
+        menu->installEventFilter(this);
+    }
+}
+
+// Esc in an open menu gives the keys back to the window. Qt would leave them in the menu bar, with nothing
+// highlighted: what is typed at a terminal next would choose commands, Command, Reset among them.
+bool MDIForm1::eventFilter(QObject* watched, QEvent* event) {
+    auto* menu = qobject_cast<QMenu*>(watched);
+    if (menu == nullptr || event->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(event)->key() != Qt::Key_Escape)
+        return QMainWindow::eventFilter(watched, event);
+    menu->close();
+    if (menuBar()->hasFocus()) // the user had gone there first, by Alt alone
+        QCoreApplication::sendEvent(menuBar(), event);
+    return true;
 }
 
 int MDIForm1::ClientHeight() const {

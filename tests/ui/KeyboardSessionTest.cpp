@@ -72,6 +72,7 @@ TEST_F(Keyboard, IsEnoughForAWholeSession) {
         {"Alt+V, S", "frmShell", "txtShell"},
         {"Alt+W, 1", "frmMain", "mfgDevices"},
         {"Alt+W, 3", "frmShell", "txtShell"},
+        {"Alt+C, Esc", "frmShell", "txtShell"}, // not the menu bar, where the next "c" and "r" reset the device
         {"Alt+F, C", "frmMain", "mfgDevices"},
         {"Ctrl+Shift+Tab", "frmStatus", "mfgStatus"},
         {"Ctrl+F4", "frmMain", "mfgDevices"}, // it stays in memory, and leaves the keys to the other
