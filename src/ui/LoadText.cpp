@@ -41,7 +41,7 @@ std::string CauseBefore(DownloadFailure::Stage stage) {
     using Stage = DownloadFailure::Stage;
     switch (stage) {
     case Stage::File:
-        return "The file could not be read or is no package.";
+        return "The file could not be read, or it is not a package.";
     case Stage::Hardware:
         return "The package is for another hardware model than the device's.";
     case Stage::NoSection:

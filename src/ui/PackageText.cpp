@@ -57,8 +57,8 @@ std::string Misfit(const TwdHeader& header, const BootloaderTarget& target, bool
         return "The device runs its application.  Close this window, then choose Command, Run Selected Device in "
                "Firmware Download Mode.";
     if (header.HardwareID != target.Info.HardwareModelID && !overrideHardware)
-        return fmt::format("The package is for hardware model {}, the device is model {}.  Should it fit all the "
-                           "same, see Preferences.",
+        return fmt::format("The package is for hardware model {}, the device is model {}.  If it fits all "
+                           "the same, see Preferences.",
                            header.HardwareID, target.Info.HardwareModelID);
     return {};
 }
@@ -95,7 +95,7 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
 }
 
 void DescribeNoPackage(View& view) {
-    view.detail = "The file is no package, or it can't be read.";
+    view.detail = "The file isn't a package, or it can't be read.";
     view.noImage = view.noConfig = view.noView = view.detail;
 }
 

@@ -32,7 +32,7 @@ struct View {
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize);
 
-// The view of a file that is no package or can't be read.
+// The view of a file that isn't a package or can't be read.
 void DescribeNoPackage(View& view);
 
 // The most that the browser reads of a package.
