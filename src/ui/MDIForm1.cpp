@@ -203,23 +203,23 @@ void MDIForm1::MDIForm_Load() {
     status->setPlace({0, place.Top + place.Height, place.Width, status->place().Height});
     status->showForm();
     fitHeight(place.Height + status->place().Height);
+    resize(size().expandedTo(SmallestSize())); // an earlier session may have left a lower one
     ArrangeChildren(1);
     const QSize designed = size();
     VerifyFormPosition();
     if (size() != designed)
         ArrangeChildren(1); // a screen that is too small for the design
-    SetSmallestSize();
+    setMinimumSize(SmallestSize().boundedTo(size()));
     ParentLoaded = true;
     MDIForm_Resize();
     mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(main->frame()));
 }
 
 // Tiled beside one status window the device window isn't cut, where the screen has room for that.
-void MDIForm1::SetSmallestSize() {
+QSize MDIForm1::SmallestSize() const {
     const QSize device = windows::globals.main->SmallestFrame();
     const QSize border = size() - mdiArea->maximumViewportSize();
-    const QSize smallest(device.width(), device.height() * 4 / 3 + 1);
-    setMinimumSize((smallest + border).boundedTo(QGuiApplication::primaryScreen()->availableSize()).boundedTo(size()));
+    return QSize(device.width(), device.height() * 4 / 3 + 1) + border;
 }
 
 void MDIForm1::VerifyFormPosition() {
@@ -333,11 +333,31 @@ void MDIForm1::closeEvent(QCloseEvent* event) {
     MDIForm_Unload();
 }
 
+// The next start adds up the stored heights of the device window and of one status window. The shares of the
+// others would be lost, and the parent would come up lower from session to session.
+void MDIForm1::ShareHeightAsAtStart() {
+    std::vector<Form*> arranged{windows::globals.main};
+    for (frmStatus* status : windows::globals.statusWindows)
+        if (status != nullptr && status->isVisible())
+            arranged.push_back(status);
+    const auto hasNoPlace = [](Form* form) {
+        return form == nullptr || form->isMaximizedForm() || form->isMinimizedForm();
+    };
+    if (arranged.size() < 3 || !mnuAutoScaleChildren->isChecked() || std::ranges::any_of(arranged, hasNoPlace))
+        return;
+    for (std::size_t i = 2; i < arranged.size(); ++i)
+        arranged[i]->frame()->hide();
+    ArrangeChildren(1);
+    for (std::size_t i = 2; i < arranged.size(); ++i)
+        arranged[i]->setPlace(arranged[1]->place()); // they all are stored under one name
+}
+
 void MDIForm1::MDIForm_Unload() {
     if (std::exchange(unloaded_, true))
         return;
     basDebug::Display(MODULE, LEVEL_TRACE, "Unloading parent form...");
     ParentLoaded = false;
+    ShareHeightAsAtStart();
     if (frmMain* main = windows::globals.main)
         main->Unload();
     windows::UnloadAll(windows::globals.firmwareWindows);

@@ -66,7 +66,8 @@ private:
     void BuildMenus();
     void MDIForm_Unload();
     // Of the area for the children, in twips, whether or not it shows scroll bars.
-    void SetSmallestSize();
+    QSize SmallestSize() const;
+    void ShareHeightAsAtStart();
     int ClientHeight() const;
     int ClientWidth() const;
 

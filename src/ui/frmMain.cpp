@@ -47,7 +47,9 @@ frmMain::frmMain() : Form("frmMain", "Available Devices") {
 void frmMain::BuildControls() {
     const int line = fontMetrics().height() + 6;
     const int gap = 6;
-    const int width = std::max(940, fontMetrics().averageCharWidth() * 130);
+    const int longest =
+        fontMetrics().horizontalAdvance("Hardware Version (from config ROM):  MODULE_HW_VERSION=131072");
+    const int width = std::max({940, fontMetrics().averageCharWidth() * 130, longest * 5 / 3 + 8 * gap});
     const int gridHeight = line * 7;
 
     fraDeviceList = Named(new QGroupBox("Device List (select target)", this), "fraDeviceList");
@@ -65,10 +67,11 @@ void frmMain::BuildControls() {
     fraFirmware = Named(new QGroupBox("Firmware", fraSelectedDevice), "fraFirmware");
     fraFirmware->setGeometry(gap, line + hardwareHeight + gap, width - 2 * gap, firmwareHeight);
 
-    const int half = (width - 4 * gap) / 2;
+    const int inner = width - 4 * gap;
+    const int left = inner * 2 / 5; // the texts on the right are longer
     const auto label = [&](const char* name, int column, int row) {
         auto* made = Named(new QLabel(fraHardware), name);
-        made->setGeometry(gap + column * half, line * (row + 1), half - gap, line);
+        made->setGeometry(gap + column * left, line * (row + 1), (column == 0 ? left : inner - left) - gap, line);
         MakeCopyable(made);
         return made;
     };
@@ -84,8 +87,8 @@ void frmMain::BuildControls() {
     lblModelID = label("lblModelID", 1, 4);
 
     const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    const int inner = width - 4 * gap;
-    const int captionWidth = inner / 4, buttonWidth = inner / 4, boxWidth = inner - captionWidth - buttonWidth;
+    const int captionWidth = inner * 27 / 100, buttonWidth = captionWidth,
+              boxWidth = inner - captionWidth - buttonWidth;
     const auto firmwareRow = [&](int row, QLabel*& caption, const char* captionName, const char* captionText,
                                  QLineEdit*& box, const char* boxName, QPushButton*& button, const char* buttonName,
                                  const char* buttonText) {
@@ -110,7 +113,10 @@ void frmMain::BuildControls() {
                 "txtBootloaderVersion", cmdUpdateBootloader, "cmdUpdateBootloader", "&Update Bootloader Image...");
 
     lblWhyNot = Named(new QLabel(fraFirmware), "lblWhyNot");
-    lblWhyNot->setGeometry(gap, line + 3 * (line + gap), inner - gap, line);
+    lblWhyNot->setGeometry(gap, line + 3 * (line + gap) - gap / 2, inner - gap,
+                           line + 5 * gap / 2); // of two lines in a large font
+    lblWhyNot->setWordWrap(true);
+    lblWhyNot->setAlignment(Qt::AlignTop);
 
     txtDebugSpew = Named(new QPlainTextEdit(this), "txtDebugSpew");
     txtDebugSpew->hide();

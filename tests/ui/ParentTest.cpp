@@ -219,8 +219,19 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
 TEST_F(Parent, CannotBeMadeSoSmallThatCaptionsAreCut) {
     parent().resize(1, 1);
     Pass(50);
+    const int smallest = parent().height();
+    status().frame()->resize(500, 10);
+    Restart();
+    EXPECT_NEAR(parent().height(), smallest, 2); // nor does it come up so
     for (const QLabel* label : form().fraSelectedDevice->findChildren<QLabel*>())
         EXPECT_GE(label->height(), label->fontMetrics().height()) << label->objectName().toStdString();
+}
+
+TEST_F(Parent, ComesUpAsHighAsItWasHoweverManyStatusWindowsThereWere) {
+    const int height = parent().height();
+    ASSERT_TRUE(Choose("mnuStatusWindow"));
+    Restart();
+    EXPECT_NEAR(parent().height(), height, 2);
 }
 
 TEST_F(Parent, WrapsALongQuestion) {
