@@ -20,6 +20,7 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QScreen>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <fmt/format.h>
@@ -224,10 +225,15 @@ QSize MDIForm1::SmallestSize() const {
 
 void MDIForm1::VerifyFormPosition() {
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    // The title bar has to fit on the screen as well; while it starts a window doesn't know how high its own is.
+    const QSize border =
+        (frameGeometry().size() - size()).expandedTo({0, style()->pixelMetric(QStyle::PM_TitleBarHeight)});
+    const QSize outer = size() + border;
     const basApp::WindowPlace place = basApp::VerifyFormPosition(
-        "MDIForm1", {layout::Twips(x()), layout::Twips(y()), layout::Twips(width()), layout::Twips(height())},
+        "MDIForm1",
+        {layout::Twips(x()), layout::Twips(y()), layout::Twips(outer.width()), layout::Twips(outer.height())},
         layout::Twips(screen.width()), layout::Twips(screen.height()));
-    const QSize fitting(layout::Pixels(place.Width), layout::Pixels(place.Height));
+    const QSize fitting = QSize(layout::Pixels(place.Width), layout::Pixels(place.Height)) - border;
     if (fitting != size())
         resize(fitting);
     if (const QPoint at(layout::Pixels(place.Left), layout::Pixels(place.Top)); at != pos())
