@@ -28,9 +28,21 @@ std::int32_t HandleOfFirstTarget(ByteArray& deviceId) {
     return first.Handle;
 }
 
+// Devices that share a GUID may share one record of the list too: a value could reach either.
+bool IsUnique(const ByteArray& deviceId) {
+    const auto sharing = std::ranges::count_if(basBootloader::globals.CompatibleGuids, [&](const auto& guid) {
+        return std::equal(guid.begin(), guid.end(), deviceId.begin(), deviceId.end());
+    });
+    if (sharing > 1)
+        StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: {} devices on the bus have the ID '{}'.  None is worked on.",
+                      sharing, basUtils::ByteArrayToHexString(deviceId));
+    return sharing <= 1;
+}
+
 std::int32_t FindHandle(KeyOperation& operation) {
     const bool wantsFirst = operation.DeviceId == ByteArray{FIRST_TARGET};
-    return wantsFirst ? HandleOfFirstTarget(operation.DeviceId) : HandleOfGuid(operation.DeviceId);
+    const std::int32_t handle = wantsFirst ? HandleOfFirstTarget(operation.DeviceId) : HandleOfGuid(operation.DeviceId);
+    return IsUnique(operation.DeviceId) ? handle : 0;
 }
 
 void TellData(const char* verb, const char* direction, const ByteArray& data) {

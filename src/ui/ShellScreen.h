@@ -10,13 +10,13 @@
 #include "Bytes.h"
 #include "ShellEscapes.h"
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 class ShellScreen {
@@ -37,7 +37,9 @@ public:
     struct Place {
         std::int64_t line = 0;
         std::size_t column = 0;
-        auto operator<=>(const Place&) const = default;
+        bool operator==(const Place&) const = default;
+        bool operator>(const Place& other) const { return other < *this; }
+        bool operator<(const Place& other) const { return std::tie(line, column) < std::tie(other.line, other.column); }
     };
     // A remark at a place in the output, such as a restart; not part of the text.
     struct Mark {

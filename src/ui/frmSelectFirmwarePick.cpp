@@ -120,5 +120,5 @@ void frmSelectFirmware::ShowPicked() {
 
 // Whether a package begins as the picked file did when labels and buttons were set by it.
 bool frmSelectFirmware::PickedFile::isStill(const ByteArray& bytes) const {
-    return bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
+    return !head.empty() && bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
 }

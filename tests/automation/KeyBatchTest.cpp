@@ -157,6 +157,19 @@ TEST(KeyBatch, LeavesAReportAndADataFileForEachOperationThatWorked) {
         EXPECT_TRUE(program.Said(message)) << message;
 }
 
+TEST(KeyBatch, WorksOnNoneOfTheDevicesThatShareAnId) {
+    HeadlessProgram program(
+        Bus({Target(FIRST, "bootloader"), Target(FIRST, "bootloader"), Target(SECOND, "bootloader")}));
+    program.Write("keys/b.html", fmt::format("write {} NAME name.txt\nwrite {} NAME name.txt", FIRST, SECOND));
+    program.Write("keys/name.txt", std::string("Bench"));
+    ASSERT_TRUE(program.Run("/R keys\\b.html"));
+    EXPECT_TRUE(program.Said("2 devices on the bus have the ID '00 0F 1B 00 00 00 00 01'.  None is worked on."));
+    const std::string report = program.Read("keys/b.out.html");
+    EXPECT_NE(report.find("FAILED"), std::string::npos);
+    EXPECT_NE(report.find("SUCCESS", report.find(SECOND)), std::string::npos);
+    EXPECT_EQ(report.find("SUCCESS"), report.rfind("SUCCESS"));
+}
+
 TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
     const std::string removal = "DumpKeyBatchOutput: failed to remove existing file";
     // The batch, what is said, a part of the report: empty when there is none.
