@@ -39,6 +39,7 @@ public:
         std::size_t column = 0;
         bool operator==(const Place&) const = default;
         bool operator>(const Place& other) const { return other < *this; }
+        bool operator>=(const Place& other) const { return !(*this < other); }
         bool operator<(const Place& other) const { return std::tie(line, column) < std::tie(other.line, other.column); }
     };
     // A remark at a place in the output, such as a restart; not part of the text.
