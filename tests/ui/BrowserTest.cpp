@@ -206,9 +206,10 @@ TEST_F(Browser, LoadsWhatItShowsHoweverQuicklyRowsArePicked) {
     program->Write("packages/other.twd", other);
     browser->setFolder(program->directory.file("packages")); // both.twd first, other.twd last
     const auto key = [this](Qt::Key pressed) { QTest::keyClick(browser->ListView1, pressed); };
+    bool pressed = false; // lives as long as the turns that look at it
     for (const auto& [first, second, shown] :
          {std::tuple{Qt::Key_End, Qt::Key_Home, "both.twd"}, {Qt::Key_Down, Qt::Key_End, "other.twd"}}) {
-        bool pressed = false;
+        pressed = false;
         program->windowSystem.eachTurn = [&, then = second] {
             if (browser->lblStatus->text().startsWith("Reading File") && !std::exchange(pressed, true))
                 key(then);
