@@ -16,7 +16,7 @@ build: configure
 
 # What is installed, without the tests.
 program: configure
-	@cmake --build --preset release --target program
+	@cmake --build --preset release --target installation
 
 install: program
 	@cmake --install build/release --prefix $(PREFIX) >/dev/null

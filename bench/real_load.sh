@@ -16,7 +16,7 @@ memory() { awk -v what="$1:" '$1 == what { print $2 }' "/proc/$program_PID/statu
 
 # The enumeration is over before the list of targets is told. The bus is the default one with a
 # trace, which tells the transactions; a transaction takes 0.125 ms.
-sed -n '/R"(/,/)"/p' "$(dirname "$0")/../src/bus/simulator/DefaultBus.cpp" |
+sed -n '/R"(/,/)"/p' "$(dirname "$0")/../src/access/simulated/DefaultBus.cpp" |
     sed 's/.*R"({/{"trace": "trace.jsonl",/; s/)";//' >"$work/simulated-bus.json"
 start=$(milliseconds)
 coproc program { exec "$work/HoistlineApp" /I 2>/dev/null; }

@@ -16,22 +16,29 @@ using SourceTree = std::map<std::string, std::string>; // path below the source 
 
 // Layer -> what it may include besides itself: layers with all that these may include, or one header.
 const std::map<std::string, std::vector<std::string>> BELOW{
-    {"platform", {}},
-    {"platform/testing", {"platform"}},
-    {"app", {"platform"}},
+    {"platform/text", {}},
+    {"platform/kernel", {"platform/text"}},
+    {"platform/files", {"platform/kernel"}},
+    {"platform/processes", {"platform/files"}},
+    {"platform/storage", {"platform/files"}},
+    {"platform/testing", {"platform/processes", "platform/storage"}},
+    {"app", {"platform/processes", "platform/storage"}},
     {"store", {"app"}},
-    {"configrom/records", {"platform"}},
-    {"bus", {"app", "configrom/records"}},
-    {"bus/simulator", {"bus/Twl1394api.h"}},
+    {"access", {}},
+    {"access/simulated", {"access"}},
+    {"configrom/records", {"platform/text"}},
+    {"bus", {"app", "access", "configrom/records"}},
     {"configrom", {"bus"}},
     {"bus/enumeration", {"configrom"}},
     {"firmware/format", {"app"}},
     {"bootloader", {"configrom", "firmware/format"}},
     {"firmware", {"bootloader"}},
     {"automation", {"firmware"}},
-    {"wiring", {"automation", "store", "bus/enumeration"}},
-    {"ui", {"automation", "store", "bus/enumeration"}},
-    {"", {"ui", "wiring"}},
+    {"program", {"automation", "store", "bus/enumeration"}},
+    {"ui/logic", {"firmware"}},
+    {"ui/widgets", {"ui/logic"}},
+    {"ui/windows", {"ui/widgets", "program"}},
+    {"", {"ui/windows"}},
 };
 
 // The longest folder that fits a path.
@@ -82,7 +89,8 @@ std::string IncludeFaults(const SourceTree& tree) {
             if (!MayInclude(layer, target->second))
                 faults += fmt::format("{} -> {}\n", path, target->second);
         }
-        if (!layer.empty() && layer != "ui" && text.find("#include <Q") != std::string::npos)
+        if (!layer.empty() && layer != "ui/widgets" && layer != "ui/windows" &&
+            text.find("#include <Q") != std::string::npos)
             faults += path + " includes Qt\n";
     }
     const auto leadsNowhere = [&](const auto& file) {
@@ -101,8 +109,8 @@ std::string OwnClocks(const SourceTree& tree) {
         R"(sleep_for|sleep_until|\busleep\(|nanosleep|system_clock|steady_clock|clock_gettime|gettimeofday|[^a-zA-Z_]time\((nullptr|NULL|0)\)|QElapsedTimer|QThread::\w*sleep|QTimer|currentDateTime)");
     std::string faults;
     for (const auto& [path, text] : tree) {
-        const bool ownClock = LayerOf(path) == "platform" || path.starts_with("bus/simulator/SimulatedClock.") ||
-                              path == "ui/QtWindowSystem.cpp";
+        const bool ownClock = path.starts_with("platform/") || path.starts_with("access/simulated/SimulatedClock.") ||
+                              path == "ui/widgets/QtWindowSystem.cpp";
         std::smatch match;
         if (!ownClock && std::regex_search(text, match, clocks))
             faults += fmt::format("{}: {}\n", path, match.str());
@@ -121,17 +129,17 @@ TEST(Layers, AFaultOfEachKindIsFound) {
     const SourceTree tree{{"app/B.h", "#include \"A.h\"\n"},
                           {"bus/C.cpp", "#include <QString>\nstd::this_thread::sleep_for(x);\n"},
                           {"bus/D.h", ""},
-                          {"bus/simulator/X.cpp", "#include \"D.h\"\n"},
+                          {"access/simulated/X.cpp", "#include \"D.h\"\n"},
                           {"firmware/D.h", ""},
-                          {"platform/A.h", "#include \"B.h\"\n"},
+                          {"platform/text/A.h", "#include \"B.h\"\n"},
                           {"store/S.cpp", "#include \"D.h\"\n"}};
     EXPECT_EQ(IncludeFaults(tree), "firmware/D.h has the name of another header\n"
+                                   "access/simulated/X.cpp -> bus/D.h\n"
                                    "bus/C.cpp includes Qt\n"
-                                   "bus/simulator/X.cpp -> bus/D.h\n"
-                                   "platform/A.h -> app/B.h\n"
+                                   "platform/text/A.h -> app/B.h\n"
                                    "store/S.cpp -> bus/D.h\n"
                                    "app/B.h leads into a loop\n"
-                                   "platform/A.h leads into a loop\n");
+                                   "platform/text/A.h leads into a loop\n");
     EXPECT_EQ(OwnClocks(tree), "bus/C.cpp: sleep_for\n");
 }
 
