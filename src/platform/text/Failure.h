@@ -1,4 +1,5 @@
-// The one kind of run-time failure of the program, and what procedures do with it.
+// The one kind of run-time failure of the program, and the only vocabulary for it: Attempt, ResumeNext, ResultOf and
+// Finally. Each module adds one reporter, LogFailure(procedure), which they all take.
 #pragma once
 
 #include <cstdint>
@@ -56,7 +57,7 @@ template <class Step, class Report> bool Attempt(Step&& step, Report&& report) {
 }
 
 // "Goes on with the next statement": each call runs one statement, and a failure in it is
-// reported and left behind.
+// reported and the next call runs all the same.
 //   ResumeNext next{[](const Failure& f) { StatusDisplay(LEVEL_ERROR, ...); }};
 //   next([&] { first(); });
 //   next([&] { second(); });
@@ -70,6 +71,27 @@ public:
 private:
     Report report_;
 };
+
+// The result code of `steps`. After a failure, which is reported, it is -1: work that broke off is never taken for
+// work that succeeded.
+template <class Steps, class Report> std::int32_t ResultOf(Steps&& steps, Report&& report) {
+    std::int32_t result = -1;
+    Attempt([&] { result = steps(); }, std::forward<Report>(report));
+    return result;
+}
+
+// The result of `steps`; `giveBack` runs after it on every path.
+template <class Steps, class GiveBack> std::int32_t Finally(Steps&& steps, GiveBack&& giveBack) {
+    std::int32_t result = -1;
+    try {
+        result = steps();
+    } catch (...) {
+        giveBack();
+        throw;
+    }
+    giveBack();
+    return result;
+}
 
 // For procedures that go on without a word.
 inline constexpr auto IgnoreFailure = [](const Failure&) {};
