@@ -1,5 +1,7 @@
 #include "EndRequest.h"
 
+#include "WakeUp.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstdint>
@@ -9,12 +11,20 @@ namespace platform {
 
 namespace {
 
-// One wish often arrives as two signals: `timeout` signals the process and then its group, and both the
-// shell and the terminal that goes away send a SIGHUP. Only one that comes later is a second wish.
-constexpr std::int64_t SAME_WISH = 500; // ms
+// One request often arrives as two signals: `timeout` signals the process and then its group, and a terminal that goes
+// away and its shell each send a SIGHUP. Only one that comes later is a second request.
+constexpr std::int64_t SAME_REQUEST = 500; // ms
 
-std::atomic<std::int64_t> requestedAt = 0; // ms of the monotonic clock; 0: not yet
+struct Globals {
+    std::atomic<std::int64_t> requestedAt = 0; // ms of the monotonic clock; 0: not yet
+} globals;
 static_assert(std::atomic<std::int64_t>::is_always_lock_free, "it is written by a signal handler");
+
+// Made before the first handler that uses it, and never destroyed: a signal may arrive while the process exits.
+const WakeUp& Notice() {
+    static const WakeUp& notice = *new WakeUp;
+    return notice;
+}
 
 // The clock of the tests stands still for a signal, and a handler may call little else.
 std::int64_t Milliseconds() {
@@ -23,9 +33,17 @@ std::int64_t Milliseconds() {
     return std::int64_t(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
 }
 
-void TakeSignal(int number) {
+// The time of the request that has been made already, 0 for the first.
+std::int64_t Request() {
     std::int64_t first = 0;
-    if (requestedAt.compare_exchange_strong(first, Milliseconds()) || Milliseconds() - first < SAME_WISH)
+    globals.requestedAt.compare_exchange_strong(first, Milliseconds());
+    Notice().Set();
+    return first;
+}
+
+void TakeSignal(int number) {
+    const std::int64_t first = Request();
+    if (first == 0 || Milliseconds() - first < SAME_REQUEST)
         return;
     std::signal(number, SIG_DFL);
     std::raise(number); // takes effect when the handler returns
@@ -34,6 +52,7 @@ void TakeSignal(int number) {
 } // namespace
 
 void CatchEndSignals() {
+    Notice();
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         struct sigaction before {};
         if (sigaction(number, nullptr, &before) != 0 || before.sa_handler == SIG_IGN)
@@ -47,16 +66,20 @@ void CatchEndSignals() {
 }
 
 bool EndRequested() {
-    return requestedAt != 0;
+    return globals.requestedAt != 0;
+}
+
+int EndRequestDescriptor() {
+    return Notice().Descriptor();
 }
 
 void RequestEnd() {
-    std::int64_t first = 0;
-    requestedAt.compare_exchange_strong(first, Milliseconds());
+    Request();
 }
 
 void ForgetEndRequest() {
-    requestedAt = 0;
+    globals.requestedAt = 0;
+    Notice().Clear();
 }
 
 } // namespace platform

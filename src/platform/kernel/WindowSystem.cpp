@@ -26,6 +26,9 @@ public:
     void Turn() override { posted_.Run(); }
     void Post(std::function<void()> call) override { posted_.Add(std::move(call)); }
     std::unique_ptr<Timer> MakeTimer(std::function<void()>) override { return std::make_unique<IdleTimer>(); }
+    std::unique_ptr<DescriptorWatch> WatchDescriptor(int, DescriptorEvent, std::function<void()>) override {
+        return std::make_unique<DescriptorWatch>();
+    }
     void Beep() override { std::fputc('\a', stderr); }
 
 private:
@@ -60,6 +63,10 @@ std::unique_ptr<Timer> MakeTimer(std::int32_t intervalMilliseconds, std::functio
     auto timer = CurrentWindowSystem().MakeTimer(std::move(tick));
     timer->SetInterval(intervalMilliseconds);
     return timer;
+}
+
+std::unique_ptr<DescriptorWatch> WatchDescriptor(int descriptor, DescriptorEvent event, std::function<void()> call) {
+    return CurrentWindowSystem().WatchDescriptor(descriptor, event, std::move(call));
 }
 
 } // namespace platform

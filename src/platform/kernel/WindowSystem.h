@@ -1,6 +1,5 @@
-// The window system as the layers below the windows see it: a turn, timers, and a way in for
-// other threads. The program's runs on Qt and lives with the windows; without one, turns do
-// nothing but run what was posted.
+// The window system as the layers below the windows see it: turns, timers, descriptors, and a way in for other threads.
+// The one of windows runs on Qt, EventLoop does without; without either, a turn only runs what was posted.
 #pragma once
 
 #include <cstdint>
@@ -20,25 +19,38 @@ public:
     virtual bool Enabled() const = 0;
 };
 
+// A descriptor is watched for as long as this exists, which may end inside the call.
+class DescriptorWatch {
+public:
+    virtual ~DescriptorWatch() = default;
+};
+enum class DescriptorEvent { Readable, Writable };
+
 class WindowSystem {
 public:
     virtual ~WindowSystem() = default;
-    // Dispatches what is pending (posted calls, due timers, window events), then returns.
+    // Dispatches what is pending (posted calls, ready descriptors, due timers, window events), then returns.
     virtual void Turn() = 0;
     // Runs `call` at the next turn on the window thread, in the order of posting. Any thread.
     virtual void Post(std::function<void()> call) = 0;
-    virtual std::unique_ptr<Timer> MakeTimer(std::function<void()> tick) = 0;
+    [[nodiscard]] virtual std::unique_ptr<Timer> MakeTimer(std::function<void()> tick) = 0;
+    // Runs `call` in each turn in which the descriptor is ready, at its end of file and in error as well; not inside
+    // itself. The watch should end before its descriptor is closed; a closed one is no longer watched.
+    [[nodiscard]] virtual std::unique_ptr<DescriptorWatch> WatchDescriptor(int descriptor, DescriptorEvent event,
+                                                                           std::function<void()> call) = 0;
     virtual void Beep() = 0;
 };
 
-// Null puts the plain one back (posted calls only; its timers never tick).
+// Null puts the plain one back (posted calls only; its timers never tick, its watches never call).
 void UseWindowSystem(WindowSystem* windowSystem);
 WindowSystem& CurrentWindowSystem();
 
 // The one place that gives the window system a turn.
 void DoEvents();
 void Post(std::function<void()> call);
-std::unique_ptr<Timer> MakeTimer(std::int32_t intervalMilliseconds, std::function<void()> tick);
+[[nodiscard]] std::unique_ptr<Timer> MakeTimer(std::int32_t intervalMilliseconds, std::function<void()> tick);
+[[nodiscard]] std::unique_ptr<DescriptorWatch> WatchDescriptor(int descriptor, DescriptorEvent event,
+                                                               std::function<void()> call);
 void Beep();
 
 } // namespace platform

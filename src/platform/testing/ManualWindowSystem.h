@@ -1,12 +1,14 @@
-// A window system without windows: posted calls and timers on the current clock, cranked by hand.
+// A window system without windows whose turns a test gives by hand; between them it sleeps on the current clock.
 #pragma once
 
+#include "DescriptorWatches.h"
 #include "PostedCalls.h"
+#include "TimerQueue.h"
 #include "WindowSystem.h"
 
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <memory>
 
 namespace platform::testing {
 
@@ -14,11 +16,12 @@ class ManualWindowSystem : public WindowSystem {
 public:
     ManualWindowSystem();           // becomes the current one
     ~ManualWindowSystem() override; // puts the plain one back
-    // Posted calls first, then each enabled timer that is due, once, in order of due time. A
-    // timer whose tick is running doesn't tick again inside it.
+    // Ready descriptors (which a test makes so, by a write, say), posted calls, `eachTurn`, due timers.
     void Turn() override;
     void Post(std::function<void()> call) override;
-    std::unique_ptr<Timer> MakeTimer(std::function<void()> tick) override;
+    [[nodiscard]] std::unique_ptr<Timer> MakeTimer(std::function<void()> tick) override;
+    [[nodiscard]] std::unique_ptr<DescriptorWatch> WatchDescriptor(int descriptor, DescriptorEvent event,
+                                                                   std::function<void()> call) override;
     void Beep() override { ++beeps; }
 
     // The message loop: turns, and between them sleeps to the next due timer, until `done` is
@@ -30,10 +33,9 @@ public:
     int turns = 0;
 
 private:
-    friend class ManualTimer;
-    std::int64_t NextDue(std::int64_t latest) const; // of the enabled timers, `latest` at most
     PostedCalls posted_;
-    std::vector<class ManualTimer*> timers_;
+    TimerQueue timers_;
+    DescriptorWatches watches_;
 };
 
 } // namespace platform::testing

@@ -1,8 +1,10 @@
 #include "QtWindowSystem.h"
 
 #include <QApplication>
+#include <QSocketNotifier>
 #include <QTimer>
 
+#include <memory>
 #include <utility>
 
 namespace {
@@ -20,6 +22,31 @@ public:
 
 private:
     QTimer timer_;
+};
+
+class QtDescriptorWatch : public platform::DescriptorWatch {
+public:
+    QtDescriptorWatch(int descriptor, QSocketNotifier::Type type, std::function<void()> call)
+        : notifier_(new QSocketNotifier(descriptor, type, QCoreApplication::instance()), End) {
+        const std::weak_ptr<QSocketNotifier> watched(notifier_);
+        const auto enable = [watched](bool enabled) {
+            if (const std::shared_ptr<QSocketNotifier> notifier = watched.lock())
+                notifier->setEnabled(enabled);
+        };
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, [enable, call = std::move(call)] {
+            enable(false); // the call may give a turn before it has read
+            call();
+            enable(true);
+        });
+    }
+
+private:
+    // The watch may end inside the call.
+    static void End(QSocketNotifier* notifier) {
+        notifier->setEnabled(false);
+        notifier->deleteLater();
+    }
+    std::shared_ptr<QSocketNotifier> notifier_;
 };
 
 } // namespace
@@ -41,6 +68,13 @@ void QtWindowSystem::Post(std::function<void()> call) {
 
 std::unique_ptr<platform::Timer> QtWindowSystem::MakeTimer(std::function<void()> tick) {
     return std::make_unique<QtTimer>(std::move(tick));
+}
+
+std::unique_ptr<platform::DescriptorWatch>
+QtWindowSystem::WatchDescriptor(int descriptor, platform::DescriptorEvent event, std::function<void()> call) {
+    const bool readable = event == platform::DescriptorEvent::Readable;
+    return std::make_unique<QtDescriptorWatch>(descriptor, readable ? QSocketNotifier::Read : QSocketNotifier::Write,
+                                               std::move(call));
 }
 
 void QtWindowSystem::Beep() {

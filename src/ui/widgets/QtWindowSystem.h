@@ -9,6 +9,8 @@ public:
     ~QtWindowSystem() override; // puts the plain one back
     void Turn() override;
     void Post(std::function<void()> call) override;
-    std::unique_ptr<platform::Timer> MakeTimer(std::function<void()> tick) override;
+    [[nodiscard]] std::unique_ptr<platform::Timer> MakeTimer(std::function<void()> tick) override;
+    [[nodiscard]] std::unique_ptr<platform::DescriptorWatch>
+    WatchDescriptor(int descriptor, platform::DescriptorEvent event, std::function<void()> call) override;
     void Beep() override;
 };
