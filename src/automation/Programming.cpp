@@ -134,7 +134,8 @@ std::int32_t ProgramTarget(std::int32_t handle, const Work& work) {
 }
 
 std::int32_t LoadImage(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code = basBootloader::DownloadImage(handle, basBootloader::IMAGE_APPLICATION, file);
+    const std::int32_t code =
+        basBootloader::DownloadImage(handle, basBootloader::IMAGE_APPLICATION, file, hooks.showProgress).Result;
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Image.  basBootloader.DownloadImage failed, code {} (0x{:X}) in "
@@ -154,7 +155,8 @@ void SetFactoryDefaults(std::int32_t handle) {
 }
 
 std::int32_t LoadCne(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code = basBootloader::DownloadImage(handle, basBootloader::IMAGE_CONFIG, file);
+    const std::int32_t code =
+        basBootloader::DownloadImage(handle, basBootloader::IMAGE_CONFIG, file, hooks.showProgress).Result;
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Config (CNE) from TWD.  basBootloader.DownloadImage failed, code {} (0x{:X}) "
@@ -214,8 +216,10 @@ std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform:
     if (!CheckFile(fileName))
         return -1;
     platform::ResumeNext next{Reporter("ProgramBootloaderImageFromFile")};
-    const std::int32_t code =
-        Code(next, [&] { return basBootloader::DownloadImage(handle, basBootloader::IMAGE_BOOTLOADER, fileName); });
+    const std::int32_t code = Code(next, [&] {
+        return basBootloader::DownloadImage(handle, basBootloader::IMAGE_BOOTLOADER, fileName, hooks.showProgress)
+            .Result;
+    });
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Image.  basBootloader.DownloadImage failed, code {} (0x{:X}) in "

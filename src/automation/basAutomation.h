@@ -22,8 +22,11 @@ struct CommandLineOption {
     bool IsOperation = false; // calls for an unattended run
 };
 
+// The rows of CommandLineOptionTable; element 0 is empty.
+std::vector<CommandLineOption> OptionRows();
+
 struct Globals {
-    std::vector<CommandLineOption> CommandLineOptionTable = std::vector<CommandLineOption>(1); // element 0 empty
+    std::vector<CommandLineOption> CommandLineOptionTable = OptionRows();
     // Run parameters.
     platform::FileName ImageFile;      // /D, /A, /F
     platform::FileName BootloaderFile; // /B
@@ -57,6 +60,7 @@ struct Hooks {
     std::function<void()> endRun;                       // stop the timer, a turn, repaint, 2000 ms, unload MDIForm1
     // A line that the status file can't take, since it couldn't be made or written.
     std::function<void(std::string_view text)> statusFileLost;
+    std::function<void(const basApp::LoadProgress&)> showProgress;
 };
 extern Hooks hooks;
 
@@ -68,11 +72,18 @@ void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Ar
 
 // --- Command line (CommandLine.cpp) ---
 
-// 1; fills basApp's CommandLineOptions, TypedOptions and CommandLineErrors. `typed` is the text
-// before it was put in capitals.
-std::int32_t ParseCommandLine(std::string& text, const std::string& typed);
+// A command line taken apart. Element 0 of each list stays empty.
+struct ParsedCommandLine {
+    std::vector<std::string> Options = std::vector<std::string>(1);
+    std::vector<std::string> TypedOptions = std::vector<std::string>(1); // the same before the change to upper case
+    std::vector<std::string> Errors = std::vector<std::string>(1);
+};
+// Pure. `typed` is `text` before the change to upper case.
+[[nodiscard]] ParsedCommandLine SplitCommandLine(const std::string& text, const std::string& typed);
+// 1; fills basApp's CommandLineOptions, TypedOptions and CommandLineErrors, and logs the errors. Trims `text`.
+[[nodiscard]] std::int32_t ParseCommandLine(std::string& text, const std::string& typed);
 std::int32_t InitializeCommandLineOptions(); // 1
-bool CommandLineHasOperations(const std::vector<std::string>& options);
+[[nodiscard]] bool CommandLineHasOperations(const std::vector<std::string>& options);
 void AddCommandLineError(const std::string& message);
 // What the options of a pass set, in their order (OptionStep.cpp). `matchGuid` is that of /X.
 void ApplyOptions(const std::vector<std::string>& options, std::string& matchGuid);

@@ -294,7 +294,10 @@ std::int32_t SessionLayerTransaction(std::int32_t handle, BootloaderRequest& req
         return FAILED;
     return Finally(
         [&] {
+            const std::int32_t lastCommand = globals.LastCommandID;
             const std::int32_t result = SendRequest(handle, request);
+            if (progress && progress->sent && globals.LastCommandID != lastCommand)
+                progress->sent(result);
             if (result != SUCCESS)
                 StatusDisplay(LEVEL_WARNING, "Transaction failed: SendRequest failed, code {}", result);
             if (result != SUCCESS || handle == 0) // nobody answers a broadcast

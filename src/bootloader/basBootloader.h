@@ -63,6 +63,8 @@ struct CommandProgress {
     std::function<void(std::int32_t value)> value;
     std::function<void()> repaint;        // after each value, where a window was given
     std::function<bool()> abandoned = {}; // asked between two polls; true ends the waiting
+    // The request has gone out; `result` is the code of its write. Not called when nothing reached the bus.
+    std::function<void(std::int32_t result)> sent = {};
 };
 
 // --- Session (Session.cpp) ---

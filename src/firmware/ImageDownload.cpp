@@ -1,34 +1,25 @@
-#include "ImageDownload.h"
+#include "LoadParts.h"
 
-#include "Dialogs.h"
 #include "EndRequest.h"
-#include "Failure.h"
 #include "WindowSystem.h"
 #include "basUtils.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace basBootloader {
 
-DownloadHooks downloadHooks;
 LoadUnderWay loadUnderWay;
 
 namespace {
 
 constexpr std::int32_t MaxRetries = 3;
-constexpr std::int32_t MAX_BLOCK_SIZE = 1024;
 constexpr std::int32_t START_TIMEOUT = 40000, END_TIMEOUT = 70000; // ms: an erase, a final check
 constexpr std::int32_t FLASH_WRITE_FAILED = -3;                    // a target's status
-constexpr std::size_t SMALLEST_PACKAGE = 97;                       // what isn't even this wasn't loaded
 constexpr std::int32_t UNATTENDED_CNE_ADDRESS = 0x201A0000;
-constexpr const char* INCOMPATIBLE = "Incompatible Image";
 
-using Step = DownloadProgress::Step;
-using Stage = DownloadFailure::Stage;
-
-std::uint32_t Bits(std::int64_t value) {
-    return static_cast<std::uint32_t>(value);
-}
+using basApp::FlashState;
+using basApp::OutcomeKind;
 
 const char* ImageName(std::int32_t imageType) {
     switch (imageType) {
@@ -45,170 +36,14 @@ const char* ImageName(std::int32_t imageType) {
     }
 }
 
-auto ReportResumingNext(const DownloadStyle& style) {
-    return [&style](const platform::Failure& failure) {
-        if (style.log)
-            style.log(fmt::format("ERROR #{}: {} in frmSelectFirmware.DownloadImage.  Resuming next...", failure.Number,
-                                  failure.Description),
-                      LEVEL_WARNING);
+auto LogFailure(Load& load) {
+    return [&load](const platform::Failure& failure) {
+        if (load.verdict.Reason.empty())
+            load.verdict.Reason = failure.Description;
+        Log(load, LEVEL_WARNING,
+            fmt::format("ERROR #{}: {} in frmSelectFirmware.DownloadImage.  Resuming next...", failure.Number,
+                        failure.Description));
     };
-}
-
-// One load under way.
-struct Load {
-    std::int32_t handle;
-    std::int32_t imageType;
-    const platform::FileName& file;
-    const DownloadStyle& style;
-    const char* name; // of the image
-    TwdHeader package;
-    TwdSection section;    // with the address that the image gets on the target
-    std::int64_t sent = 0; // bytes that went through
-    std::int64_t startCount = 0;
-};
-
-void Log(const Load& load, std::int32_t level, const std::string& text) {
-    if (load.style.log)
-        load.style.log(text, level);
-}
-
-void Show(const Load& load, const std::string& text) {
-    if (load.style.show)
-        load.style.show(text);
-}
-
-void Tell(const Load& load, std::int32_t level, const std::string& text) {
-    Show(load, text);
-    Log(load, level, text);
-}
-
-void Advance(const Load& load, Step step, std::int32_t tries = 0) {
-    loadUnderWay = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
-    if (load.style.progress)
-        load.style.progress({step, load.sent, load.section.Length, tries});
-}
-
-// False, for the caller to return.
-bool Fail(const Load& load, Stage stage, std::int32_t code = FAILED) {
-    if (load.style.failed)
-        load.style.failed({stage, code, load.sent});
-    return false;
-}
-
-// --- Before the target is touched ---
-
-// Once the program is to end, nothing is erased any more.
-bool MayBegin(const Load& load) {
-    if (!platform::EndRequested())
-        return true;
-    Log(load, LEVEL_ERROR,
-        fmt::format("The load of the {} from '{}' was not begun, since the program is to end.  Nothing was erased "
-                    "for it.",
-                    load.name, load.file));
-    return false;
-}
-
-bool ReadPackage(Load& load) {
-    Advance(load, Step::Reading);
-    load.style.load(load.file, load.package);
-    if (load.package.FileData.size() >= SMALLEST_PACKAGE)
-        return true;
-    Log(load, LEVEL_ERROR, fmt::format("Load {} failed: could not load TWD file '{}'", load.name, load.file));
-    return Fail(load, Stage::File);
-}
-
-std::string HardwareIdText(const Load& load) {
-    const std::int32_t id = load.package.HardwareID;
-    return load.style.hardwareIdInHex ? fmt::format("{} (0x{:X})", id, Bits(id)) : fmt::format("{}", id);
-}
-
-// Which hardware the package and the target speak of: the first two lines of both boxes.
-std::string HardwareLines(const Load& load, std::int32_t model) {
-    return fmt::format("The selected TWD file indicates hardware compatibility with Model ID {}.  \r\n"
-                       "The selected hardware indicates a Model ID of {}.  \r\n",
-                       HardwareIdText(load), model);
-}
-
-bool UserInsists(const Load& load, std::int32_t model) {
-    return platform::CurrentDialogs().YesNo(HardwareLines(load, model) +
-                                                "The application is configured to ignore this compatibility test.\r\n"
-                                                "Are you sure you want to continue?",
-                                            INCOMPATIBLE);
-}
-
-void RefuseHardware(const Load& load, std::int32_t model) {
-    platform::CurrentDialogs().MessageBox(
-        HardwareLines(load, model) +
-            "This TWD file is not intended for this hardware platform.  However, you can over-ride this check by "
-            "clicking the \"Preferences\" button and checking the \"Override Hardware Compatibility\" checkbox.\r\n"
-            "DANGER: USE THE \"Override Hardware Compatibility\" OPTION ONLY IF YOU'RE ABSOLUTELY CERTAIN THAT YOU "
-            "KNOW WHAT YOU'RE DOING.  YOU COULD RENDER YOUR HARDWARE USELESS.",
-        INCOMPATIBLE);
-}
-
-void TellAbort(const Load& load, std::int32_t model) {
-    Tell(load, LEVEL_ERROR, "Operation aborted due to hardware incompatibility");
-    if (load.style.bothIdsOnAbort)
-        Log(load, LEVEL_ERROR,
-            fmt::format("Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target "
-                        "Hardware ID = {}(0x{:X})",
-                        load.package.HardwareID, Bits(load.package.HardwareID), model, Bits(model)));
-}
-
-bool HardwareFits(const Load& load) {
-    const std::int32_t index = GetDeviceIndex(load.handle);
-    if (index < 0)
-        return true;
-    const std::int32_t model = globals.TargetList[static_cast<std::size_t>(index)].Info.HardwareModelID;
-    if (model == load.package.HardwareID)
-        return true;
-    const bool dialogs = load.style.dialogsWhenUnattended || !basApp::globals.PerformUnattendedOperations;
-    if (basApp::globals.OverrideHardwareCompatibility) {
-        if (!dialogs || UserInsists(load, model))
-            return true;
-    } else if (dialogs) {
-        RefuseHardware(load, model);
-    }
-    TellAbort(load, model);
-    return Fail(load, Stage::Hardware);
-}
-
-bool PickSection(Load& load) {
-    const bool config = load.imageType == IMAGE_CONFIG;
-    load.section = config ? load.package.Cne : load.package.Image1;
-    if (config)
-        load.section.Address = load.style.cneAddress;
-    if (load.section.Length >= 1)
-        return true;
-    Tell(load, LEVEL_USER,
-         config ? fmt::format("DownloadImage (CNE): '{}' contains no CNE.  Exiting...", load.file)
-                : fmt::format("DownloadImage: '{}' contains no image.  Exiting...", load.file));
-    return Fail(load, Stage::NoSection);
-}
-
-void TellCopyFailure(const Load& load, std::int64_t size, std::int64_t fileOffset) {
-    Log(load, LEVEL_ERROR,
-        fmt::format("Failed to copy 0x{:X} byte block at address 0x{:X} in file '{}' in Load Image function.", size,
-                    Bits(fileOffset), load.file));
-}
-
-void TellFailure(const Load& load) {
-    Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name));
-}
-
-// A package with a section outside its file is reported by the first block that would be missing, and
-// leaves the target as it is. FileData has one element more than the file has bytes.
-bool SectionsAreWhole(const Load& load) {
-    const auto fileLength = static_cast<std::int64_t>(load.package.FileData.size()) - 1;
-    const NamedSection* outside = FirstOutside(load.package, fileLength);
-    if (!outside)
-        return true;
-    const TwdSection& section = load.package.*outside->section;
-    const std::int64_t inside = section.Offset < 0 ? 0 : std::max<std::int64_t>(fileLength - section.Offset, 0);
-    const std::int64_t block = inside / MAX_BLOCK_SIZE * MAX_BLOCK_SIZE;
-    TellCopyFailure(load, std::min<std::int64_t>(section.Length - block, MAX_BLOCK_SIZE), section.Offset + block);
-    TellFailure(load);
-    return Fail(load, Stage::Outside);
 }
 
 void TellBeginning(const Load& load) {
@@ -223,49 +58,69 @@ void TellBeginning(const Load& load) {
 
 // --- On the target ---
 
-// False, told, when the target didn't take the announcement.
-bool Announce(const Load& load, std::int32_t& maxBlockSize) {
+// What a failed announcement means for the flash: a request that was taken starts the erase; one whose write failed
+// may have been taken all the same; one that was answered without a block size may be refused.
+CommandProgress WatchAnnouncement(Load& load) {
+    CommandProgress progress = load.style.startProgress ? *load.style.startProgress : CommandProgress{};
+    progress.abandoned = platform::EndRequested;
+    progress.sent = [&load](std::int32_t result) {
+        load.verdict.Flash = result == SUCCESS ? FlashState::Damaged : FlashState::Unknown;
+    };
+    return progress;
+}
+
+bool TellRefusal(Load& load, std::int32_t level, const std::string& text, std::int32_t blockSize) {
+    load.verdict.Flash = FlashState::Unknown;
+    Tell(load, level, text);
+    return Fail(load, Stage::Refusal, text, blockSize);
+}
+
+// False, with its message, when the target didn't take the announcement.
+bool Announce(Load& load, std::int32_t& maxBlockSize) {
     const TwdHeader& package = load.package;
     const DownloadAnnouncement announcement{load.imageType,      package.ImageDate,       package.ImageTime,
                                             package.SoftwareID,  package.SoftwareVersion, load.section.Address,
                                             load.section.Length, load.section.Crc};
     Advance(load, Step::Erasing);
-    CommandProgress progress = load.style.startProgress ? *load.style.startProgress : CommandProgress{};
-    progress.abandoned = platform::EndRequested;
+    const CommandProgress progress = WatchAnnouncement(load);
     maxBlockSize = 1; // stays when the target answers nothing
     const std::int32_t result = DownloadStart(load.handle, announcement, maxBlockSize, START_TIMEOUT, &progress);
     if (result != SUCCESS) {
-        Tell(load, load.style.startFailureLevel,
-             fmt::format("cmdLoadSelected failed: DownloadStart command failed, code {}", result));
-        return maxBlockSize < 1 ? Fail(load, Stage::Refusal, maxBlockSize) : Fail(load, Stage::Announcement, result);
+        const std::string text = fmt::format("cmdLoadSelected failed: DownloadStart command failed, code {}", result);
+        if (maxBlockSize < 1)
+            return TellRefusal(load, load.style.startFailureLevel, text, maxBlockSize);
+        Tell(load, load.style.startFailureLevel, text);
+        return Fail(load, Stage::Announcement, text, result);
     }
     if (maxBlockSize < 1) {
-        Tell(load, load.style.blockSizeFailureLevel,
-             fmt::format("Load {} failed: Download start returned invalid block size: {}", load.name, maxBlockSize));
-        return Fail(load, Stage::Refusal, maxBlockSize);
+        return TellRefusal(
+            load, load.style.blockSizeFailureLevel,
+            fmt::format("Load {} failed: Download start returned invalid block size: {}", load.name, maxBlockSize),
+            maxBlockSize);
     }
     maxBlockSize = std::min(maxBlockSize, MAX_BLOCK_SIZE);
     return true;
 }
 
-bool CopyBlock(const Load& load, std::int32_t size, ByteArray& block) {
+bool CopyBlock(Load& load, std::int32_t size, ByteArray& block) {
     const std::int64_t fileOffset = load.section.Offset + load.sent;
     block.resize(static_cast<std::size_t>(size));
     if (basUtils::CopyByteArray(load.package.FileData, fileOffset, size, block, 0) == 1)
         return true;
-    TellCopyFailure(load, size, fileOffset);
-    return false;
+    return Fail(load, Stage::Outside, TellCopyFailure(load, size, fileOffset));
 }
 
 std::int32_t BlockAddress(const Load& load) {
     return static_cast<std::int32_t>(Bits(load.section.Address + load.sent));
 }
 
-void TellBlockFailure(const Load& load, std::int32_t result) {
+std::string TellBlockFailure(const Load& load, std::int32_t result) {
     const char* reason = result == FLASH_WRITE_FAILED ? load.style.flashFailure : load.style.blockFailure;
-    Tell(load, load.style.blockFailureLevel,
-         fmt::format("{}  basBootloader.DownloadBlock returned code {} for block at address 0x{:X}.",
-                     fmt::format(fmt::runtime(reason), fmt::arg("file", load.file)), result, Bits(BlockAddress(load))));
+    std::string text =
+        fmt::format("{}  basBootloader.DownloadBlock returned code {} for block at address 0x{:X}.",
+                    fmt::format(fmt::runtime(reason), fmt::arg("file", load.file)), result, Bits(BlockAddress(load)));
+    Tell(load, load.style.blockFailureLevel, text);
+    return text;
 }
 
 void TellGivingUp(const Load& load, std::int32_t result) {
@@ -276,7 +131,18 @@ void TellGivingUp(const Load& load, std::int32_t result) {
                         load.file, result, MaxRetries));
 }
 
-// 1 when every block went through, else how the last one failed. Between two blocks the load can be ended.
+// False once the block has failed so often that the load is given up.
+bool MayRetry(Load& load, std::int32_t result, std::int32_t retries) {
+    const std::string text = TellBlockFailure(load, result);
+    if (retries == MaxRetries) {
+        TellGivingUp(load, result);
+        return Fail(load, Stage::Block, text, result);
+    }
+    Advance(load, Step::Loading, retries);
+    return true;
+}
+
+// 1 when the target took every block, else how the last one failed. Between two blocks the load can be ended.
 std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
     ByteArray block;
     std::int32_t blockNumber = 0, retries = 0;
@@ -285,24 +151,16 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
             return FAILED;
         const auto size =
             static_cast<std::int32_t>(std::min<std::int64_t>(load.section.Length - load.sent, maxBlockSize));
-        if (!CopyBlock(load, size, block)) {
-            Fail(load, Stage::Outside);
+        if (!CopyBlock(load, size, block))
             return FAILED;
-        }
         const std::int32_t result = DownloadBlock(load.handle, blockNumber, BlockAddress(load), size, block);
         if (result == SUCCESS) {
             retries = 0;
             ++blockNumber;
             load.sent += size;
             Advance(load, Step::Loading);
-        } else {
-            TellBlockFailure(load, result);
-            if (++retries == MaxRetries) {
-                TellGivingUp(load, result);
-                Fail(load, Stage::Block, result);
-                return result;
-            }
-            Advance(load, Step::Loading, retries);
+        } else if (!MayRetry(load, result, ++retries)) {
+            return result;
         }
         if (load.style.turnsBetweenBlocks)
             platform::DoEvents();
@@ -310,8 +168,8 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
     return SUCCESS;
 }
 
-// The target's verdict. Only the target judges the CRC.
-std::int32_t CloseLoad(const Load& load) {
+// Only the target judges the CRC.
+std::int32_t CloseLoad(Load& load) {
     Advance(load, Step::Checking);
     std::int32_t crc = 0, crcValidity = 0;
     const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT, load.style.endProgress);
@@ -320,17 +178,17 @@ std::int32_t CloseLoad(const Load& load) {
         Show(load, text);
         if (load.style.logEndFailure)
             Log(load, LEVEL_ERROR, text);
-        Fail(load, Stage::End, result);
+        Fail(load, Stage::End, text, result);
         return result;
     }
-    if (crcValidity != 0) {
-        Log(load, LEVEL_ERROR,
-            fmt::format("CRC failure in Image Load process (CRC=0x{:X}, CRCvalidity=0x{:X}.", Bits(crc),
-                        Bits(crcValidity)));
-        Fail(load, Stage::Crc, crcValidity);
-        return FAILED;
-    }
-    return SUCCESS;
+    load.verdict.DeviceCrc = Bits(crc);
+    if (crcValidity == 0)
+        return SUCCESS;
+    const std::string text =
+        fmt::format("CRC failure in Image Load process (CRC=0x{:X}, CRCvalidity=0x{:X}.", Bits(crc), Bits(crcValidity));
+    Log(load, LEVEL_ERROR, text);
+    Fail(load, Stage::Crc, text, crcValidity);
+    return FAILED;
 }
 
 void TellSuccess(const Load& load) {
@@ -340,7 +198,7 @@ void TellSuccess(const Load& load) {
                      static_cast<double>(load.section.Length) / static_cast<double>(elapsed)));
 }
 
-// What a device is left with whose load didn't come to its end.
+// The state of a device whose load was cut short.
 std::string StateText(const LoadUnderWay& load) {
     return fmt::format(
         "The load of the {} was ended early.  The device was told to erase what it held before and got {} of {} "
@@ -348,15 +206,18 @@ std::string StateText(const LoadUnderWay& load) {
         load.image, load.sent, load.length);
 }
 
-void TellEarlyEnd(const Load& load) {
-    if (platform::EndRequested() && load.sent < load.section.Length)
-        Log(load, LEVEL_ERROR, StateText({load.name, load.sent, load.section.Length}));
+void TellEarlyEnd(Load& load) {
+    if (!platform::EndRequested() || load.sent >= load.section.Length)
+        return;
+    load.verdict.Outcome = OutcomeKind::Interrupted;
+    load.verdict.Reason = StateText({load.name, load.sent, load.section.Length});
+    Log(load, LEVEL_ERROR, load.verdict.Reason);
 }
 
-// Everything from the erase on. A failure of one step leaves it failed and the next one runs, so
-// that the target is told of the end whatever happened to its blocks.
+// Everything from the erase on. A step that breaks off counts as failed and the next one runs, so that the target
+// gets its DownloadEnd whatever happened to its blocks.
 std::int32_t LoadSection(Load& load) {
-    platform::ResumeNext next{ReportResumingNext(load.style)};
+    platform::ResumeNext next{LogFailure(load)};
     std::int32_t maxBlockSize = 0;
     bool announced = false;
     next([&] { announced = Announce(load, maxBlockSize); });
@@ -376,7 +237,53 @@ std::int32_t LoadSection(Load& load) {
     return FAILED;
 }
 
-DownloadStyle UnattendedStyle() {
+OutcomeKind OutcomeOf(const Load& load) {
+    if (load.verdict.Result == SUCCESS)
+        return OutcomeKind::Done;
+    if (load.verdict.Outcome != OutcomeKind::Pending)
+        return load.verdict.Outcome;
+    if (load.verdict.Flash != FlashState::Unchanged)
+        return OutcomeKind::Damaged;
+    return load.failedAt != Stage::None && load.failedAt < Stage::Announcement ? OutcomeKind::Refused
+                                                                               : OutcomeKind::Unchanged;
+}
+
+basApp::StepVerdict Verdict(Load& load, std::int32_t result) {
+    basApp::StepVerdict& verdict = load.verdict;
+    verdict.Result = result;
+    verdict.Outcome = OutcomeOf(load);
+    verdict.Sent = load.sent;
+    if (result == SUCCESS) {
+        verdict.Flash = FlashState::Identical;
+        verdict.Reason.clear();
+    }
+    return verdict;
+}
+
+std::int32_t Run(Load& load) {
+    platform::ResumeNext next{LogFailure(load)};
+    load.startCount = platform::QueryPerformanceCounter();
+    if (!load.name) {
+        const std::string text = fmt::format("DownloadImage Error: unknown ImageType '{}'", load.imageType);
+        Log(load, LEVEL_ERROR, text);
+        Fail(load, Stage::NoSection, text);
+        return FAILED;
+    }
+    bool ready = false;
+    next([&] { ready = IsReady(load); });
+    if (!ready)
+        return FAILED;
+    next([&] { TellBeginning(load); });
+    if (!load.style.clockFromEntry)
+        load.startCount = platform::QueryPerformanceCounter();
+    basApp::globals.DownloadInProgress = true;
+    const std::int32_t result = LoadSection(load);
+    basApp::globals.DownloadInProgress = false;
+    next([&] { Advance(load, Step::Done); });
+    return result;
+}
+
+DownloadStyle UnattendedStyle(ProgressFunction progress) {
     DownloadStyle style;
     style.cneAddress = UNATTENDED_CNE_ADDRESS;
     style.clockFromEntry = true;
@@ -389,36 +296,71 @@ DownloadStyle UnattendedStyle() {
     style.blockFailure = "DownloadImage Warning: Error loading '{file}'.";
     style.flashFailure = "DownloadImage Warning: Failed to write data to flash on target.";
     style.log = [](const std::string& text, std::int32_t level) { StatusDisplay(level, "{}", text); };
-    style.progress = downloadHooks.progress;
+    style.progress = std::move(progress);
     return style;
 }
 
 } // namespace
 
-std::int32_t DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
-                                  const DownloadStyle& style) {
-    platform::ResumeNext next{ReportResumingNext(style)};
-    Load load{handle, imageType, file, style, ImageName(imageType), {}, {}};
-    load.startCount = platform::QueryPerformanceCounter();
-    if (!load.name) {
-        Log(load, LEVEL_ERROR, fmt::format("DownloadImage Error: unknown ImageType '{}'", imageType));
-        return FAILED;
+const BootloaderTarget* TargetOf(std::int32_t handle) {
+    const std::int32_t index = GetDeviceIndex(handle);
+    return index < 0 ? nullptr : &globals.TargetList[static_cast<std::size_t>(index)];
+}
+
+void Log(const Load& load, std::int32_t level, const std::string& text) {
+    if (load.style.log)
+        load.style.log(text, level);
+}
+
+void Show(const Load& load, const std::string& text) {
+    if (load.style.show)
+        load.style.show(text);
+}
+
+void Tell(const Load& load, std::int32_t level, const std::string& text) {
+    Show(load, text);
+    Log(load, level, text);
+}
+
+void Advance(const Load& load, Step step, std::int32_t tries) {
+    loadUnderWay = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
+    if (load.style.progress)
+        load.style.progress({step, load.sent, load.section.Length, tries, load.handle, load.verdict.Guid});
+}
+
+// False, for the caller to return.
+bool Fail(Load& load, Stage stage, const std::string& reason, std::int32_t code) {
+    if (load.failedAt == Stage::None) {
+        load.failedAt = stage;
+        load.verdict.Reason = reason;
     }
-    bool ready = false;
-    next([&] {
-        ready =
-            MayBegin(load) && ReadPackage(load) && HardwareFits(load) && PickSection(load) && SectionsAreWhole(load);
-    });
-    if (!ready)
-        return FAILED;
-    next([&] { TellBeginning(load); });
-    if (!style.clockFromEntry)
-        load.startCount = platform::QueryPerformanceCounter();
-    basApp::globals.DownloadInProgress = true;
-    const std::int32_t result = LoadSection(load);
-    basApp::globals.DownloadInProgress = false;
-    next([&] { Advance(load, Step::Done); });
-    return result;
+    if (load.style.failed)
+        load.style.failed({stage, code, load.sent});
+    return false;
+}
+
+void TellFailure(const Load& load) {
+    Tell(load, load.style.failureLevel, fmt::format("Load new {} operation failed.", load.name));
+}
+
+std::string TellCopyFailure(const Load& load, std::int64_t size, std::int64_t fileOffset) {
+    std::string text =
+        fmt::format("Failed to copy 0x{:X} byte block at address 0x{:X} in file '{}' in Load Image function.", size,
+                    Bits(fileOffset), load.file);
+    Log(load, LEVEL_ERROR, text);
+    return text;
+}
+
+basApp::StepVerdict DownloadImageInStyle(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
+                                         const DownloadStyle& style) {
+    Load load{handle, imageType, file, style, ImageName(imageType)};
+    load.verdict.Operation = basApp::OperationKind::Load;
+    load.verdict.Handle = handle;
+    load.verdict.File = file;
+    load.verdict.ImageType = imageType;
+    if (const BootloaderTarget* target = TargetOf(handle))
+        load.verdict.Guid = target->Info.GUID;
+    return Verdict(load, Run(load));
 }
 
 void TellBrokenLoad() {
@@ -426,8 +368,9 @@ void TellBrokenLoad() {
         StatusDisplay(LEVEL_ERROR, "{}", StateText(loadUnderWay));
 }
 
-std::int32_t DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file) {
-    return DownloadImageInStyle(handle, imageType, file, UnattendedStyle());
+basApp::StepVerdict DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,
+                                  ProgressFunction progress) {
+    return DownloadImageInStyle(handle, imageType, file, UnattendedStyle(std::move(progress)));
 }
 
 } // namespace basBootloader

@@ -11,7 +11,7 @@ namespace wiring {
 
 namespace {
 
-using Step = basBootloader::DownloadProgress::Step;
+using Step = basBootloader::LoadProgress::Step;
 
 const char* StepName(Step step) {
     switch (step) {
@@ -29,7 +29,7 @@ const char* StepName(Step step) {
     return "done";
 }
 
-std::int64_t Twentieth(const basBootloader::DownloadProgress& progress) {
+std::int64_t Twentieth(const basBootloader::LoadProgress& progress) {
     return progress.length > 0 ? progress.bytes * 20 / progress.length : 0;
 }
 
@@ -67,7 +67,7 @@ void EchoMessage(std::string_view message, std::int32_t level) {
     globals.windows.standardOutput(line);
 }
 
-void EchoProgress(const basBootloader::DownloadProgress& progress) {
+void EchoProgress(const basBootloader::LoadProgress& progress) {
     if (!RunIsOn())
         return;
     const std::int64_t twentieth = Twentieth(progress);

@@ -108,7 +108,6 @@ void WireBus(const WindowHooks& windows) {
         .startBusTimers = windows.startBusTimers,
     };
     basBootloader::hooks = {.nodesChanged = windows.nodesChanged, .shellCharactersLost = windows.shellCharactersLost};
-    basBootloader::downloadHooks = {.progress = EchoProgress};
 }
 
 void WireAutomation(const WindowHooks& windows) {
@@ -117,6 +116,7 @@ void WireAutomation(const WindowHooks& windows) {
         .enableScheduler = windows.enableScheduler,
         .endRun = windows.endRun,
         .statusFileLost = windows.standardError,
+        .showProgress = EchoProgress,
     };
 }
 

@@ -52,7 +52,7 @@ struct Globals {
     std::unique_ptr<clsDbManager> DbManager; // from Main to ShutdownApplication
     WindowHooks windows;                     // as given to WireProgram
     // The progress line printed last.
-    basBootloader::DownloadProgress::Step ShownStep = basBootloader::DownloadProgress::Step::Done;
+    basBootloader::LoadProgress::Step ShownStep = basBootloader::LoadProgress::Step::Done;
     std::int64_t ShownTwentieth = 0; // of the section's length
     bool EndTold = false;            // that a signal ends the program
 };
@@ -77,6 +77,6 @@ void SurviveLostReader();
 // Messages of level WATCH and above, one per line: "<level> <message>".
 void EchoMessage(std::string_view message, std::int32_t level);
 // "progress <step> <bytes>/<length>" at each new step and each twentieth of the length.
-void EchoProgress(const basBootloader::DownloadProgress& progress);
+void EchoProgress(const basBootloader::LoadProgress& progress);
 
 } // namespace wiring

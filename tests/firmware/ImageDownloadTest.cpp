@@ -28,7 +28,7 @@ protected:
         program->Write("app.twd", package);
         const std::size_t before = program->RequestsSent().size();
         const std::int32_t result =
-            DownloadImage(globals.TargetList.at(0).Handle, type, program->directory.file("app.twd"));
+            DownloadImage(globals.TargetList.at(0).Handle, type, program->directory.file("app.twd"), progress).Result;
         EXPECT_FALSE(basApp::globals.DownloadInProgress);
         requests = program->RequestsSent();
         requests.erase(requests.begin(), requests.begin() + static_cast<std::ptrdiff_t>(before));
@@ -43,6 +43,7 @@ protected:
         return blocks;
     }
     std::unique_ptr<HeadlessProgram> program;
+    ProgressFunction progress;
     std::vector<std::string> requests; // of the load, from the command code on, in hex
 };
 
@@ -71,11 +72,12 @@ TEST_F(ImageDownload, AnnouncesWhatThePackageSays) {
 TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndTellsItsRateAndProgress) {
     std::string steps;
     Start(R"(, "eraseMs": 0, "checkMs": 0)");
-    downloadHooks.progress = [&](const DownloadProgress& progress) {
-        steps += fmt::format("{}:{}/{} ", static_cast<int>(progress.step), progress.bytes, progress.length);
+    progress = [&](const LoadProgress& at) {
+        steps += fmt::format("{}:{}/{} ", static_cast<int>(at.step), at.bytes, at.length);
+        EXPECT_EQ(at.handle, globals.TargetList.at(0).Handle);
+        EXPECT_EQ(at.guid[7], 1);
     };
     EXPECT_EQ(Load(Package({}, Pattern(1500)), 1), 1);
-    downloadHooks = {};
     EXPECT_EQ(Blocks(), "00:00001a20+0004 01:00041a20+dc01 ");
     EXPECT_EQ(steps, "0:0/0 1:0/1500 2:1024/1500 2:1500/1500 3:1500/1500 4:1500/1500 ");
     EXPECT_TRUE(program->Said("onto target at 36.59 kB/sec.")); // four answers of 10 ms, ten transactions of 125 us

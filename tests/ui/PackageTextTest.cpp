@@ -104,7 +104,7 @@ TEST_F(PackageText, GivesSizesInWholeKilobytesUpTo4Gigabytes) {
 }
 
 TEST(LoadText, NamesPhaseAndCause) {
-    using P = basBootloader::DownloadProgress;
+    using P = basBootloader::LoadProgress;
     using S = basBootloader::DownloadFailure::Stage;
     EXPECT_EQ(loadText::Bar({P::Step::Loading, 65536, 131072}, 1000, false),
               "65536 of 131072 bytes, 65.5 kB/s, 1 s left");

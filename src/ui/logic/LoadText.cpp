@@ -9,7 +9,7 @@
 #include <iterator>
 
 using basBootloader::DownloadFailure;
-using basBootloader::DownloadProgress;
+using basBootloader::LoadProgress;
 
 namespace loadText {
 
@@ -74,8 +74,8 @@ std::string Seconds(double milliseconds) {
 
 } // namespace
 
-std::string Phase(const DownloadProgress& progress, std::int32_t sentAgain, bool failed) {
-    using Step = DownloadProgress::Step;
+std::string Phase(const LoadProgress& progress, std::int32_t sentAgain, bool failed) {
+    using Step = LoadProgress::Step;
     switch (progress.step) {
     case Step::Reading:
         return "The package is read.  The device is still as it was.";
@@ -98,8 +98,8 @@ std::string Phase(const DownloadProgress& progress, std::int32_t sentAgain, bool
     return {};
 }
 
-std::string Bar(const DownloadProgress& progress, double elapsedMilliseconds, bool failed) {
-    using Step = DownloadProgress::Step;
+std::string Bar(const LoadProgress& progress, double elapsedMilliseconds, bool failed) {
+    using Step = LoadProgress::Step;
     switch (progress.step) {
     case Step::Reading:
         return "reading the package";

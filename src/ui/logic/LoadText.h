@@ -10,9 +10,9 @@
 namespace loadText {
 
 // The line below the status while a load runs. `sentAgain`: blocks that needed more than one try so far.
-std::string Phase(const basBootloader::DownloadProgress& progress, std::int32_t sentAgain, bool failed);
+std::string Phase(const basBootloader::LoadProgress& progress, std::int32_t sentAgain, bool failed);
 // On the bar: "erasing flash, 3 s", "65536 of 131072 bytes, 53.8 kB/s, 2 s left". The time is that of the step.
-std::string Bar(const basBootloader::DownloadProgress& progress, double elapsedMilliseconds, bool failed);
+std::string Bar(const basBootloader::LoadProgress& progress, double elapsedMilliseconds, bool failed);
 // Why a load has failed and what to do, empty without a failure. `onTheBus`: whether the target is still there;
 // `busReset`: whether a bus reset that came meanwhile is still to be looked into.
 std::string Cause(const basBootloader::DownloadFailure& failure, bool onTheBus, bool busReset);

@@ -110,12 +110,12 @@ private:
     bool HasLoaded(std::int32_t code, const char* command);
     std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
-    void ShowProgress(const basBootloader::DownloadProgress& progress);
+    void ShowProgress(const basBootloader::LoadProgress& progress);
     void ShowBar();
     void PaintWindow();
-    void TrackRetries(const basBootloader::DownloadProgress& progress);
+    void TrackRetries(const basBootloader::LoadProgress& progress);
     void MeetWhatWaits();
-    bool IsProgressDue(const basBootloader::DownloadProgress& progress);
+    bool IsProgressDue(const basBootloader::LoadProgress& progress);
     basUtils::ReadProgress ReadingProgress();
     void EnableCommands(bool enabled);
 
@@ -127,9 +127,9 @@ private:
     std::string note_;      // the answer to an attempt to close in the middle of a load
     std::string beginning_; // the status while blocks go out
     basBootloader::DownloadFailure failure_;
-    basBootloader::DownloadProgress progress_; // as last reported
-    std::int32_t sentAgain_ = 0;               // blocks that needed more than one try
-    std::string folder_;                       // shown in Dir1, with a separator at its end
+    basBootloader::LoadProgress progress_; // as last reported
+    std::int32_t sentAgain_ = 0;           // blocks that needed more than one try
+    std::string folder_;                   // shown in Dir1, with a separator at its end
     bool loading_ = false;
     bool reading_ = false;          // the picked file's header
     bool ending_ = false;           // what waited in the queue meets a load that is through

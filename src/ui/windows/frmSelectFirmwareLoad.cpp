@@ -193,7 +193,7 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     };
     style.show = [this](const std::string& text) { Status(text); };
     style.log = LogToWindow();
-    style.progress = [this](const DownloadProgress& progress) { ShowProgress(progress); };
+    style.progress = [this](const LoadProgress& progress) { ShowProgress(progress); };
     style.failed = [this](const DownloadFailure& failure) {
         if (failure_.stage == DownloadFailure::Stage::None)
             failure_ = failure;
@@ -201,13 +201,13 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     style.startProgress = &erasing;
     style.endProgress = &checking;
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, picked.path(), style);
+    const std::int32_t result = DownloadImageInStyle(hDevice_, imageType, picked.path(), style).Result;
     QApplication::restoreOverrideCursor();
     return result;
 }
 
 // Painting a bar behind each of a thousand blocks costs a fifth of the load's time.
-bool frmSelectFirmware::IsProgressDue(const DownloadProgress& progress) {
+bool frmSelectFirmware::IsProgressDue(const LoadProgress& progress) {
     const std::int64_t now = platform::QueryPerformanceCounter();
     const bool due =
         progress.bytes == 0 || progress.bytes >= progress.length || now - lastProgress_ >= PROGRESS_INTERVAL;
@@ -223,13 +223,13 @@ void frmSelectFirmware::ShowBar() {
 }
 
 // A retried block's message gives way to the line before it as soon as the block is through: the load goes on.
-void frmSelectFirmware::TrackRetries(const DownloadProgress& progress) {
-    if (progress.step == DownloadProgress::Step::Erasing) {
+void frmSelectFirmware::TrackRetries(const LoadProgress& progress) {
+    if (progress.step == LoadProgress::Step::Erasing) {
         sentAgain_ = 0;
         beginning_ = lblStatus->text().toStdString();
     }
     sentAgain_ += progress.tries == 1;
-    if (progress_.tries > 0 && progress.tries == 0 && progress.step == DownloadProgress::Step::Loading)
+    if (progress_.tries > 0 && progress.tries == 0 && progress.step == LoadProgress::Step::Loading)
         Status(beginning_);
 }
 
@@ -242,8 +242,8 @@ void frmSelectFirmware::PaintWindow() {
 }
 
 // Bar and line tell the phase.
-void frmSelectFirmware::ShowProgress(const DownloadProgress& progress) {
-    using Step = DownloadProgress::Step;
+void frmSelectFirmware::ShowProgress(const LoadProgress& progress) {
+    using Step = LoadProgress::Step;
     const bool stepIsNew = progress.step != progress_.step, triesAreNew = progress.tries != progress_.tries;
     TrackRetries(progress);
     progress_ = progress;
