@@ -27,13 +27,8 @@
 namespace {
 
 bool HasOperations(const std::string& commandLine) {
-    std::string text = platform::UpperCase(commandLine);
-    basAutomation::InitializeCommandLineOptions();
-    basAutomation::ParseCommandLine(text, commandLine);
-    const bool operations = basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
-    basApp::globals = {};
-    basAutomation::globals = {};
-    return operations;
+    return basAutomation::CommandLineHasOperations(
+        basAutomation::SplitCommandLine(platform::UpperCase(commandLine), commandLine).Options);
 }
 
 bool programRuns = false; // from Main until the message loop has ended

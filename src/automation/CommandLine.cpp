@@ -1,4 +1,4 @@
-// The text of the command line as a list of options, and what the options say about the run.
+// Splits the command line into options and says whether they call for an unattended run.
 #include "CodePage.h"
 #include "basAutomation.h"
 
@@ -6,53 +6,52 @@ namespace basAutomation {
 
 namespace {
 
-// Position of `character` behind `position`, both counted from 1; 0 when there is none.
-std::size_t NextBehind(const std::string& text, char character, std::size_t position) {
+// Position of `character` after `position`, both counted from 1; 0 without one.
+std::size_t NextAfter(const std::string& text, char character, std::size_t position) {
     return text.find(character, position) + 1; // npos is -1
 }
 
-// A stretch in double quotes; both ends 0 when there is none, only the last for one without an end.
+// A stretch in double quotes; both ends 0 without one, only the last when it isn't closed.
 struct Quotation {
     std::size_t first = 0, last = 0;
     bool Holds(std::size_t position) const { return position > first && position < last; }
 };
 
-Quotation NextQuotation(const std::string& text, std::size_t position) {
+Quotation NextQuotation(const std::string& text, std::size_t position, std::vector<std::string>& errors) {
     Quotation quotation;
-    quotation.first = NextBehind(text, '"', position);
+    quotation.first = NextAfter(text, '"', position);
     if (quotation.first == 0)
         return quotation;
-    quotation.last = NextBehind(text, '"', quotation.first);
+    quotation.last = NextAfter(text, '"', quotation.first);
     if (quotation.last == 0)
-        AddCommandLineError("Command Line Error: Begin quotation with no matching end quotation!");
+        errors.emplace_back("Command Line Error: Begin quotation with no matching end quotation!");
     return quotation;
 }
 
-// The "/" that starts the option behind `position`, 0 when there is none. One inside a quotation
-// belongs to an argument.
-std::size_t NextOption(const std::string& text, std::size_t position) {
-    std::size_t slash = NextBehind(text, '/', position);
-    Quotation quotation = NextQuotation(text, position);
+// The "/" that starts the option after `position`, 0 without one. A "/" inside a quotation belongs to an argument.
+std::size_t NextOption(const std::string& text, std::size_t position, std::vector<std::string>& errors) {
+    std::size_t slash = NextAfter(text, '/', position);
+    Quotation quotation = NextQuotation(text, position, errors);
     while (slash != 0 && quotation.Holds(slash)) {
-        slash = NextBehind(text, '/', quotation.last);
-        quotation = NextQuotation(text, quotation.last);
+        slash = NextAfter(text, '/', quotation.last);
+        quotation = NextQuotation(text, quotation.last, errors);
     }
     return slash;
 }
 
-// The options of `text`, and the same stretches of `typed`: capitals take as much room.
-void SplitOptions(const std::string& text, const std::string& typed) {
+// Upper case doesn't change the length of a text, so `typed` is cut at the same places.
+void SplitOptions(const std::string& text, const std::string& typed, ParsedCommandLine& parsed) {
     std::size_t position = 1;
     do {
         if (text[position - 1] != '/')
-            AddCommandLineError(fmt::format("ERROR: expected '/' in command line position {}", position));
-        const std::size_t next = NextOption(text, position);
+            parsed.Errors.push_back(fmt::format("ERROR: expected '/' in command line position {}", position));
+        const std::size_t next = NextOption(text, position, parsed.Errors);
         const std::size_t end = next != 0 ? next - 1 : text.size();
         const auto option = [&](std::string_view line) {
             return platform::Trim(line.substr(position - 1, end - (position - 1)));
         };
-        basApp::globals.CommandLineOptions.push_back(option(text));
-        basApp::globals.TypedOptions.push_back(option(typed));
+        parsed.Options.push_back(option(text));
+        parsed.TypedOptions.push_back(option(typed));
         position = next != 0 ? next : text.size();
     } while (position < text.size());
 }
@@ -75,27 +74,33 @@ bool IsOperation(const std::string& option) {
 
 } // namespace
 
+ParsedCommandLine SplitCommandLine(const std::string& text, const std::string& typed) {
+    ParsedCommandLine parsed;
+    const std::string trimmed = platform::Trim(text), asTyped = platform::Trim(typed);
+    if (!trimmed.empty())
+        SplitOptions(trimmed, asTyped.size() == trimmed.size() ? asTyped : trimmed, parsed);
+    return parsed;
+}
+
 std::int32_t ParseCommandLine(std::string& text, const std::string& typed) {
-    std::int32_t result = -1;
-    platform::Attempt(
+    return platform::ResultOf(
         [&] {
             text = platform::Trim(text);
-            basApp::globals.CommandLineOptions.assign(1, {});
-            basApp::globals.TypedOptions.assign(1, {});
+            ParsedCommandLine parsed = SplitCommandLine(text, typed);
+            basApp::globals.CommandLineOptions = std::move(parsed.Options);
+            basApp::globals.TypedOptions = std::move(parsed.TypedOptions);
             basApp::globals.CommandLineErrors.assign(1, {});
-            const std::string asTyped = platform::Trim(typed);
-            if (!text.empty())
-                SplitOptions(text, asTyped.size() == text.size() ? asTyped : text);
-            result = 1;
+            for (std::size_t i = 1; i < parsed.Errors.size(); ++i)
+                AddCommandLineError(parsed.Errors[i]);
+            return 1;
         },
         [](const platform::Failure& failure) {
             StatusDisplay(LEVEL_ERROR, "ERROR #{}: {} in ParseCommandLine.", failure.Number, failure.Description);
         });
-    return result;
 }
 
-std::int32_t InitializeCommandLineOptions() {
-    globals.CommandLineOptionTable = {
+std::vector<CommandLineOption> OptionRows() {
+    return {
         {},
         Option("DownloadImageAndCne", "D", "--download", 1, true),
         Option("DownloadBootloader", "B", "--download-bootloader", 1, true),
@@ -109,6 +114,10 @@ std::int32_t InitializeCommandLineOptions() {
         Option("ExecuteKeybatchOperation", "R", "--key-batch", 1, true),
         Option("MatchGuid", "X", "--match-guid", 1, false),
     };
+}
+
+std::int32_t InitializeCommandLineOptions() {
+    globals.CommandLineOptionTable = OptionRows();
     return 1;
 }
 
