@@ -1,4 +1,4 @@
-# The commands of this project; README.md tells them. Each installs what it needs first.
+# The commands of this project, described in README.md. Each first installs what it needs.
 PREFIX ?= run/program
 PACKAGE ?=
 FUZZ_SECONDS ?= 20
@@ -14,7 +14,7 @@ configure: setup
 build: configure
 	@cmake --build --preset release
 
-# What is installed, without the tests.
+# Everything that is installed, without the tests.
 program: configure
 	@cmake --build --preset release --target installation
 

@@ -1,4 +1,4 @@
-// Reading a key batch of a production line: a web page of 1000 operations, a tenth of them writes.
+// Parses a production line's key batch: a web page with 1000 operations, a tenth of them writes.
 #include "Files.h"
 #include "KeyBatch.h"
 #include "TemporaryDirectory.h"

@@ -1,6 +1,5 @@
-// What this computer does for each node and each block, on a bus that takes no time: transactions
-// of 0 microseconds, and a virtual clock on which every pause is free. The simulated devices' own
-// work is in the figures.
+// The host's work for each node and each block: transactions take 0 microseconds, and pauses cost
+// nothing on the virtual clock. The figures include the work of the simulated devices.
 #include "HeadlessProgram.h"
 #include "bas1394.h"
 #include "basBootloader.h"
@@ -21,7 +20,7 @@ std::string TimelessBus(int targets) {
     return R"({"transactionMicroseconds": 0, "nodes": [)" + nodes + R"({"kind": "host"}]})";
 }
 
-// A program that has come up and found its targets.
+// A started program that has found its targets.
 struct Program : testing_support::HeadlessProgram {
     explicit Program(int targets) : HeadlessProgram(TimelessBus(targets), LEVEL_WARNING) {
         basApp::Main("");
@@ -47,7 +46,7 @@ void ReadRomsOf63Nodes(benchmark::State& state) {
 }
 BENCHMARK(ReadRomsOf63Nodes)->Unit(benchmark::kMillisecond);
 
-// False when the target doesn't take the announcement of another image.
+// False if the target rejects the announcement of another image.
 bool Announce(std::int32_t handle) {
     basBootloader::DownloadAnnouncement announcement;
     announcement.StartAddress = 0x20000000;

@@ -1,4 +1,4 @@
-// Reading a large package into memory, with the steps that a progress bar sees.
+// Reads a large package into memory, with progress calls.
 #include "Files.h"
 #include "TemporaryDirectory.h"
 #include "basUtils.h"

@@ -1,4 +1,4 @@
-// What a message costs: one that nobody wants, and one that goes into the full log on disk.
+// The cost of a message that is dropped, and of one stored in the full log on disk.
 #include "HeadlessProgram.h"
 #include "basBootloader.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 constexpr int LOG_ROWS = 2000;
 
-// A program that has come up: a status window from WARNING on, the stored log from TRACE on.
+// A started program: status window at WARNING, stored log at TRACE.
 struct Program : testing_support::HeadlessProgram {
     Program() : HeadlessProgram(testing_support::Bus({}), LEVEL_WARNING) { basApp::Main(""); }
 };
@@ -35,7 +35,7 @@ void StoredMessage(benchmark::State& state) {
         store(++number);
     state.SetItemsProcessed(state.iterations());
 }
-// Long enough to hold the waits for the disk, which come once in some thousand messages.
+// Long enough to include waits for the disk, which occur once in several thousand messages.
 BENCHMARK(StoredMessage)->MinTime(3)->UseRealTime();
 
 } // namespace

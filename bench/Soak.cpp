@@ -1,5 +1,5 @@
-// A long life on the virtual clock: bus resets, loads from the firmware browser, and every window
-// opened and closed, with memory, open files and log rows told along the way.
+// A long run on the virtual clock: bus resets, loads from the firmware browser, and every window
+// opened and closed, with reports of memory, open files and log rows.
 // Arguments: resets, loads, rounds of windows (10000 1000 1000).
 #include "AppIcon.h"
 #include "Database.h"
@@ -70,7 +70,7 @@ long OpenFiles() {
     return long(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
-// Does `step` so often, and tells behind the first tenth and at the end.
+// Repeats `step`, with a report after the first tenth and at the end.
 template <class Step> void Repeat(const char* what, int times, Step step) {
     for (int i = 1; i <= times; ++i) {
         step();
@@ -142,8 +142,7 @@ int main(int argc, char** argv) {
     const int resets = count(1, 10'000), loads = count(2, 1'000), rounds = count(3, 1'000);
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setWindowIcon(
-        AppIcon()); // as the program does; else each frame would draw, and cache, one of its own
+    QApplication::setWindowIcon(AppIcon()); // as in the program; otherwise each frame would draw and cache its own
     LongLife program;
     const ByteArray image(3000, 0x5A);
     program.Write("packages/soak.twd", Package(image));

@@ -1,6 +1,5 @@
-// What the windows cost, offscreen: the redraw of a full bus, a config ROM as rows and in its
-// window, and messages into a status window. The bus takes no time and the clock is the virtual
-// one, so that only our own work is measured.
+// The cost of the windows, offscreen. The bus takes no time and the clock is virtual, so only the
+// program's own work is measured.
 #include "CneText.h"
 #include "ConfigRomText.h"
 #include "HeadlessProgram.h"
@@ -75,7 +74,7 @@ void RedrawOf63Nodes(benchmark::State& state) {
 }
 BENCHMARK(RedrawOf63Nodes)->Unit(benchmark::kMillisecond);
 
-// 1 KiB of ROM: a root directory with as many leaves of text as fit.
+// A 1 KiB ROM: a root directory with as many text leaves as fit.
 ByteArray RomOf1KiB() {
     constexpr std::uint32_t LEAVES = 40, LEAF_QUADLETS = 5;
     std::vector<std::uint32_t> quadlets{0x04FF0000, 0x31333934, 0, 0x000F1B00, 1, LEAVES << 16};
@@ -115,7 +114,7 @@ void RomInItsWindow(benchmark::State& state) {
         window->Form_Load();
         window->setNodeNum(0);
         windows::globals.parent->ShowChild(window);
-        QCoreApplication::processEvents(); // the first painting
+        QCoreApplication::processEvents(); // the first paint
         state.PauseTiming();
         window->Unload();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -124,8 +123,8 @@ void RomInItsWindow(benchmark::State& state) {
 }
 BENCHMARK(RomInItsWindow)->Unit(benchmark::kMillisecond);
 
-// 2,000 messages as they come within a second: each 500 us of the virtual clock, and a turn for the
-// painting every 20 ms. The time of an iteration is the share of a core in seconds.
+// 2,000 messages within a second: one every 500 us of the virtual clock, with events for
+// painting every 20 ms. The time of an iteration is the share of a core.
 void Second2000Messages(benchmark::State& state) {
     ProgramWithWindows program;
     windows::globals.statusWindows[0]->MessageLevel = LEVEL_DETAIL;
@@ -149,8 +148,8 @@ double ResidentKiB() {
     return 0;
 }
 
-// 1 MB of console text in blocks of 256 bytes onto the terminal's screen, painted every 80 ms of the
-// virtual clock, which moves 3 ms a block; with an argument of 1 each line in two colours.
+// 1 MB of console text in 256-byte blocks, painted every 80 ms of the virtual clock, which advances
+// 3 ms a block; with an argument of 1 each line has two colours.
 void ShellOutputOf1MB(benchmark::State& state) {
     ProgramWithWindows program(1);
     ShellTerminal terminal(nullptr);
@@ -177,8 +176,8 @@ void ShellOutputOf1MB(benchmark::State& state) {
 
 BENCHMARK(ShellOutputOf1MB)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
-// A minute with an open shell window on a silent console at the default interval, less the same
-// minute without it.
+// A minute with an open shell window on a silent console at the default interval, minus the same
+// minute without the window.
 void MinuteOfAnOpenShell(benchmark::State& state) {
     ProgramWithWindows program(1);
     if (state.range(0) != 0)
@@ -188,8 +187,8 @@ void MinuteOfAnOpenShell(benchmark::State& state) {
 }
 BENCHMARK(MinuteOfAnOpenShell)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
-// How long (in bus time) a shell window on a device that has gone silent keeps the only thread, which
-// is what a key typed into another window may have to wait.
+// How long (in bus time) a shell window on a silent device blocks the only thread, and so may delay
+// a key typed into another window.
 void PollOfASilentDevice(benchmark::State& state) {
     const std::string bus = testing_support::Bus({testing_support::Target("000F1B0000000001", "bootloader")},
                                                  R"({"node": 0, "command": 8, "count": 1000000, "do": "silence"})");
@@ -240,7 +239,7 @@ void MemoryWindowOf16MB(benchmark::State& state) {
 }
 BENCHMARK(MemoryWindowOf16MB)->Unit(benchmark::kMillisecond);
 
-// The firmware browser on a folder of so many packages, a file of 5 GB and odd names among them.
+// The firmware browser on a folder of packages, including a 5 GB file and odd names.
 struct BrowserOnFolder : ProgramWithWindows {
     explicit BrowserOnFolder(std::int64_t packages) : ProgramWithWindows(1) {
         const ByteArray package = testing_support::Package(ByteArray(3000, 0x5A));
@@ -272,7 +271,7 @@ void ClickOnAPackage(benchmark::State& state) {
     const BrowserOnFolder program(1000);
     const auto path = [&](std::int64_t i) { return program.directory.file(std::string("packages/") + NAMES[i]); };
     program.browser->SelectFile(path(state.range(0)));
-    for (auto _ : state) { // a click on the row that is current reads it anew, in the next turn
+    for (auto _ : state) { // a click on the current row reads its file again, with the next events
         Q_EMIT program.browser->ListView1->itemClicked(program.browser->ListView1->currentItem(), 0);
         platform::DoEvents();
     }
@@ -305,7 +304,7 @@ void CneTextOf1MB(benchmark::State& state) {
 }
 BENCHMARK(CneTextOf1MB)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
-// Memory behind `step` done 100 times, and behind ten times as often again.
+// Memory after 100 runs of `step`, and after ten times as many more.
 template <class Step> void ReportMemory(benchmark::State& state, Step step) {
     for (auto _ : state) {
         for (int i = 0; i < 100; ++i)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Real time on the default bus: from the start to the first finished enumeration, and a load of
-# MIB MiB (1), each beside the least that it can take. Give it a quiet machine.
+# Measures in real time on the default bus: from start to the first finished enumeration, and a load of
+# MIB MiB (1), each compared with the least possible time. Needs a quiet machine.
 # Arguments: the installed program directory, MIB.
 set -euo pipefail
 source=${1:?program directory}
@@ -14,8 +14,8 @@ export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 milliseconds() { echo $((${EPOCHREALTIME/[.,]/} / 1000)); }
 memory() { awk -v what="$1:" '$1 == what { print $2 }' "/proc/$program_PID/status"; }
 
-# The enumeration is over before the list of targets is told. The bus is the default one with a
-# trace, which tells the transactions; a transaction takes 0.125 ms.
+# The enumeration ends just before the list of targets is reported. The bus is the default one with a
+# trace, to count the transactions; a transaction takes 0.125 ms.
 sed -n '/R"(/,/)"/p' "$(dirname "$0")/../src/access/simulated/DefaultBus.cpp" |
     sed 's/.*R"({/{"trace": "trace.jsonl",/; s/)";//' >"$work/simulated-bus.json"
 start=$(milliseconds)
@@ -33,7 +33,7 @@ awk -v took="$took" -v transactions="$transactions" 'BEGIN {
     printf "Start to enumeration: %d ms; settling and %d transactions take %.0f ms; the rest is %.0f ms\n",
            took, transactions, floor, took - floor }'
 
-# The load, without a trace. The program's clock also covers the reading of the package.
+# The load, without a trace. The program's time includes reading the package.
 rm -r "$work/simulated-bus.json" "$work/bus-state"
 head -c $bytes /dev/urandom >"$work/image.bin"
 "$work/twd" pack "$work/image.twd" --image1 "$work/image.bin" --image1-address 0x20000000 --hardware-id 17 >/dev/null

@@ -1,3 +1,3 @@
-# One flat program directory under the prefix; each subsystem installs its own part of it.
+# One flat program directory under the prefix; each subsystem installs its own files.
 install(DIRECTORY docs/ DESTINATION docs FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN "*.html")
 install(DIRECTORY batch-operations DESTINATION .)

@@ -1,6 +1,6 @@
 # hoistline_library(name DEPENDS lower... LINK external... SOURCES file...)
-# One subsystem: its own folder is the only include folder that it exports, so that a file that
-# includes upward doesn't compile.
+# One subsystem. It exports only its own folder as an include folder, so a file that includes
+# upward doesn't compile.
 function(hoistline_library name)
   cmake_parse_arguments(ARG "" "" "DEPENDS;LINK;SOURCES" ${ARGN})
   if(ARG_SOURCES)
@@ -14,16 +14,15 @@ function(hoistline_library name)
   target_link_libraries(${name} ${scope} ${ARG_DEPENDS} ${ARG_LINK})
 endfunction()
 
-# hoistline_test(name LINK target... SOURCES file...): one test program, run by ctest as one test.
+# hoistline_test(name LINK target... SOURCES file...): one test program; ctest runs each of its tests as "name.Suite.Test"
+# in a process of its own. The tests are listed when ctest starts, so what hasn't been built doesn't stop it.
+include(GoogleTest)
 function(hoistline_test name)
   cmake_parse_arguments(ARG "" "" "LINK;SOURCES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gtest_main)
-  # Test code is compiled once and run once; at -O3 gcc 12 also warns of moved-from table rows.
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} own_lock_folder GTest::gtest_main)
+  # Test code is compiled once and run once; at -O3 gcc 12 also gives false warnings about moved-from table rows.
   target_compile_options(${name} PRIVATE -O1)
-  add_test(NAME ${name} COMMAND ${name})
-  # System-wide mutexes are files there: tests that run side by side must not meet in them.
-  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/runtime-${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 900
-    ENVIRONMENT "XDG_RUNTIME_DIR=${CMAKE_CURRENT_BINARY_DIR}/runtime-${name};QT_QPA_PLATFORM=offscreen")
+  gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 900 ENVIRONMENT QT_QPA_PLATFORM=offscreen)
 endfunction()

@@ -1,4 +1,4 @@
-// Runs every file of a folder through the fuzz entry, as a plain test.
+// Runs every file of a folder through the fuzz entry point, as a plain test.
 
 #include <cstdint>
 #include <cstdio>

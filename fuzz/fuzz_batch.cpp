@@ -1,4 +1,4 @@
-// Any bytes as a key batch, as a data file, and as what a device has answered.
+// Any bytes as a key batch, as a data file, and as a device's answer.
 #include "CodePage.h"
 #include "KeyBatchText.h"
 

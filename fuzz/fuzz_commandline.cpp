@@ -1,4 +1,4 @@
-// Any text as a command line: joined from arguments, parsed, asked for operations, applied.
+// Any text as a command line: joined from arguments, parsed, checked for operations, applied.
 #include "CodePage.h"
 #include "basAutomation.h"
 

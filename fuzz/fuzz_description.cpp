@@ -1,4 +1,4 @@
-// Bus descriptions: whatever the text, the simulator takes it or tells what is wrong.
+// Bus descriptions: the simulator accepts any text or reports what is wrong with it.
 
 #include "Simulator.h"
 
@@ -7,7 +7,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    // A description may name folders and files; fuzzing must not make any.
+    // A description may name folders and files; fuzzing must not create any.
     for (const char* key : {"stateDirectory", "trace", "romImage"})
         if (text.find(key) != std::string::npos)
             return 0;

@@ -1,4 +1,4 @@
-// A package file of any bytes: the parser and every text form of what it found.
+// A package file of any bytes: the parser and every text form of its result.
 #include "TwdPackage.h"
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// A target whose info registers and answers are any bytes: identification, a session of every
-// kind of command, and a load must come back without a crash, a hang or a false success.
+// A target whose info registers and answers are any bytes: identification, every kind of command
+// and a load must return without a crash, a hang or a false success.
 #include "LibrarySeam.h"
 #include "VirtualClock.h"
 #include "basBootloader.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the target has still to say; behind the end it is silent.
+// The target's remaining answers; at the end it goes silent.
 struct Script {
     const std::uint8_t* data = nullptr;
     std::size_t left = 0;
@@ -26,7 +26,7 @@ std::int32_t Read(std::uint32_t, const Twl1394Address* address, std::uint32_t si
     std::copy_n(script.data, count, data);
     script.data += count;
     script.left -= count;
-    // Most answers echo their request, or none would get past the comparison.
+    // Most answers echo their request; otherwise none would pass the comparison.
     if (address->AddressLow == 0xC8029000 && data[8] % 4 != 0)
         std::copy_n(script.lastRequest.begin(), 7, data);
     return TWL1394_SUCCESS;
@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     node.ConfigRom.RawData = {4, 4, 0, 0};
     basBootloader::BuildBootloaderDeviceList();
 
-    BootloaderTarget& target = basBootloader::globals.TargetList.front(); // known or not
+    BootloaderTarget& target = basBootloader::globals.TargetList.front(); // whether or not it was identified
     target.Device = node;
     target.Handle = 63;
     target.Info.ProtocolVersion = 1;

@@ -1,5 +1,5 @@
-// A node whose config ROM is any bytes: reading it ends within its bounds, and every question
-// about it has an answer; so do its checks, with the whole image and without.
+// A node whose config ROM is any bytes: reading it ends within its bounds, and all queries and checks
+// return, with the whole image and without.
 #include "LibrarySeam.h"
 #include "RomChecks.h"
 #include "basConfigRom.h"
@@ -12,7 +12,7 @@
 namespace {
 
 constexpr std::uint64_t BASE = 0xFFFFF0000400;
-constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the bound of a reading, one block beyond it, the bus info
+constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the limit of a read, one block beyond it, the bus info block
 
 struct Rom {
     const std::uint8_t* data = nullptr;

@@ -1,6 +1,5 @@
-// A target whose console and key answers are any bytes: a ring of any header, an answer to command 8
-// of any counts, a key of any sizes. Nothing is read beyond the Response Buffer or handed over beyond
-// what was read.
+// A target whose console and key answers are any bytes: any ring header, any counts in an answer to
+// command 8, any key sizes. Nothing is read beyond the Response Buffer, and no more returned than was read.
 #include "LibrarySeam.h"
 #include "VirtualClock.h"
 #include "basBootloader.h"
@@ -12,7 +11,7 @@
 
 namespace {
 
-// What the target has still to say; behind the end it is silent.
+// The target's remaining answers; at the end it goes silent.
 struct Script {
     const std::uint8_t* data = nullptr;
     std::size_t left = 0;
@@ -32,7 +31,7 @@ std::int32_t Read(std::uint32_t, const Twl1394Address* address, std::uint32_t si
     if (script.left == 0)
         return TWL1394_NODE_DID_NOT_RESPOND;
     std::generate_n(data, size, NextByte);
-    if (address->AddressLow == 0xC8029000) // or no answer would get past the comparison
+    if (address->AddressLow == 0xC8029000) // otherwise no answer would pass the comparison
         std::copy_n(script.lastRequest.begin(), 7, data);
     return TWL1394_SUCCESS;
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The benchmarks, then the two measurements in real time. Give it a quiet machine.
+# Runs the benchmarks, then the two measurements in real time. Needs a quiet machine.
 set -euo pipefail
 build/release/bench/bench_all
 QT_QPA_PLATFORM=offscreen build/release/bench/bench_windows

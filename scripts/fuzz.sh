@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs each fuzz target for FUZZ_SECONDS from its seeds; a finding ends it with its input beside it.
+# Runs each fuzz target for FUZZ_SECONDS from its seeds; stops at the first finding, whose input is saved in build/fuzz.
 set -euo pipefail
 for target in build/fuzz/bin/fuzz_*; do
     name=${target##*/fuzz_}

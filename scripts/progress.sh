@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Passes messages through; "progress <step> <bytes>/<length>" becomes a bar, on a terminal one that
-# grows in its place.
+# Passes messages through; "progress <step> <bytes>/<length>" becomes a bar, redrawn in place on a terminal.
 bar='####################'
 open=0
 while IFS= read -r line; do

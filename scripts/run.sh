@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The main job on the simulated bus: a package into the default bus's first target, unattended.
-# Argument: a package of your own, or "". Exit code 0 only if the device's flash is identical.
+# Loads a package into the default bus's first target, unattended.
+# Argument: your own package, or "". Exit code 0 only if the device's flash is identical.
 set -euo pipefail
 program=run/program
 guid=000F1B0000000001
@@ -10,7 +10,7 @@ twd=$program/twd
 
 if [ -z "$package" ]; then
     package=run/application.twd
-    # A real file of some size: the packing tool itself.
+    # The packing tool itself serves as a real file of some size.
     head -c 131072 "$program/twd" > run/application.bin
     "$twd" pack "$package" --image1 run/application.bin --image1-address 0x20000000 --software-id 0x1234 \
         --software-version 0x01020305 --hardware-id 17 --info "made by make run" >/dev/null

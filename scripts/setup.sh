@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Installs what the build needs and this Debian machine doesn't have; asks nothing.
+# Installs the packages that the build needs and this Debian machine lacks, without asking.
 set -euo pipefail
 cd "$(dirname "$0")"
 mapfile -t packages < packages.txt
-# One question for all of them, so that a machine that has everything loses no time.
+# A single query for all of them: no delay on a machine that has everything.
 present=$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' "${packages[@]}" 2>/dev/null | sed -n 's/^ii *//p' || true)
 missing=()
 for package in "${packages[@]}"; do

@@ -113,6 +113,7 @@ void WindowTest::ForgetTold() {
 
 int main(int argc, char** argv) {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1); // the panel shows local times too
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     ::testing::InitGoogleTest(&argc, argv);
