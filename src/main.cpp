@@ -50,7 +50,7 @@ void Run(const std::string& commandLine) {
     // No result reaches the operating system. A start that failed before there was a window ends here.
     if (basApp::Main(commandLine) && windows::globals.parent != nullptr) {
         platform::CatchEndSignals();
-        const std::unique_ptr<platform::Timer> watch = wiring::WatchForEndRequest();
+        const wiring::EndWatch watch;
         QApplication::exec();
     } else {
         basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there

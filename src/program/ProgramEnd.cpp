@@ -13,11 +13,8 @@ namespace {
 
 constexpr std::int32_t INTERVAL = 100; // ms
 
-// A tick comes in the turns that work gives too: it ends nothing that is under way, since that looks at the
-// request by itself.
-void EndIfAsked() {
-    if (!platform::EndRequested())
-        return;
+// Ticks also come in turns within work, which is left to finish: it looks at the request itself.
+void EndIfPossible() {
     const bool ready = !globals.windows.readyToEnd || globals.windows.readyToEnd();
     if (!ready || basAutomation::EndAfterOperation() || basAutomation::globals.SchedulerBusy)
         return;
@@ -33,11 +30,12 @@ void EndIfAsked() {
 
 } // namespace
 
-std::unique_ptr<platform::Timer> WatchForEndRequest() {
-    auto timer = platform::MakeTimer(INTERVAL, EndIfAsked);
-    timer->SetEnabled(true);
-    return timer;
-}
+EndWatch::EndWatch()
+    : timer_(platform::MakeTimer(INTERVAL, EndIfPossible)),
+      watch_(platform::WatchDescriptor(platform::EndRequestDescriptor(), platform::DescriptorEvent::Readable, [this] {
+          watch_.reset(); // the descriptor stays readable
+          timer_->SetEnabled(true);
+      })) {}
 
 void EndWithoutWindows(const char* reason) {
     basDebug::hooks.statusWindowWants = nullptr; // whatever is painted may end the process once more

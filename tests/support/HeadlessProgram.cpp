@@ -94,7 +94,7 @@ void HeadlessProgram::LoadWindows() {
     tmrAutomationScheduler_ = platform::MakeTimer(1000, basAutomation::SchedulerTick);
     tmrBusReset_->SetEnabled(true);
     tmrIncomingData_->SetEnabled(true);
-    tmrEnd_ = wiring::WatchForEndRequest();
+    endWatch_.emplace();
     mainWindowExists_ = true;
     bas1394::HookCallbackWindow(true);
 }
@@ -109,8 +109,8 @@ void HeadlessProgram::LetBusSettle() {
 
 void HeadlessProgram::UnloadWindows() {
     bas1394::HookCallbackWindow(false);
-    for (platform::Timer* timer :
-         {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get(), tmrEnd_.get()})
+    endWatch_.reset();
+    for (platform::Timer* timer : {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get()})
         timer->SetEnabled(false);
     mainWindowExists_ = false;
     basApp::ShutdownApplication();

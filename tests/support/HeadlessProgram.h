@@ -8,9 +8,11 @@
 #include "Simulator.h"
 #include "TestFolder.h"
 #include "VirtualClock.h"
+#include "Wiring.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -70,7 +72,8 @@ private:
     void Wire();
 
     std::int32_t lowestLevel_;
-    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_, tmrEnd_;
+    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_;
+    std::optional<wiring::EndWatch> endWatch_;
     bool mainWindowExists_ = false;
     bool ended_ = false;
 };

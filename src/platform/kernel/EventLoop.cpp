@@ -18,7 +18,7 @@ EventLoop::~EventLoop() {
 }
 
 void EventLoop::Turn() {
-    watches_.RunReady(); // first: it clears the wake-up, and a posting after that sets it again
+    watches_.RunReady();
     posted_.Run();
     timers_.RunDue();
 }
