@@ -230,16 +230,35 @@ TEST_F(Parent, CannotBeMadeSoSmallThatCaptionsAreCut) {
 TEST_F(Parent, ComesUpAsHighAsItWasHoweverManyStatusWindowsThereWere) {
     const int height = parent().height();
     ASSERT_TRUE(Choose("mnuStatusWindow"));
+    for (const QLabel* label : {form().lblDriver, form().lblApplicationImageVersion}) // clear of the title above
+        EXPECT_GT(label->y(), label->fontMetrics().height() + 2);
     Restart();
     EXPECT_NEAR(parent().height(), height, 2);
 }
 
+TEST_F(Parent, ShowsTimesLevelsAndStatesWholeInALargeFont) {
+    const QFont font = QApplication::font();
+    QFont large = font;
+    large.setPointSizeF(font.pointSizeF() * 1.4);
+    QApplication::setFont(large);
+    Restart();
+    const std::tuple<const QTableView*, int, const char*> columns[] = {
+        {status().mfgStatus, 0, "0:00:00.000"},
+        {status().mfgStatus, 1, "WARNING(7)"},
+        {form().mfgDevices, deviceRows::STATE, "Bootloader Running"}};
+    for (const auto& [grid, column, text] : columns)
+        EXPECT_GT(grid->columnWidth(column), grid->fontMetrics().horizontalAdvance(text)) << text;
+    QApplication::setFont(font);
+}
+
 TEST_F(Parent, WrapsALongQuestion) {
-    const QString lines = "What it is to be.  " + QString("Note: a value of 0 is taken too.  ").repeated(20);
+    const QString lines =
+        "What it is to be, 00 0F 1B or not.  " + QString("Note: a value of 0 is taken too.  ").repeated(20);
     QTimer::singleShot(0, qApp, [] {
         QWidget* box = QApplication::activeModalWidget();
         const auto* label = box->findChild<QLabel*>();
         EXPECT_LT(box->width(), 700);
+        EXPECT_TRUE(label->text().contains(u"00\u00A00F\u00A01B or not")) << "the bytes of an ID stay on one line";
         EXPECT_GE(label->height(), label->heightForWidth(label->width()));
         box->close();
     });

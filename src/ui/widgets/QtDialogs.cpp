@@ -7,6 +7,7 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
+#include <QRegularExpression>
 
 QtDialogs::QtDialogs() {
     platform::UseDialogs(this);
@@ -19,8 +20,14 @@ namespace {
 
 constexpr int PROMPT_CHARACTERS = 72; // to a line
 
+// GUIDs and MAC addresses aren't broken across lines: people compare them by eye before they say yes.
+QString Unbroken(const std::string& text) {
+    static const QRegularExpression betweenBytes("(?<=\\b[0-9A-Fa-f]{2}) (?=[0-9A-Fa-f]{2}\\b)");
+    return Q(text).replace(betweenBytes, QString(QChar::Nbsp));
+}
+
 void ShowBox(QMessageBox::Icon icon, const std::string& text, const std::string& caption) {
-    QMessageBox box(icon, Q(caption), Q(text), QMessageBox::Ok, QApplication::activeWindow());
+    QMessageBox box(icon, Q(caption), Unbroken(text), QMessageBox::Ok, QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
     box.exec();
 }
@@ -36,7 +43,7 @@ void QtDialogs::Inform(const std::string& text, const std::string& caption) {
 }
 
 bool QtDialogs::YesNo(const std::string& text, const std::string& caption) {
-    QMessageBox box(QMessageBox::Question, Q(caption), Q(text), QMessageBox::Yes | QMessageBox::No,
+    QMessageBox box(QMessageBox::Question, Q(caption), Unbroken(text), QMessageBox::Yes | QMessageBox::No,
                     QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(QMessageBox::No);
@@ -46,7 +53,7 @@ bool QtDialogs::YesNo(const std::string& text, const std::string& caption) {
 std::string QtDialogs::InputBox(const std::string& prompt, const std::string& title, const std::string& first) {
     QInputDialog dialog(QApplication::activeWindow());
     dialog.setWindowTitle(Q(title));
-    dialog.setLabelText(Q(prompt).remove('\r'));
+    dialog.setLabelText(Unbroken(prompt).remove('\r'));
     dialog.setTextValue(Q(first)); // makes the label
     for (QLabel* label : dialog.findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);

@@ -71,7 +71,7 @@ void frmMain::BuildControls() {
     const int left = inner * 2 / 5; // the texts on the right are longer
     const auto label = [&](const char* name, int column, int row) {
         auto* made = Named(new QLabel(fraHardware), name);
-        made->setGeometry(gap + column * left, line * (row + 1), (column == 0 ? left : inner - left) - gap, line);
+        made->setGeometry(gap + column * left, line * (row + 1) + gap, (column == 0 ? left : inner - left) - gap, line);
         MakeCopyable(made);
         return made;
     };
@@ -92,7 +92,7 @@ void frmMain::BuildControls() {
     const auto firmwareRow = [&](int row, QLabel*& caption, const char* captionName, const char* captionText,
                                  QLineEdit*& box, const char* boxName, QPushButton*& button, const char* buttonName,
                                  const char* buttonText) {
-        const int top = line + row * (line + gap);
+        const int top = line + gap + row * (line + 4); // clear of the title when all is scaled down
         caption = Named(new QLabel(captionText, fraFirmware), captionName);
         caption->setGeometry(gap, top, captionWidth - gap, line);
         box = Named(new QLineEdit(fraFirmware), boxName);
@@ -213,19 +213,22 @@ void frmMain::Form_Resize() {
 
 void frmMain::ResizeMFG() {
     const std::int32_t gridWidth = layout::Twips(mfgDevices->width());
-    // No driver name or node number may fall short of its share; the two widest columns give what that takes.
-    const std::array<int, 2> least{fontMetrics().horizontalAdvance("vdev") + CELL_MARGINS,
-                                   fontMetrics().horizontalAdvance("63") + CELL_MARGINS};
+    // No driver name, node number or state may fall short of its text; the two widest columns give what that takes.
+    const auto textWidth = [this](const char* text) { return fontMetrics().horizontalAdvance(text) + CELL_MARGINS; };
+    std::array<int, deviceRows::COLUMNS> least{};
+    least[deviceRows::DRIVER] = textWidth("vdev");
+    least[deviceRows::NODE] = textWidth("63");
+    least[deviceRows::STATE] = textWidth("Bootloader Running");
     int taken = 0;
     for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) { // the last one has the rest
         const int share = layout::Pixels(deviceRows::ColumnWidth(gridWidth, deviceRows::COLUMN_TABLE[column].share));
         int width = share;
-        if (column < least.size()) {
-            width = std::max(share, least[column]);
-            taken += width - share;
-        } else if (column == deviceRows::MANUFACTURER || column == deviceRows::MODEL) {
+        if (column == deviceRows::MANUFACTURER || column == deviceRows::MODEL)
             width -= taken / 2;
-        }
+        else
+            width = std::max(share, least[column]);
+        if (width > share)
+            taken += width - share;
         if (width > 0)
             mfgDevices->setColumnWidth(int(column), width);
     }

@@ -22,6 +22,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -306,11 +307,23 @@ void frmStatus::Form_Resize() {
     // Not the viewport's width: before it is first shown a table hasn't laid itself out.
     const int available =
         width() - mfgStatus->verticalScrollBar()->sizeHint().width() - 2 * mfgStatus->frameWidth() - 7;
-    for (int column = 0; column < 4; ++column) {
-        const int columnWidth = available * (column < 3 ? 1 : 7) / 10;
-        if (columnWidth > 0)
-            mfgStatus->setColumnWidth(column, columnWidth);
-    }
+    SizeColumns(available);
+}
+
+// A time and a level are read whole also in a large font, as long as the message remains the widest by far.
+void frmStatus::SizeColumns(int available) {
+    constexpr int CELL_MARGINS = 10; // pixels, of both sides
+    const int share = available / 10, message = available * 7 / 10;
+    std::array<int, 4> widths{share, share, share, message};
+    const char* const texts[] = {"0:00:00.000", "WARNING(7)"};
+    for (std::size_t column = 0; column < std::size(texts); ++column)
+        widths[column] = std::max(share, fontMetrics().horizontalAdvance(texts[column]) + CELL_MARGINS);
+    widths[3] -= widths[0] + widths[1] - 2 * share;
+    if (widths[3] < available / 2)
+        widths = {share, share, share, message};
+    for (std::size_t column = 0; column < widths.size(); ++column)
+        if (widths[column] > 0)
+            mfgStatus->setColumnWidth(int(column), widths[column]);
 }
 
 // A narrow window keeps what matters most.

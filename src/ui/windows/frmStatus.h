@@ -56,6 +56,7 @@ private:
     void MakeGrid();
     void MakeStrip();
     void MakeMenu();
+    void SizeColumns(int available);
     void FitStrip();
     void ShowLevelColours();
     void ListNewModules(const std::vector<StatusModel::Row>& rows);
