@@ -20,8 +20,6 @@ namespace {
 
 constexpr std::uint32_t CSR_BASE = 0xF0000000;
 constexpr std::uint32_t HEADER_MASK_BLOCK = 0xFFFF0000;
-constexpr std::int32_t TYPE_IMMEDIATE = 0, TYPE_OFFSET = 1, TYPE_LEAF = 2, TYPE_DIRECTORY = 3;
-constexpr std::int32_t KEY_TEXT = 1;
 constexpr std::int32_t FAILED_READ_COST = 256; // quadlets: it may have waited for a time-out
 
 // The next element of a list whose first element is free while its Address is 0.

@@ -1,5 +1,6 @@
 #include "CodePage.h"
 #include "Failure.h"
+#include "RomFormat.h"
 #include "bas1394.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
@@ -13,9 +14,8 @@ namespace basConfigRom {
 
 namespace {
 
-constexpr std::int32_t KEY_TEXT = 0x01, KEY_MODULE_VENDOR = 0x03, KEY_MODULE_HW_VERSION = 0x04, KEY_NODE_VENDOR = 0x08,
+constexpr std::int32_t KEY_MODULE_VENDOR = 0x03, KEY_MODULE_HW_VERSION = 0x04, KEY_NODE_VENDOR = 0x08,
                        KEY_NODE_HW_VERSION = 0x09, KEY_UNIT_DIRECTORY = 0x11, KEY_MODEL = 0x17;
-constexpr std::int32_t TYPE_IMMEDIATE = 0, TYPE_LEAF = 2, TYPE_DIRECTORY = 3;
 constexpr std::int32_t ROOT = 0;
 
 struct Try {

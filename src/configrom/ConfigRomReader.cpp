@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint16_t ROM_HIGH = 0xFFFF;
 constexpr std::uint32_t HEADER_MASK_ROM = 0xFF000000;
-constexpr std::uint32_t MAX_BLOCK_QUADLETS = 512; // 2048 bytes, what one read takes
 constexpr std::int32_t NULL_HEADER = -21;
 constexpr int BUS_INFO_ATTEMPTS = 3;
 constexpr std::size_t BUS_INFO_SIZE = 20; // header and four quadlets
@@ -47,8 +46,8 @@ bool StatusDisplayWanted(std::int32_t level) {
     return level != LEVEL_WARNING || !basApp::globals.DownloadInProgress;
 }
 
-std::uint32_t Quadlet(const ByteArray& bytes, std::int32_t at) {
-    return static_cast<std::uint32_t>(basUtils::ByteArrayToLong(bytes, at, at + 3, true));
+std::uint32_t Quadlet(const ByteArray& bytes, std::size_t at) {
+    return static_cast<std::uint32_t>(basUtils::ByteArrayToLong(bytes, std::int32_t(at), std::int32_t(at + 3), true));
 }
 
 bool InNodeTable(std::int32_t nodeIndex) {

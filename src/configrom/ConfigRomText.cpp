@@ -2,6 +2,7 @@
 
 #include "CodePage.h"
 #include "Failure.h"
+#include "RomFormat.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
 
@@ -15,7 +16,7 @@ namespace basConfigRom {
 
 namespace {
 
-constexpr std::int32_t KEY_TEXT = 0x01, KEY_SPECIFIER_ID = 0x12, KEY_NODE_CAPABILITIES = 0x0C;
+constexpr std::int32_t KEY_SPECIFIER_ID = 0x12, KEY_NODE_CAPABILITIES = 0x0C;
 constexpr std::int32_t AVC_SPECIFIER = 0x00A02D;
 
 // Words by key value (IEEE 1212); an empty one has no name here.
@@ -87,10 +88,6 @@ auto ReportIn(const char* procedure) {
     });
 }
 
-std::uint32_t QuadletAt(const ByteArray& bytes, std::int32_t offset) {
-    return std::uint32_t(basUtils::ByteArrayToLong(bytes, offset, offset + 3, true));
-}
-
 // The quadlet comes from the raw bytes, so it stays right when decoded fields don't.
 std::string QuadletRow(std::int32_t address, std::uint32_t quadlet, const std::string& description) {
     return fmt::format("0x{:08X}   0x{:08X}  {}", std::uint32_t(address), quadlet, description);
@@ -124,7 +121,7 @@ std::string BusCharacteristics(const ConfigRomRecord& rom) {
 std::string QuadletsFrom(const ByteArray& bytes, std::int32_t offset) {
     std::string text;
     for (std::int32_t at = offset; at + 3 < std::int32_t(bytes.size()); at += 4)
-        fmt::format_to(std::back_inserter(text), "{:08X} ", QuadletAt(bytes, at));
+        fmt::format_to(std::back_inserter(text), "{:08X} ", Quadlet(bytes, at));
     return text;
 }
 
@@ -161,16 +158,15 @@ std::int32_t FormatConfigRomBusInfoBlockApple(RomTree& tree, const ConfigRomReco
     const int block = tree.Add(-1, "BUS_INFO_BLOCK", "BUS INFO BLOCK", true);
     auto next = ReportIn("FormatConfigRomBusInfoBlockApple");
     const auto row = [&](std::int32_t offset, const char* key, const std::string& description) {
-        next([&] {
-            tree.Add(block, key, QuadletRow(rom.Address + offset, QuadletAt(rom.RawData, offset), description));
-        });
+        next(
+            [&] { tree.Add(block, key, QuadletRow(rom.Address + offset, Quadlet(rom.RawData, offset), description)); });
     };
     row(0, "BUS_INFO_BLOCK_HEADER",
         fmt::format("ROM Header (General), info_len={} quadlets, crc_len=0x{:X} quadlets, crc=0x{:X}", rom.info_len,
                     rom.crc_len, rom.crc));
     std::string busName;
     next([&] {
-        QuadletAt(rom.RawData, 4);
+        Quadlet(rom.RawData, 4);
         busName = platform::TextFromAnsi(rom.RawData.data() + 4, 4);
     });
     row(4, "BUS_NAME", "\"" + busName + "\"");
@@ -232,7 +228,7 @@ std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const Conf
     auto next = ReportIn("FormatConfigRomDirectoryApple");
     next([&] {
         tree.Add(parent, fmt::format("DIRECTORY_HEADER_{:03}", directoryIndex),
-                 QuadletRow(directory.Address, QuadletAt(directory.RawData, 0),
+                 QuadletRow(directory.Address, Quadlet(directory.RawData, 0),
                             fmt::format("Directory header, length=0x{:X} quadlets, crc=0x{:X}", directory.Length,
                                         directory.Crc)));
     });
@@ -244,7 +240,7 @@ std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const Conf
         int row = parent;
         next([&] {
             row = tree.Add(parent, fmt::format("DIRECTORY_{:03}_KEY_{:03}", directoryIndex, number),
-                           QuadletRow(entry.Address, QuadletAt(directory.RawData, std::int32_t(4 + 4 * number)),
+                           QuadletRow(entry.Address, Quadlet(directory.RawData, std::int32_t(4 + 4 * number)),
                                       EntryDescription(entry)),
                            true);
         });
@@ -261,7 +257,7 @@ std::int32_t FormatConfigRomLeafApple(RomTree& tree, int parent, std::int32_t le
     const std::string key = fmt::format("{}_LEAF_{:03}", tree.Rows.at(std::size_t(parent)).Key, leafNumber);
     const auto row = [&](std::int32_t offset, const std::string& rowKey, const std::string& description) {
         next([&] {
-            tree.Add(parent, rowKey, QuadletRow(leaf.Address + offset, QuadletAt(leaf.RawData, offset), description));
+            tree.Add(parent, rowKey, QuadletRow(leaf.Address + offset, Quadlet(leaf.RawData, offset), description));
         });
     };
     row(0, key, fmt::format("Leaf header, length=0x{:X} quadlets, crc=0x{:X}", leaf.Length, leaf.Crc));

@@ -3,6 +3,7 @@
 
 #include "Device.h"
 #include "Failure.h"
+#include "RomFormat.h"
 #include "basConfigRom.h"
 
 namespace basConfigRom {
@@ -10,8 +11,6 @@ namespace basConfigRom {
 inline std::string Deeper(const std::string& trail) {
     return trail + "|";
 }
-// The big-endian quadlet at byte `at`.
-std::uint32_t Quadlet(const ByteArray& bytes, std::int32_t at);
 bool InNodeTable(std::int32_t nodeIndex);
 // What the bus access needs of the node's record; the record itself is being filled.
 Device BusAccessTo(std::int32_t nodeIndex);

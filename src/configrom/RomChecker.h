@@ -2,6 +2,7 @@
 #pragma once
 
 #include "RomChecks.h"
+#include "RomFormat.h"
 
 #include <fmt/format.h>
 
@@ -12,8 +13,6 @@
 #include <utility>
 
 namespace basConfigRom {
-
-inline constexpr std::int32_t TYPE_IMMEDIATE = 0, TYPE_OFFSET = 1, TYPE_LEAF = 2, TYPE_DIRECTORY = 3;
 
 enum class BlockKind { BusInfo, Directory, Leaf };
 

@@ -19,7 +19,6 @@ namespace basConfigRom {
 namespace {
 
 constexpr std::uint32_t ROM_END = ROM_BASE + 0x400; // of the space for a node's ROM (IEEE 1394-1995, 8.3.2.5)
-constexpr std::uint32_t MAX_BLOCK_QUADLETS = 512;   // what the reader takes
 constexpr std::size_t MAX_OFFSET = 0x4000000;       // what an entry's 24 bits reach
 constexpr std::uint32_t BUS_NAME = 0x31333934;      // "1394"
 constexpr std::size_t BUS_INFO_QUADLETS = 4;
@@ -39,10 +38,6 @@ std::uint16_t TurnedCrc16(ByteArray bytes) {
     for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4)
         std::reverse(bytes.begin() + std::ptrdiff_t(at), bytes.begin() + std::ptrdiff_t(at + 4));
     return Crc16(bytes);
-}
-
-std::uint32_t QuadletAt(const ByteArray& bytes, std::size_t at) {
-    return std::uint32_t(basUtils::ByteArrayToLong(bytes, std::int32_t(at), std::int32_t(at + 3), true));
 }
 
 // The data of a block that was read, in whole quadlets.
@@ -165,10 +160,10 @@ std::size_t RomChecker::WalkedEntries(const ConfigRomDirectory& directory) {
 
 std::optional<std::uint32_t> RomChecker::KnownQuadlet(std::uint32_t address) const {
     if (address >= ROM_BASE && std::size_t{address - ROM_BASE} + 4 <= image_.size())
-        return QuadletAt(image_, address - ROM_BASE);
+        return Quadlet(image_, address - ROM_BASE);
     for (const RomBlock& block : blocks_)
         if (block.Address <= address && address < block.End())
-            return QuadletAt(*block.Raw, address - block.Address);
+            return Quadlet(*block.Raw, address - block.Address);
     return {};
 }
 
@@ -191,9 +186,9 @@ void RomChecker::CheckBusInfoBlock() {
             BUS_INFO_QUADLETS);
         return;
     }
-    if (QuadletAt(raw, 4) != BUS_NAME)
+    if (Quadlet(raw, 4) != BUS_NAME)
         Add(ROM_BASE + 4, Verdict::Fault, "bus-name", "The bus name isn't \"1394\".");
-    const std::uint32_t high = QuadletAt(raw, 12), low = QuadletAt(raw, 16);
+    const std::uint32_t high = Quadlet(raw, 12), low = Quadlet(raw, 16);
     if (high == low && (high == 0 || high == 0xFFFFFFFF))
         Add(ROM_BASE + 12, Verdict::Fault, "no-guid", "The GUID is all {}: it was never programmed.",
             high == 0 ? "0" : "F");
@@ -203,7 +198,7 @@ void RomChecker::CheckBusInfoBlock() {
 void RomChecker::CheckBusInfoCrc() {
     const std::size_t length = rom_.RawData[0], covered = rom_.RawData[1];
     const RomBlock& block = blocks_.front();
-    const std::uint16_t stored = std::uint16_t(QuadletAt(rom_.RawData, 0));
+    const std::uint16_t stored = std::uint16_t(Quadlet(rom_.RawData, 0));
     const ByteArray data = DataOf(rom_.RawData);
     if (covered == length) {
         CheckCrc(block);
@@ -234,7 +229,7 @@ void RomChecker::CheckBusInfoCrc() {
 }
 
 void RomChecker::CheckCrc(const RomBlock& block) {
-    const auto stored = std::uint16_t(QuadletAt(*block.Raw, 0));
+    const auto stored = std::uint16_t(Quadlet(*block.Raw, 0));
     const ByteArray data = DataOf(*block.Raw);
     if (Crc16(data) == stored)
         Add(block.Address, Verdict::Good, "crc-good", "The {}'s CRC, 0x{:04X}, is right.", KindName(block.Kind),
@@ -341,9 +336,9 @@ void RomChecker::AddUnreferred(std::uint32_t from, std::uint32_t to) {
 // The image without what fills it up: zeros or erased flash.
 std::uint32_t RomChecker::EndOfUse() const {
     std::size_t size = std::min<std::size_t>(image_.size(), MAX_OFFSET) & ~std::size_t{3};
-    const std::uint32_t filling = size == 0 ? 0 : QuadletAt(image_, size - 4);
+    const std::uint32_t filling = size == 0 ? 0 : Quadlet(image_, size - 4);
     if (filling == 0 || filling == 0xFFFFFFFF)
-        while (size > 0 && QuadletAt(image_, size - 4) == filling)
+        while (size > 0 && Quadlet(image_, size - 4) == filling)
             size -= 4;
     return ROM_BASE + std::uint32_t(size);
 }

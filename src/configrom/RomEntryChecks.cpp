@@ -12,9 +12,9 @@ namespace basConfigRom {
 
 namespace {
 
-constexpr std::int32_t ROOT = 0, KEY_TEXT = 0x01, KEY_VENDOR = 0x03, KEY_NODE_CAPABILITIES = 0x0C, KEY_UNIQUE_ID = 0x0D,
-                       KEY_UNIT = 0x11, KEY_SPECIFIER = 0x12, KEY_VERSION = 0x13, KEY_INSTANCE = 0x18,
-                       FIRST_RESERVED = 0x22, LAST_RESERVED = 0x2F;
+constexpr std::int32_t ROOT = 0, KEY_VENDOR = 0x03, KEY_NODE_CAPABILITIES = 0x0C, KEY_UNIQUE_ID = 0x0D, KEY_UNIT = 0x11,
+                       KEY_SPECIFIER = 0x12, KEY_VERSION = 0x13, KEY_INSTANCE = 0x18, FIRST_RESERVED = 0x22,
+                       LAST_RESERVED = 0x2F;
 
 constexpr std::array<const char*, 4> TYPE_NAMES{"an immediate", "a CSR offset", "a leaf", "a directory"};
 constexpr unsigned I = 1u << TYPE_IMMEDIATE, L = 1u << TYPE_LEAF, D = 1u << TYPE_DIRECTORY;
