@@ -1,9 +1,9 @@
 // The host's work for each node and each block: transactions take 0 microseconds, and pauses cost
 // nothing on the virtual clock. The figures include the work of the simulated devices.
 #include "HeadlessProgram.h"
+#include "NodeConfigRom.h"
 #include "bas1394.h"
 #include "basBootloader.h"
-#include "basConfigRom.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>

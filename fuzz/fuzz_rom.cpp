@@ -1,18 +1,19 @@
-// A node whose config ROM is any bytes: reading it ends within its bounds, and all queries and checks
-// return, with the whole image and without.
+// A node whose config ROM is arbitrary bytes: reading it stays within its bounds, every query has an answer, and so
+// do the checks, with and without the whole image.
 #include "LibrarySeam.h"
+#include "NodeConfigRom.h"
 #include "RomChecks.h"
-#include "basConfigRom.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <tuple>
 
 namespace {
 
 constexpr std::uint64_t BASE = 0xFFFFF0000400;
-constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the limit of a read, one block beyond it, the bus info block
+constexpr std::size_t MOST_READS = 16384 + 513 + 20; // the reader's bound, one block beyond it, the bus info
 
 struct Rom {
     const std::uint8_t* data = nullptr;
@@ -40,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Device& node = bas1394::globals.DeviceTable.front();
     testing_support::MakePresent(node, 0);
     ConfigRomRecord& rom = node.ConfigRom;
-    basConfigRom::GetFormattedConfigRom(0, rom);
+    std::ignore = basConfigRom::GetFormattedConfigRom(0, rom);
     if (rom.Directories.size() > basConfigRom::MAX_DIRECTORIES ||
         basConfigRom::GetConfigRomGuidText(rom).size() != 17 || basConfigRom::GetHardwareVersion(rom).empty())
         std::abort();

@@ -20,6 +20,7 @@
 
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -87,7 +88,7 @@ int main(int argc, char** argv) {
     image.pop_back(); // the 0 behind the file's bytes
     image = basConfigRom::BigEndianImage(std::move(image));
     ConfigRomRecord rom;
-    basConfigRom::ReadRomImage(image, rom);
+    std::ignore = basConfigRom::ReadRomImage(image, rom); // IsWhole says more
     basConfigRom::RomTree tree;
     const bool whole = basConfigRom::FormatConfigRomApple(tree, rom) == 1 && basConfigRom::IsWhole(rom);
     bool faulty = false;

@@ -1,17 +1,18 @@
 // The directories of a ROM and their leaves.
 //
-// Entries lead only onward, so directories form no circle; but a directory that two refer to is
-// there twice in the tree (a unit directory that the root and an instance share), and a ROM of 1 KiB
-// can unfold into more of them than memory holds. So caps hold the whole (the limits in
-// basConfigRom.h): a directory keeps the entries that were walked. A leaf that several entries share
-// is served from the bytes already read.
+// Entries refer only to higher addresses, so directories can't form a loop. But a directory that two
+// entries refer to (a unit directory that the root and an instance share) is in the tree twice, and a
+// ROM of 1 KiB can unfold into more directories than memory holds. The limits in basConfigRom.h stop
+// that; a directory then keeps the entries that were walked. A leaf that several entries share is
+// read once.
 #include "CodePage.h"
-#include "RomAccess.h"
-#include "bas1394.h"
+#include "RomFormat.h"
+#include "basConfigRom.h"
 #include "basUtils.h"
 
 #include <algorithm>
 #include <map>
+#include <tuple>
 #include <utility>
 
 namespace basConfigRom {
@@ -22,7 +23,7 @@ constexpr std::uint32_t CSR_BASE = 0xF0000000;
 constexpr std::uint32_t HEADER_MASK_BLOCK = 0xFFFF0000;
 constexpr std::int32_t FAILED_READ_COST = 256; // quadlets: it may have waited for a time-out
 
-// The next element of a list whose first element is free while its Address is 0.
+// The index of a new element of a list whose first element is free while its Address is 0.
 template <class Element> std::size_t NextElement(std::vector<Element>& list) {
     if (list.front().Address != 0)
         list.emplace_back();
@@ -36,7 +37,7 @@ std::int32_t Target(const ConfigRomEntry& entry) {
 }
 
 void LogDirectoryFailure(const std::string& trail, std::int32_t nodeIndex, std::int32_t code, std::uint32_t address) {
-    if (code == TWL1394_TIMED_OUT)
+    if (code == READ_TIMED_OUT)
         StatusDisplay(trail, LEVEL_WARNING,
                       "GetConfigRomDirectory: target failed to respond in the given time, node index {}, address "
                       "0xFFFFFFFF{:X}.",
@@ -45,7 +46,7 @@ void LogDirectoryFailure(const std::string& trail, std::int32_t nodeIndex, std::
         StatusDisplay(trail, LEVEL_WARNING,
                       "GetConfigRomDirectory: failed call to GetConfigRomEntry, code {}(0x{:X}), node {}, address "
                       "0xFFFFFFFF{:X}.",
-                      code, static_cast<std::uint32_t>(code), nodeIndex, address);
+                      code, Bits(code), nodeIndex, address);
 }
 
 std::string LeafText(const ByteArray& raw) {
@@ -89,24 +90,24 @@ void DecodeDirectory(ByteArray bytes, std::int32_t address, ConfigRomDirectory& 
     directory.Leaves.assign(1, {});
 }
 
-// A block that couldn't be read is empty, or one byte.
+// A block that couldn't be read is empty or has one byte.
 bool WasRead(const ByteArray& block) {
     return block.size() > 1;
 }
 
-// The walk over a directory and all that hangs under it, with what it has read so far. It holds
-// indexes, since the record's directories grow below it.
+// Reads a directory with everything below it. It works with indexes, since the record's list of directories grows
+// meanwhile.
 class TreeWalk {
 public:
-    TreeWalk(std::int32_t nodeIndex, ConfigRomRecord& rom) : nodeIndex_(nodeIndex), rom_(rom) {}
+    TreeWalk(QuadletSource& source, ConfigRomRecord& rom) : source_(source), rom_(rom) {}
 
     // 1 or -1.
-    std::int32_t Read(std::int32_t address, std::int32_t index, const std::string& trail) {
+    [[nodiscard]] std::int32_t Read(std::int32_t address, std::int32_t index, const std::string& trail) {
         ByteArray bytes;
-        const std::int32_t code = GetConfigRomEntry(nodeIndex_, address, HEADER_MASK_BLOCK, bytes, trail);
+        const std::int32_t code = GetConfigRomEntry(source_, address, HEADER_MASK_BLOCK, bytes, trail);
         Count(bytes);
         if (code != 1) {
-            LogDirectoryFailure(trail, nodeIndex_, code, static_cast<std::uint32_t>(address));
+            LogDirectoryFailure(trail, source_.NodeIndex(), code, static_cast<std::uint32_t>(address));
             return -1;
         }
         DecodeDirectory(std::move(bytes), address, Directory(index));
@@ -118,8 +119,8 @@ private:
     ConfigRomDirectory& Directory(std::int32_t index) { return rom_.Directories[static_cast<std::size_t>(index)]; }
 
     void TakeEntries(std::int32_t index, const std::string& trail) {
-        auto next = GoesOn("GetConfigRomDirectory", trail);
-        std::int32_t precedingKey = 0; // of the immediate that stands last before an entry
+        platform::ResumeNext next(LogFailure("bas1394.GetConfigRomDirectory", trail));
+        std::int32_t precedingKey = 0; // of the last immediate before an entry
         for (std::size_t j = 0; j < Directory(index).Entries.size(); ++j) {
             if (TooLarge()) {
                 ReportCutOff(trail, Directory(index).Entries[j].Address);
@@ -134,7 +135,7 @@ private:
         return rom_.Directories.size() >= MAX_DIRECTORIES || leaves_ >= MAX_LEAVES || quadlets_ >= MAX_QUADLETS;
     }
 
-    // What wasn't walked refers to nothing, so it doesn't stay.
+    // An entry that wasn't walked has no valid Index.
     static void CutEntries(std::vector<ConfigRomEntry>& entries, std::size_t walked) {
         entries.resize(walked);
         if (entries.empty())
@@ -169,7 +170,7 @@ private:
         const auto index = static_cast<std::int32_t>(rom_.Directories.size() - 1);
         Directory(index).Address = Target(entry);
         Directory(index).PrecedingKey = precedingKey;
-        Read(Target(entry), index, Deeper(trail));
+        std::ignore = Read(Target(entry), index, Deeper(trail)); // an unreadable one stays in the tree
         return index;
     }
 
@@ -177,7 +178,7 @@ private:
                           const std::string& trail) {
         ++leaves_;
         const std::size_t index = NextElement(Directory(owner).Leaves);
-        ConfigRomLeaf& leaf = Directory(owner).Leaves[index]; // no directory is added while a leaf is read
+        ConfigRomLeaf& leaf = Directory(owner).Leaves[index]; // stays valid: no directory is added while a leaf is read
         leaf.PrecedingKey = precedingKey;
         leaf.Address = Target(entry);
         leaf.DirectoryIndex = owner;
@@ -185,9 +186,9 @@ private:
             leaf.RawData = known->second;
             DecodeLeaf(entry, leaf);
         } else {
-            GetConfigRomLeaf(trail, nodeIndex_, leaf.Address, entry, leaf);
+            GetConfigRomLeaf(trail, source_, leaf.Address, entry, leaf);
             Count(leaf.RawData);
-            if (WasRead(leaf.RawData)) // one that failed is tried again by the next entry that refers to it
+            if (WasRead(leaf.RawData)) // otherwise the next entry that refers to it tries again
                 leafBytes_.emplace(leaf.Address, leaf.RawData);
         }
         return static_cast<std::int32_t>(index);
@@ -200,7 +201,7 @@ private:
         offset.PrecedingKey = precedingKey;
         offset.Address = static_cast<std::int32_t>(address);
         ByteArray bytes;
-        const bool read = ReadQuadlets(BusAccessTo(nodeIndex_), address, 4, bytes) == 1;
+        const bool read = source_.Read(address, 4, bytes) == READ_SUCCESS;
         if (read)
             offset.Value = static_cast<std::int32_t>(Quadlet(bytes, 0));
         quadlets_ += read ? 1 : FAILED_READ_COST;
@@ -216,17 +217,17 @@ private:
             StatusDisplay(trail, LEVEL_WARNING,
                           "GetConfigRomDirectory: the config rom of node index {} is cut off at address 0xFFFF{:X}: it "
                           "is too large.",
-                          nodeIndex_, static_cast<std::uint32_t>(address));
+                          source_.NodeIndex(), static_cast<std::uint32_t>(address));
     }
 
-    std::int32_t nodeIndex_;
+    QuadletSource& source_;
     ConfigRomRecord& rom_;
-    std::map<std::int32_t, ByteArray> leafBytes_; // by address, of leaves that could be read
+    std::map<std::int32_t, ByteArray> leafBytes_; // by address
     std::int32_t leaves_ = 0, quadlets_ = 0;
-    bool cutOffReported_ = false; // one WARNING a ROM
+    bool cutOffReported_ = false; // once for each ROM
 };
 
-// Whether entries were dropped. A directory that holds none has one zeroed element.
+// Whether entries were dropped.
 bool IsCutOff(const ConfigRomDirectory& directory) {
     return HoldsNoEntry(directory) || 4 * directory.Entries.size() + 4 < directory.RawData.size();
 }
@@ -248,31 +249,32 @@ bool IsWhole(const ConfigRomRecord& rom) {
     });
 }
 
-std::int32_t GetConfigRomDirectory(std::int32_t nodeIndex, std::int32_t directoryAddress, std::int32_t directoryIndex,
+std::int32_t GetConfigRomDirectory(QuadletSource& source, std::int32_t directoryAddress, std::int32_t directoryIndex,
                                    ConfigRomRecord& rom, const std::string& logTrail) {
     const std::string trail = Deeper(logTrail);
-    if (!InNodeTable(nodeIndex)) {
+    if (!source.Exists()) {
         StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomDirectory: invalid node index: {}.  Exiting abnomally.",
-                      nodeIndex);
+                      source.NodeIndex());
         return -1;
     }
-    return TreeWalk(nodeIndex, rom).Read(directoryAddress, directoryIndex, trail);
+    return TreeWalk(source, rom).Read(directoryAddress, directoryIndex, trail);
 }
 
-void GetConfigRomLeaf(const std::string& logTrail, std::int32_t nodeIndex, std::int32_t leafAddress,
+void GetConfigRomLeaf(const std::string& logTrail, QuadletSource& source, std::int32_t leafAddress,
                       const ConfigRomEntry& entry, ConfigRomLeaf& leaf) {
     const std::string trail = Deeper(logTrail);
-    auto next = GoesOn("GetConfigRomLeaf", trail);
-    if (!InNodeTable(nodeIndex)) {
-        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomLeaf: invalid node index: {}.  Exiting abnomally.", nodeIndex);
+    platform::ResumeNext next(LogFailure("bas1394.GetConfigRomLeaf", trail));
+    if (!source.Exists()) {
+        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomLeaf: invalid node index: {}.  Exiting abnomally.",
+                      source.NodeIndex());
         return;
     }
     next([&] {
-        if (GetConfigRomEntry(nodeIndex, leafAddress, HEADER_MASK_BLOCK, leaf.RawData, trail) == 1)
+        if (GetConfigRomEntry(source, leafAddress, HEADER_MASK_BLOCK, leaf.RawData, trail) == 1)
             DecodeLeaf(entry, leaf);
         else
             StatusDisplay(trail, LEVEL_WARNING, "GetConfigRomLeaf: failed call to GetConfigRomEntry, node {}.",
-                          BusAccessTo(nodeIndex).NodeNum);
+                          source.NodeNumber());
     });
 }
 

@@ -1,4 +1,4 @@
-// Where the root directory's immediates go, and how the tree grows.
+// The fields of the root directory's immediates, and new directories.
 #include "basConfigRom.h"
 
 namespace basConfigRom {

@@ -1,7 +1,6 @@
 #include "CodePage.h"
 #include "Failure.h"
 #include "RomFormat.h"
-#include "bas1394.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
 
@@ -50,8 +49,8 @@ const ConfigRomDirectory* FindDirectory(std::int32_t directoryType, const Config
     return nullptr;
 }
 
-// The textual leaf behind the immediate of that key, up to the next immediate.
-std::optional<std::string> TextBehindKey(const ConfigRomDirectory& directory, std::int32_t keyValue) {
+// The textual leaf between the immediate of that key and the next immediate.
+std::optional<std::string> TextAfterKey(const ConfigRomDirectory& directory, std::int32_t keyValue) {
     std::int32_t currentKey = 0;
     for (const ConfigRomEntry& entry : directory.Entries) {
         if (entry.KeyType == TYPE_IMMEDIATE)
@@ -63,16 +62,11 @@ std::optional<std::string> TextBehindKey(const ConfigRomDirectory& directory, st
     return {};
 }
 
-void LogFailure(const platform::Failure& f, const char* procedure) {
-    StatusDisplay("", LEVEL_ERROR, "Error #{}: {} in {}", f.Number, f.Description, procedure);
-}
-
 } // namespace
 
 bool ConfigRomIsMinimal(const ConfigRomRecord& rom) {
     bool minimal = false;
-    platform::Attempt([&] { minimal = rom.RawData.at(0) == 1; },
-                      [](const platform::Failure& f) { LogFailure(f, "ConfigRomIsMinimal"); });
+    platform::Attempt([&] { minimal = rom.RawData.at(0) == 1; }, LogFailure("ConfigRomIsMinimal"));
     return minimal;
 }
 
@@ -86,7 +80,7 @@ std::string GetConfigRomKeyText(std::int32_t directoryType, std::int32_t keyValu
     const ConfigRomDirectory* directory = FindDirectory(directoryType, rom);
     if (directory == nullptr)
         return fmt::format("DirectoryType 0x{:X} not found", directoryType);
-    return TextBehindKey(*directory, keyValue).value_or("No Config ROM Keytext");
+    return TextAfterKey(*directory, keyValue).value_or("No Config ROM Keytext");
 }
 
 std::string GetConfigRomModelText(const ConfigRomRecord& rom) {
@@ -103,11 +97,9 @@ std::string GetConfigRomGuidText(const ConfigRomRecord& rom) {
            basUtils::FormatHex(static_cast<std::uint32_t>(rom.ChipIdLow), "00000000");
 }
 
-std::string GetHardwareVersion(const ConfigRomRecord& rom) {
-    if (!bas1394::globals.BusEnumerated)
-        return {};
+std::string HardwareVersionText(const ConfigRomRecord& rom) {
     std::string text;
-    platform::ResumeNext next([](const platform::Failure& f) { LogFailure(f, "GetHardwareVersion"); });
+    platform::ResumeNext next(LogFailure("GetHardwareVersion"));
     for (const ConfigRomDirectory& directory : rom.Directories)
         for (const ConfigRomEntry& entry : directory.Entries)
             next([&] {

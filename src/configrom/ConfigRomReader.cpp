@@ -1,7 +1,6 @@
-// Blocks of a ROM, and its bus info block. Every read is quadlet by quadlet, and the window system
-// has a turn behind each.
-#include "RomAccess.h"
-#include "bas1394.h"
+// Blocks of a ROM, and its bus info block.
+#include "RomFormat.h"
+#include "basConfigRom.h"
 #include "basUtils.h"
 
 #include <algorithm>
@@ -10,7 +9,6 @@ namespace basConfigRom {
 
 namespace {
 
-constexpr std::uint16_t ROM_HIGH = 0xFFFF;
 constexpr std::uint32_t HEADER_MASK_ROM = 0xFF000000;
 constexpr std::int32_t NULL_HEADER = -21;
 constexpr int BUS_INFO_ATTEMPTS = 3;
@@ -50,58 +48,40 @@ std::uint32_t Quadlet(const ByteArray& bytes, std::size_t at) {
     return static_cast<std::uint32_t>(basUtils::ByteArrayToLong(bytes, std::int32_t(at), std::int32_t(at + 3), true));
 }
 
-bool InNodeTable(std::int32_t nodeIndex) {
-    return nodeIndex >= 0 && static_cast<std::size_t>(nodeIndex) < bas1394::globals.DeviceTable.size();
-}
-
-Device BusAccessTo(std::int32_t nodeIndex) {
-    const Device& device = bas1394::globals.DeviceTable[static_cast<std::size_t>(nodeIndex)];
-    Device access;
-    access.Driver = device.Driver;
-    access.NodeNum = device.NodeNum;
-    access.SelfId = device.SelfId;
-    return access;
-}
-
-std::int32_t ReadQuadlets(const Device& device, std::uint32_t address, std::int32_t size, ByteArray& bytes) {
-    return bas1394::AsyncReadWrapperVB(device, {ROM_HIGH, address}, size, true,
-                                       basApp::globals.CurrentTransactionTimeout, bytes);
-}
-
-std::int32_t GetConfigRomEntry(std::int32_t nodeIndex, std::int32_t address, std::uint32_t lengthMask, ByteArray& data,
+std::int32_t GetConfigRomEntry(QuadletSource& source, std::int32_t address, std::uint32_t lengthMask, ByteArray& data,
                                const std::string& logTrail) {
     const std::string trail = Deeper(logTrail);
-    if (!InNodeTable(nodeIndex)) {
-        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomEntry: invalid node index: {}.  Exiting abnomally.", nodeIndex);
+    if (!source.Exists()) {
+        StatusDisplay(trail, LEVEL_ERROR, "GetConfigRomEntry: invalid node index: {}.  Exiting abnomally.",
+                      source.NodeIndex());
         return -1;
     }
-    const Device device = BusAccessTo(nodeIndex);
     const auto at = static_cast<std::uint32_t>(address);
     ByteArray header;
-    std::int32_t code = ReadQuadlets(device, at, 4, header);
-    if (code != 1) {
+    std::int32_t code = source.Read(at, 4, header);
+    if (code != READ_SUCCESS) {
         StatusDisplay(trail, LEVEL_TRACE,
                       "Could not read config rom data at address 0xFFFF{:X} node {}, code {}(0x{:X})!", at,
-                      device.NodeNum, code, static_cast<std::uint32_t>(code));
+                      source.NodeNumber(), code, Bits(code));
         return code;
     }
     const std::uint32_t quadlet = Quadlet(header, 0);
     if (quadlet == 0) {
         StatusDisplay(trail, LEVEL_TRACE,
                       "Null header quadlet at the base of the config rom entry, node {}, address 0xFFFF{:X}.",
-                      device.NodeNum, at);
+                      source.NodeNumber(), at);
         return NULL_HEADER;
     }
     const std::uint32_t length = basUtils::ExtractBitField(quadlet, lengthMask);
     if (length < 1) {
         StatusDisplay(trail, LEVEL_WARNING, "0 length of config rom entry header, node {}, address 0xFFFF{:X}!",
-                      device.NodeNum, at);
+                      source.NodeNumber(), at);
         return -1;
     }
     if (length > MAX_BLOCK_QUADLETS) {
         StatusDisplay(trail, LEVEL_WARNING,
                       "Invalid length ({}) indicated in header of config rom entry, node {}, address 0xFFFF{:X}!",
-                      length, device.NodeNum, at);
+                      length, source.NodeNumber(), at);
         return -1;
     }
     if (header[0] == 1 && at == ROM_BASE) {
@@ -110,11 +90,11 @@ std::int32_t GetConfigRomEntry(std::int32_t nodeIndex, std::int32_t address, std
         return 1;
     }
     ByteArray rest;
-    code = ReadQuadlets(device, at + 4, static_cast<std::int32_t>(4 * length), rest);
-    if (code != 1) {
+    code = source.Read(at + 4, static_cast<std::int32_t>(4 * length), rest);
+    if (code != READ_SUCCESS) {
         StatusDisplay(trail, LEVEL_WATCH,
                       "GetConfigRomEntry: second call to AsyncReadWrapper returned code {}(0x{:X}) node {}", code,
-                      static_cast<std::uint32_t>(code), device.NodeNum);
+                      Bits(code), source.NodeNumber());
         return code;
     }
     data = header;
@@ -122,21 +102,22 @@ std::int32_t GetConfigRomEntry(std::int32_t nodeIndex, std::int32_t address, std
     return 1;
 }
 
-std::int32_t GetFormattedConfigRomBusInfoBlock(std::int32_t nodeIndex, ConfigRomRecord& rom,
+std::int32_t GetFormattedConfigRomBusInfoBlock(QuadletSource& source, ConfigRomRecord& rom,
                                                const std::string& logTrail) {
     const std::string trail = Deeper(logTrail);
     StatusDisplay(trail, LEVEL_DETAIL,
-                  "GetFormattedConfigRomBusInfoBlock: getting bus info block for node index #{}...", nodeIndex);
+                  "GetFormattedConfigRomBusInfoBlock: getting bus info block for node index #{}...",
+                  source.NodeIndex());
     rom.Address = static_cast<std::int32_t>(ROM_BASE);
     rom.RawData.assign(1, 0);
-    std::int32_t code = bas1394::RESULT_BUS_RESET;
-    for (int attempt = 0; attempt < BUS_INFO_ATTEMPTS && code == bas1394::RESULT_BUS_RESET; ++attempt)
-        code = GetConfigRomEntry(nodeIndex, rom.Address, HEADER_MASK_ROM, rom.RawData, trail);
-    if (code != 1) {
+    std::int32_t code = READ_BUS_RESET;
+    for (int attempt = 0; attempt < BUS_INFO_ATTEMPTS && code == READ_BUS_RESET; ++attempt)
+        code = GetConfigRomEntry(source, rom.Address, HEADER_MASK_ROM, rom.RawData, trail);
+    if (code != READ_SUCCESS) {
         StatusDisplay(trail, LEVEL_TRACE,
                       "GetFormattedConfigRomBusInfoBlock failed: call to GetConfigRomEntry (node index #{}) failed, "
                       "code {}",
-                      nodeIndex, code);
+                      source.NodeIndex(), code);
         return -1;
     }
     if (rom.RawData.size() >= BUS_INFO_SIZE) {
@@ -151,38 +132,39 @@ std::int32_t GetFormattedConfigRomBusInfoBlock(std::int32_t nodeIndex, ConfigRom
         return -1;
     }
     if (rom.RawData[0] == 1) {
-        StatusDisplay(trail, LEVEL_TRACE, "Minimal config rom on Node index #{}", nodeIndex);
+        StatusDisplay(trail, LEVEL_TRACE, "Minimal config rom on Node index #{}", source.NodeIndex());
         return 1;
     }
     StatusDisplay(trail, LEVEL_WARNING,
                   "GetFormattedConfigRomBusInfoBlock warning: only {} bytes of data returned from call to get bus info "
                   "block in bas1394.GetFormattedConfigRomBusInfoBlock (node index #{}.  EXITING ABNORMALLY.",
-                  rom.RawData.size(), nodeIndex);
+                  rom.RawData.size(), source.NodeIndex());
     return -1;
 }
 
-std::int32_t GetFormattedConfigRom(std::int32_t nodeIndex, ConfigRomRecord& rom, const std::string& logTrail) {
+std::int32_t GetFormattedConfigRom(QuadletSource& source, ConfigRomRecord& rom, const std::string& logTrail) {
     const std::string trail = Deeper(logTrail);
     std::int32_t result = -1;
-    auto next = GoesOn("GetConfigRomDirectory", trail);
+    platform::ResumeNext next(LogFailure("bas1394.GetConfigRomDirectory", trail));
     StatusDisplay(trail, LEVEL_DETAIL, "GetFormattedConfigRom: Re-dimensioning config ROM arrays for node index #{}...",
-                  nodeIndex);
+                  source.NodeIndex());
     rom.Directories.assign(1, {});
     rom.RawData.assign(1, 0);
     StatusDisplay(trail, LEVEL_DETAIL,
-                  "GetFormattedConfigRom: Config ROM arrays for node index #{} are re-dimensioned.", nodeIndex);
+                  "GetFormattedConfigRom: Config ROM arrays for node index #{} are re-dimensioned.",
+                  source.NodeIndex());
     next([&] {
-        if (GetFormattedConfigRomBusInfoBlock(nodeIndex, rom, trail) != 1) {
+        if (GetFormattedConfigRomBusInfoBlock(source, rom, trail) != 1) {
             StatusDisplay(trail, LEVEL_TRACE,
                           "GetFormattedConfigRom: failed to read BusInfoBlock (nodeindex #{}) in "
                           "bas1394.GetFomattedConfigRom.",
-                          nodeIndex);
+                          source.NodeIndex());
             return;
         }
         rom.Directories.front().Address = rom.Address + 4 * rom.info_len + 4;
         if (rom.RawData[0] == 1)
             return; // a minimal ROM has no directory
-        const std::int32_t code = GetConfigRomDirectory(nodeIndex, rom.Directories.front().Address, 0, rom, trail);
+        const std::int32_t code = GetConfigRomDirectory(source, rom.Directories.front().Address, 0, rom, trail);
         result = code == 1 ? 1 : NO_ROOT_DIRECTORY;
     });
     return result;

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 namespace basConfigRom {
@@ -19,7 +20,7 @@ namespace {
 constexpr std::int32_t KEY_SPECIFIER_ID = 0x12, KEY_NODE_CAPABILITIES = 0x0C;
 constexpr std::int32_t AVC_SPECIFIER = 0x00A02D;
 
-// Words by key value (IEEE 1212); an empty one has no name here.
+// By key value (IEEE 1212); an empty one has no name.
 constexpr std::array<const char*, 0x21> KEY_NAMES{
     "",
     "(Text)",
@@ -81,14 +82,7 @@ constexpr CapabilityName CAPABILITY_NAMES[] = {
     {&F::InitializingState, "InitializingState"},
 };
 
-// Goes on with the next statement after a failure, which it logs under the procedure's name.
-auto ReportIn(const char* procedure) {
-    return platform::ResumeNext([procedure](const platform::Failure& f) {
-        StatusDisplay("", LEVEL_ERROR, "Error #{}: {} in {}", f.Number, f.Description, procedure);
-    });
-}
-
-// The quadlet comes from the raw bytes, so it stays right when decoded fields don't.
+// The quadlet comes from the raw bytes, so it is right even where decoded fields aren't.
 std::string QuadletRow(std::int32_t address, std::uint32_t quadlet, const std::string& description) {
     return fmt::format("0x{:08X}   0x{:08X}  {}", std::uint32_t(address), quadlet, description);
 }
@@ -156,7 +150,7 @@ std::int32_t FormatConfigRomBusInfoBlockApple(RomTree& tree, const ConfigRomReco
         return -1;
     }
     const int block = tree.Add(-1, "BUS_INFO_BLOCK", "BUS INFO BLOCK", true);
-    auto next = ReportIn("FormatConfigRomBusInfoBlockApple");
+    platform::ResumeNext next(LogFailure("FormatConfigRomBusInfoBlockApple"));
     const auto row = [&](std::int32_t offset, const char* key, const std::string& description) {
         next(
             [&] { tree.Add(block, key, QuadletRow(rom.Address + offset, Quadlet(rom.RawData, offset), description)); });
@@ -179,7 +173,7 @@ std::int32_t FormatConfigRomBusInfoBlockApple(RomTree& tree, const ConfigRomReco
 
 namespace {
 
-// Where the next subdirectory, leaf and offset of a directory stand.
+// Indexes of the next subdirectory, leaf and offset of a directory.
 struct Counters {
     std::size_t subdirectories = 0, leaves = 0, offsets = 0;
 };
@@ -207,10 +201,10 @@ void AddWhatEntryRefersTo(RomTree& tree, int row, const ConfigRomRecord& rom, st
         break;
     }
     case 3: {
-        // A directory stands behind its parent in the record; one that doesn't was never read.
+        // A directory comes after its parent in the record; a child that doesn't was never read.
         const std::int32_t child = directory.Children.at(counters.subdirectories++);
         if (child > directoryIndex)
-            FormatConfigRomDirectoryApple(tree, row, rom, child);
+            std::ignore = FormatConfigRomDirectoryApple(tree, row, rom, child); // without rows it is just missing
         break;
     }
     default:
@@ -225,7 +219,7 @@ std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const Conf
     const ConfigRomDirectory& directory = rom.Directories.at(std::size_t(directoryIndex));
     if (directory.RawData.size() < 4)
         return -1;
-    auto next = ReportIn("FormatConfigRomDirectoryApple");
+    platform::ResumeNext next(LogFailure("FormatConfigRomDirectoryApple"));
     next([&] {
         tree.Add(parent, fmt::format("DIRECTORY_HEADER_{:03}", directoryIndex),
                  QuadletRow(directory.Address, Quadlet(directory.RawData, 0),
@@ -253,7 +247,7 @@ std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const Conf
 
 std::int32_t FormatConfigRomLeafApple(RomTree& tree, int parent, std::int32_t leafNumber, std::int32_t keyValue,
                                       const ConfigRomLeaf& leaf) {
-    auto next = ReportIn("FormatConfigRomLeafApple");
+    platform::ResumeNext next(LogFailure("FormatConfigRomLeafApple"));
     const std::string key = fmt::format("{}_LEAF_{:03}", tree.Rows.at(std::size_t(parent)).Key, leafNumber);
     const auto row = [&](std::int32_t offset, const std::string& rowKey, const std::string& description) {
         next([&] {

@@ -1,5 +1,5 @@
-// A config ROM as the rows of a tree for a human reader: one row for each quadlet known, its
-// address and raw value first and its meaning behind them. Reads the record only.
+// A config ROM as the rows of a tree for a human reader: a row for each known quadlet, with its address, its raw
+// value and its meaning. Reads the record only.
 #pragma once
 
 #include "ConfigRomRecord.h"
@@ -12,9 +12,9 @@ namespace basConfigRom {
 
 struct RomRow {
     std::string Key; // unique in the tree, or empty
-    int Parent = -1; // index of the parent's row, -1 for a top row
+    int Parent = -1; // index of the parent's row; -1 at the top
     std::string Text;
-    bool Expanded = false; // it has children or may get some
+    bool Expanded = false; // it has children, or may have
 };
 
 // Rows in the order of insertion, which is the order of saving and copying.
@@ -25,11 +25,11 @@ struct RomTree {
     int Add(int parent, std::string key, std::string text, bool expanded = false);
 };
 
-// Empties the tree and renders the whole ROM. 1, or -1; rows that could be made stand.
-std::int32_t FormatConfigRomApple(RomTree& tree, const ConfigRomRecord& rom);
-std::int32_t FormatConfigRomBusInfoBlockApple(RomTree& tree, const ConfigRomRecord& rom);
-std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const ConfigRomRecord& rom,
-                                           std::int32_t directoryIndex);
+// Empties the tree and renders the whole ROM. 1, or -1 with the rows that could be made.
+[[nodiscard]] std::int32_t FormatConfigRomApple(RomTree& tree, const ConfigRomRecord& rom);
+[[nodiscard]] std::int32_t FormatConfigRomBusInfoBlockApple(RomTree& tree, const ConfigRomRecord& rom);
+[[nodiscard]] std::int32_t FormatConfigRomDirectoryApple(RomTree& tree, int parent, const ConfigRomRecord& rom,
+                                                         std::int32_t directoryIndex);
 std::int32_t FormatConfigRomLeafApple(RomTree& tree, int parent, std::int32_t leafNumber, std::int32_t keyValue,
                                       const ConfigRomLeaf& leaf);
 

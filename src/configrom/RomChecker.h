@@ -20,7 +20,7 @@ enum class BlockKind { BusInfo, Directory, Leaf };
 struct RomBlock {
     std::uint32_t Address = 0;
     BlockKind Kind = BlockKind::BusInfo;
-    const ByteArray* Raw = nullptr; // header and data, or less than 8 bytes when it couldn't be read
+    const ByteArray* Raw = nullptr; // header and data; less than 8 bytes when it couldn't be read
     std::uint32_t ReferredFrom = 0; // the first entry that refers to it, or its own address
 
     bool Read() const { return Raw->size() >= 8; }
@@ -37,7 +37,7 @@ private:
     // Quadlets that something refers to.
     struct Use {
         std::uint32_t From, To;
-        bool Inside; // the ROM goes at least so far
+        bool Inside; // the ROM reaches at least this far
         bool operator<(const Use& other) const { return std::tie(From, To) < std::tie(other.From, other.To); }
     };
     template <class... Arguments>
@@ -76,7 +76,7 @@ private:
     const ByteArray& image_;
     std::vector<RomBlock> blocks_;                                   // by address, each once
     std::set<std::pair<std::uint32_t, std::int32_t>> checkedLeaves_; // address and key of the entry
-    bool cutOff_ = false;                                            // the reader followed only a part of the ROM
+    bool cutOff_ = false;                                            // the reader followed only part of the ROM
     std::vector<RomFinding> findings_;
 };
 

@@ -1,9 +1,9 @@
 // Blocks of a ROM: their CRCs, their places, and what lies between them.
 //
-// A check has to be worth a look. A CRC of 0, or one taken over turned quadlets, is common in
-// devices that work, so it is a note; and what the reader couldn't see or didn't follow is never
-// held against the ROM. Every loop runs over what the record holds, so checking a hostile ROM is
-// bounded as reading it is.
+// Findings must deserve attention. A CRC of 0, or one computed over byte-swapped quadlets, is common in
+// devices that work, so it is only a note; and blocks that the reader couldn't read or didn't follow
+// never count as faults. All loops run over the contents of the record, so checking a hostile ROM is
+// as bounded as reading it.
 #include "RomChecker.h"
 
 #include "basConfigRom.h"
@@ -18,12 +18,12 @@ namespace basConfigRom {
 
 namespace {
 
-constexpr std::uint32_t ROM_END = ROM_BASE + 0x400; // of the space for a node's ROM (IEEE 1394-1995, 8.3.2.5)
+constexpr std::uint32_t ROM_END = ROM_BASE + 0x400; // of the space reserved for the ROM (IEEE 1394-1995, 8.3.2.5)
 constexpr std::size_t MAX_OFFSET = 0x4000000;       // what an entry's 24 bits reach
 constexpr std::uint32_t BUS_NAME = 0x31333934;      // "1394"
 constexpr std::size_t BUS_INFO_QUADLETS = 4;
 
-// IEEE 1212: x^16 + x^12 + x^5 + 1 from 0, each quadlet from its most significant bit on.
+// IEEE 1212: x^16 + x^12 + x^5 + 1, initial value 0, most significant bit first.
 std::uint16_t Crc16(const ByteArray& bytes) {
     std::uint32_t crc = 0;
     for (const std::uint8_t byte : bytes) {
@@ -40,7 +40,7 @@ std::uint16_t TurnedCrc16(ByteArray bytes) {
     return Crc16(bytes);
 }
 
-// The data of a block that was read, in whole quadlets.
+// The data of a block that was read: whole quadlets only.
 ByteArray DataOf(const ByteArray& raw) {
     return {raw.begin() + 4, raw.begin() + std::ptrdiff_t(raw.size() & ~std::size_t{3})};
 }
@@ -121,7 +121,7 @@ void RomChecker::CollectBlocks() {
     }
     for (std::size_t index = 0; index < rom_.Directories.size(); ++index)
         CollectFrom(index);
-    // Of the same block the reading that has its bytes first, then the first entry.
+    // If a block is listed more than once, the copy that has its bytes comes first.
     std::ranges::stable_sort(
         blocks_, {}, [](const RomBlock& block) { return std::tuple(block.Address, block.Kind, !block.Read()); });
     const auto sameBlock = [](const RomBlock& one, const RomBlock& other) {
@@ -333,7 +333,7 @@ void RomChecker::AddUnreferred(std::uint32_t from, std::uint32_t to) {
             to - 4, blank ? ", all 0" : "");
 }
 
-// The image without what fills it up: zeros or erased flash.
+// The image without its padding: zeros or erased flash.
 std::uint32_t RomChecker::EndOfUse() const {
     std::size_t size = std::min<std::size_t>(image_.size(), MAX_OFFSET) & ~std::size_t{3};
     const std::uint32_t filling = size == 0 ? 0 : Quadlet(image_, size - 4);

@@ -1,5 +1,5 @@
-// What can be said of a config ROM beyond its rows: whether its CRCs are right, which quadlets
-// nothing refers to, and which entries break IEEE 1212. Reads the record only.
+// Checks of a config ROM: wrong CRCs, quadlets that nothing refers to, and entries that break IEEE 1212. Reads the
+// record only.
 #pragma once
 
 #include "ConfigRomRecord.h"
@@ -10,20 +10,20 @@
 
 namespace basConfigRom {
 
-enum class Verdict { Fault, Note, Good }; // Note: unusual, or not decided
+enum class Verdict { Fault, Note, Good }; // Note: unusual, or undecided
 
 struct RomFinding {
-    std::uint32_t Address = 0; // lower 32 bits, of the quadlet that it is about
+    std::uint32_t Address = 0; // of the quadlet concerned, lower 32 bits
     Verdict Severity = Verdict::Note;
-    const char* Code = ""; // what kind of finding: for programs, and doesn't change
+    const char* Code = ""; // the kind of finding, for programs: never changes
     std::string Text;
 
     std::uint32_t Quadlet() const; // Address as a count of quadlets from the ROM's base
 };
 
-// All findings: faults first, then notes, then CRCs that are right; each by address. `image`, when
-// the whole ROM is at hand, holds its bytes from the base on, big-endian.
-std::vector<RomFinding> CheckConfigRom(const ConfigRomRecord& rom, const ByteArray& image = {});
+// All findings: faults first, then notes, then correct CRCs; each group by address. `image` holds the bytes from the
+// ROM's base on, big-endian, if the whole ROM is available.
+[[nodiscard]] std::vector<RomFinding> CheckConfigRom(const ConfigRomRecord& rom, const ByteArray& image = {});
 
 const char* VerdictName(Verdict severity); // "fault", "note", "good"
 // The findings as lines of text: an empty one, "CHECKS: 1 fault, ...", then

@@ -1,6 +1,5 @@
-// What IEEE 1212 asks of entries and of the leaves that they lead to. Keys are held to it only in
-// the directories that it defines itself: the root, instances and units. What others hold is the
-// business of whoever specified them.
+// What IEEE 1212 requires of entries and their leaves. Keys are checked only in the directories that the standard
+// itself defines: the root, instances and units. The contents of others are up to their specifier.
 #include "RomChecker.h"
 
 #include "basUtils.h"
@@ -19,7 +18,7 @@ constexpr std::int32_t ROOT = 0, KEY_VENDOR = 0x03, KEY_NODE_CAPABILITIES = 0x0C
 constexpr std::array<const char*, 4> TYPE_NAMES{"an immediate", "a CSR offset", "a leaf", "a directory"};
 constexpr unsigned I = 1u << TYPE_IMMEDIATE, L = 1u << TYPE_LEAF, D = 1u << TYPE_DIRECTORY;
 
-// The types that a key can have, for keys on which the editions of IEEE 1212 agree.
+// The types allowed for a key, for keys on which the editions of IEEE 1212 agree.
 struct KeyTypes {
     std::int32_t key;
     unsigned types;
@@ -53,7 +52,7 @@ struct RequiredKey {
 };
 constexpr RequiredKey REQUIRED_KEYS[] = {
     {ROOT, KEY_VENDOR, Verdict::Fault, "root directory has no Vendor_ID"},
-    {ROOT, KEY_NODE_CAPABILITIES, Verdict::Note, "root directory has no Node_Capabilities"}, // later editions differ
+    {ROOT, KEY_NODE_CAPABILITIES, Verdict::Note, "root directory has no Node_Capabilities"}, // editions differ
     {KEY_UNIT, KEY_SPECIFIER, Verdict::Fault, "unit directory has no Specifier_ID"},
     {KEY_UNIT, KEY_VERSION, Verdict::Fault, "unit directory has no Version"},
 };
@@ -66,7 +65,8 @@ bool HasMoreThanMinimalAscii(const ByteArray& raw) {
 } // namespace
 
 void RomChecker::CheckDirectories() {
-    std::vector<std::int32_t> keys(rom_.Directories.size(), -1); // of the entries that lead there; parents come first
+    std::vector<std::int32_t> keys(rom_.Directories.size(),
+                                   -1); // of the entries that refer to them; parents come first
     std::set<std::pair<std::int32_t, std::int32_t>> seen;
     for (std::size_t index = 0; index < keys.size(); ++index) {
         const ConfigRomDirectory& directory = rom_.Directories[index];
@@ -92,7 +92,7 @@ void RomChecker::CheckDirectory(const ConfigRomDirectory& directory, std::int32_
             CheckLeaf(entry, directory.Leaves[std::size_t(entry.Index)], key == ROOT);
     }
     if (WalkedEntries(directory) + 1 < directory.RawData.size() / 4)
-        return; // what is missing may be among the others
+        return; // a required key may be among the entries that weren't walked
     for (const RequiredKey& required : REQUIRED_KEYS) {
         const auto isIt = [&](const ConfigRomEntry& entry) {
             return entry.Address != 0 && entry.KeyType == TYPE_IMMEDIATE && entry.KeyValue == required.key;

@@ -2,23 +2,29 @@
 #pragma once
 
 #include "ConfigRomRecord.h"
+#include "QuadletSource.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace basConfigRom {
 
-struct RomImageGlobals {
-    ByteArray Image; // what the library's read, a plain function, reads from
-};
-extern RomImageGlobals romImageGlobals;
-
-// The image with its quadlets big-endian, in which order it may be already.
+// The image with its quadlets big-endian; they may be already.
 ByteArray BigEndianImage(ByteArray image);
 
-// `image` holds the quadlets from the ROM's base on: big-endian, or in the order in which Linux
-// exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
-// The result of GetFormattedConfigRom. Binds bas1394 to the image for that time: not for a program
-// that also has a bus.
-std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom);
+// An image in memory. In messages it is node 0, and what it doesn't hold is an address error.
+class ImageQuadlets : public QuadletSource {
+public:
+    // `image` holds the quadlets from the ROM's base on: big-endian, or in the order in which Linux exposes a ROM on a
+    // little-endian machine (distinguished by the bus name in the second quadlet).
+    explicit ImageQuadlets(ByteArray image) : QuadletSource(0, 0), image_(BigEndianImage(std::move(image))) {}
+    [[nodiscard]] std::int32_t Read(std::uint32_t address, std::int32_t size, ByteArray& bytes) override;
+
+private:
+    ByteArray image_;
+};
+
+// The result of GetFormattedConfigRom for such an image.
+[[nodiscard]] std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom);
 
 } // namespace basConfigRom

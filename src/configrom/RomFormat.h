@@ -1,9 +1,10 @@
-// What IEEE 1212 lays down and several files of this folder need.
+// What IEEE 1212 defines and several files of this folder need.
 #pragma once
 
 #include "Bytes.h"
 
 #include <cstdint>
+#include <string>
 
 namespace basConfigRom {
 
@@ -13,7 +14,12 @@ inline constexpr std::int32_t KEY_TEXT = 0x01; // a textual descriptor
 
 inline constexpr std::uint32_t MAX_BLOCK_QUADLETS = 512; // 2048 bytes, what one read takes
 
-// The big-endian quadlet at byte `at`.
+// The big-endian quadlet at byte `at`. A failure when it isn't all there.
 std::uint32_t Quadlet(const ByteArray& bytes, std::size_t at);
+
+// The indent of messages one level further down.
+inline std::string Deeper(const std::string& trail) {
+    return trail + "|";
+}
 
 } // namespace basConfigRom

@@ -2,10 +2,12 @@
 // every index leads somewhere.
 #include "ConfigRomText.h"
 #include "RomChecks.h"
+#include "RomFile.h"
 #include "RomTest.h"
 
 #include <random>
 #include <set>
+#include <tuple>
 
 using namespace testing_support;
 
@@ -14,6 +16,11 @@ namespace {
 class HostileRom : public RomTest {
 protected:
     HostileRom() { bas1394::globals.BusEnumerated = true; }
+    static basConfigRom::RomTree Rows(const ConfigRomRecord& record) {
+        basConfigRom::RomTree tree;
+        std::ignore = basConfigRom::FormatConfigRomApple(tree, record);
+        return tree;
+    }
     void ExpectSound() const {
         for (const ConfigRomDirectory& directory : rom.Directories) {
             const std::size_t ends[] = {1, directory.Offsets.size(), directory.Leaves.size(), rom.Directories.size()};
@@ -24,8 +31,8 @@ protected:
         EXPECT_LE(rom.Directories.size(), 256u);
         EXPECT_LE(library.transactions.size(), 16384u + 513u);
         EXPECT_LE(CountLogged("is cut off at address"), 1u);
-        basConfigRom::RomTree tree; // each directory once, each quadlet and capability a row at most, five for a leaf
-        basConfigRom::FormatConfigRomApple(tree, rom);
+        // Each directory once, at most one row for each quadlet and capability, and five for a leaf.
+        const basConfigRom::RomTree tree = Rows(rom);
         EXPECT_LE(tree.Rows.size(), 16384u * 5 + 512u * 15);
         EXPECT_NE(basConfigRom::GetConfigRomModelText(rom) + basConfigRom::GetHardwareVersion(rom), "");
         ExpectChecksToAgreeWith(tree);
@@ -66,9 +73,7 @@ TEST_F(HostileRom, ThatUnfoldsWithoutEndIsCutOff) {
     const ConfigRomDirectory& last = rom.Directories.back(); // with no entry walked
     EXPECT_EQ(last.Entries.size(), 1u);
     EXPECT_EQ(last.Entries[0].Address, 0);
-    basConfigRom::RomTree tree;
-    basConfigRom::FormatConfigRomApple(tree, rom);
-    EXPECT_EQ(tree.Rows.back().Key, "DIRECTORY_HEADER_255"); // nor a row for one
+    EXPECT_EQ(Rows(rom).Rows.back().Key, "DIRECTORY_HEADER_255"); // nor a row for one
 }
 
 TEST_F(HostileRom, IsWholeWhenTwoEntriesShareADirectory) {
@@ -101,8 +106,11 @@ TEST_F(HostileRom, OfRandomQuadletsIsReadToAnEnd) {
                       : random() % 8 == 0 ? static_cast<std::uint32_t>(random())
                                           : random() % 4 << 30 | random() % 32 << 24 | random() % 64;
         tree[0] |= 0x00100000;
-        ReadTree(tree);
+        const std::int32_t result = ReadTree(tree);
         ExpectSound();
+        ConfigRomRecord fromImage; // the same without a bus
+        EXPECT_EQ(basConfigRom::ReadRomImage(library.roms[5], fromImage), result);
+        EXPECT_EQ(RomText(Rows(fromImage)), RomText(Rows(rom)));
     }
 }
 

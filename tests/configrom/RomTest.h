@@ -1,8 +1,8 @@
 // One node whose ROM a test lays down quadlet by quadlet.
 #pragma once
 
+#include "NodeConfigRom.h"
 #include "ScriptedLibrary.h"
-#include "basConfigRom.h"
 
 namespace testing_support {
 

@@ -1,9 +1,9 @@
 #include "BusEnumeration.h"
 
 #include "Failure.h"
+#include "NodeConfigRom.h"
 #include "WindowSystem.h"
 #include "bas1394.h"
-#include "basConfigRom.h"
 
 namespace bas1394 {
 

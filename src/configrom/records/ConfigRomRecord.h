@@ -1,5 +1,5 @@
-// One node's configuration ROM (IEEE 1212) as read: the raw bytes of every block and their
-// decoded values. Each array starts with one zeroed element, and "empty" shows as that element.
+// A node's configuration ROM (IEEE 1212) as read: the raw bytes of every block and their decoded values. Each array
+// starts with one zeroed element, so an empty one has that element.
 #pragma once
 
 #include "Bytes.h"
@@ -19,11 +19,11 @@ struct ConfigRomEntry {
 
 struct ConfigRomLeaf {
     ByteArray RawData = ByteArray(1); // header quadlet and data
-    std::int32_t Address = 0;         // of the header quadlet; 0 shows the zeroed element
+    std::int32_t Address = 0;         // of the header quadlet; 0 in the zeroed element
     std::int32_t Length = 0;          // quadlets
     std::int32_t Crc = 0;             // stored, never checked
     std::int32_t DirectoryIndex = 0;
-    std::int32_t PrecedingKey = 0; // the immediate entry that this leaf describes
+    std::int32_t PrecedingKey = 0; // key of the immediate entry that this leaf describes
     std::uint8_t DescriptorType = 0;
     std::int32_t SpecifierID = 0;
     std::uint8_t width = 0;

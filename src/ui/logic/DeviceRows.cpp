@@ -1,9 +1,9 @@
 #include "DeviceRows.h"
 
 #include "CodePage.h"
+#include "NodeConfigRom.h"
 #include "TwdPackage.h"
 #include "basBootloader.h"
-#include "basConfigRom.h"
 #include "basUtils.h"
 
 #include <fmt/format.h>
