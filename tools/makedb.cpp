@@ -1,4 +1,4 @@
-// Makes the empty database that a program directory is shipped with: makedb <file>
+// makedb <file>: creates the empty database that is shipped in the program directory.
 #include "Failure.h"
 #include "Files.h"
 #include "clsDbManager.h"

@@ -1,10 +1,10 @@
-// romview FILE [--json] [--check]: the rows of a config ROM image, as the config ROM window shows
-// them, or what its checks find.
+// romview FILE [--json] [--check]: the rows of a config ROM image, as in the config ROM window, or the findings of its
+// checks.
 //
 // The file holds the quadlets from the ROM's base on, big-endian, or in the order in which Linux
-// exposes a ROM on a little-endian machine (told apart by the bus name in the second quadlet).
-// Exit codes: 0 the whole ROM printed; 1 only a part, since the file ends before the ROM does or the
-// ROM is none, or a check found a fault; 2 usage or unreadable file.
+// exposes a ROM on a little-endian machine (distinguished by the bus name in the second quadlet).
+// Exit codes: 0 the whole ROM was printed; 1 only part of it, because the file ends early or isn't a valid ROM, or a
+// check found a fault; 2 usage or unreadable file.
 
 #include "ConfigRomText.h"
 #include "Failure.h"
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "romview: cannot read '%s'\n", path.c_str());
         return 2;
     }
-    image.pop_back(); // the 0 behind the file's bytes
+    image.pop_back(); // the 0 after the file's bytes
     image = basConfigRom::BigEndianImage(std::move(image));
     ConfigRomRecord rom;
     std::ignore = basConfigRom::ReadRomImage(image, rom); // IsWhole says more

@@ -1,7 +1,7 @@
-// twd: packs, shows, checks and takes apart firmware packages.
+// twd: packs, shows, checks and extracts firmware packages.
 //
-// Exit codes: 0 done and good, 1 the package has a fault, 2 usage, or a file that can't be read
-// or written.
+// Exit codes: 0 done, and the package is good; 1 the package has a fault; 2 usage, or a file that can't be read or
+// written.
 
 #include "CodePage.h"
 #include "Failure.h"
@@ -30,7 +30,7 @@ constexpr std::size_t MAX_PACKAGE = std::numeric_limits<std::int32_t>::max(); //
 struct SectionOptions {
     std::string file;
     std::uint32_t address = 0;
-    std::optional<std::uint32_t> crc; // in place of the one that is computed
+    std::optional<std::uint32_t> crc; // replaces the computed one
 };
 
 struct PackOptions {
@@ -53,7 +53,7 @@ ByteArray ReadWhole(const std::string& path) {
     return bytes;
 }
 
-// Never over a file whose name differs in case: this is a shell's tool, where the two are two files.
+// Never replaces a file whose name differs in case: on the command line those are two files.
 void WriteWhole(const std::string& path, const ByteArray& bytes) {
     for (const std::string& meant : platform::PathsMeant(path)) {
         if (std::filesystem::path(meant).filename() != std::filesystem::path(path).filename())
@@ -65,7 +65,7 @@ void WriteWhole(const std::string& path, const ByteArray& bytes) {
                       });
 }
 
-// Text of a file that nobody vouches for, fit for a terminal.
+// Untrusted text, made safe for a terminal.
 std::string Printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
@@ -152,12 +152,12 @@ int Pack(const PackOptions& options) {
     return 0;
 }
 
-// Without the magic when the file is no package.
+// The header lacks its magic when the file isn't a package.
 TwdHeader Load(const std::string& path) {
     ByteArray bytes = ReadWhole(path);
     TwdHeader header;
     if (bytes.size() < HEADER_SIZE)
-        return header; // no package
+        return header;
     bytes.push_back(0);
     basBootloader::ByteArrayToTwdStruct(std::move(bytes), header);
     return header;
@@ -166,12 +166,12 @@ TwdHeader Load(const std::string& path) {
 constexpr NamedSection SECTIONS[] = {
     {"image1", &TwdHeader::Image1}, {"image2", &TwdHeader::Image2}, {"cne", &TwdHeader::Cne}};
 
-// FileData has one 0 behind the file's bytes.
+// FileData has a 0 after the file's bytes.
 bool LiesInside(const TwdHeader& header, const TwdSection& section) {
     return basBootloader::LiesInside(section, static_cast<std::int64_t>(header.FileData.size()) - 1);
 }
 
-int TellFaults(const std::string& path, const std::vector<std::string>& faults) {
+int ReportFaults(const std::string& path, const std::vector<std::string>& faults) {
     for (const std::string& fault : faults)
         fmt::print(stderr, "twd: '{}': {}\n", path, fault);
     return faults.empty() ? 0 : 1;
@@ -181,20 +181,18 @@ constexpr const char* NO_PACKAGE = "it doesn't begin with a package header";
 
 std::string SectionLine(const NamedSection& named, const TwdSection& section) {
     return fmt::format("{:<10} offset 0x{:X} address 0x{:08X} length {} crc 0x{:08X}\n", named.name,
-                       static_cast<std::uint32_t>(section.Offset), static_cast<std::uint32_t>(section.Address),
-                       section.Length, static_cast<std::uint32_t>(section.Crc));
+                       Bits(section.Offset), Bits(section.Address), section.Length, Bits(section.Crc));
 }
 
 int Show(const std::string& path) {
     const TwdHeader header = Load(path);
     if (!basBootloader::IsTwdValid(header))
-        return TellFaults(path, {NO_PACKAGE});
+        return ReportFaults(path, {NO_PACKAGE});
     fmt::print("date       {}\ntime       {}\n", Printable(basBootloader::FormatTwdDate(header.ImageDate)),
                Printable(basBootloader::FormatTwdTime(header.ImageTime)));
     fmt::print("software   0x{:X} version {}\nhardware   {}\nvendor     0x{:X}\ninfo       {}\n",
-               static_cast<std::uint32_t>(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion),
-               header.HardwareID, static_cast<std::uint32_t>(header.VendorID),
-               Printable(header.InfoText.substr(0, header.InfoText.find('\0'))));
+               Bits(header.SoftwareID), basBootloader::FormatVersion(header.SoftwareVersion), header.HardwareID,
+               Bits(header.VendorID), Printable(header.InfoText.substr(0, header.InfoText.find('\0'))));
     for (const NamedSection& named : SECTIONS)
         if ((header.*named.section).Length > 0)
             fmt::print("{}", SectionLine(named, header.*named.section));
@@ -214,37 +212,37 @@ void CheckSection(const TwdHeader& header, const NamedSection& named, std::vecto
         return;
     }
     const std::uint32_t crc = Crc(header.FileData.data() + section.Offset, static_cast<std::size_t>(section.Length));
-    if (crc != static_cast<std::uint32_t>(section.Crc))
+    if (crc != Bits(section.Crc))
         faults.push_back(fmt::format("section {} has the CRC 0x{:08X}, the header tells 0x{:08X}", named.name, crc,
-                                     static_cast<std::uint32_t>(section.Crc)));
+                                     Bits(section.Crc)));
 }
 
 int Check(const std::string& path) {
     const TwdHeader header = Load(path);
     if (!basBootloader::IsTwdValid(header))
-        return TellFaults(path, {NO_PACKAGE});
+        return ReportFaults(path, {NO_PACKAGE});
     std::vector<std::string> faults;
     if (!IsDate(Text(header.ImageDate, 8)))
-        faults.emplace_back("its date is none");
+        faults.emplace_back("invalid date");
     if (!IsTime(Text(header.ImageTime, 6)))
-        faults.emplace_back("its time is none");
+        faults.emplace_back("invalid time");
     for (const NamedSection& named : SECTIONS)
         CheckSection(header, named, faults);
     if (faults.empty())
         fmt::print("{}: good\n", path);
-    return TellFaults(path, faults);
+    return ReportFaults(path, faults);
 }
 
 int Extract(const std::string& path, const std::string& name, const std::string& output) {
     const auto named = std::ranges::find(SECTIONS, name, &NamedSection::name);
     const TwdHeader header = Load(path);
     if (!basBootloader::IsTwdValid(header))
-        return TellFaults(path, {NO_PACKAGE});
+        return ReportFaults(path, {NO_PACKAGE});
     const TwdSection& section = header.*named->section;
     if (section.Length <= 0)
-        return TellFaults(path, {fmt::format("it has no section {}", name)});
+        return ReportFaults(path, {fmt::format("it has no section {}", name)});
     if (!LiesInside(header, section))
-        return TellFaults(path, {fmt::format("section {} reaches outside the file", name)});
+        return ReportFaults(path, {fmt::format("section {} reaches outside the file", name)});
     const auto start = header.FileData.begin() + section.Offset;
     WriteWhole(output, ByteArray(start, start + section.Length));
     return 0;

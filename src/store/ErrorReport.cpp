@@ -1,4 +1,4 @@
-// The mail that brings the log to those who can read it.
+// The mail that sends the log to support.
 #include "CodePage.h"
 #include "Dialogs.h"
 #include "Failure.h"
@@ -15,7 +15,7 @@ constexpr const char* ADDRESS_KEY = "SupportEmailAddress";
 constexpr const char* NO_SESSION = "Failed to establish a mail session.";
 constexpr const char* NO_COPY = "Failed to backup database file.";
 
-// The way that is left when the program can't mail the file itself.
+// For when the program can't mail the file itself.
 void AskToSendFile(const char* reason) {
     platform::CurrentDialogs().MessageBox(
         fmt::format("{}  Please send the file '{}' to the proper support personnel.", reason, store::LiveDatabase()),
@@ -59,7 +59,7 @@ std::string clsDbManager::SupportAddress() {
 
 std::int32_t clsDbManager::SendErrorReport() {
     if (basApp::globals.PerformUnattendedOperations)
-        return -1; // nobody is there to look at a mail
+        return -1; // nobody could look at the mail
     std::int32_t result = -1;
     bool copied = false;
     const std::string copy = store::ErrorReportCopy();
@@ -80,9 +80,8 @@ std::int32_t clsDbManager::SendErrorReport() {
             result = 1;
         },
         [&](const platform::Failure& failure) {
-            StatusDisplay(LEVEL_ERROR,
-                          fmt::format("Error #{}: {} in SendErrorReport", failure.Number, failure.Description));
-            if (copied) // or the next report would ask whether it may be overwritten
+            LogFailure("SendErrorReport")(failure);
+            if (copied) // else the next report would ask whether to overwrite it
                 platform::Attempt([&] { platform::DeleteFile(copy); }, platform::IgnoreFailure);
             if (failure.Number != platform::MAIL_CANCELLED)
                 AskToSendFile(NO_SESSION);

@@ -41,7 +41,7 @@ bool MayWrite(const std::string& path) {
     if (!basApp::FileExists(path))
         return true;
     if (basApp::globals.PerformUnattendedOperations)
-        return false; // nobody is there to say yes
+        return false; // nobody can agree
     return platform::CurrentDialogs().YesNo(fmt::format("The file '{}' already exists.  Overwrite?", path),
                                             basApp::TITLE);
 }
@@ -58,7 +58,7 @@ void clsDbManager::AppendToLog(std::string_view message, std::int32_t level, std
     });
 }
 
-// The row that comes and the row that goes are one transaction, which costs half of two.
+// Adding a row and removing the oldest are one transaction, which costs half as much as two.
 void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std::string_view module,
                                std::int32_t runTime) {
     Database->Execute("BEGIN");
@@ -71,7 +71,7 @@ void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std
         [](const platform::Failure& failure) { store::TellNotWritable(failure.Description); });
     if (!stored) {
         Database->Execute("ROLLBACK");
-        StatusRecordset = Database->OpenRecordset(StatusQuery); // it may know rows that are gone
+        StatusRecordset = Database->OpenRecordset(StatusQuery); // it may hold rows that are gone
     }
 }
 
@@ -85,7 +85,7 @@ void clsDbManager::AddLogRow(std::string_view message, std::int32_t level, std::
     StatusRecordset->Update();
 }
 
-// One row for the one that came, and one more as long as there are still too many.
+// One row for the new one, and one more while there are still too many.
 void clsDbManager::RemoveSurplusRows() {
     if (StatusRecordset->RecordCount() > MaxLogRecords) {
         StatusRecordset->MoveFirst();
@@ -110,9 +110,7 @@ std::int32_t clsDbManager::MakeCopy(const std::string& strFilename) {
             result = ReopenDatabase();
         },
         [&](const platform::Failure& failure) {
-            StatusDisplay(LEVEL_ERROR,
-                          fmt::format("Error #{}: {} in MakeCopy.  Could not create '{}'  Exiting abnormally.",
-                                      failure.Number, failure.Description, strFilename));
+            LogFailure(fmt::format("MakeCopy.  Could not create '{}'  Exiting abnormally.", strFilename))(failure);
             if (closed)
                 platform::Attempt([this] { ReopenDatabase(); }, IgnoreFailure);
         });
@@ -129,7 +127,7 @@ std::int32_t clsDbManager::CompactDatabase() {
                                            "cannot complete.");
                 return;
             }
-            if (basApp::FileExists(target)) // left behind by a crash
+            if (basApp::FileExists(target)) // left by a crash
                 platform::Attempt([&] { platform::DeleteFile(target); }, IgnoreFailure);
             if (basApp::FileExists(target)) {
                 StatusDisplay(LEVEL_ERROR,
@@ -138,15 +136,11 @@ std::int32_t clsDbManager::CompactDatabase() {
                                           target));
                 return;
             }
-            // In place: a program with another lock folder may open the file at this very moment, and
-            // would put its changes into whatever replaced it.
+            // In place: a program with another lock folder may open the file right now, and its changes would be lost
+            // in a file that is then replaced.
             platform::Database::Compact(store::LiveDatabase());
             result = 1;
         },
-        [this](const platform::Failure& failure) {
-            StatusDisplay(LEVEL_ERROR, fmt::format("Error #{}: {} in clsDbManager.CompactDatabase.  EXITING "
-                                                   "ABNORMALLY.",
-                                                   failure.Number, failure.Description));
-        });
+        LogFailure("clsDbManager.CompactDatabase.  EXITING ABNORMALLY."));
     return result;
 }

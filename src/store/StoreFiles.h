@@ -1,4 +1,4 @@
-// The files of the store, by their full paths in the program's directory, and what to say of them.
+// The store's files, by their full paths in the program's directory.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ std::string CleanDatabase();     // db1_clean.mdb
 std::string CompactedDatabase(); // db1-compacted.mdb
 std::string ErrorReportCopy();   // debug_log.mdb
 
-// Once, and never as a message or a box, which a log or an unattended run would have to bear.
+// Once, as a notice: a message would go to the log, and a box to the status file of an unattended run.
 void TellNotWritable(const std::string& reason);
 
 } // namespace store

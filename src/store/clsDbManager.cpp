@@ -5,6 +5,7 @@
 #include "Failure.h"
 #include "Files.h"
 #include "Paths.h"
+#include "SettingKeys.h"
 #include "StoreFiles.h"
 #include "basApp.h"
 #include "basUtils.h"
@@ -41,13 +42,10 @@ void TellNotWritable(const std::string& reason) {
 namespace {
 
 constexpr const char* CLASS_NAME = "clsDbManager";
-constexpr const char* SELECT_FIRMWARE_SECTION = "frmSelectFirmware";
-constexpr const char* LOAD_BEHAVIOR_KEY = "DefaultLoadBehavior";
-// Relative to the current directory, which is the place of the local data.
+// In the current directory, which holds the local data.
 constexpr const char* LIVE_DATABASE_HERE = ".\\db1.mdb";
 constexpr const char* CLEAN_DATABASE_HERE = ".\\db1_clean.mdb";
 
-// A missing live database is made from the clean one.
 void ProvideDatabaseFile() {
     if (basApp::FileExists(store::LiveDatabase()))
         return;
@@ -64,8 +62,8 @@ bool MayNotBeWritten(const std::string& path) {
     return basApp::FileExists(path) && !platform::MayWrite(path);
 }
 
-// A file that is there and doesn't open, or one that a full disk had no room for, would otherwise be
-// lost settings without a word.
+// A file that exists but doesn't open, or one that didn't fit on a full disk, would otherwise lose
+// settings silently.
 void TellUnusableDatabase(const platform::Failure& failure) {
     if (MayNotBeWritten(LIVE_DATABASE_HERE))
         return store::TellNotWritable(failure.Description);
@@ -78,8 +76,7 @@ void TellUnusableDatabase(const platform::Failure& failure) {
         "Database not usable");
 }
 
-// The three values stand in the query text as they are. One that could end its quotes would
-// change what the query means, and a zero byte would end the text, so neither gets that far.
+// The three values go into the query text unchanged, so one that could end its quotes or the text is refused.
 std::string SettingQuery(const std::string& appName, const std::string& section, const std::string& key) {
     constexpr std::string_view QUERY_BREAKERS("'\0", 2);
     for (const std::string* value : {&appName, &section, &key}) {
@@ -112,14 +109,14 @@ clsDbManager::clsDbManager() {
 clsDbManager::~clsDbManager() {
     ResumeNext next{IgnoreFailure};
     next([this] { StatusDisplay(LEVEL_TRACE, "Closing database..."); });
-    // A file that never opened may be one that somebody wants to rescue: hands off. One that can't be
-    // written can't be shrunk either, and has been reported.
+    // A file that never opened may be worth rescuing, so it isn't touched. One that can't be written can't be shrunk
+    // either, and has been reported.
     const bool mayShrink = Updatable();
     if (CloseDatabase() && mayShrink)
         next([this] { CompactDatabase(); });
 }
 
-// Small pages: a log row changes two of them, and each goes to the disk whole.
+// Small pages: a log row changes two of them, and pages are written whole.
 const char* clsDbManager::Schema() {
     return "PRAGMA page_size = 1024;"
            "CREATE TABLE tblSettings (strAppName TEXT, strSection TEXT, strKeyName TEXT, strValue TEXT);"
@@ -137,7 +134,7 @@ void clsDbManager::OpenDatabase(const std::string& path) {
 bool clsDbManager::CloseDatabase() {
     if (!Database)
         return false;
-    StatusRecordset.reset(); // first: it lives on the database
+    StatusRecordset.reset(); // first: it uses the database
     Database.reset();
     return true;
 }
@@ -225,15 +222,15 @@ std::int32_t clsDbManager::RemoveSetting(const std::string& appName, const std::
 }
 
 std::int32_t clsDbManager::SetDefaultDownloadBehavior(std::int16_t downloadType) {
-    SaveSetting(basApp::TITLE, SELECT_FIRMWARE_SECTION, LOAD_BEHAVIOR_KEY, std::to_string(downloadType));
+    SaveSetting(basApp::TITLE, settingKeys::SELECT_FIRMWARE_SECTION, settingKeys::DEFAULT_LOAD_BEHAVIOR,
+                std::to_string(downloadType));
     return 0;
 }
 
 std::int16_t clsDbManager::GetDefaultDownloadBehavior() {
     using Limits = std::numeric_limits<std::int16_t>;
-    const double stored = std::nearbyint(
-        platform::LeadingNumber(GetSetting(basApp::TITLE, SELECT_FIRMWARE_SECTION, LOAD_BEHAVIOR_KEY, "0")));
-    // A number that was tampered with counts as none.
+    const double stored = std::nearbyint(platform::LeadingNumber(
+        GetSetting(basApp::TITLE, settingKeys::SELECT_FIRMWARE_SECTION, settingKeys::DEFAULT_LOAD_BEHAVIOR, "0")));
     const bool fits = stored >= Limits::min() && stored <= Limits::max();
     return fits ? static_cast<std::int16_t>(stored) : std::int16_t{0};
 }

@@ -1,8 +1,9 @@
-// The program's one database file: settings and the rolling status log. Its operations go on past
-// failures without a word: without a database every setting is its default and no log is stored.
+// The program's only database file: settings and the rolling status log. Operations ignore failures silently: without
+// a database every setting has its default and no log is stored.
 #pragma once
 
 #include "Database.h"
+#include "Failure.h"
 #include "basDebug.h"
 
 #include <cstdint>
@@ -10,10 +11,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class clsDbManager {
 public:
-    // Opens db1.mdb (made from db1_clean.mdb when missing).
+    // Opens db1.mdb; a missing one is made from db1_clean.mdb.
     clsDbManager();
     // Closes and compacts.
     ~clsDbManager();
@@ -22,33 +24,33 @@ public:
 
     std::int32_t SetDefaultDownloadBehavior(std::int16_t downloadType);
     std::int16_t GetDefaultDownloadBehavior();
-    // The stored value, or the default when there is none or it is empty.
+    // The stored value, or the default when nothing or an empty value is stored.
     std::string GetSetting(const std::string& appName, const std::string& section, const std::string& key,
                            const std::string& defaultValue = {});
     // Always "". An empty value over an existing row leaves the old one.
     std::string SaveSetting(const std::string& appName, const std::string& section, const std::string& key,
                             const std::string& value);
-    // 1 when a row went, else -1.
+    // 1 when a row was removed, else -1.
     std::int32_t RemoveSetting(const std::string& appName, const std::string& section, const std::string& key);
-    // `runTime` in whole milliseconds, -1 where no clock is at hand.
+    // `runTime` in whole milliseconds, -1 without a clock.
     void AppendToLog(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
-    // Opens a mail to the support address with a copy of the file (ErrorReport.cpp). Everything that
-    // goes wrong is told here, by a message box, the log, or both. 1 or -1; -1 in an unattended run.
+    // Opens a mail to the support address with a copy of the file (ErrorReport.cpp). Reports every failure itself, by
+    // a message box, the log, or both. 1 or -1; -1 in an unattended run.
     std::int32_t SendErrorReport();
-    // Copies the file, closed for that time. 1 or -1.
-    std::int32_t MakeCopy(const std::string& strFilename);
+    // Copies the file, which is closed meanwhile. 1 or -1.
+    [[nodiscard]] std::int32_t MakeCopy(const std::string& strFilename);
 
-    // The statements that make the two empty tables of db1_clean.mdb.
+    // Creates the two empty tables of db1_clean.mdb.
     static const char* Schema();
 
 private:
-    // Opens the file of the program's directory again after a copy. 1.
+    // Opens the file again after a copy. 1.
     std::int32_t ReopenDatabase();
     // Shrinks the closed file in place, unless another program has it open. 1 or -1.
     std::int32_t CompactDatabase();
-    // Failure 3000 with the message of the engine; both members stay empty then.
+    // Failure 3000 with the engine's message; both members then stay empty.
     void OpenDatabase(const std::string& path);
-    // False when there was nothing to close.
+    // False when nothing was open.
     bool CloseDatabase();
     bool Updatable() const;
     std::unique_ptr<platform::Recordset> OpenSetting(const std::string& appName, const std::string& section,
@@ -56,11 +58,17 @@ private:
     void StoreLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
     void AddLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
     void RemoveSurplusRows();
-    // As stored, or else as the user gives it when asked; may stay empty.
+    // The stored address, else the one that the user enters; may be empty.
     std::string SupportAddress();
-    // While frmMain doesn't exist straight into the log, whatever the level.
+    // While frmMain doesn't exist, straight into the log, whatever the level.
     void StatusDisplay(std::int32_t level, const std::string& message);
     void LogOpening();
+    // Logs a failure `where`: the procedure and the rest of the message.
+    auto LogFailure(std::string where) {
+        return [this, where = std::move(where)](const platform::Failure& f) {
+            StatusDisplay(LEVEL_ERROR, fmt::format("Error #{}: {} in {}", f.Number, f.Description, where));
+        };
+    }
 
     std::unique_ptr<platform::Database> Database;
     std::unique_ptr<platform::Recordset> StatusRecordset; // on tblStatus

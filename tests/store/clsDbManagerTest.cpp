@@ -11,7 +11,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// A program directory with an empty live database, and with a name that breaks careless quoting.
+// A program directory with an empty live database and a name that breaks careless quoting.
 class Store : public AppTest {
 protected:
     Store() {
@@ -45,8 +45,8 @@ protected:
 
 } // namespace
 
-TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
-    std::filesystem::copy_file(live, place + "/db1_clean.mdb"); // a first run makes the live one of it
+TEST_F(Store, KeepsSettingsFromRunToRunUntilTheyAreRemoved) {
+    std::filesystem::copy_file(live, place + "/db1_clean.mdb"); // the first run copies it to the live one
     const std::string killed = live + "-wal";
     {
         platform::Database lost(live);
@@ -65,7 +65,7 @@ TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
     clsDbManager store;
     EXPECT_EQ(Get(store, "k"), "it's");
     EXPECT_EQ(Get(store, "new and empty"), "default");
-    const std::string everyRow = "') OR ('' = '"; // what would happen if it got into a query
+    const std::string everyRow = "') OR ('' = '"; // what it would match inside a query
     EXPECT_EQ(Get(store, everyRow), "default");
     EXPECT_EQ(Remove(store, everyRow), -1);
     Save(store, everyRow, "overwritten");
@@ -77,7 +77,7 @@ TEST_F(Store, KeepsSettingsFromRunToRunAndForgetsThemOnlyByRemoval) {
     EXPECT_EQ(store.GetDefaultDownloadBehavior(), 0);
 }
 
-TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
+TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndReportsItOnce) {
     enum { MISSING, TEXT, FOLDER, PIPE };
     for (const auto obstacle : {MISSING, TEXT, FOLDER, PIPE}) {
         std::filesystem::remove(live);
@@ -103,7 +103,7 @@ TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndSaysSoOnce) {
     }
 }
 
-TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
+TEST_F(Store, LogsOpeningAndClosingAndRemovesACompactedFileLeftByACrash) {
     std::ofstream(place + "/db1-compacted.mdb") << "half a database";
     { clsDbManager store; }
     log = TakeLog(live);
@@ -115,9 +115,9 @@ TEST_F(Store, LogsItsOpeningAndClosingAndReplacesACompactedFileOfACrash) {
     EXPECT_EQ(std::distance(begin(files), end(files)), 1); // the database and nothing beside it
 }
 
-// A program with another lock folder may open the file at any moment, and a run as root must leave
-// it to its owner: so it is the same file afterwards, and not even changed under another program.
-TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNobodyElseHasItOpen) {
+// A program with another lock folder may have the file open, and a run as root mustn't take it from its owner: so it
+// stays the same file, and isn't touched under another program.
+TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNoOtherProgramHasItOpen) {
     const auto file = [this] { return folder.Status("it's here/db1.mdb"); };
     chmod(live.c_str(), 0640);
     const auto fill = [](platform::Database& database) {
@@ -130,8 +130,8 @@ TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNobodyElseHasItOpen) {
         fill(other);
         const auto rows = other.OpenRecordset("SELECT * FROM tblStatus");
         { clsDbManager store; }
-        EXPECT_EQ(rows->Text("lngRuntime"), "890"); // the rows have kept their numbers
-        other.Execute("INSERT INTO tblStatus VALUES (1, 13, 'of the other', '')");
+        EXPECT_EQ(rows->Text("lngRuntime"), "890"); // the rows kept their numbers
+        other.Execute("INSERT INTO tblStatus VALUES (1, 13, 'from the other program', '')");
     }
     const auto before = file();
     { clsDbManager store; }
@@ -139,7 +139,7 @@ TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNobodyElseHasItOpen) {
     EXPECT_EQ(file().st_mode, before.st_mode);
     EXPECT_LT(file().st_size, before.st_size / 4);
     const Texts messages = TakeLog(live);
-    EXPECT_EQ(std::count(messages.begin(), messages.end(), "13 of the other"), 1);
+    EXPECT_EQ(std::count(messages.begin(), messages.end(), "13 from the other program"), 1);
 }
 
 TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
@@ -151,11 +151,11 @@ TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
     }
     log = TakeLog(live);
     ASSERT_EQ(log.size(), 2000u);
-    EXPECT_EQ(log.front(), "5 message 2"); // the closing is a message too
+    EXPECT_EQ(log.front(), "5 message 2"); // closing adds a message too
     EXPECT_EQ(log[1998].size(), 2u + 500u);
 }
 
-TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
+TEST_F(Store, ReadsADatabaseThatItCannotWrite) {
     {
         clsDbManager store;
         Save(store, "k", "v");
@@ -164,14 +164,14 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
     chmod(place.c_str(), 0555);
     chmod(folder.path().c_str(), 0755);
     const uid_t user = geteuid();
-    ASSERT_TRUE(user != 0 || seteuid(65534) == 0); // no permission stops the superuser
+    ASSERT_TRUE(user != 0 || seteuid(65534) == 0); // permissions don't stop the superuser
     Texts notices;
     basApp::hooks.storeNotice = [&](const std::string& text) { notices.push_back(text); };
     basApp::hooks.writeStatusFileLine = [&](std::string_view text) {
         if (text.find(", ERROR, ") != text.npos)
             notices.emplace_back(text);
     };
-    basApp::globals.PerformUnattendedOperations = true; // in whose status file it is no ERROR
+    basApp::globals.PerformUnattendedOperations = true; // the notice isn't an ERROR of the status file
     {
         clsDbManager store;
         Save(store, "k", "other");
@@ -182,10 +182,10 @@ TEST_F(Store, ReadsADatabaseThatItMayNotWrite) {
     chmod(place.c_str(), 0755);
     EXPECT_EQ(notices, Texts{"The database file '" + live +
                              "' cannot be written: Permission denied.  Settings and log are not stored."});
-    EXPECT_EQ(TakeLog(live).size(), 3u); // those of the first life
+    EXPECT_EQ(TakeLog(live).size(), 3u); // those of the first run
 }
 
-TEST_F(Store, MailsACopyOfItsFileAndLeavesNothingBehind) {
+TEST_F(Store, MailsACopyOfItsFileAndLeavesNoCopyBehind) {
     basApp::hooks.mainWindowExists = [] { return true; }; // the store's own messages go to `log`
     const std::string copy = place + "/debug_log.mdb";
     const std::string rest = "  Please send the file '" + live + "' to the proper support personnel.";
@@ -249,7 +249,8 @@ TEST_F(Store, MailsACopyOfItsFileAndLeavesNothingBehind) {
         for (const auto& dialog : dialogs.shown)
             shown.push_back(dialog.text);
         EXPECT_EQ(shown, row.shown);
-        EXPECT_EQ(std::filesystem::exists(copy), row.shown == (Texts{exists, noCopy})); // not the report's own
+        EXPECT_EQ(std::filesystem::exists(copy),
+                  row.shown == (Texts{exists, noCopy})); // the old one, never the report's own
         EXPECT_EQ(TakeLog(live), (Texts{"13 before", "13 after"}));
         EXPECT_TRUE(Logged(row.logged));
         EXPECT_EQ(CountLogged("Error #"), *row.logged != '\0' ? 1u : 0u);

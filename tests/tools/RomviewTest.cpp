@@ -9,7 +9,7 @@ protected:
     Romview() : ToolTest(ROMVIEW) {}
 };
 
-TEST_F(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
+TEST_F(Romview, PrintsAWholeRomAndReportsAnIncompleteOne) {
     const std::string rom("\x04\x04\0\0"
                           "1394"
                           "\0\0\0\0"
@@ -26,7 +26,7 @@ TEST_F(Romview, PrintsAWholeRomAndTellsOfAnyOther) {
     std::string turned = rom, offset = rom, subdirectory = rom;
     for (std::size_t at = 0; at < turned.size(); at += 4)
         std::reverse(turned.begin() + std::ptrdiff_t(at), turned.begin() + std::ptrdiff_t(at + 4));
-    offset.replace(24, 4, std::string("\x44\0\1\x80", 4)); // a register, which no ROM holds
+    offset.replace(24, 4, std::string("\x44\0\1\x80", 4)); // a register outside the ROM
     subdirectory.replace(24, 4, std::string("\xD1\0\1\0", 4));
     const std::string whole = "0xF000042C   5461726E \r\n\"Tarn\"\r\n";
     const std::tuple<std::string, std::string, int, std::string> rows[] = {

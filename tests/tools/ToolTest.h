@@ -1,4 +1,4 @@
-// A tool as a user or a script meets it: its files, its exit codes, its words.
+// Runs a tool as a user or a script does, with its files, exit codes and output.
 #pragma once
 
 #include "TestFolder.h"
@@ -11,7 +11,7 @@
 class ToolTest : public ::testing::Test {
 protected:
     explicit ToolTest(const char* path) : tool(path) {}
-    // The exit code; what it said is in `said`.
+    // The exit code; the output is in `said`.
     int Run(const std::string& arguments) {
         const std::string command = "cd '" + folder.path() + "' && '" + tool + "' " + arguments + " >said 2>&1";
         const int status = std::system(command.c_str());

@@ -7,7 +7,7 @@ protected:
     Twd() : ToolTest(TWD) {}
 };
 
-TEST_F(Twd, LaysEveryOptionDownWhereTheHeaderWantsIt) {
+TEST_F(Twd, WritesEveryOptionToItsPlaceInTheHeader) {
     folder.Put("image", "123456789"); // its CRC-32 is the well-known 0xCBF43926
     folder.Put("cne", "abc");
     ASSERT_EQ(Run("pack p.twd --date 20020831 --time 152503 --software-id 0x1234 --software-version 0x01020304 "
@@ -45,9 +45,9 @@ TEST_F(Twd, FindsWhatIsWrongWithAPackage) {
     };
     const std::pair<std::string, const char*> faults[] = {
         {"", "doesn't begin with a package header"},
-        {changed(0x08, "20021301"), "its date is none"},
-        {changed(0x08, "\x1B[2J    "), "its date is none"},
-        {changed(0x10, "246000"), "its time is none"},
+        {changed(0x08, "20021301"), "invalid date"},
+        {changed(0x08, "\x1B[2J    "), "invalid date"},
+        {changed(0x10, "246000"), "invalid time"},
         {changed(0x160, "0"), "section image1 has the CRC"},
         {good.substr(0, good.size() - 1), "section image1 reaches outside the file"},
         {changed(0x38, "\xFF\xFF\xFF\x7F"), "section image1 reaches outside the file"}};
@@ -56,13 +56,13 @@ TEST_F(Twd, FindsWhatIsWrongWithAPackage) {
         EXPECT_EQ(Run("check bad.twd"), 1) << words;
         EXPECT_NE(said.find(words), std::string::npos) << said;
         Run("show bad.twd");
-        EXPECT_EQ(said.find('\x1B'), std::string::npos) << "nothing of the file reaches the terminal raw";
+        EXPECT_EQ(said.find('\x1B'), std::string::npos) << "no control character of the file reaches the terminal";
     }
-    EXPECT_EQ(Run("extract bad.twd image1 out"), 1); // the last one, whose length is too large
+    EXPECT_EQ(Run("extract bad.twd image1 out"), 1); // the last package, whose length is too large
     EXPECT_EQ(folder.Content("out"), "");
 }
 
-TEST_F(Twd, RefusesWhatItCanNotDoAndLeavesNoPackage) {
+TEST_F(Twd, RefusesBadArgumentsAndLeavesNoPackage) {
     folder.Put("image", "123456789");
     folder.Put("empty", "");
     const std::pair<const char*, const char*> cases[] = {
