@@ -26,7 +26,7 @@ TEST_F(SimulatedBus, TheTopologyMapHoldsAValidSelfIdForEachNode) {
     EXPECT_EQ(address.NodeAddress, 0xFFC4);
 }
 
-TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
+TEST_F(SimulatedBus, ARomImageIsAcceptedInBothByteOrders) {
     const TestFolder scratch;
     const std::string big = "\x04\x04\x12\x34"
                             "1394"
@@ -43,7 +43,7 @@ TEST_F(SimulatedBus, ARomImageIsTakenInBothByteOrders) {
     }
 }
 
-TEST_F(SimulatedBus, WhatNoNodeOffersIsTheBussOwnError) {
+TEST_F(SimulatedBus, ATransactionThatNoNodeSupportsIsABusError) {
     Describe(MIXED);
     const std::tuple<const char*, uint32_t, uint64_t, int32_t> rows[] = {
         {"no such node", 5, 0xFFFFF0000400, 121},
@@ -72,7 +72,7 @@ TEST_F(SimulatedBus, ATransactionTakesItsTimeAndEndsAtItsTimeOut) {
     EXPECT_EQ(QueryElapsedTimeMsLongInt(&before), 5u);
 }
 
-TEST_F(SimulatedBus, WhatTheInterfaceForbidsIsRefused) {
+TEST_F(SimulatedBus, InvalidArgumentsAreRefused) {
     Describe(MIXED);
     Twl1394Client second = client;
     EXPECT_NE(RegisterClient(&second), 1) << "one at a time";
@@ -81,7 +81,7 @@ TEST_F(SimulatedBus, WhatTheInterfaceForbidsIsRefused) {
     uint8_t data[2052] = {};
     EXPECT_NE(AsyncReadWrapper(0, nullptr, 4, data, 0), 1);
     for (const auto& [node, size] :
-         {std::pair{0u, 2048u}, {0u, 0u}, {0u, 3u}, {0u, 6u}, {0u, 2052u}, {64u, 4u}}) { // the first is taken
+         {std::pair{0u, 2048u}, {0u, 0u}, {0u, 3u}, {0u, 6u}, {0u, 2052u}, {64u, 4u}}) { // the first is valid
         EXPECT_EQ(AsyncReadWrapper(node, &response, size, data, 0) == 1, size == 2048) << node << ", " << size;
         EXPECT_EQ(AsyncWriteWrapper(node, &request, size, data, 0) == 1, size == 2048) << node << ", " << size;
     }

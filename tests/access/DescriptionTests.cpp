@@ -1,10 +1,10 @@
-// A description that isn't right is refused with the place and the reason.
+// An invalid description is rejected with the place and the reason.
 #include "SimulatedBus.h"
 
 namespace {
 
-TEST_F(SimulatedBus, AWrongDescriptionIsRefusedWithPathAndReason) {
-    // Each with what follows "description: ".
+TEST_F(SimulatedBus, AnInvalidDescriptionIsRejectedWithPathAndReason) {
+    // Each with the error after "description: ".
     const std::pair<std::string, const char*> rows[] = {
         {"{", "/: no JSON: "},
         {"{}", "/nodes: must be an array of nodes"},
@@ -47,7 +47,7 @@ TEST_F(SimulatedBus, AFileBesideTheLibraryIsNamedInItsErrors) {
     EXPECT_EQ(std::string(SimulatorLastError()).find(scratch.path() + "/simulated-bus.json: /nodes/0/kind: "), 0u);
 }
 
-TEST_F(SimulatedBus, TheShippedExamplesAreGood) {
+TEST_F(SimulatedBus, TheShippedExamplesAreValid) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(EXAMPLES)) {
         std::ifstream file(entry.path());

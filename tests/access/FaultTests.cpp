@@ -1,4 +1,4 @@
-// Faults are counted, never timed; the trace tells what happened.
+// Faults hit transactions by count, never by time; the trace records what happened.
 #include "SimulatedBus.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The console in its generations, and the keys.
+// The console of each protocol generation, and the keys.
 #include "SimulatedBus.h"
 
 namespace {
@@ -14,7 +14,7 @@ protected:
         Write(0, 0xFFFFC8021040, Bytes(typed.begin(), typed.end()));
         EXPECT_NE(Answer(0, 1, 9, 1, {static_cast<uint8_t>(typed.size()), 0, 0, 0}), NO_ANSWER);
     }
-    // What waits on the target, by command 8; the whole answer is left in `answer`.
+    // The waiting output, by command 8; the whole answer is in `answer`.
     std::string Fetch() {
         answer = Answer(0, 1, 8, 0);
         const uint32_t size = Little(answer, 0);
@@ -25,7 +25,7 @@ protected:
     Bytes answer;
 };
 
-TEST_F(Console, LosesWhatDoesNotFitAndTakesNothingWhileACommandSleeps) {
+TEST_F(Console, LosesOutputThatDoesNotFitAndAcceptsNothingWhileACommandSleeps) {
     DescribeProtocol(1);
     Fetch();
     Type("flood 4\r"); // 7 echoed, CR LF, 4 lines of 8, prompt: 43 into 32
@@ -59,13 +59,13 @@ TEST_F(Console, TheRingIsReadDirectlyInTheByteOrderOfTheTarget) {
         EXPECT_EQ(Get(0, 0xFFFFC8029040, 40), ring) << "the console looks a moment later";
         PassMs(10);
         ring = Get(0, 0xFFFFC8029040, 40);
-        EXPECT_EQ(half(ring, 6), 34); // the head counts on, the places wrap
+        EXPECT_EQ(half(ring, 6), 34); // the head keeps counting, positions wrap
         EXPECT_EQ(std::string(ring.begin() + 8, ring.begin() + 13), "zzzad");
         EXPECT_EQ(ring[big ? 3 : 0], 1) << "lapped once";
     }
 }
 
-TEST_F(Console, AKeyThatCanNotBeIsAStatus) {
+TEST_F(Console, AnImpossibleKeyIsAnsweredWithAStatus) {
     Describe(OneTarget(R"("mode": "bootloader", "keys": {"LONG5": ")" + std::string(300, 'a') + "\"}"));
     // Status, size of the value, bytes in the Response Buffer, start.
     const auto readPass = [this](const std::string& name) {
@@ -75,7 +75,7 @@ TEST_F(Console, AKeyThatCanNotBeIsAStatus) {
     EXPECT_EQ(readPass("ABSENT"), Words({1, 0, 0, 0}));
     EXPECT_EQ(Little(Answer(0, 1, 18, 3, Words({0xFFFFFFFF, 0, 0}, {'\0'})), 0), 2u);
     EXPECT_EQ(Little(Answer(0, 1, 19, 5, Words({2, 0, 200, 128}, "A")), 0), 3u) << "beyond what is held";
-    EXPECT_EQ(Answer(0, 1, 12, 0), NO_ANSWER); // the store is written anew, which takes time
+    EXPECT_EQ(Answer(0, 1, 12, 0), NO_ANSWER); // the store is rewritten, which takes time
     PassMs(800);
     EXPECT_EQ(AnswerNow(0, 1, 12), Bytes{});
     EXPECT_EQ(Little(readPass("LONG5"), 4), 300u);

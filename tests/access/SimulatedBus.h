@@ -1,4 +1,4 @@
-// A simulated bus on a clock of the test's own, spoken to as the program does.
+// A simulated bus on the test's own clock, accessed as the program does.
 #pragma once
 
 #include "BusOnVirtualClock.h"
@@ -20,7 +20,7 @@ protected:
     }
     void TearDown() override {
         DeRegisterClient(&client);
-        SimulatorDescribe(R"({"nodes": []})", nullptr); // what is still out finds nothing left to do
+        SimulatorDescribe(R"({"nodes": []})", nullptr); // pending calls then do nothing
         PassMs(10'000'000);
         SimulatorUseClock(nullptr);
     }
@@ -45,14 +45,14 @@ protected:
         EXPECT_EQ(Read(node, address, size, data), 1);
         return data;
     }
-    // The request with a new command ID; the 40 bytes that are then in the response area.
+    // Sends the request with a new command ID; the result is the 40 bytes then in the response area.
     Bytes Command(uint32_t node, uint8_t version, uint8_t code, uint8_t count, const Bytes& operands = {}) {
         Bytes request = {version, 0, 0, 0, ++id, 0, code, count};
         request.insert(request.end(), operands.begin(), operands.end());
         EXPECT_EQ(Write(node, 0xFFFFC8021000, request), 1);
         return Get(node, 0xFFFFC8029000, 40);
     }
-    // The operands of the answer, or {0xFF} if the answer there isn't the one to this request.
+    // The operands of the answer, or {0xFF} without an answer to this request.
     Bytes Answer(uint32_t node, uint8_t version, uint8_t code, uint8_t count, const Bytes& operands = {}) {
         Command(node, version, code, count, operands);
         return AnswerNow(node, version, code);
@@ -73,7 +73,7 @@ protected:
         return bytes.at(at) | bytes.at(at + 1) << 8 | bytes.at(at + 2) << 16 |
                static_cast<uint32_t>(bytes.at(at + 3)) << 24;
     }
-    // Little-endian quadlets, and what stands behind them.
+    // Little-endian quadlets and the bytes after them.
     static Bytes Words(std::initializer_list<uint32_t> words, const std::string& tail = {}) {
         Bytes bytes;
         for (const uint32_t word : words)
@@ -97,7 +97,7 @@ protected:
 
 inline const Bytes NO_ANSWER = {0xFF};
 
-// A bus of one target (node 0) and this computer; more is JSON put into the target's object.
+// A bus of one target (node 0) and this computer; `more` is JSON that goes into the target's object.
 inline std::string OneTarget(const std::string& more, const std::string& besides = "") {
     return R"({"nodes": [{"kind": "target", "guid": "000F1B0000000001")" + (more.empty() ? "" : ", " + more) +
            R"(}, {"kind": "host"}])" + besides + "}";

@@ -1,4 +1,4 @@
-// What lies in the state directory comes back in the next run; damage is told and survived.
+// The state directory is used again by the next run; damage is reported and survived.
 #include "SimulatedBus.h"
 
 #include <unistd.h>
@@ -31,7 +31,7 @@ TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
     Write(0, 0xFFFFC8021040, Bytes(128, 'v'));
     Answer(0, 1, 19, 5, Words({2, 0, 3, 0}, "A"));
     Command(0, 1, 2, 1, {0});
-    PassMs(5); // on its way into the application when the run ends
+    PassMs(5); // resetting into the application when the run ends
     EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
 
     DescribeAgain();
@@ -61,7 +61,7 @@ TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
     EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)), Bytes(4, 0xFF));
 }
 
-TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
+TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverDraftIsRemoved) {
     DescribeAgain();
     Load("old firmware");
     const std::string folder = scratch.path() + "/" + directory, draft = folder + "application.bin.new";
@@ -76,14 +76,14 @@ TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverOfAKillGoes) {
     EXPECT_NE(access((folder + "keys.json.new1").c_str(), F_OK), 0);
     EXPECT_EQ(scratch.Status(directory + "identity.json").st_mode & 0777, 0640u);
 
-    const std::string sink = scratch.path() + "/sink"; // as /dev/stdout is one: the system's, not ours to replace
+    const std::string sink = scratch.path() + "/sink"; // like /dev/stdout: the system's, not ours to replace
     ASSERT_EQ(symlink("/dev/null", sink.c_str()), 0);
     Describe(OneTarget("", R"(, "trace": ")" + sink + '"'));
     EXPECT_NE(text.find("can't write the trace"), std::string::npos) << text;
     EXPECT_TRUE(std::filesystem::is_symlink(sink));
 }
 
-TEST_F(State, ADamagedFileIsToldAndSurvived) {
+TEST_F(State, ADamagedFileIsReportedAndSurvived) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"identity.json", "{\"guid\"", "identity.json: /: no JSON"},
         {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
@@ -101,7 +101,7 @@ TEST_F(State, ADamagedFileIsToldAndSurvived) {
     }
 }
 
-TEST_F(State, TwoTargetsOfOneGuidKeepTheirFlashApart) {
+TEST_F(State, TwoTargetsWithTheSameGuidHaveTheirOwnFlash) {
     const std::string target = R"({"kind": "target", "guid": "000F1B0000000001", "mode": "bootloader", "eraseMs": 0})";
     Describe(R"({"stateDirectory": ")" + scratch.path() + R"(/state", "nodes": [)" + target + "," + target + "]}");
     Answer(1, 1, 4, 10, Bytes(40, 0));

@@ -1,4 +1,4 @@
-// A target's registers, its commands in every protocol value, its resets.
+// A target's registers, commands in every protocol version, and resets.
 #include "SimulatedBus.h"
 
 using namespace std::string_literals;
@@ -10,7 +10,7 @@ constexpr const char* IDENTITY = R"("hardwareModelID": 17, "hardwareVersion": "0
   "bootloader": {"version": "0x01000101", "date": "20020101", "time": "080000"},
   "debugger": {"id": 7, "version": 1, "date": "20020102", "time": "080001"})";
 
-TEST_F(SimulatedBus, EachProtocolHasItsByteOrderOfTheRegistersAndItsVersionInARequest) {
+TEST_F(SimulatedBus, EachProtocolHasItsRegisterByteOrderAndItsRequestVersion) {
     const std::string little = "tarnwell????\1\1\0\1\0\x1B\x0F\0\1\0\0\0\x11\0\0\0\2\0\0\1"
                                "20020831152503\0\0\x34\x12\0\0\4\3\2\1\0\0\0\0\0\0\0\0"
                                "20020101080000\0\0"
@@ -18,7 +18,7 @@ TEST_F(SimulatedBus, EachProtocolHasItsByteOrderOfTheRegistersAndItsVersionInARe
     for (const auto& [protocol, accepted] : {std::pair{1u, 1}, {2u, 2}, {3u, 3}, {0x2000000u, 1}}) {
         Describe(OneTarget(IDENTITY + std::string(R"(, "protocol": )") + std::to_string(protocol)));
         Bytes expected(little.begin(), little.end());
-        for (std::size_t i = 0; i < 4; ++i) // bytes that tell the order of the other numbers
+        for (std::size_t i = 0; i < 4; ++i) // bytes that identify the byte order of the other numbers
             expected[8 + i] = static_cast<uint8_t>(protocol >> 8 * i);
         for (const int number : {12, 16, 20, 24, 28, 48, 52, 96, 100})
             if (protocol == 0x2000000)
@@ -42,7 +42,7 @@ TEST_F(SimulatedBus, WhatATargetDoesNotKnowGetsNoAnswer) {
     EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 1})) << "the ROM follows at the next start";
 }
 
-// The checks of a load. Whole good loads are those of the program's own tests.
+// Checks during a load. Complete loads are covered by the program's own tests.
 class Download : public SimulatedBus {
 protected:
     void SetUp() override {
@@ -54,7 +54,7 @@ protected:
     Bytes Start(uint8_t type, uint32_t length, uint32_t crc) {
         return Answer(0, 1, 4, 10, Words({type, 0, 0, 0, 0, 0x55, 1, 0x1000, length, crc}));
     }
-    // The status that the target gives.
+    // The target's status.
     int32_t Block(uint32_t number, uint32_t address, uint32_t size) {
         Write(0, 0xFFFFC8021040, Bytes(image.begin() + std::max(0, static_cast<int>(address) - 0x1000), image.end()));
         const Bytes answer = Answer(0, 1, 5, 3, Words({number, address, size}));

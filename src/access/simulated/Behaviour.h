@@ -1,4 +1,4 @@
-// One thing that a node does at some of its addresses.
+// What a node does at some of its addresses.
 #pragma once
 
 #include "Twl1394api.h"
@@ -9,9 +9,9 @@ namespace simulator {
 class Behaviour {
 public:
     virtual ~Behaviour() = default;
-    // True if the whole of the range is this behaviour's.
+    // True if the whole range belongs to this behaviour.
     virtual bool Covers(std::uint64_t address, std::size_t size) const = 0;
-    // Result codes of the library. What a behaviour doesn't offer is an address error.
+    // Result codes of the library; an address error for an operation that the behaviour doesn't support.
     virtual std::int32_t Read(std::uint64_t, ByteSpan) { return TWL1394_ADDRESS_ERROR; }
     virtual std::int32_t Write(std::uint64_t, ByteView) { return TWL1394_ADDRESS_ERROR; }
 };

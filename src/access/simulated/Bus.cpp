@@ -39,7 +39,7 @@ void Bus::AddNode(const BusDescription& description, std::uint32_t index, const 
     const auto sameName = [&node](const NodeDescription& other) {
         return other.kind == NodeKind::Target && other.guid == node.guid;
     };
-    // Two targets of one GUID are a case worth rehearsing; they share a name, not their flash.
+    // Two targets with the same GUID are a case worth rehearsing; they share it, but not their flash.
     const auto before = std::count_if(description.nodes.begin(), description.nodes.begin() + index, sameName);
     std::string name = fmt::format("{:02X}", fmt::join(node.guid, ""));
     if (before > 0) {
@@ -145,7 +145,7 @@ std::int32_t Bus::DeliverFaulty(const FaultDescription& fault, const Transaction
     case FaultAction::Silence:
         return transaction.isWrite ? TWL1394_SUCCESS : TWL1394_NODE_DID_NOT_RESPOND;
     case FaultAction::Corrupt: {
-        Transaction corrupted = transaction; // the trace shows what the host sent
+        Transaction corrupted = transaction; // the trace keeps what the host sent
         if (transaction.isWrite) {
             FlipOneBit(corrupted.data);
             return Deliver(corrupted);
@@ -168,7 +168,7 @@ std::int32_t Bus::DeliverFaulty(const FaultDescription& fault, const Transaction
         }
         break;
     case FaultAction::Plug:
-        break; // always stands alone
+        break; // always standalone
     }
     const std::int32_t result = Deliver(transaction);
     if (target != nullptr) {

@@ -1,5 +1,5 @@
 // The simulated bus: nodes and their numbers, resets and notices, transactions and their faults.
-// It knows no lock and no clock of its own; whoever owns it sees to both.
+// It has neither a lock nor a clock of its own; its owner provides both.
 #pragma once
 
 #include "Faults.h"
@@ -24,8 +24,7 @@ public:
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
 
-    // A transaction has a beginning, takes its time, and has an end that depends on what happened
-    // meanwhile.
+    // A transaction begins, takes its time, and ends with a result that depends on what happened meanwhile.
     struct Started {
         std::uint32_t generation;
         std::int64_t nanoseconds; // how long it takes
@@ -41,7 +40,7 @@ public:
 
     std::uint32_t HostNumber() const;
     Bytes Topology() const;
-    // 0 if the range is empty, leaves the address space or overlaps another.
+    // 0 if the range is empty, exceeds the address space or overlaps another.
     std::uint32_t AllocateRange(std::uint64_t address, std::uint32_t length);
     bool FreeRange(std::uint32_t handle) { return ranges_.erase(handle) != 0; }
     // Null if it isn't a target.
@@ -55,7 +54,7 @@ private:
 
     void AddNode(const BusDescription& description, std::uint32_t index, const std::string& directory);
     Surroundings SurroundingsOf(std::uint32_t index);
-    // Index of the node that has this number at present.
+    // Index of the node that currently has this number.
     std::optional<std::uint32_t> IndexOf(std::uint32_t nodeNumber) const;
     TransactionFacts FactsOf(const Transaction& transaction) const;
     std::int32_t Deliver(Transaction& transaction);
@@ -70,7 +69,7 @@ private:
     std::int64_t transactionNanoseconds_;
     std::int64_t start_;
     Trace trace_;
-    std::vector<std::unique_ptr<Node>> nodes_; // as described; numbers go to those on the bus, in this order
+    std::vector<std::unique_ptr<Node>> nodes_; // as described; those on the bus are numbered in this order
     Faults faults_;
     std::uint64_t transactions_ = 0;
     std::uint32_t generation_ = 1;

@@ -81,7 +81,7 @@ void ReadShell(ObjectReader& node, NodeDescription& description) {
     }
     ObjectReader reader(*value, node.PathOf("shell"));
     description.shellBanner = reader.Text("banner", description.shellBanner);
-    // A ring of 1024 with its 8 bytes of header is the largest power of two that one read takes.
+    // A ring of 1024 with its 8-byte header is the largest power of two that fits a single read.
     description.shellRing = static_cast<std::uint32_t>(reader.Number("ring", description.shellRing, 16, 1024));
     if (!std::has_single_bit(description.shellRing)) {
         reader.Refuse("ring", "must be a power of two, from 16 to 1024");
@@ -182,7 +182,7 @@ void ReadNodes(const Json* values, const std::string& baseDirectory, std::vector
     }
 }
 
-// Which command an action belongs to, if to one alone.
+// The only command that an action can apply to, if there is one.
 void CheckCommand(const ObjectReader& reader, const FaultDescription& fault) {
     if (fault.action == FaultAction::BadCrc && fault.command != 6 && fault.command != 3) {
         reader.Refuse("do", "\"badCrc\" goes with \"command\": 6 or 3");
@@ -195,7 +195,7 @@ void CheckCommand(const ObjectReader& reader, const FaultDescription& fault) {
     }
 }
 
-// A pulled plug is an event of its own unless it waits for a certain transaction.
+// Unplugging is an event of its own unless it waits for a certain transaction.
 void CheckStandalone(ObjectReader& reader, FaultDescription& fault, const std::vector<NodeDescription>& nodes) {
     const bool waits = fault.isWrite || fault.address || fault.command;
     const bool pulls =

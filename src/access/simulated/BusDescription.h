@@ -1,4 +1,4 @@
-// What a bus description says, checked and completed. The format: docs/simulated-bus.md.
+// A bus description, checked and completed. The format: docs/simulated-bus.md.
 #pragma once
 
 #include "WireBytes.h"
@@ -24,7 +24,7 @@ struct ImageIdentity {
     std::uint32_t id = 0;
     std::uint32_t version = 0;
     EightBytes date{}; // ASCII digits YYYYMMDD
-    EightBytes time{}; // ASCII digits HHMMSS, two bytes of filling
+    EightBytes time{}; // ASCII digits HHMMSS, two padding bytes
 };
 
 using KeyTable = std::map<std::string, Bytes>;
@@ -36,11 +36,11 @@ struct NodeDescription {
     bool startsInBootloader = false;
     std::string vendor, model;
     Bytes romImage;             // big-endian; empty if the ROM is generated
-    std::uint32_t vendorId = 0; // of the minimal ROM of a node under the debugger
+    std::uint32_t vendorId = 0; // in the minimal ROM of a node under the debugger
     std::uint32_t hardwareModelId = 0;
     std::uint32_t hardwareVersion = 0;
     std::array<ImageIdentity, 4> images; // by ImageType
-    std::uint32_t maxBlockSize = 0;      // bytes, as answered: any 32 bits
+    std::uint32_t maxBlockSize = 0;      // bytes; any 32-bit value
     std::int64_t eraseMs = 0, checkMs = 0, rebootMs = 0, answerMs = 0;
     bool announce = false;
     KeyTable keys;
@@ -60,7 +60,7 @@ struct FaultDescription {
     std::uint64_t count = 1;
     FaultAction action = FaultAction::Result;
     std::int32_t code = 0;   // of Result and Status
-    bool standalone = false; // happens between two transactions instead of to one
+    bool standalone = false; // happens between two transactions
 };
 
 struct BusDescription {
@@ -78,11 +78,11 @@ struct DescriptionError : std::runtime_error {
         : std::runtime_error((path.empty() ? "/" : path) + ": " + reason) {}
 };
 
-// Relative paths in the text start from baseDirectory. Throws DescriptionError.
+// Relative paths in the text are relative to baseDirectory. Throws DescriptionError.
 BusDescription ParseDescription(const std::string& json, const std::string& baseDirectory);
-// The text of the bus that is offered when nothing describes one.
+// The bus that is used without a description.
 const char* DefaultBus();
-// A bus with this computer alone.
+// A bus of this computer only.
 BusDescription EmptyBus();
 
 } // namespace simulator

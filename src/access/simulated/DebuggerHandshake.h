@@ -1,4 +1,4 @@
-// A node under the 1394 debugger: a moment after the probe's eight bytes it answers with its own, once.
+// A node under the 1394 debugger: shortly after the probe's eight bytes it answers once with its own.
 #pragma once
 
 #include "Behaviour.h"

@@ -16,10 +16,10 @@ namespace {
 
 namespace files = std::filesystem;
 
-constexpr const char* DRAFT = ".new"; // then the number of the process
+constexpr const char* DRAFT = ".new"; // then the process ID
 constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-// A file that closes itself; none for a negative number.
+// Closes the file; a negative number is no file.
 struct OpenFile {
     explicit OpenFile(int opened) : number(opened) {}
     ~OpenFile() {
@@ -41,14 +41,14 @@ bool IsRegular(int file) {
     throw std::runtime_error("can't write '" + path + "': " + std::generic_category().message(errno));
 }
 
-// What can't be given away, for want of the right, stays with whoever made it.
+// Without the right to change the owner, the file stays with its creator.
 void SetOwner(int file, uid_t owner, gid_t group) {
     if (fchown(file, owner, group) != 0) {
         static_cast<void>(fchown(file, uid_t(-1), group) == 0);
     }
 }
 
-// A run as root mustn't lock a user out of the state that lies in his own folder.
+// A run as root mustn't lock users out of the state in their own folders.
 void GiveToOwnerOfFolder(int file, const files::path& path) {
     struct stat folder {};
     if (geteuid() == 0 && stat(path.parent_path().c_str(), &folder) == 0 && folder.st_uid != 0) {
@@ -105,7 +105,7 @@ void CreateDirectories(const std::string& path) {
     }
 }
 
-// A draft is locked while it is written, so one that can be locked belongs to a process that was ended.
+// A draft is locked while it is written, so a draft that can be locked belongs to a process that has ended.
 void RemoveStaleDrafts(const std::string& directory) {
     std::error_code failure;
     for (files::directory_iterator entry(directory, failure), end; !failure && entry != end; entry.increment(failure)) {
@@ -125,7 +125,7 @@ void RemoveStaleDrafts(const std::string& directory) {
 void ReplaceFile(const std::string& path, ByteView content) {
     CreateDirectories(files::path(path).parent_path().string());
     const std::string draft = path + DRAFT + std::to_string(getpid());
-    unlink(draft.c_str()); // what lies there is a leftover, or a link that somebody has planted
+    unlink(draft.c_str()); // a leftover, or a planted link
     struct stat old {};
     const bool exists = lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode);
     const OpenFile file(open(draft.c_str(), NEW_FILE, exists ? 0600 : 0666));
@@ -153,9 +153,9 @@ std::FILE* OpenToWrite(const std::string& path) {
     }, target{};
     if (lstat(path.c_str(), &old) == 0 && S_ISLNK(old.st_mode)) {
         if (stat(path.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
-            return nullptr; // /dev/stdout, say: as root its link would be gone for every program
+            return nullptr; // such as /dev/stdout, which root would remove for every program
         }
-        unlink(path.c_str()); // a new file takes the name; what the link leads to may be anybody's
+        unlink(path.c_str()); // so that a link's target isn't written
     }
     int file = open(path.c_str(), NEW_FILE, 0666);
     if (file >= 0) {

@@ -1,5 +1,4 @@
-// Whole files as bytes. Only regular files are read or written, and none through a link that lies
-// where a new file is expected.
+// Whole files as bytes. Only regular files are read or written, and a link in place of a new file isn't followed.
 #pragma once
 
 #include "WireBytes.h"
@@ -9,16 +8,16 @@
 
 namespace simulator {
 
-// Nothing if it is no regular file (a pipe would block, a directory can't be read) or can't be read.
+// Empty if it can't be read or isn't a regular file (a pipe would block).
 std::optional<Bytes> ReadFile(const std::string& path);
-// Replaces the file whole or leaves it as it was, with its owner and mode; creates its directory.
-// Throws std::exception.
+// Replaces the whole file, keeping owner and mode, or leaves it unchanged. Creates its directory. Throws
+// std::exception.
 void ReplaceFile(const std::string& path, ByteView content);
 // What ReplaceFile left in a directory when its process was ended.
 void RemoveStaleDrafts(const std::string& directory);
-// With those above it. Throws std::exception.
+// Including its parents. Throws std::exception.
 void CreateDirectories(const std::string& path);
-// An empty file to write line by line, null if there can't be one.
+// A new file to write line by line; null if it can't be created.
 std::FILE* OpenToWrite(const std::string& path);
 
 } // namespace simulator

@@ -27,7 +27,7 @@ std::uint32_t Flash::Start(const DownloadAnnouncement& announcement) {
     nextNumber_ = 0;
     last_ = {};
     Section& section = state_.sections[announcement.imageType];
-    // The bootloader runs from memory: it goes on showing its own identity until it is replaced.
+    // The bootloader runs from memory, so it shows its own identity until it is replaced.
     const ImageIdentity identity = announcement.imageType == BOOTLOADER ? section.identity : NoImage();
     section = {identity, {}, 0, false};
     return maxBlockSize_;

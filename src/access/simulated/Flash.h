@@ -1,11 +1,11 @@
-// The flash of a target and the three commands that fill it.
+// The flash of a target and the three commands that load it.
 #pragma once
 
 #include "TargetState.h"
 
 namespace simulator {
 
-// Answers of a block that was not taken. A failed write to flash, -3, comes from faults alone.
+// Answers for a rejected block. A failed write to flash, -3, comes only from faults.
 inline constexpr std::int32_t BLOCK_GOOD = 0, BLOCK_WITHOUT_START = -10, BLOCK_OUT_OF_ORDER = -11,
                               BLOCK_OUT_OF_RANGE = -12, BLOCK_OF_WRONG_SIZE = -13;
 
@@ -25,7 +25,7 @@ struct DownloadBlock {
 
 struct CrcVerdict {
     std::uint32_t crc = 0;
-    std::uint32_t validity = 1; // 0 for good
+    std::uint32_t validity = 1; // 0 is good
 };
 
 class Flash {
@@ -33,11 +33,11 @@ public:
     Flash(TargetState& state, std::uint32_t maxBlockSize) : state_(state), maxBlockSize_(maxBlockSize) {}
 
     static bool HasRoomFor(const DownloadAnnouncement& announcement);
-    // Erases the section, for which there is room; the result is the largest block.
+    // Erases the section, for which there must be room; the result is the largest block.
     std::uint32_t Start(const DownloadAnnouncement& announcement);
-    // buffer is the whole Request Buffer.
+    // `buffer` is the whole Request Buffer.
     std::int32_t Block(const DownloadBlock& block, ByteView buffer);
-    // badSum makes the target compute a wrong CRC.
+    // `badSum` makes the target compute a wrong CRC.
     CrcVerdict End(bool badSum);
     CrcVerdict Check(std::uint8_t imageType) const;
 
@@ -53,7 +53,7 @@ private:
     bool loading_ = false;
     DownloadAnnouncement announcement_;
     std::uint32_t nextNumber_ = 0;
-    DownloadBlock last_; // the block before nextNumber_
+    DownloadBlock last_; // block nextNumber_ - 1
 };
 
 } // namespace simulator

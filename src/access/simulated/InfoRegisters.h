@@ -1,4 +1,4 @@
-// The 104 bytes that say who a target is, in the byte order of its protocol.
+// The 104 bytes that identify a target, in the byte order of its protocol.
 #pragma once
 
 #include "Behaviour.h"
@@ -8,7 +8,7 @@ namespace simulator {
 
 class InfoRegisters final : public Behaviour {
 public:
-    // Both must outlive this.
+    // Both must outlive this object.
     InfoRegisters(const NodeDescription& description, const TargetState& state)
         : description_(description), state_(state) {}
 

@@ -18,7 +18,7 @@ Json ParseJson(const std::string& text) {
 }
 
 static std::string EscapedKey(std::string key) {
-    // A JSON pointer (RFC 6901) writes "~" and "/" inside a key as "~0" and "~1".
+    // In a JSON pointer (RFC 6901), "~" and "/" inside a key are "~0" and "~1".
     for (std::size_t i = 0; i < key.size(); ++i) {
         if (key[i] == '~' || key[i] == '/') {
             key.replace(i, 1, key[i] == '~' ? "~0" : "~1");

@@ -1,4 +1,4 @@
-// Reads one JSON object key by key: every value checked, every key accounted for.
+// Reads a JSON object key by key, checking every value and rejecting unknown keys.
 #pragma once
 
 #include "BusDescription.h"
@@ -11,7 +11,7 @@ namespace simulator {
 
 using Json = nlohmann::json;
 
-// Throws DescriptionError when the text is no JSON.
+// Throws DescriptionError when the text isn't JSON.
 Json ParseJson(const std::string& text);
 
 // A key that is absent or null has the value `otherwise`. All throw DescriptionError.
@@ -26,13 +26,13 @@ public:
     std::uint32_t Number32(const char* key, std::uint32_t otherwise);
     std::string Text(const char* key, const std::string& otherwise);
     bool Flag(const char* key, bool otherwise);
-    // One of the words; the result is its place.
+    // One of the words; the result is its index.
     std::size_t Word(const char* key, const std::vector<std::string>& words);
     const Json* Array(const char* key); // null if absent
 
     std::string PathOf(const std::string& key) const;
     [[noreturn]] void Refuse(const std::string& key, const std::string& reason) const;
-    // Refuses what nobody has asked for.
+    // Rejects keys that weren't read.
     void Finish() const;
 
 private:

@@ -8,7 +8,7 @@ namespace {
 constexpr std::uint32_t PASS = 128;         // bytes of a value in one pass
 constexpr std::uint32_t LONGEST_NAME = 256; // with its terminating 0
 constexpr std::uint32_t LONGEST_VALUE = 65536;
-constexpr std::uint32_t LONGEST_NAME_BESIDE_VALUE = 36; // more of the name leaves the value for a later pass
+constexpr std::uint32_t LONGEST_NAME_BESIDE_VALUE = 36; // a longer name leaves the value for a later pass
 
 std::uint32_t Word(ByteView operands, std::size_t index) {
     return Get32(operands, index * 4, ByteOrder::Little);
@@ -41,7 +41,7 @@ bool KeyStore::TakeName(ByteView operands, std::size_t nameStart) {
     return true;
 }
 
-// But for its terminating 0, which the announced length implies.
+// Without its terminating 0, which the announced length includes.
 bool KeyStore::NameIsComplete(ByteView operands) const {
     return name_.size() + 1 >= Word(operands, 0);
 }
@@ -58,8 +58,8 @@ Bytes KeyStore::Read(ByteView operands, ByteSpan responseBuffer) {
     const Bytes& value = found->second;
     const auto size = static_cast<std::uint32_t>(value.size());
     if (offset >= size) {
-        // A name that needs one more pass than its value gets the byte behind the value, a 0: a
-        // pass without any byte would be a read of no bytes for the host.
+        // If the name needs one more pass than the value, that pass returns the byte after the value, a 0:
+        // otherwise the host would have to read 0 bytes.
         responseBuffer[0] = 0;
         return Words({KEY_GOOD, size, 1, offset});
     }
@@ -96,7 +96,7 @@ Bytes KeyStore::Write(ByteView operands, ByteView requestBuffer, bool& changed) 
     if (!NameIsComplete(operands)) {
         return Words({KEY_BAD_NAME, 0, 0});
     }
-    const bool valueComplete = offset >= length && length > 0; // only the rest of the name is new
+    const bool valueComplete = offset >= length && length > 0; // only the rest of the name is missing
     const std::uint32_t status = valueComplete ? KEY_GOOD : TakeValue(length, offset, requestBuffer);
     changed = status == KEY_GOOD && !valueComplete;
     return Words({status, status == KEY_GOOD ? length : 0, offset});

@@ -1,4 +1,4 @@
-// The named items of a target's persistent store, as the two key commands reach them.
+// The named items of a target's persistent store, accessed by the two key commands.
 #pragma once
 
 #include "TargetState.h"
@@ -12,9 +12,9 @@ class KeyStore {
 public:
     explicit KeyStore(TargetState& state) : state_(state) {}
 
-    // operands as sent. The result is the answer's four words; the bytes go to responseBuffer.
+    // `operands` as sent. The result is the answer's four words; the bytes go to responseBuffer.
     Bytes Read(ByteView operands, ByteSpan responseBuffer);
-    // The result is the answer's three words. `changed` tells whether the store must be kept.
+    // The result is the answer's three words. `changed`: whether the store must be saved.
     Bytes Write(ByteView operands, ByteView requestBuffer, bool& changed);
     void PowerUp() { name_.clear(); }
 
@@ -24,7 +24,7 @@ private:
     std::uint32_t TakeValue(std::uint32_t length, std::uint32_t offset, ByteView requestBuffer);
 
     TargetState& state_;
-    Bytes name_; // as far as it came, with its terminating 0
+    Bytes name_; // the part received so far, with its terminating 0
 };
 
 } // namespace simulator

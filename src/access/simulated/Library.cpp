@@ -16,7 +16,7 @@ static constexpr const char* DESCRIPTION_FILE = "simulated-bus.json";
 static void Fire(void* ticket) {
     const std::lock_guard lock(globals.mutex);
     const auto found = globals.due.find(reinterpret_cast<std::uintptr_t>(ticket));
-    if (found != globals.due.end()) { // else it was of a bus that is gone
+    if (found != globals.due.end()) { // otherwise it belonged to an earlier bus
         const std::function<void()> call = std::move(found->second);
         globals.due.erase(found);
         call();
@@ -72,8 +72,7 @@ static std::filesystem::path OwnDirectory() {
     return path.parent_path();
 }
 
-// The file beside the library, or the default bus. Throws DescriptionError when there is such a
-// file and it can't be read.
+// The file beside the library, or the default bus. Throws DescriptionError for a file that can't be read.
 static std::string ReadDescription(const std::string& path) {
     std::error_code failure;
     if (!std::filesystem::exists(path, failure)) {
@@ -133,7 +132,7 @@ std::int32_t Carry(Transaction& transaction) {
     lock.unlock();
     clock.Sleep(started.nanoseconds);
     lock.lock();
-    // A caller's clock may run anything meanwhile, the end of the bus included.
+    // A caller's clock may run anything meanwhile, even the end of the bus.
     return globals.bus == bus ? bus->End(started, transaction) : TWL1394_SHUTTING_DOWN;
 }
 

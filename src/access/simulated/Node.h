@@ -1,4 +1,4 @@
-// One place on the simulated bus: what answers at which address, and whether it is there at all.
+// A node of the simulated bus: what answers at which address, and whether it is present.
 #pragma once
 
 #include "Target.h"
@@ -7,7 +7,7 @@ namespace simulator {
 
 class Node {
 public:
-    // store is used by a target alone.
+    // `store` is used only by a target.
     Node(const NodeDescription& description, Surroundings surroundings, StateDirectory store);
 
     NodeKind Kind() const { return kind_; }
@@ -30,7 +30,7 @@ private:
     bool away_ = false; // between a target's reset and its return
     std::unique_ptr<Target> target_;
     std::vector<std::unique_ptr<Behaviour>> owned_;
-    std::vector<Behaviour*> behaviours_; // those of the target and the owned ones
+    std::vector<Behaviour*> behaviours_; // the target's and the owned ones
 };
 
 } // namespace simulator

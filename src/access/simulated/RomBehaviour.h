@@ -1,4 +1,4 @@
-// A configuration ROM: readable at its addresses, an address error behind its end.
+// A configuration ROM: readable at its addresses, an address error beyond its end.
 #pragma once
 
 #include "Behaviour.h"

@@ -13,14 +13,14 @@ constexpr std::size_t LARGEST_IMAGE = 65536;
 constexpr std::uint8_t VENDOR = 0x03, HARDWARE_VERSION = 0x04, NODE_CAPABILITIES = 0x0C, SPECIFIER = 0x12,
                        VERSION = 0x13, MODEL = 0x17, TEXT_LEAF = 0x81, UNIT_DIRECTORY = 0xD1;
 
-// What an entry says, or which block it leads to.
+// An entry's value, or the block that it refers to.
 struct Entry {
     std::uint8_t key;
     std::uint32_t value;
     const Bytes* block = nullptr;
 };
 
-// Puts length and CRC in front of the quadlets of a leaf or directory.
+// Prepends length and CRC to the quadlets of a leaf or directory.
 Bytes WithHeader(const Bytes& content) {
     Bytes block;
     Append32(block, static_cast<std::uint32_t>(content.size() / 4) << 16 | Crc16(content), ByteOrder::Big);
@@ -35,7 +35,7 @@ Bytes TextLeaf(const std::string& text) {
     return WithHeader(content);
 }
 
-// A directory with its blocks laid behind it, in the order of the entries.
+// A directory followed by its blocks, in the order of the entries.
 Bytes Directory(const std::vector<Entry>& entries) {
     Bytes content;
     std::size_t blockStart = entries.size() + 1; // in quadlets from the directory's header

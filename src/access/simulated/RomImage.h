@@ -1,4 +1,4 @@
-// Configuration ROMs (IEEE 1212) as byte images, first byte at the ROM's base, big-endian.
+// Configuration ROMs (IEEE 1212) as big-endian byte images from the ROM's base on.
 #pragma once
 
 #include "WireBytes.h"
@@ -9,19 +9,19 @@ namespace simulator {
 
 struct RomContent {
     std::uint32_t vendorId = 0;        // 24 bits
-    EightBytes guid{};                 // bus info block; its first three bytes are replaced by vendorId
-    std::uint32_t modelId = 0;         // 24 bits are used
-    std::uint32_t hardwareVersion = 0; // the upper 24 bits are used
+    EightBytes guid{};                 // bus info block; vendorId replaces its first three bytes
+    std::uint32_t modelId = 0;         // 24 bits used
+    std::uint32_t hardwareVersion = 0; // upper 24 bits used
     std::string vendor, model;
 };
 
-// Bus info block, root directory with vendor and model and their texts, one unit directory.
+// Bus info block, root directory with vendor and model and their texts, and a unit directory.
 Bytes GenerateRom(const RomContent& content);
-// One quadlet: the vendor and nothing else.
+// One quadlet, with the vendor only.
 Bytes MinimalRom(std::uint32_t vendorId);
 
-// Big-endian, or in the quadlet order of a little-endian machine; the bus name "1394" in the
-// second quadlet tells. Without that name it is taken as big-endian. Throws runtime_error.
+// Big-endian, or in the quadlet order of a little-endian machine, according to the bus name "1394" in
+// the second quadlet. Without that name it is taken as big-endian. Throws runtime_error.
 Bytes LoadRomImage(const std::string& path);
 
 // CRC-16 of IEEE 1212 over whole quadlets.

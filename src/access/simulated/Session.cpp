@@ -28,7 +28,7 @@ std::int32_t Session::Write(std::uint64_t address, ByteView data) {
     if (address >= RESPONSE_AREA) {
         return TWL1394_ADDRESS_ERROR;
     }
-    // One piece of memory: a request with a long name runs over into the Request Buffer.
+    // Contiguous memory: a request with a long name continues in the Request Buffer.
     std::copy(data.begin(), data.end(), request_.begin() + static_cast<std::ptrdiff_t>(address - REQUEST_AREA));
     if (address == REQUEST_AREA && data.size() >= HEADER_SIZE) {
         Execute(DecodeRequest(data));

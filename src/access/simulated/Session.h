@@ -1,5 +1,5 @@
-// The request and response areas of a target: memory that the host writes commands into and
-// reads answers from, each with its bulk buffer right behind it.
+// The request and response areas of a target: memory where the host writes commands and reads
+// answers, each followed directly by its bulk buffer.
 #pragma once
 
 #include "Behaviour.h"
@@ -16,19 +16,19 @@ struct Request {
     std::uint16_t id = 0;
     std::uint8_t code = 0;
     std::uint8_t count = 0; // operand quadlets announced
-    ByteView operands;      // all the bytes that the write carried behind the header
+    ByteView operands;      // all bytes of the write after the header
 };
 
 struct Answer {
     Bytes operands;                   // whole quadlets, 8 at most
-    std::int64_t workNanoseconds = 0; // how long the target doesn't look at its request area
+    std::int64_t workNanoseconds = 0; // how long the target ignores its request area
 };
 
 class Session final : public Behaviour {
 public:
     struct Hooks {
         std::function<std::int64_t()> now;
-        std::function<std::optional<Answer>(const Request&)> execute; // nothing: there is no answer
+        std::function<std::optional<Answer>(const Request&)> execute; // empty: no answer
         std::function<void(ByteView)> requestBufferWritten;
         std::function<void(const Request&)> ignoredWhileBusy;
     };
@@ -38,12 +38,12 @@ public:
     bool Covers(std::uint64_t address, std::size_t size) const override;
     std::int32_t Read(std::uint64_t address, ByteSpan data) override;
     std::int32_t Write(std::uint64_t address, ByteView data) override;
-    // A request for everyone on the bus: carried out, never answered.
+    // A broadcast request: executed, never answered.
     void Broadcast(std::uint64_t address, ByteView data);
 
     ByteView RequestBuffer() const { return ByteView(request_).subspan(QUADLETS_SIZE); }
     ByteSpan ResponseBuffer() { return ByteSpan(response_).subspan(QUADLETS_SIZE); }
-    // As after power up.
+    // To the state after power-up.
     void Clear();
 
 private:

@@ -1,5 +1,5 @@
-// The console of a target's firmware: a line editor with a handful of commands, and the memory in
-// which its output waits for the host, a ring or a queue by the generation of the protocol.
+// The console of a target's firmware: a line editor with a few commands, and the memory that holds its output for the
+// host, a ring or a queue depending on the protocol's generation.
 #pragma once
 
 #include "WireBytes.h"
@@ -19,12 +19,12 @@ public:
     };
     struct Hooks {
         std::function<std::string()> version;
-        std::function<std::string()> keys; // a line for each
+        std::function<std::string()> keys; // one line each
         std::function<void()> reset;
         std::function<void(std::int64_t milliseconds, std::function<void()> call)> after;
         std::function<void()> outputChanged;
     };
-    // What the queue hands over at once, and how it stood.
+    // What the queue hands over at once, and its state before.
     struct Taken {
         Bytes characters;
         std::uint32_t lost = 0; // characters dropped since the last time
@@ -37,7 +37,7 @@ public:
     void Prompt();
     void Input(ByteView typed);
     Taken Take(std::size_t atMost);
-    // Status (how often the ring has been lapped), mask, head and the ring itself.
+    // Status (how often the ring has wrapped), mask, head and the ring itself.
     void RenderRing(ByteSpan responseBuffer) const;
     bool IsRing() const { return settings_.isRing; }
     std::uint32_t Capacity() const { return settings_.ring; }
@@ -54,11 +54,11 @@ private:
     std::string line_;
     Bytes typedAhead_; // while a command runs
     bool running_ = false;
-    std::uint32_t life_ = 0; // an end of `sleep` from before a reset is none
+    std::uint32_t life_ = 0; // so that the end of a `sleep` from before a reset is ignored
     Bytes waiting_;          // the queue
     std::uint32_t lost_ = 0;
     Bytes ring_;
-    std::uint16_t head_ = 0; // place of the last character written
+    std::uint16_t head_ = 0; // position of the last character written
     std::uint16_t tail_ = 0; // of the queue
     std::uint32_t laps_ = 0;
 };

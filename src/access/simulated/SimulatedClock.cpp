@@ -5,8 +5,8 @@
 
 namespace simulator {
 
-// The kernel ends a sleep 60 to 200 microseconds late, a whole transaction and more. The end of a
-// sleep is therefore waited out awake.
+// The kernel ends a sleep 60 to 200 microseconds late, longer than a whole transaction. The end of a sleep is
+// therefore a busy wait.
 static constexpr std::int64_t WAKE_UP_LATENESS = 200'000;
 
 std::int64_t MonotonicNow() {
@@ -77,8 +77,8 @@ void RealClock::Serve() {
 }
 
 void CallersClock::CallAt(std::int64_t due, std::uint64_t ticket) {
-    // The ticket itself travels, not a pointer to anything: its bus may be gone when it comes back,
-    // and a clock that never calls leaves nothing behind.
+    // The ticket is passed by value, not as a pointer: its bus may be gone when the call comes, and a clock that never
+    // calls leaks nothing.
     clock_.CallAt(clock_.Context, due, handler_, AsArgument(ticket));
 }
 

@@ -1,4 +1,4 @@
-// The clock that the simulated bus lives by: the machine's, or one that the caller moves.
+// The clock of the simulated bus: the machine's, or one that the caller moves.
 #pragma once
 
 #include "Simulator.h"
@@ -15,21 +15,21 @@ namespace simulator {
 // Nanoseconds of CLOCK_MONOTONIC.
 std::int64_t MonotonicNow();
 
-// What falls due is known by its ticket; the handler is told when its time has come.
+// Pending calls are identified by tickets; the handler is called when one is due.
 class Clock {
 public:
-    using Handler = void (*)(void* ticket); // the number in a pointer's clothes
+    using Handler = void (*)(void* ticket); // the number, cast to a pointer
 
     virtual ~Clock() = default;
     virtual std::int64_t Now() = 0;
     virtual void Sleep(std::int64_t nanoseconds) = 0;
     virtual void CallAt(std::int64_t due, std::uint64_t ticket) = 0;
-    // Between Run and Stop the handler is called; what falls due in Stop waits for the next Run.
+    // The handler is called between Run and Stop; what falls due after Stop waits for the next Run.
     virtual void Run() {}
     virtual void Stop() {}
 };
 
-// Sleeps for real; one thread, alive between Run and Stop, calls the handler.
+// Really sleeps; a thread that lives between Run and Stop calls the handler.
 class RealClock final : public Clock {
 public:
     explicit RealClock(Handler handler) : handler_(handler) {}
@@ -44,14 +44,14 @@ private:
     void Serve();
 
     Handler handler_;
-    std::mutex mutex_; // taken after the library's own, never before it
+    std::mutex mutex_; // taken after the library's lock, never before it
     std::condition_variable changed_;
     std::multimap<std::int64_t, std::uint64_t> due_;
     bool stopping_ = false;
     std::thread thread_;
 };
 
-// No thread at all: the caller's clock calls.
+// Without a thread: the caller's clock calls.
 class CallersClock final : public Clock {
 public:
     CallersClock(const SimulatorClock& clock, Handler handler) : clock_(clock), handler_(handler) {}

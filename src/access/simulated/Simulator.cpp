@@ -1,5 +1,5 @@
-// The hand at the plugs: the functions of Simulator.h. No exception crosses.
-#pragma GCC visibility push(default) // of all that the library holds, these are shown
+// The functions of Simulator.h. No exception crosses them.
+#pragma GCC visibility push(default) // the only symbols that the library exports
 #include "Simulator.h"
 #pragma GCC visibility pop
 
@@ -19,7 +19,7 @@ void SimulatorUseClock(const SimulatorClock* clock) {
         old = std::move(globals.clock);
         UseCallersClock(clock);
     }
-    // The thread of a real clock ends here, where it can still take the lock.
+    // A real clock's thread ends here, while it can still take the lock.
 }
 
 static int32_t Try(bool (*describe)(const char*, const char*), const char* json, const char* baseDirectory) {

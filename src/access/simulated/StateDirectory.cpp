@@ -40,7 +40,7 @@ Json SectionToJson(const Section& section) {
             {"crc", section.crc}};
 }
 
-// The size is left in `size`: the content is in a file of its own.
+// The content's size goes to `size`; the content has a file of its own.
 Section SectionFromJson(const Json& value, const std::string& path, std::size_t& size) {
     ObjectReader reader(value, path);
     Section section;
@@ -88,7 +88,7 @@ void StateDirectory::LoadIdentity(TargetState& state) {
     const std::string path = FileOf("identity.json");
     const std::optional<Bytes> text = ReadFile(path);
     if (!text) {
-        return; // nothing was kept yet
+        return; // nothing saved yet
     }
     TargetState read = state;
     SectionSizes sizes{};
@@ -168,7 +168,7 @@ void StateDirectory::SaveKeys(const TargetState& state) {
 }
 
 void StateDirectory::SaveSection(const TargetState& state, std::uint8_t imageType) {
-    // The content first: an identity that speaks of content not there yet would be damage.
+    // The content first: an identity without its content would count as damage.
     Write(std::string(SECTION_NAMES[imageType]) + ".bin", state.sections[imageType].content);
     SaveIdentity(state);
 }

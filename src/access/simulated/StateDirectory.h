@@ -1,4 +1,4 @@
-// Where a target's flash, identity and keys lie from run to run, as plain files.
+// A target's flash, identity and keys, kept from run to run as plain files.
 #pragma once
 
 #include "TargetState.h"
@@ -11,20 +11,19 @@ class StateDirectory {
 public:
     using Report = std::function<void(const std::string& text)>;
 
-    // An empty path keeps nothing.
+    // With an empty path nothing is kept.
     StateDirectory(std::string path, Report report) : path_(std::move(path)), report_(std::move(report)) {}
 
-    // Replaces what the files say. A damaged file is reported: identity and keys then stay as they
-    // were, a damaged section counts as erased.
+    // Takes the files' contents. A damaged file is reported: identity and keys then stay unchanged, and a damaged
+    // section counts as erased.
     void Load(TargetState& state);
-    // Each file is replaced whole or not at all. A failure is reported once; the state then stays
-    // in memory alone.
+    // Each file is replaced whole or not at all. A failure is reported once; the state then stays in memory only.
     void SaveIdentity(const TargetState& state);
     void SaveKeys(const TargetState& state);
     void SaveSection(const TargetState& state, std::uint8_t imageType);
 
 private:
-    using SectionSizes = std::array<std::size_t, 4>; // as identity.json says
+    using SectionSizes = std::array<std::size_t, 4>; // from identity.json
     std::string FileOf(const std::string& name) const;
     void Write(const std::string& name, ByteView content);
     void LoadIdentity(TargetState& state);
@@ -35,7 +34,7 @@ private:
     Report report_;
 };
 
-// True if files can be created in it; creates it if need be.
+// True if files can be created in it; creates it if necessary.
 bool CanWriteTo(const std::string& directory);
 
 } // namespace simulator

@@ -11,10 +11,10 @@ namespace simulator {
 
 namespace {
 constexpr std::uint8_t HALT = 1, READ_KEY = 18;
-constexpr std::int64_t GOING_AWAY_MS = 1;  // after the request that asked for it
+constexpr std::int64_t GOING_AWAY_MS = 1;  // after the request
 constexpr std::int64_t ANNOUNCING_MS = 10; // after coming up
 constexpr std::int64_t HALT_PATIENCE_MS = 5000;
-constexpr std::int64_t LOOKING_MS = 10;      // for a direct write, after it has come
+constexpr std::int64_t LOOKING_MS = 10;      // for a direct write, after its arrival
 constexpr std::uint32_t TARNWELL = 0x000F1B; // whatever the GUID
 } // namespace
 
@@ -132,7 +132,7 @@ void Target::Restart(bool intoBootloader) {
 
 bool Target::VersionFits(const Request& request) const {
     const std::uint32_t own = description_.protocol == PROTOCOL_BIG_ENDIAN ? 1 : description_.protocol;
-    return request.version == own || (request.code == HALT && request.version == 1); // everyone hears a broadcast
+    return request.version == own || (request.code == HALT && request.version == 1); // a broadcast reaches every target
 }
 
 std::optional<Answer> Target::Execute(const Request& request) {
@@ -146,7 +146,7 @@ std::optional<Answer> Target::Execute(const Request& request) {
     }
     std::optional<Answer> answer = TargetCommands::Run(*this, request);
     if (console_.IsRing() && request.code != READ_KEY) {
-        console_.RenderRing(session_.ResponseBuffer()); // a key's value lay over the ring until now
+        console_.RenderRing(session_.ResponseBuffer()); // a key's value had overwritten the ring
     }
     return answer;
 }
@@ -166,7 +166,7 @@ void Target::TakeDirectWrite(ByteView data) {
     });
 }
 
-// The direct write of protocols 2 and 0x2000000: 6 bytes of 0, the length, the text, filling.
+// The direct write of protocols 2 and 0x2000000: 6 zero bytes, the length, the text, padding.
 void Target::TypeIntoConsole(ByteView data) {
     constexpr std::size_t header = 8;
     if (flash_.Loading() || restarting_ || data.size() <= header) {

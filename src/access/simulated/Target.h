@@ -1,4 +1,4 @@
-// A device with a Tarnwell bootloader: its two modes, and what the commands do to it.
+// A device with a Tarnwell bootloader: its two modes and its commands.
 #pragma once
 
 #include "Flash.h"
@@ -26,17 +26,17 @@ public:
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;
 
-    // Comes up in the mode that it was left in.
+    // Starts in the mode of the previous run.
     void PowerUp();
     Behaviour& Rom() { return rom_; }
     Behaviour& Registers() { return registers_; }
     Session& Requests() { return session_; }
     const Section& SectionOf(ImageType type) const { return state_.sections[type]; }
     void SetFault(const RequestFault& fault) { fault_ = fault; }
-    void Vanish() { vanishes_ = true; } // its next reset is its last
+    void Vanish() { vanishes_ = true; } // doesn't return from its next reset
 
 private:
-    friend struct TargetCommands; // what each command does, in a file of its own
+    friend struct TargetCommands; // the commands
 
     Session::Hooks SessionHooks();
     ShellConsole::Settings ConsoleSettings() const;
@@ -44,10 +44,10 @@ private:
     Bytes CurrentRom() const;
     std::optional<Answer> Execute(const Request& request);
     bool VersionFits(const Request& request) const;
-    // A text for the console, which looks for one a moment later: the next write may come first.
+    // A text for the console, which looks for it a moment later; the next write may come first.
     void TakeDirectWrite(ByteView requestBuffer);
     void TypeIntoConsole(ByteView requestBuffer);
-    // Leaves the bus a moment later and comes back in the mode asked for.
+    // Leaves the bus a moment later and returns in the requested mode.
     void Restart(bool intoBootloader);
     void Announce();
 
@@ -65,10 +65,10 @@ private:
     bool restarting_ = false;
     bool vanishes_ = false;
     bool awaitsHalt_ = false;
-    std::uint32_t life_ = 0;          // counts the times that it came up
-    std::uint32_t textRemaining_ = 0; // of a console text that comes in chunks
+    std::uint32_t life_ = 0;          // number of starts
+    std::uint32_t textRemaining_ = 0; // of a console text that arrives in chunks
     std::uint32_t textLength_ = 0;
-    std::optional<Bytes> directWrite_; // not looked at yet
+    std::optional<Bytes> directWrite_; // not yet examined
 };
 
 } // namespace simulator

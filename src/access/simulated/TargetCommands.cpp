@@ -69,7 +69,7 @@ TargetCommands::Result TargetCommands::Run(Target& target, const Request& reques
         return ignore("unknown");
     }
     const bool countFits = request.code >= READ_KEY ? request.count >= row->quadlets : request.count == row->quadlets;
-    // What a write carries beyond the announced quadlets counts for nothing.
+    // Bytes of the write beyond the announced quadlets are ignored.
     const ByteView operands = request.operands.first(std::min(request.operands.size(), std::size_t{4} * request.count));
     if (!countFits || operands.size() < row->bytes) {
         return ignore("wrong count of operands");
@@ -146,7 +146,7 @@ TargetCommands::Result TargetCommands::ReadShellCharacters(Target& target, ByteV
     const auto received = static_cast<std::uint32_t>(taken.characters.size());
     std::copy(taken.characters.begin(), taken.characters.end(), target.session_.ResponseBuffer().begin());
     if (target.description_.protocol == 3) {
-        return Words({received}); // 256 as well, which the host takes for none
+        return Words({received}); // even 256, which the host reads as 0
     }
     const std::uint32_t status = SHELL_IS_ON | (taken.lost > 0 ? SHELL_OVERFLOWED : 0);
     Answer answer = Words({received, status, taken.lost, 0, 0, 0, 0});
@@ -215,7 +215,7 @@ TargetCommands::Result TargetCommands::StartImage(Target& target, ByteView opera
     if (!startable || !target.state_.sections[type].valid) {
         return Words({BAD_CRC_FLAG});
     }
-    target.Restart(type == DEBUGGER); // the debugger image is part of the bootloader's world
+    target.Restart(type == DEBUGGER); // the debugger belongs to the bootloader
     return std::nullopt;
 }
 

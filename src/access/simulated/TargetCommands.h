@@ -1,4 +1,4 @@
-// What each command of the bootloader protocol does to a target.
+// The commands of the bootloader protocol, as a target executes them.
 #pragma once
 
 #include "Target.h"
@@ -6,10 +6,9 @@
 namespace simulator {
 
 struct TargetCommands {
-    using Result = std::optional<Answer>; // nothing: the command gets no answer
+    using Result = std::optional<Answer>; // empty: no answer
 
-    // Nothing also for an unknown command, one with too few operands, and one that the running
-    // application doesn't know.
+    // Empty also for an unknown command, one with too few operands, and one that the running application doesn't know.
     static Result Run(Target& target, const Request& request);
 
 private:
@@ -17,8 +16,8 @@ private:
     struct Row {
         std::uint8_t code;
         const char* name;
-        std::uint8_t quadlets; // announced; key commands announce their name besides
-        std::size_t bytes;     // needed at least
+        std::uint8_t quadlets; // announced; key commands also announce their name
+        std::size_t bytes;     // minimum
         bool whileApplicationRuns;
         Handler handler;
     };

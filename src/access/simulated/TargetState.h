@@ -1,4 +1,4 @@
-// What a target holds in its flash and persistent store.
+// The contents of a target's flash and persistent store.
 #pragma once
 
 #include "BusDescription.h"
@@ -7,21 +7,21 @@ namespace simulator {
 
 struct Section {
     ImageIdentity identity;
-    Bytes content;         // what was loaded; empty for the image that the description speaks of
+    Bytes content;         // as loaded; empty for the described image
     std::uint32_t crc = 0; // CRC-32 of the content
-    bool valid = false;    // may be started
+    bool valid = false;    // can be started
 };
 
 struct TargetState {
     bool inBootloader = false;
-    EightBytes guid{}; // most significant byte first, as the others
+    EightBytes guid{}; // most significant byte first, like the others
     EightBytes debugGuid{};
     EightBytes mac{};                // two bytes of 0, then the six of the address
     std::array<Section, 4> sections; // by ImageType
     KeyTable keys;
 };
 
-// As it leaves the factory: the images of the description count as good.
+// The factory state: the described images count as good.
 inline TargetState FactoryState(const NodeDescription& description) {
     TargetState state;
     state.inBootloader = description.startsInBootloader;

@@ -16,7 +16,7 @@ static std::uint32_t SelfId(std::size_t physId, std::size_t nodeCount, const Top
 
 Bytes TopologyMap(std::uint32_t generation, const std::vector<TopologyNode>& nodes) {
     const auto count = static_cast<std::uint16_t>(nodes.size());
-    Bytes quadlets; // as the CSR holds them, big-endian: what the CRC is taken over
+    Bytes quadlets; // big-endian as in the CSR, for the CRC
     Append32(quadlets, generation, ByteOrder::Big);
     Append32(quadlets, std::uint32_t{count} << 16 | count, ByteOrder::Big);
     for (std::size_t i = 0; i < nodes.size(); ++i) {

@@ -1,4 +1,4 @@
-// The topology map as the library hands it out, and the self-ID packets in it.
+// The topology map as the library returns it, with its self-ID packets.
 #pragma once
 
 #include "WireBytes.h"
@@ -10,7 +10,7 @@ struct TopologyNode {
     bool isHost = false;
 };
 
-// nodes in node-number order: a chain of S400 nodes with three ports each.
+// `nodes` in node-number order: a chain of S400 nodes with three ports each.
 Bytes TopologyMap(std::uint32_t generation, const std::vector<TopologyNode>& nodes);
 
 } // namespace simulator

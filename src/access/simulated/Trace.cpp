@@ -39,7 +39,7 @@ void Trace::WriteNotice(double milliseconds, std::uint32_t number) {
 
 void Trace::WriteLine(const std::string& line) {
     std::fprintf(file_.get(), "%s\n", line.c_str());
-    std::fflush(file_.get()); // whoever ends this process at any moment finds all that happened
+    std::fflush(file_.get()); // so that it is complete whenever the process ends
 }
 
 } // namespace simulator

@@ -1,4 +1,4 @@
-// The record of what happened on the bus, one JSON object a line.
+// A record of what happened on the bus, one JSON object per line.
 #pragma once
 
 #include "Transaction.h"
@@ -11,11 +11,11 @@ namespace simulator {
 
 class Trace {
 public:
-    // An empty path writes nothing. An old file is replaced.
+    // An empty path writes nothing. An existing file is replaced.
     explicit Trace(const std::string& path);
     bool Failed() const { return failed_; }
 
-    // milliseconds since the bus was described; data as it was read or written.
+    // `milliseconds` since the bus was described; data as read or written.
     void Write(double milliseconds, const Transaction& transaction, std::int32_t result);
     void WriteReset(double milliseconds);
     void WriteNotice(double milliseconds, std::uint32_t number);

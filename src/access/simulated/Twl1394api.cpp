@@ -1,5 +1,5 @@
-// The functions of the library's interface: arguments checked, the lock taken, no exception out.
-#pragma GCC visibility push(default) // of all that the library holds, these are shown
+// The functions of the library's interface. They check arguments, take the lock and let no exception out.
+#pragma GCC visibility push(default) // the only symbols that the library exports
 #include "Twl1394api.h"
 #pragma GCC visibility pop
 
@@ -22,7 +22,7 @@ static bool IsDevice(const char* device) {
     return globals.virtualDevice && device != nullptr && std::strcmp(device, VIRTUAL_DEVICE) == 0;
 }
 
-// The operations on the bus itself share their guard: a described bus, our client, our device.
+// Operations on the bus share these conditions: a described bus, our client, our device.
 template <typename Operation>
 static int32_t OnBus(const Twl1394Client* client, const char* device, Operation operation) {
     const std::lock_guard lock(globals.mutex);
@@ -78,7 +78,7 @@ int32_t DeRegisterClient(const Twl1394Client* client) {
         globals.client = nullptr;
         globals.debugLevel = DEBUG_ALWAYS;
     }
-    TheClock().Stop(); // outside the lock, for which the clock's thread may be waiting
+    TheClock().Stop(); // without the lock, which the clock's thread may be waiting for
     return 1;
 }
 
@@ -129,7 +129,7 @@ int32_t RemoveVirtualDriver(const Twl1394Client* client, const Twl1394VirtualDev
 int32_t Get1394AddressFromDeviceObject(const Twl1394Client* client, const char* device,
                                        Twl1394NodeAddressRequest* request) {
     return OnBus(client, device, [request](const Bus& bus) {
-        constexpr uint32_t localBus = 0x3FF; // IEEE 1394-1995: the bus that one is on
+        constexpr uint32_t localBus = 0x3FF; // IEEE 1394-1995: the local bus
         if (request == nullptr) {
             return FAILED;
         }
@@ -206,7 +206,7 @@ int32_t AsyncWriteWrapper(uint32_t nodeNumber, const Twl1394Address* address, ui
 }
 
 uint32_t QueryElapsedTimeMsLongInt(const int64_t* counter) {
-    // Asked for every message, so without the lock: the clock is set before the program's first call.
+    // Called for every message, so without the lock: the clock is set before the program's first call.
     const int64_t now = globals.clock == nullptr ? MonotonicNow() : globals.clock->Now();
     return counter == nullptr ? 0 : static_cast<uint32_t>((now - *counter) / MILLISECOND);
 }

@@ -1,4 +1,4 @@
-// Bytes as they travel on the wire: integers of either order, and hex texts.
+// Bytes on the wire: integers in either byte order, and hex texts.
 #pragma once
 
 #include <array>
@@ -24,13 +24,13 @@ void Put16(ByteSpan bytes, std::size_t offset, std::uint16_t value, ByteOrder or
 void Put32(ByteSpan bytes, std::size_t offset, std::uint32_t value, ByteOrder order);
 void Append32(Bytes& bytes, std::uint32_t value, ByteOrder order);
 
-// The four bytes of each quadlet turned round. The size is a multiple of 4.
+// Reverses the four bytes of each quadlet. The size is a multiple of 4.
 EightBytes TurnQuadlets(const EightBytes& bytes);
 void TurnQuadlets(ByteSpan bytes);
 
-std::string ToHex(ByteView bytes);                 // lower case, nothing between
+std::string ToHex(ByteView bytes);                 // lower case, no separators
 bool FromHex(std::string_view text, Bytes& bytes); // false for an odd count or another character
 
-EightBytes ToEightBytes(std::string_view text, char fill); // cut or filled up
+EightBytes ToEightBytes(std::string_view text, char fill); // truncated or padded
 
 } // namespace simulator
