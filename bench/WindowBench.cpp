@@ -92,11 +92,10 @@ ByteArray RomOf1KiB() {
 
 void RomAsRows(benchmark::State& state) {
     ConfigRomRecord rom;
-    basConfigRom::ReadRomImage(RomOf1KiB(), rom);
+    std::ignore = basConfigRom::ReadRomImage(RomOf1KiB(), rom);
     for (auto _ : state) {
         basConfigRom::RomTree tree;
-        basConfigRom::FormatConfigRomApple(tree, rom);
-        if (tree.Rows.size() < 200)
+        if (basConfigRom::FormatConfigRomApple(tree, rom) != 1 || tree.Rows.size() < 200)
             return state.SkipWithError("rows are missing");
         benchmark::DoNotOptimize(tree);
     }
@@ -105,7 +104,7 @@ BENCHMARK(RomAsRows)->Unit(benchmark::kMillisecond);
 
 void RomInItsWindow(benchmark::State& state) {
     ConfigRomRecord rom;
-    basConfigRom::ReadRomImage(RomOf1KiB(), rom);
+    std::ignore = basConfigRom::ReadRomImage(RomOf1KiB(), rom);
     const ProgramWithWindows program;
     bas1394::globals.DeviceTable[0].ConfigRom = rom;
     for (auto _ : state) {
