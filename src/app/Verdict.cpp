@@ -14,7 +14,7 @@ bool HasWritten(const StepVerdict& step) {
 }
 
 bool IsFailure(const StepVerdict& step) {
-    return step.Decides && step.Outcome != OutcomeKind::Done;
+    return step.Outcome != OutcomeKind::Done && step.Outcome != OutcomeKind::Unconfirmed;
 }
 
 } // namespace
@@ -30,7 +30,8 @@ FlashState RunVerdict::Flash() const {
 void RunVerdict::End(OutcomeKind outcome, std::string reason) {
     if (Outcome != OutcomeKind::Pending)
         return;
-    Outcome = outcome;
+    const bool untouched = outcome == OutcomeKind::Unchanged || outcome == OutcomeKind::Refused;
+    Outcome = untouched && std::ranges::any_of(Steps, HasWritten) ? OutcomeKind::Failed : outcome;
     Reason = std::move(reason);
 }
 
@@ -41,8 +42,8 @@ void RunVerdict::Conclude() {
             End(first, found->Reason);
     }
     const auto failed = std::ranges::find_if(Steps, IsFailure);
-    if (failed != Steps.end()) // a failure after work that stays done is never "unchanged"
-        End(std::any_of(Steps.begin(), failed, HasWritten) ? OutcomeKind::Failed : failed->Outcome, failed->Reason);
+    if (failed != Steps.end())
+        End(failed->Outcome, failed->Reason);
     End(Result < 0 ? OutcomeKind::Failed : OutcomeKind::Done, {});
 }
 

@@ -29,6 +29,7 @@ enum class OutcomeKind {
     Damaged,     // failed after an erase began, or may have begun
     Failed,      // any other failure, also one that leaves part of the work done
     Interrupted, // ended by a signal or by the user
+    Unconfirmed, // of a step only: the device didn't answer, and need not; the run goes on
 };
 
 enum class OperationKind {
@@ -54,7 +55,6 @@ struct StepVerdict {
     OutcomeKind Outcome = OutcomeKind::Pending;
     FlashState Flash = FlashState::Unchanged; // changed by loads only
     std::int32_t Result = -1;                 // the required result code, 1 for success
-    bool Decides = true;                      // false: the run goes on whatever came of it
     std::int64_t Sent = 0, Length = 0;        // bytes of a section or a value
     std::optional<std::uint32_t> PackageCrc, DeviceCrc;
     std::string Reason; // why it isn't done, as one sentence
@@ -67,7 +67,8 @@ struct RunVerdict {
     std::vector<StepVerdict> Steps;
 
     [[nodiscard]] FlashState Flash() const; // over all loads
-    // Sets an outcome that the steps don't show; the first one holds.
+    // Sets an outcome that the steps don't show; the first one holds. A failure after a step that has written
+    // something is never "unchanged" or "refused".
     void End(OutcomeKind outcome, std::string reason);
     // Draws the outcome from the steps, unless End has set one.
     void Conclude();

@@ -1,13 +1,14 @@
-// GUID and MAC: their text, from an option or a file, and the way into the device.
+// GUID and MAC: reads their text from an option or a file and programs them into the device.
 #include "CodePage.h"
 #include "Files.h"
 #include "KeyBatchText.h"
 #include "OneTarget.h"
-#include "RunFailures.h"
+#include "basAutomation.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace basAutomation {
 
@@ -17,7 +18,7 @@ constexpr std::size_t GUID_BYTES = 8;
 constexpr std::size_t MAC_BYTES = 6;
 constexpr std::size_t LONGEST_ITEM = 512; // more than any value that can be good
 
-// What is wrong with a text that should be so many bytes in hex; empty when nothing is.
+// What is wrong with a text that should be so many bytes in hex; empty for a good one.
 std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArray& bytes) {
     if (platform::Trim(text).empty())
         return "it is empty";
@@ -28,7 +29,7 @@ std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArr
     return {};
 }
 
-// A text from outside as a message can show it: short, on one line.
+// A text of a user or a file, for a message: short, on one line.
 std::string Shown(const std::string& text) {
     constexpr std::size_t LONGEST = 40;
     ByteArray characters = platform::AnsiFromText(text);
@@ -39,15 +40,17 @@ std::string Shown(const std::string& text) {
     return platform::TextFromAnsi(characters) + (cut ? "..." : "");
 }
 
-// False, with the reason at ERROR; nothing doubtful gets further than this.
-bool Decode(const char* kind, const std::string& source, const std::string& text, std::size_t byteCount,
-            ByteArray& bytes) {
-    const std::string fault = FaultOfValue(text, byteCount, bytes);
+// Why the text can't be programmed, which is also logged at ERROR; empty for a good one. Nothing doubtful gets past
+// here.
+std::string Decode(const char* kind, const std::string& source, const std::string& text, std::size_t byteCount,
+                   ByteArray& bytes) {
+    std::string fault = FaultOfValue(text, byteCount, bytes);
     if (fault.empty())
-        return true;
-    StatusDisplay(LEVEL_ERROR, "The {} \"{}\" of {} can't be programmed: {}.  Nothing was sent to the device.", kind,
-                  Shown(text), source, fault);
-    return false;
+        return fault;
+    fault = fmt::format("The {} \"{}\" of {} can't be programmed: {}.  Nothing was sent to the device.", kind,
+                        Shown(text), source, fault);
+    StatusDisplay(LEVEL_ERROR, "{}", fault);
+    return fault;
 }
 
 std::string FileSource(const platform::FileName& file) {
@@ -66,93 +69,94 @@ std::string FirstItem(const platform::FileName& file) {
 
 std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, const std::string& text) {
     ByteArray guid;
-    if (!Decode("GUID", source, text, GUID_BYTES, guid))
+    if (!Decode("GUID", source, text, GUID_BYTES, guid).empty())
         return -1;
     basUtils::ChangeEndian(guid);
     const std::int32_t code = basBootloader::ProgramGUID(handle, guid);
     if (code != basBootloader::SUCCESS) {
-        StatusDisplay(LEVEL_ERROR, "ProgramGuidFromString: basBootloader.ProgramGUID returned code 0x{:X}",
-                      static_cast<std::uint32_t>(code));
+        StatusDisplay(LEVEL_ERROR, "ProgramGuidFromString: basBootloader.ProgramGUID returned code 0x{:X}", Bits(code));
     }
     return code;
 }
 
-bool DecodeMacFile(const platform::FileName& file, ByteArray& mac) {
-    if (!Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac))
-        return false;
+std::string DecodeMacFile(const platform::FileName& file, ByteArray& mac) {
+    std::string fault = Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac);
     mac.insert(mac.begin(), 2, 0); // 12 digits of a MAC make the low end of 8 bytes
-    return true;
+    return fault;
 }
 
 // The passes of /G on a chosen device.
-std::int32_t WriteGuidTo(std::int32_t handle, const std::string& guidText) {
-    platform::ResumeNext next{Reporter("WriteGuid")};
+std::int32_t WriteGuidTo(std::int32_t handle, const std::string& guidText, basApp::RunVerdict& verdict) {
+    const auto logFailure = LogFailure("WriteGuid");
     if (!globals.PersistentParamsInitialized) {
         globals.PersistentParamsInitialized = true;
         bool succeeded = false;
-        next([&] { succeeded = SetUpPersistentParams(handle); });
+        platform::Attempt([&] { succeeded = SetUpPersistentParams(handle, verdict); }, logFailure);
         if (succeeded)
             return DEVICE_WAS_RESET; // the GUID goes in on the next pass
     }
-    const std::int32_t code = Code(next, [&] { return ProgramGuidFromString(handle, guidText); });
+    const std::int32_t code = platform::ResultOf([&] { return ProgramGuidFromString(handle, guidText); }, logFailure);
+    const std::string text = fmt::format(
+        "ERROR: ProgramGuidFromString failed, code {}(0x{:X}) in basAutomation.WriteGuid", code, Bits(code));
+    NoteStep(verdict, basApp::OperationKind::ProgramGuid, handle, code, text);
     if (code != basBootloader::SUCCESS) {
-        StatusDisplay(LEVEL_ERROR, "ERROR: ProgramGuidFromString failed, code {}(0x{:X}) in basAutomation.WriteGuid",
-                      code, static_cast<std::uint32_t>(code));
+        StatusDisplay(LEVEL_ERROR, "{}", text);
         return code;
     }
     StatusDisplay(LEVEL_USER, "Successfully set the GUID to the new value.");
-    next([&] { StartApplication(handle); });
+    platform::Attempt([&] { StartApplication(handle, verdict); }, logFailure);
     return code;
 }
 
 } // namespace
 
-bool CheckGuidFile(const platform::FileName& file) {
+std::string FaultOfGuidFile(const platform::FileName& file) {
     ByteArray guid;
     return Decode("GUID", FileSource(file), FirstItem(file), GUID_BYTES, guid);
 }
 
-bool CheckMacFile(const platform::FileName& file) {
+std::string FaultOfMacFile(const platform::FileName& file) {
     ByteArray mac;
     return DecodeMacFile(file, mac);
 }
 
-std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText) {
+std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText, basApp::RunVerdict& verdict) {
     std::int32_t handle = 0, bootloaderVersion = 0;
-    const TargetChoice choice = ChooseTarget("WriteGuid", matchGuid, handle, bootloaderVersion);
+    const TargetChoice choice = ChooseTarget("WriteGuid", matchGuid, handle, bootloaderVersion, verdict);
     if (choice != TargetChoice::One)
         return choice == TargetChoice::NoMatch ? -1 : 0;
     ByteArray guid; // a bad one is reported before the persistent parameters are lost for it
-    if (!Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid))
+    if (std::string fault = Decode("GUID", GUID_OPTION, guidText, GUID_BYTES, guid); !fault.empty()) {
+        verdict.End(basApp::OutcomeKind::Refused, std::move(fault));
         return 0;
+    }
     if (bootloaderVersion != 0)
-        return WriteGuidTo(handle, guidText);
-    platform::Attempt([&] { ResetIntoBootloader(handle); }, Reporter("WriteGuid"));
+        return WriteGuidTo(handle, guidText, verdict);
+    platform::Attempt([&] { ResetIntoBootloader(handle, verdict); }, LogFailure("WriteGuid"));
     return DEVICE_WAS_RESET;
 }
 
 std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text) {
-    platform::ResumeNext next{platform::IgnoreFailure};
-    return Code(next, [&] { return ProgramGuidBytes(handle, GUID_OPTION, text); });
+    return platform::ResultOf([&] { return ProgramGuidBytes(handle, GUID_OPTION, text); }, platform::IgnoreFailure);
 }
 
 std::int32_t ProgramGuidFromFile(std::int32_t handle, const platform::FileName& file) {
-    if (!CheckFile(file))
+    if (!FaultOfFile(file).empty())
         return -1;
-    platform::ResumeNext next{platform::IgnoreFailure};
-    const std::int32_t code = Code(next, [&] { return ProgramGuidBytes(handle, FileSource(file), FirstItem(file)); });
+    const std::int32_t code = platform::ResultOf(
+        [&] { return ProgramGuidBytes(handle, FileSource(file), FirstItem(file)); }, platform::IgnoreFailure);
     if (code != basBootloader::SUCCESS) {
         StatusDisplay(LEVEL_ERROR, "ProgramGuidFromFile: basAutomation.ProgramGuidFromString returned code 0x{:X}",
-                      static_cast<std::uint32_t>(code));
+                      Bits(code));
     }
     return code;
 }
 
 std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& file) {
-    if (!CheckFile(file))
+    if (!FaultOfFile(file).empty())
         return 0;
     ByteArray mac;
-    if (!DecodeMacFile(file, mac))
+    if (!DecodeMacFile(file, mac).empty())
         return -1;
     basUtils::ChangeEndian(mac);
     const std::int32_t code = basBootloader::ProgramMAC(handle, mac);
@@ -160,7 +164,7 @@ std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& f
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Program new MAC address.  basBootloader.ProgramMAC failed, code {} (0x{:X}) in "
                       "ProgramMacFromFile",
-                      code, static_cast<std::uint32_t>(code));
+                      code, Bits(code));
     }
     return code;
 }

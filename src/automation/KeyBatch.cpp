@@ -1,18 +1,19 @@
-// A batch from its start to its end, and its operations carried out. KeyBatchFile.cpp reads it,
-// KeyBatchReport.cpp writes what it leaves.
+// Runs a batch. KeyBatchFile.cpp reads it, KeyBatchReport.cpp writes its report and data files.
 #include "KeyBatch.h"
 
 #include "CodePage.h"
 #include "KeyBatchParts.h"
+#include "OneTarget.h"
 #include "Paths.h"
 #include "Processes.h"
-#include "RunFailures.h"
 #include "WindowSystem.h"
+#include "basAutomation.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace basAutomation {
 
@@ -20,7 +21,7 @@ namespace {
 
 using basBootloader::SUCCESS;
 
-// The handle of the first target, whose GUID takes the place of the word for it. 0 when there is none.
+// The handle of the first target, 0 without one. Its GUID takes the place of "--single" in `deviceId`.
 std::int32_t HandleOfFirstTarget(ByteArray& deviceId) {
     const BootloaderTarget& first = basBootloader::globals.TargetList.front();
     if (first.Handle > 0)
@@ -28,7 +29,7 @@ std::int32_t HandleOfFirstTarget(ByteArray& deviceId) {
     return first.Handle;
 }
 
-// Devices that share a GUID may share one record of the list too: a value could reach either.
+// Devices with the same GUID may share one record of the list, so that a value could reach either.
 bool IsUnique(const ByteArray& deviceId) {
     const auto sharing = std::ranges::count_if(basBootloader::globals.CompatibleGuids, [&](const auto& guid) {
         return std::equal(guid.begin(), guid.end(), deviceId.begin(), deviceId.end());
@@ -56,11 +57,11 @@ void Read(std::int32_t handle, KeyOperation& operation) {
     operation.Status = basBootloader::ReadKey(handle, operation.KeyName, operation.Data);
     if (operation.Status != SUCCESS) {
         StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: failed to read key value, code 0x{:X}.",
-                      Hex(operation.Status));
+                      Bits(operation.Status));
         return;
     }
     if (!operation.Data.empty())
-        operation.Data.pop_back(); // the spare byte behind the value
+        operation.Data.pop_back(); // the spare byte after the value
     TellData("received", "from", operation.Data);
     if (operation.Data.size() < SHORTEST_VALUE)
         operation.Status = -1;
@@ -72,7 +73,7 @@ void Write(std::int32_t handle, KeyOperation& operation) {
         TellData("sent", "to", operation.Data);
     else
         StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: failed to write key value, code 0x{:X}.",
-                      Hex(operation.Status));
+                      Bits(operation.Status));
 }
 
 void PerformOnce(KeyOperation& operation) {
@@ -88,8 +89,8 @@ void PerformOnce(KeyOperation& operation) {
         Write(handle, operation);
 }
 
-// A turn for the window system, and more of them until a bus reset has been handled: behind one the
-// node numbers at hand may be those of other devices. False when it stays.
+// Gives the window system turns until no bus reset is pending: after one the node numbers at hand may be those of
+// other devices. False when it stays pending.
 bool BusIsKnown() {
     constexpr std::int32_t MOST_TURNS = 500;
     constexpr std::uint32_t PAUSE = 20; // ms
@@ -101,8 +102,8 @@ bool BusIsKnown() {
     return !bas1394::globals.BusResetPending;
 }
 
-// Nothing once the run is to end; an operation that has begun comes to its end all the same.
-// A success with a bus reset in it may be that of another device, so the operation is done anew.
+// Does nothing once the run is to end; an operation that has begun is finished all the same.
+// A success across a bus reset may be that of another device, so the operation is repeated.
 void Perform(KeyOperation& operation) {
     constexpr int MOST_ATTEMPTS = 3;
     for (int attempt = 0; attempt < MOST_ATTEMPTS && BusIsKnown(); ++attempt) {
@@ -127,18 +128,56 @@ void ShowStatusFile() {
         platform::Shell("cmd /c start notepad.exe " + globals.StatusFile);
 }
 
-// False, with its ERROR, when there is no such file, or its name could be that of several.
-bool IsBatchFile(const platform::FileName& file) {
+// Logs at ERROR, and returns, that there is no such file, or that its name could be that of several; empty for a
+// batch file.
+std::string FaultOfBatchFile(const platform::FileName& file) {
     if (!FileIsThere(file)) {
         TellMissing("PerformKeyBatchOperation", file);
-        return false;
+        return fmt::format("The key batch \"{}\" does not exist.", file);
     }
     const std::vector<std::string> meant = platform::PathsMeant(file.Typed);
-    if (meant.size() > 1) {
-        StatusDisplay(LEVEL_ERROR, "PerformKeyBatchOperation: \"{}\" could be any of {}.  Can't perform operation!",
-                      file, platform::Quoted(meant));
-    }
-    return meant.size() == 1;
+    if (meant.size() <= 1)
+        return {};
+    std::string fault = fmt::format("PerformKeyBatchOperation: \"{}\" could be any of {}.  Can't perform operation!",
+                                    file, platform::Quoted(meant));
+    StatusDisplay(LEVEL_ERROR, "{}", fault);
+    return fault;
+}
+
+basApp::OutcomeKind OutcomeOf(const KeyOperation& operation) {
+    if (operation.NotDone)
+        return basApp::OutcomeKind::Interrupted;
+    return operation.Status == SUCCESS ? basApp::OutcomeKind::Done : basApp::OutcomeKind::Failed;
+}
+
+void NoteOperation(const KeyOperation& operation, basApp::RunVerdict& verdict) {
+    const bool reads = operation.Operation == READ_KEY_OPERATION;
+    basApp::StepVerdict& step =
+        NoteStep(verdict, reads ? basApp::OperationKind::ReadKey : basApp::OperationKind::WriteKey,
+                 HandleOfGuid(operation.DeviceId), operation.Status,
+                 operation.NotDone ? "The program was closed before the operation."
+                                   : fmt::format("The operation failed, code {}.", operation.Status));
+    step.Outcome = OutcomeOf(operation);
+    step.Key = operation.KeyName;
+    step.File = operation.DataFile;
+    step.Length = std::ssize(operation.Data);
+    step.Sent = step.Outcome == basApp::OutcomeKind::Done ? step.Length : 0;
+}
+
+// The operations, and what kept the batch as a whole from being done.
+void NoteBatch(const std::vector<KeyOperation>& operations, std::int32_t dropped, bool reported,
+               basApp::RunVerdict& verdict) {
+    const auto note = [&](basApp::OutcomeKind outcome, std::string reason) {
+        NoteStep(verdict, basApp::OperationKind::None, 0, basBootloader::FAILED, std::move(reason)).Outcome = outcome;
+    };
+    for (std::size_t i = 1; i < operations.size(); ++i)
+        NoteOperation(operations[i], verdict);
+    if (dropped > 0)
+        note(basApp::OutcomeKind::Refused, fmt::format("{} lines of the batch make no operation.", dropped));
+    else if (operations.size() == 1)
+        note(basApp::OutcomeKind::Refused, "The batch has no operation.");
+    if (!reported)
+        note(basApp::OutcomeKind::Failed, "The report of the batch is incomplete.");
 }
 
 } // namespace
@@ -152,7 +191,7 @@ std::int32_t HandleOfGuid(const ByteArray& deviceId) {
 }
 
 std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
-    platform::ResumeNext next{Reporter("PerformKeyOperations")};
+    platform::ResumeNext next{LogFailure("PerformKeyOperations")};
     std::int32_t result = -1;
     for (std::size_t i = 1; i < operations.size(); ++i) {
         operations[i].NotDone = basApp::globals.EndRequested;
@@ -169,27 +208,30 @@ std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
     return result;
 }
 
-std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile) {
-    platform::ResumeNext next{Reporter("PerformKeyBatchOperation")};
-    if (!IsBatchFile(batchFile)) {
-        next(ShowStatusFile);
+std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basApp::RunVerdict& verdict) {
+    const auto logFailure = LogFailure("PerformKeyBatchOperation");
+    const auto refuse = [&](std::string reason) {
+        verdict.End(basApp::OutcomeKind::Refused, std::move(reason));
+        platform::Attempt(ShowStatusFile, logFailure);
         return -1;
-    }
+    };
+    if (std::string fault = FaultOfBatchFile(batchFile); !fault.empty())
+        return refuse(std::move(fault));
     globals.KeyBatchDirectory = FolderOf(batchFile);
     std::vector<KeyOperation> operations;
-    // The word for a step that failed; the others go on.
-    const auto done = [&](const char* step, std::int32_t code) {
+    std::int32_t dropped = 0;
+    // True when the step worked; a failed one is reported, and the others go on.
+    const auto works = [&](const char* step, auto&& run) {
+        const std::int32_t code = platform::ResultOf(run, logFailure);
         if (code != SUCCESS)
-            StatusDisplay(LEVEL_ERROR, "PerformKeyBatchOperation error: {} returned code 0x{:X}", step, Hex(code));
+            StatusDisplay(LEVEL_ERROR, "PerformKeyBatchOperation error: {} returned code 0x{:X}", step, Bits(code));
         return code == SUCCESS;
     };
-    if (!done("GetKeyOperationsFromFile",
-              Code(next, [&] { return GetKeyOperationsFromFile(batchFile, operations); }))) {
-        next(ShowStatusFile);
-        return -1;
-    }
-    done("PerformKeyOperations", Code(next, [&] { return PerformKeyOperations(operations); }));
-    done("DumpKeyBatchOutput", Code(next, [&] { return DumpKeyBatchOutput(operations, batchFile); }));
+    if (!works("GetKeyOperationsFromFile", [&] { return GetKeyOperationsFromFile(batchFile, operations, dropped); }))
+        return refuse(fmt::format("The key batch \"{}\" can't be read.", batchFile));
+    works("PerformKeyOperations", [&] { return PerformKeyOperations(operations); });
+    const bool reported = works("DumpKeyBatchOutput", [&] { return DumpKeyBatchOutput(operations, batchFile); });
+    NoteBatch(operations, dropped, reported, verdict);
     return 1;
 }
 

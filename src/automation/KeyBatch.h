@@ -1,9 +1,10 @@
-// A key batch: a file that lists reads and writes of persistent keys, carried out in one go, with a
-// data file for each operation that worked and a report beside the batch file.
+// A key batch: a file that lists reads and writes of persistent keys. They are carried out in one go; each operation
+// that works leaves a data file, and the batch a report beside its own file.
 #pragma once
 
 #include "FileName.h"
 #include "KeyBatchText.h"
+#include "Verdict.h"
 
 #include <cstdint>
 #include <string>
@@ -13,20 +14,23 @@ namespace basAutomation {
 
 // In lists of operations element 0 is unused.
 
-// The whole batch. 1 once the report was due; -1 when the batch file is missing, can't be read or
-// could be one of several.
-std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile);
-// 1; -1 when the file doesn't exist. Data files are looked for in KeyBatchDirectory.
-std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile, std::vector<KeyOperation>& operations);
+// The whole batch. 1 when it came as far as its report; -1 when the batch file is missing, can't be read or
+// could be one of several. Adds a step for each operation to the verdict of the run.
+[[nodiscard]] std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basApp::RunVerdict& verdict);
+// 1; -1 when the file doesn't exist. Data files are looked for in KeyBatchDirectory. `dropped` gets the number of
+// lines that make no operation.
+[[nodiscard]] std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile,
+                                                    std::vector<KeyOperation>& operations, std::int32_t& dropped);
 // 1; -1 and one zero byte when no text remains.
-std::int32_t GetKeyDataFromFile(const platform::FileName& file, ByteArray& data);
+[[nodiscard]] std::int32_t GetKeyDataFromFile(const platform::FileName& file, ByteArray& data);
 // In file order, past every failure. 1 when at least one succeeded, otherwise -1.
-std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations);
-// 1; -1 when a data file in its way can't be replaced, or there is no report.
-std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const platform::FileName& batchFile);
+[[nodiscard]] std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations);
+// 1; -1 when an existing data file can't be replaced, or the report can't be written.
+[[nodiscard]] std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations,
+                                              const platform::FileName& batchFile);
 
-// What mnuExecuteKeyBatch does: prepares the run of batch-operations\keybatch.html, which the
+// For mnuExecuteKeyBatch: prepares the run of batch-operations\keybatch.html, which the
 // scheduler then carries out. 1; anything else: the program has to end at once.
-std::int32_t ExecuteKeyBatchFromMenu();
+[[nodiscard]] std::int32_t ExecuteKeyBatchFromMenu();
 
 } // namespace basAutomation

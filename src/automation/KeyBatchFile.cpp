@@ -1,10 +1,10 @@
-// A batch file and the data files of its writes, read.
+// Reads a batch file and the data files of its writes.
 #include "CodePage.h"
 #include "Files.h"
 #include "KeyBatch.h"
 #include "KeyBatchParts.h"
 #include "Paths.h"
-#include "RunFailures.h"
+#include "basAutomation.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -18,7 +18,7 @@ using basBootloader::SUCCESS;
 using platform::Failure;
 
 constexpr std::int32_t INPUT_PAST_END = 62;     // the classic number of a read beyond the end of a file
-constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // of one file: it could be any file, of any size
+constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // of one file, which could be any file of any size
 
 std::string TextOfFile(const platform::FileName& file) {
     const ByteArray bytes = platform::ReadWholeFile(file.Typed);
@@ -27,7 +27,7 @@ std::string TextOfFile(const platform::FileName& file) {
     return platform::TextFromAnsi(bytes);
 }
 
-// The faults of one file. The first ones are reported; a file that isn't a batch at all has too many.
+// Reports the first faults of one file; a file of another kind has too many.
 class FaultLog {
 public:
     explicit FaultLog(const platform::FileName& file) : file_(file.Shown) {}
@@ -45,8 +45,8 @@ private:
     std::int32_t count_ = 0;
 };
 
-// For the ResumeNext of a procedure that reads a file.
-auto FaultReporter(FaultLog& faults, const char* procedure) {
+// The overload for a procedure that reads a file.
+auto LogFailure(FaultLog& faults, const char* procedure) {
     return [&faults, procedure](const Failure& failure) {
         faults(LEVEL_ERROR, "Error #{}: {} in {}", failure.Number, failure.Description, procedure);
     };
@@ -84,7 +84,7 @@ bool TakeWrite(const Words& words, KeyOperation& operation, FaultLog& faults) {
     return true;
 }
 
-// False when the words make no operation.
+// False for words that make no operation.
 bool TakeOperation(const Words& words, const platform::FileName& batchFile, KeyOperation& operation, FaultLog& faults) {
     const std::string kind = platform::LowerCase(words[0]);
     if (kind == "read")
@@ -99,7 +99,7 @@ void TakeDevice(const std::string& word, KeyOperation& operation) {
     if (platform::LowerCase(word).find("--single") != std::string::npos)
         operation.DeviceId = {FIRST_TARGET};
     else
-        basUtils::HexString2Ascii(word, operation.DeviceId); // a failure leaves one zero byte, which is nobody's
+        basUtils::HexString2Ascii(word, operation.DeviceId); // a failure leaves one zero byte, which no device has
 }
 
 } // namespace
@@ -120,7 +120,7 @@ void TellMissing(const char* procedure, const platform::FileName& file) {
 
 std::int32_t GetKeyDataFromFile(const platform::FileName& file, ByteArray& data) {
     FaultLog faults(file);
-    platform::ResumeNext next{FaultReporter(faults, "GetKeyDataFromFile")};
+    platform::ResumeNext next{LogFailure(faults, "GetKeyDataFromFile")};
     std::string text, joined;
     next([&] { text = TextOfFile(file); });
     ForEachLine(
@@ -130,14 +130,16 @@ std::int32_t GetKeyDataFromFile(const platform::FileName& file, ByteArray& data)
     return joined.empty() ? -1 : 1;
 }
 
-std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile, std::vector<KeyOperation>& operations) {
+std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile, std::vector<KeyOperation>& operations,
+                                      std::int32_t& dropped) {
     operations.assign(1, {});
+    dropped = 0;
     if (!FileIsThere(batchFile)) {
         TellMissing("GetKeyOperationsFromFile", batchFile);
         return -1;
     }
     FaultLog faults(batchFile);
-    platform::ResumeNext next{FaultReporter(faults, "GetKeyOperationsFromFile")};
+    platform::ResumeNext next{LogFailure(faults, "GetKeyOperationsFromFile")};
     std::string text;
     next([&] { text = TextOfFile(batchFile); });
     const auto takeLine = [&](std::string& line) {
@@ -146,8 +148,10 @@ std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile, std::
         if (line.find_first_not_of(' ') == std::string::npos)
             return;
         SplitArguments(line, words);
-        if (!TakeOperation(words, batchFile, operation, faults))
+        if (!TakeOperation(words, batchFile, operation, faults)) {
+            ++dropped;
             return;
+        }
         next([&] { TakeDevice(words[1], operation); });
         operations.push_back(std::move(operation));
     };

@@ -1,11 +1,11 @@
-// What a batch leaves: the report beside it, and a data file for each operation that worked.
+// Writes the report of a batch, and a data file for each operation that worked.
 #include "CodePage.h"
 #include "Files.h"
 #include "KeyBatch.h"
 #include "KeyBatchParts.h"
 #include "Paths.h"
 #include "Processes.h"
-#include "RunFailures.h"
+#include "basAutomation.h"
 #include "basBootloader.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
@@ -41,9 +41,9 @@ ByteArray BytesOf(const std::vector<std::string>& lines) {
     return platform::AnsiFromText(text);
 }
 
-// --- Where a value may go ---
+// --- Where a value may be written ---
 
-// Files of the program in its directory, and folders of which every file is one.
+// Files and folders of the program in its directory.
 constexpr const char* PROGRAM_FILES[] = {
     "HoistlineApp",       "twd",         "romview",       "Twl1394api.so",     "db1.mdb",
     "db1.mdb-wal",        "db1.mdb-shm", "db1_clean.mdb", "db1-compacted.mdb", "debug_log.mdb",
@@ -59,14 +59,14 @@ bool LiesWithin(const fs::path& path, const fs::path& folder) {
     return std::ranges::mismatch(folder, path).in1 == folder.end();
 }
 
-// By the files themselves: one has many spellings, and names that links gave it.
+// Compares the files themselves, since one can have several names.
 bool IsSameFile(const fs::path& one, const fs::path& other) {
     std::error_code error;
     return one == other || fs::equivalent(one, other, error);
 }
 
 bool IsProgramFile(const fs::path& path) {
-    const fs::path lowered = platform::LowerCase(path.string()); // the program would find its file in any spelling
+    const fs::path lowered = platform::LowerCase(path.string()); // the program finds its files in any spelling
     return std::ranges::any_of(
         std::array{platform::ProgramDirectory(), platform::ExecutableDirectory()}, [&](const std::string& directory) {
             return std::ranges::any_of(PROGRAM_FILES, [&](const char* name) {
@@ -78,7 +78,7 @@ bool IsProgramFile(const fs::path& path) {
 
 // --- The report ---
 
-// A report that is being written, and the data files beside it.
+// The report and the data files of one batch.
 class Report {
 public:
     Report(const platform::FileName& batchFile, std::size_t operationCount);
@@ -86,16 +86,16 @@ public:
     const platform::FileName& File() const { return report_; }
     void Write(const std::vector<std::string>& lines);
     void WriteEnd();
-    // False when a file is in the way that can't be replaced.
+    // False when an existing file can't be replaced.
     bool WriteDataFile(KeyOperation& operation);
 
 private:
-    // Neither the batch itself nor its report, the status file or the program is ever replaced by a value.
+    // The batch itself, its report, the status file and the program are never replaced by a value.
     bool IsInUse(const std::string& path) const;
     void ReplaceDataFile(const std::string& path, const KeyOperation& operation);
     void NotePlace(const std::string& path, const std::string& dataFile);
 
-    platform::ResumeNext<decltype(Reporter(""))> next_{Reporter("DumpKeyBatchOutput")};
+    platform::ResumeNext<decltype(LogFailure(""))> next_{LogFailure("DumpKeyBatchOutput")};
     platform::FileName batchFile_, report_;
     BatchFacts facts_;
     OutputFileOwner file_;
@@ -103,7 +103,7 @@ private:
     std::vector<std::string> outside_; // the data files outside the folder of the batch
 };
 
-// Its name in the spelling of the batch's own: the command line comes in capitals.
+// In the spelling of the batch file's own name, since the command line is in upper case.
 platform::FileName ReportPath(const platform::FileName& batchFile) {
     const platform::FileName folder = FolderOf(batchFile);
     const auto found = platform::FindFirstFileA(batchFile.Typed);
@@ -135,12 +135,12 @@ bool Report::IsInUse(const std::string& path) const {
                                [&](const std::string& used) { return IsSameFile(file, RealPath(used)); });
 }
 
-// The old file goes when the new one is whole: that of a write is the only copy of what was written.
+// The old file is kept until the new one is complete: a write's data file is the only copy of its value.
 void Report::ReplaceDataFile(const std::string& path, const KeyOperation& operation) {
     if (path.size() > LONGEST_PATH || IsInUse(path))
         platform::Raise(platform::PATH_ACCESS_ERROR, platform::DescriptionOf(platform::PATH_ACCESS_ERROR));
     if (fs::is_symlink(platform::ResolvePath(path)))
-        platform::DeleteFile(path); // a batch comes from elsewhere, and so may a link beside it
+        platform::DeleteFile(path); // the link may be as foreign as the batch
     platform::WriteFileAtomically(path, BytesOf(DataFileLines(operation, facts_, MakerOf(operation.DeviceId))));
 }
 
@@ -158,7 +158,7 @@ bool Report::WriteDataFile(KeyOperation& operation) {
     const bool exists = FileIsThere(path);
     if (exists)
         StatusDisplay(LEVEL_USER, "Overwriting existing file '{}'", path);
-    bool refused = false; // not for want of room, say
+    bool refused = false; // as opposed to a full disk
     const bool written = next_([&] {
         try {
             ReplaceDataFile(path.Typed, operation);
@@ -172,7 +172,7 @@ bool Report::WriteDataFile(KeyOperation& operation) {
         return true;
     }
     if (operation.Operation == READ_KEY_OPERATION)
-        operation.Status = -1; // its value is nowhere
+        operation.Status = -1; // its value is lost
     if (exists && refused) {
         StatusDisplay(LEVEL_ERROR, "DumpKeyBatchOutput: failed to remove existing file'{}', aborting operation!", path);
         return false;
@@ -181,7 +181,7 @@ bool Report::WriteDataFile(KeyOperation& operation) {
     return true;
 }
 
-// Where the report can link to it; empty when it is nowhere.
+// The path for the report's link; empty when it isn't found.
 std::string FindStatusFile() {
     for (const platform::FileName& folder :
          {globals.KeyBatchDirectory, platform::FileName(platform::ProgramDirectory() + "\\"),
@@ -205,7 +205,7 @@ std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const pla
         if (operation.Status == SUCCESS && !report.WriteDataFile(operation))
             return -1;
         if (operation.Status != SUCCESS && !operation.NotDone)
-            StatusDisplay(LEVEL_USER, "# FAILED, code 0x{:X}", Hex(operation.Status));
+            StatusDisplay(LEVEL_USER, "# FAILED, code 0x{:X}", Bits(operation.Status));
         report.Write(ReportRow(operation));
     }
     report.WriteEnd();
@@ -213,7 +213,7 @@ std::int32_t DumpKeyBatchOutput(std::vector<KeyOperation>& operations, const pla
         return -1;
     if (globals.ShowOutputOnExit)
         platform::Attempt([&] { platform::Shell("cmd /c start " + report.File().Typed); },
-                          Reporter("DumpKeyBatchOutput"));
+                          LogFailure("DumpKeyBatchOutput"));
     return 1;
 }
 

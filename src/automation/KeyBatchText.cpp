@@ -30,7 +30,7 @@ std::string DeviceDigits(const KeyOperation& operation) {
     return basUtils::ByteArrayToHexString(operation.DeviceId, static_cast<std::int32_t>(operation.DeviceId.size()));
 }
 
-// What a browser takes for a path with a drive letter; any other path as it is.
+// A path with a drive letter as a browser takes it; any other path unchanged.
 std::string LinkOf(std::string path) {
     if (path.find(':') == std::string::npos)
         return path;
@@ -50,8 +50,7 @@ std::string ResultCell(const KeyOperation& operation) {
         return std::string("SUCCESS") + CELL;
     if (operation.NotDone)
         return "FAILED, not done: the program was closed";
-    return operation.Status == -1 ? "FAILED"
-                                  : fmt::format("FAILED, code 0x{:X}", static_cast<std::uint32_t>(operation.Status));
+    return operation.Status == -1 ? "FAILED" : fmt::format("FAILED, code 0x{:X}", Bits(operation.Status));
 }
 
 std::string MakerLine(const std::optional<MakerTexts>& maker) {
@@ -98,7 +97,7 @@ std::string_view ItemReader::NextQuoted() {
     const std::size_t end = std::min(text_.find('"', start), text_.size());
     position_ = std::min(end + 1, text_.size());
     SkipBlanks();
-    SkipOneEnd(); // what else stands behind the quotation is an item of its own
+    SkipOneEnd(); // anything else after the quotation is an item of its own
     return text_.substr(start, end - start);
 }
 
@@ -248,7 +247,7 @@ std::vector<std::string> DataFileLines(const KeyOperation& operation, const Batc
                                    "# Status: OK",
                                    "# DATA:",
                                    RULE};
-    for (std::string& line : lines) // a second line of one would be read back as data
+    for (std::string& line : lines) // the rest after a line end would be read back as data
         std::ranges::replace_if(
             line, [](char c) { return LINE_ENDS.find(c) != std::string_view::npos; }, ' ');
     lines.push_back(platform::TextFromAnsi(operation.Data));

@@ -1,29 +1,41 @@
-// What the two ways of programming one device have in common (Programming.cpp, Identity.cpp).
+// What the two ways of programming one device share (Programming.cpp, Identity.cpp).
 #pragma once
 
 #include "FileName.h"
+#include "Verdict.h"
 
 #include <cstdint>
 #include <string>
 
 namespace basAutomation {
 
-enum class TargetChoice { One, NoMatch, NotOne };
+enum class TargetChoice { One, NoMatch, None, Several };
 
-// The one device to work on, its handle and bootloader version (0: it runs its application).
-// Anything but One has its ERROR line; `caller` stands in front of it, "" for none.
-TargetChoice ChooseTarget(const std::string& caller, const std::string& matchGuid, std::int32_t& handle,
-                          std::int32_t& bootloaderVersion);
-// The reset's own result makes no difference: the next pass looks at the device anew.
-void ResetIntoBootloader(std::int32_t handle);
+// Adds a step on the device of `handle`: done when `code` is 1, else failed for `reason`. The reference lasts until the
+// next step.
+basApp::StepVerdict& NoteStep(basApp::RunVerdict& verdict, basApp::OperationKind operation, std::int32_t handle,
+                              std::int32_t code, std::string reason);
+// The same for a step that the device need not answer: done or unconfirmed.
+void NoteUnansweredStep(basApp::RunVerdict& verdict, basApp::OperationKind operation, std::int32_t handle,
+                        std::int32_t code, std::string reason);
+
+// The one device to work on, its handle and bootloader version (0: it runs its application). Anything but One has its
+// ERROR line and ends the verdict; `caller` is the name in front of the line.
+[[nodiscard]] TargetChoice ChooseTarget(const std::string& caller, const std::string& matchGuid, std::int32_t& handle,
+                                        std::int32_t& bootloaderVersion, basApp::RunVerdict& verdict);
+// The result of the reset makes no difference: the next pass looks at the device again.
+void ResetIntoBootloader(std::int32_t handle, basApp::RunVerdict& verdict);
 // True when the target answered. Its failure is logged and harmless.
-bool SetUpPersistentParams(std::int32_t handle);
-// Failure is only noted: a bootloader that starts the image at once can't answer.
-void StartApplication(std::int32_t handle);
-// ERROR and false for a file that isn't there, or whose name could mean several.
-bool CheckFile(const platform::FileName& file);
-// False, with the reason at ERROR, when the first item of the file can't be programmed.
-bool CheckGuidFile(const platform::FileName& file);
-bool CheckMacFile(const platform::FileName& file);
+bool SetUpPersistentParams(std::int32_t handle, basApp::RunVerdict& verdict);
+// A failure is only logged: a bootloader that starts the image at once can't answer.
+void StartApplication(std::int32_t handle, basApp::RunVerdict& verdict);
+
+// Each of these logs at ERROR what it finds, and returns it; empty for a file that can be used.
+
+// A file that doesn't exist, or whose name could mean several.
+[[nodiscard]] std::string FaultOfFile(const platform::FileName& file);
+// The first item of the file can't be programmed.
+[[nodiscard]] std::string FaultOfGuidFile(const platform::FileName& file);
+[[nodiscard]] std::string FaultOfMacFile(const platform::FileName& file);
 
 } // namespace basAutomation

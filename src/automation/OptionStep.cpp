@@ -1,9 +1,10 @@
 // What each option sets. Some commands must be the whole element; the others are its first two
-// characters, with the argument behind them.
+// characters, followed by the argument.
 #include "CodePage.h"
 #include "basAutomation.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace basAutomation {
 
@@ -13,7 +14,7 @@ constexpr const char* DTCP_IMAGE = "DTCP\\GUID\\MACID\\Config_Image.twd";
 constexpr const char* DTCP_GUID = "DTCP\\GUID\\MACID\\GUID.txt";
 constexpr const char* DTCP_MAC = "DTCP\\GUID\\MACID\\MACID.txt";
 
-// Noted and logged only: what the option set stays in force.
+// Logged only: the settings of the option stay in force.
 void RefuseCompany(const std::string& command) {
     if (platform::UpperCase(platform::Trim(basApp::globals.CommandLine)) != command)
         StatusDisplay(LEVEL_ERROR, "The {} command cannot be used with other command-line options!", command);
@@ -64,18 +65,23 @@ std::string ArgumentWithoutBlanks(const std::string& option) {
 }
 
 // A run that did nothing must not look like one that did its work.
-void NotAvailable(const std::string& command) {
-    StatusDisplay(LEVEL_ERROR, "The option {} has no operation in this version; nothing was done for it.", command);
+void PassOver(std::string reason) {
+    StatusDisplay(LEVEL_ERROR, "{}", reason);
+    globals.IdleOptions.push_back(std::move(reason));
 }
 
-// An empty value counts as not given, which deserves a line.
+void NotAvailable(const std::string& command) {
+    PassOver(fmt::format("The option {} has no operation in this version; nothing was done for it.", command));
+}
+
+// An empty value counts as not given.
 template <class Text> Text Value(const std::string& command, Text value) {
     if (value.empty())
-        StatusDisplay(LEVEL_ERROR, "The option {} has no value and is passed over.", command);
+        PassOver(fmt::format("The option {} has no value and is passed over.", command));
     return value;
 }
 
-// The argument of an option as a file: shown in capitals, opened as it was typed.
+// The argument of an option as a file: shown in upper case, opened as it was typed.
 platform::FileName File(const std::string& option, const std::string& typed) {
     return {Argument(option), Argument(typed)};
 }

@@ -2,229 +2,270 @@
 // bootloader, and the start of the application.
 #include "ImageDownload.h"
 #include "OneTarget.h"
-#include "RunFailures.h"
+#include "basAutomation.h"
 #include "basBootloader.h"
+
+#include <utility>
 
 namespace basAutomation {
 
 namespace {
 
+using basApp::OperationKind;
+using basApp::OutcomeKind;
+using basApp::RunVerdict;
 using basBootloader::SUCCESS;
 
-std::uint32_t Hex(std::int32_t code) {
-    return static_cast<std::uint32_t>(code);
-}
-
-// What one pass is to program; a file name that is empty isn't wanted.
+// What one pass is to program; an empty file name means nothing.
 struct Work {
     bool programGuid, programMac;
     const platform::FileName &imageFile, &bootloaderFile;
 };
 
-bool FilesExist(const Work& work) {
-    return (work.imageFile.empty() || CheckFile(work.imageFile)) &&
-           (work.bootloaderFile.empty() || CheckFile(work.bootloaderFile)) &&
-           (!work.programGuid || CheckFile(globals.GuidFile)) && (!work.programMac || CheckFile(globals.MacFile));
+std::string FaultOfFiles(const Work& work) {
+    std::string fault;
+    if (!work.imageFile.empty())
+        fault = FaultOfFile(work.imageFile);
+    if (fault.empty() && !work.bootloaderFile.empty())
+        fault = FaultOfFile(work.bootloaderFile);
+    if (fault.empty() && work.programGuid)
+        fault = FaultOfFile(globals.GuidFile);
+    if (fault.empty() && work.programMac)
+        fault = FaultOfFile(globals.MacFile);
+    return fault;
 }
 
-bool CheckHardware(const platform::FileName& file, const TwdHeader& package, std::int32_t handle) {
+std::string FaultOfHardware(const platform::FileName& file, const TwdHeader& package, std::int32_t handle) {
     const std::int32_t model =
         basBootloader::globals.TargetList.at(static_cast<std::size_t>(basBootloader::GetDeviceIndex(handle)))
             .Info.HardwareModelID;
     if (package.HardwareID == model || basApp::globals.OverrideHardwareCompatibility)
-        return true;
-    StatusDisplay(LEVEL_ERROR,
-                  "Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target Hardware "
-                  "ID = {}(0x{:X}), file '{}'",
-                  package.HardwareID, Hex(package.HardwareID), model, Hex(model), file);
-    return false;
+        return {};
+    return fmt::format(
+        "Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target Hardware "
+        "ID = {}(0x{:X}), file '{}'",
+        package.HardwareID, Bits(package.HardwareID), model, Bits(model), file);
 }
 
-// False, with the reason at ERROR, for a package that the load would refuse once the device is
-// already in its bootloader. An image may be absent where configuration data may be loaded alone.
-bool CheckPackage(const platform::FileName& file, bool imageNeeded, std::int32_t handle) {
+// What the load would refuse once the device is already in its bootloader, reported at ERROR. An image may be absent
+// where configuration data may be loaded alone.
+std::string FaultOfPackage(const platform::FileName& file, bool imageNeeded, std::int32_t handle) {
     TwdHeader package;
     std::string fault = basBootloader::PackageFault(file.Typed, package);
     if (fault.empty() && imageNeeded && package.Image1.Length < 1)
         fault = "it contains no image";
     if (fault.empty() && !imageNeeded && package.Cne.Length < 0)
         fault = "the length of its CNE is negative";
-    if (fault.empty())
-        return CheckHardware(file, package, handle);
-    StatusDisplay(LEVEL_ERROR, "The package \"{}\" can't be loaded: {}.  Nothing was loaded.", file, fault);
-    return false;
+    fault = fault.empty() ? FaultOfHardware(file, package, handle)
+                          : fmt::format("The package \"{}\" can't be loaded: {}.  Nothing was loaded.", file, fault);
+    if (!fault.empty())
+        StatusDisplay(LEVEL_ERROR, "{}", fault);
+    return fault;
 }
 
-// All that the run was given, before the device is touched: a fault found later would cost it its
+// Checks all input of the run before the device is touched: a fault found later would cost it its
 // application, or its identity once the persistent parameters are gone.
-bool InputIsGood(const Work& work, std::int32_t handle) {
-    return (work.imageFile.empty() || CheckPackage(work.imageFile, false, handle)) &&
-           (work.bootloaderFile.empty() || CheckPackage(work.bootloaderFile, true, handle)) &&
-           (!work.programGuid || CheckGuidFile(globals.GuidFile)) &&
-           (!work.programMac || CheckMacFile(globals.MacFile));
+std::string FaultOfInput(const Work& work, std::int32_t handle) {
+    std::string fault;
+    if (!work.imageFile.empty())
+        fault = FaultOfPackage(work.imageFile, false, handle);
+    if (fault.empty() && !work.bootloaderFile.empty())
+        fault = FaultOfPackage(work.bootloaderFile, true, handle);
+    if (fault.empty() && work.programGuid)
+        fault = FaultOfGuidFile(globals.GuidFile);
+    if (fault.empty() && work.programMac)
+        fault = FaultOfMacFile(globals.MacFile);
+    return fault;
 }
 
-std::int32_t ProgramGuidOf(std::int32_t handle) {
+// The code of a step, its line at `level` when it failed.
+std::int32_t Report(basApp::StepVerdict& step, std::int32_t level) {
+    if (step.Result != SUCCESS)
+        StatusDisplay(level, "{}", step.Reason);
+    return step.Result;
+}
+
+std::string FailureText(const char* procedure, std::int32_t code) {
+    return fmt::format("{} failed, code {}(0x{:X}) in basAutomation.m_PerformUnattendedOperations", procedure, code,
+                       Bits(code));
+}
+
+std::int32_t ProgramGuidOf(std::int32_t handle, RunVerdict& verdict) {
     const std::int32_t code = ProgramGuidFromFile(handle, globals.GuidFile);
-    if (code != SUCCESS) {
-        StatusDisplay(LEVEL_ERROR,
-                      "ERROR: ProgramGuidFromFile failed, code {}(0x{:X}) in "
-                      "basAutomation.m_PerformUnattendedOperations",
-                      code, Hex(code));
-    } else {
+    basApp::StepVerdict& step =
+        NoteStep(verdict, OperationKind::ProgramGuid, handle, code, FailureText("ERROR: ProgramGuidFromFile", code));
+    step.File = globals.GuidFile;
+    if (code == SUCCESS)
         StatusDisplay(LEVEL_USER, "Successfully set the GUID to the new value.");
-    }
-    return code;
+    return Report(step, LEVEL_ERROR);
 }
 
-std::int32_t ProgramMacOf(std::int32_t handle) {
+std::int32_t ProgramMacOf(std::int32_t handle, RunVerdict& verdict) {
     const std::int32_t code = ProgramMacFromFile(handle, globals.MacFile);
-    if (code != SUCCESS) {
-        StatusDisplay(LEVEL_ERROR,
-                      "ERROR: ProgramMacFromFile failed, code {}(0x{:X}) in "
-                      "basAutomation.m_PerformUnattendedOperations",
-                      code, Hex(code));
-    } else {
+    basApp::StepVerdict& step =
+        NoteStep(verdict, OperationKind::ProgramMac, handle, code, FailureText("ERROR: ProgramMacFromFile", code));
+    step.File = globals.MacFile;
+    if (code == SUCCESS)
         StatusDisplay(LEVEL_TRACE, "Successfully programmed MAC address");
-    }
+    return Report(step, LEVEL_ERROR);
+}
+
+std::int32_t LoadImageAndCne(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+    const std::int32_t code = ProgramImageAndCneFromFile(handle, file, verdict);
+    if (code != SUCCESS)
+        StatusDisplay(LEVEL_WARNING, "{}", FailureText("ProgramImageAndCneFromFile", code));
     return code;
 }
 
-std::int32_t LoadImageAndCne(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code = ProgramImageAndCneFromFile(handle, file);
-    if (code != SUCCESS) {
-        StatusDisplay(LEVEL_WARNING,
-                      "ProgramImageAndCneFromFile failed, code {}(0x{:X}) in "
-                      "basAutomation.m_PerformUnattendedOperations",
-                      code, Hex(code));
-    }
-    return code;
-}
-
-std::int32_t LoadBootloader(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code = ProgramBootloaderImageFromFile(handle, file);
-    if (code != SUCCESS) {
-        StatusDisplay(LEVEL_ERROR,
-                      "ERROR: ProgramBootloaderImageFromFile failed, code {}(0x{:X}) in "
-                      "basAutomation.m_PerformUnattendedOperations",
-                      code, Hex(code));
-    } else {
+std::int32_t LoadBootloader(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+    const std::int32_t code = ProgramBootloaderImageFromFile(handle, file, verdict);
+    if (code != SUCCESS)
+        StatusDisplay(LEVEL_ERROR, "{}", FailureText("ERROR: ProgramBootloaderImageFromFile", code));
+    else
         StatusDisplay(LEVEL_USER, "Successfully programmed new bootloader firmware image.");
-    }
     return code;
 }
 
 // The steps in their order; the first that fails ends them with its code.
-std::int32_t ProgramTarget(std::int32_t handle, const Work& work) {
-    platform::ResumeNext next{Reporter("m_PerformUnattendedOperations")};
+std::int32_t ProgramTarget(std::int32_t handle, const Work& work, RunVerdict& verdict) {
+    const auto logFailure = LogFailure("m_PerformUnattendedOperations");
+    const auto run = [&](std::int32_t (*step)(std::int32_t, RunVerdict&)) {
+        return platform::ResultOf([&] { return step(handle, verdict); }, logFailure);
+    };
+    const auto load = [&](auto step, const platform::FileName& file) {
+        return platform::ResultOf([&] { return step(handle, file, verdict); }, logFailure);
+    };
     std::int32_t code = SUCCESS;
     if (work.programGuid) {
-        next([&] { SetUpPersistentParams(handle); });
-        code = Code(next, [&] { return ProgramGuidOf(handle); });
+        platform::Attempt([&] { SetUpPersistentParams(handle, verdict); }, logFailure);
+        code = run(ProgramGuidOf);
     }
     if (code == SUCCESS && work.programMac)
-        code = Code(next, [&] { return ProgramMacOf(handle); });
+        code = run(ProgramMacOf);
     if (code == SUCCESS && !work.imageFile.empty())
-        code = Code(next, [&] { return LoadImageAndCne(handle, work.imageFile); });
+        code = load(LoadImageAndCne, work.imageFile);
     if (code == SUCCESS && !work.bootloaderFile.empty())
-        code = Code(next, [&] { return LoadBootloader(handle, work.bootloaderFile); });
+        code = load(LoadBootloader, work.bootloaderFile);
     if (code == SUCCESS)
-        next([&] { StartApplication(handle); });
+        platform::Attempt([&] { StartApplication(handle, verdict); }, logFailure);
     return code;
 }
 
-std::int32_t LoadImage(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code =
-        basBootloader::DownloadImage(handle, basBootloader::IMAGE_APPLICATION, file, hooks.showProgress).Result;
+// A load that is a step of a run.
+std::int32_t Load(std::int32_t handle, std::int32_t imageType, const platform::FileName& file, RunVerdict& verdict) {
+    verdict.Steps.push_back(basBootloader::DownloadImage(handle, imageType, file, hooks.showProgress));
+    return verdict.Steps.back().Result;
+}
+
+// A load that wasn't begun, since its file has no use.
+std::int32_t RefuseLoad(std::int32_t handle, const platform::FileName& file, const std::string& reason,
+                        RunVerdict& verdict) {
+    basApp::StepVerdict& step = NoteStep(verdict, OperationKind::Load, handle, basBootloader::FAILED, reason);
+    step.File = file;
+    step.Outcome = OutcomeKind::Refused;
+    return step.Result;
+}
+
+std::int32_t LoadImage(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+    const std::int32_t code = Load(handle, basBootloader::IMAGE_APPLICATION, file, verdict);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Image.  basBootloader.DownloadImage failed, code {} (0x{:X}) in "
                       "ProgramImageAndCneFromFile",
-                      code, Hex(code));
+                      code, Bits(code));
     } else {
         StatusDisplay(LEVEL_USER, "Successfully programmed image from {} to the device.", file);
     }
     return code;
 }
 
-void SetFactoryDefaults(std::int32_t handle) {
-    if (initCNEFactoryDefaults(handle) != SUCCESS)
-        StatusDisplay(LEVEL_ERROR, "Failed to Dset CNE to factory default.  ");
+void SetFactoryDefaults(std::int32_t handle, RunVerdict& verdict) {
+    constexpr const char* FAILURE = "Failed to Dset CNE to factory default.  ";
+    const std::int32_t code = initCNEFactoryDefaults(handle);
+    NoteUnansweredStep(verdict, OperationKind::FactoryDefaults, handle, code, FAILURE);
+    if (code != SUCCESS)
+        StatusDisplay(LEVEL_ERROR, FAILURE);
     else
         StatusDisplay(LEVEL_USER, "Successfully set CNE to factory default.");
 }
 
-std::int32_t LoadCne(std::int32_t handle, const platform::FileName& file) {
-    const std::int32_t code =
-        basBootloader::DownloadImage(handle, basBootloader::IMAGE_CONFIG, file, hooks.showProgress).Result;
+std::int32_t LoadCne(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+    const std::int32_t code = Load(handle, basBootloader::IMAGE_CONFIG, file, verdict);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Config (CNE) from TWD.  basBootloader.DownloadImage failed, code {} (0x{:X}) "
                       "in ProgramImageAndCneFromFile",
-                      code, Hex(code));
+                      code, Bits(code));
         return code;
     }
     StatusDisplay(LEVEL_USER, "Successfully programmed CNE from {} to the device.", file);
-    SetFactoryDefaults(handle);
+    SetFactoryDefaults(handle, verdict);
     return code;
 }
 
 } // namespace
 
 std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const platform::FileName& imageFile,
-                                           const platform::FileName& bootloaderFile, const std::string& matchGuid) {
+                                           const platform::FileName& bootloaderFile, const std::string& matchGuid,
+                                           RunVerdict& verdict) {
     const Work work{programGuid, programMac, imageFile, bootloaderFile};
-    platform::ResumeNext next{Reporter("m_PerformUnattendedOperations")};
-    if (!FilesExist(work))
+    const auto logFailure = LogFailure("m_PerformUnattendedOperations");
+    if (std::string fault = FaultOfFiles(work); !fault.empty()) {
+        verdict.End(OutcomeKind::Refused, std::move(fault));
         return 0;
+    }
     std::int32_t handle = 0, bootloaderVersion = 0;
-    if (ChooseTarget("m_PerformUnattendedOperations", matchGuid, handle, bootloaderVersion) != TargetChoice::One)
+    if (ChooseTarget("m_PerformUnattendedOperations", matchGuid, handle, bootloaderVersion, verdict) !=
+        TargetChoice::One)
         return 0;
-    bool good = false;
-    next([&] { good = InputIsGood(work, handle); });
-    if (!good)
+    std::string fault = "The input of the run can't be checked.";
+    platform::Attempt([&] { fault = FaultOfInput(work, handle); }, logFailure);
+    if (!fault.empty()) {
+        verdict.End(OutcomeKind::Refused, std::move(fault));
         return 0;
+    }
     if (bootloaderVersion != 0)
-        return ProgramTarget(handle, work);
-    next([&] { ResetIntoBootloader(handle); });
+        return ProgramTarget(handle, work, verdict);
+    platform::Attempt([&] { ResetIntoBootloader(handle, verdict); }, logFailure);
     return DEVICE_WAS_RESET;
 }
 
-std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName) {
-    if (!CheckFile(fileName))
-        return -1;
-    platform::ResumeNext next{Reporter("ProgramImageAndCneFromFile")};
+std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName, RunVerdict& verdict) {
+    if (const std::string fault = FaultOfFile(fileName); !fault.empty())
+        return RefuseLoad(handle, fileName, fault, verdict);
+    const auto logFailure = LogFailure("ProgramImageAndCneFromFile");
     TwdHeader header;
-    next([&] { basBootloader::LoadTWDHeader(fileName, header); });
-    if (!basBootloader::IsTwdValid(header))
-        return -1; // told by the reader; what isn't a package isn't one without sections either
+    platform::Attempt([&] { basBootloader::LoadTWDHeader(fileName, header); }, logFailure);
+    if (!basBootloader::IsTwdValid(header)) // reported by the reader
+        return RefuseLoad(handle, fileName, "The file isn't a package any more.", verdict);
+    if (header.Image1.Length < 1 && header.Cne.Length == 0)
+        RefuseLoad(handle, fileName, "The package holds neither an image nor configuration data.", verdict);
     std::int32_t code = SUCCESS;
     if (header.Image1.Length < 1)
         StatusDisplay(LEVEL_USER, "File does not contain an application image: {}", fileName);
     else
-        code = Code(next, [&] { return LoadImage(handle, fileName); });
+        code = platform::ResultOf([&] { return LoadImage(handle, fileName, verdict); }, logFailure);
     if (code != SUCCESS)
         return code;
     if (header.Cne.Length == 0)
         StatusDisplay(LEVEL_USER, "File does not contain a CNE (configuration data): {}", fileName);
     else
-        code = Code(next, [&] { return LoadCne(handle, fileName); });
+        code = platform::ResultOf([&] { return LoadCne(handle, fileName, verdict); }, logFailure);
     return code;
 }
 
-std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName) {
-    if (!CheckFile(fileName))
-        return -1;
-    platform::ResumeNext next{Reporter("ProgramBootloaderImageFromFile")};
-    const std::int32_t code = Code(next, [&] {
-        return basBootloader::DownloadImage(handle, basBootloader::IMAGE_BOOTLOADER, fileName, hooks.showProgress)
-            .Result;
-    });
+std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName,
+                                            RunVerdict& verdict) {
+    if (const std::string fault = FaultOfFile(fileName); !fault.empty())
+        return RefuseLoad(handle, fileName, fault, verdict);
+    const std::int32_t code =
+        platform::ResultOf([&] { return Load(handle, basBootloader::IMAGE_BOOTLOADER, fileName, verdict); },
+                           LogFailure("ProgramBootloaderImageFromFile"));
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Image.  basBootloader.DownloadImage failed, code {} (0x{:X}) in "
                       "ProgramBootloaderImageFromFile",
-                      code, Hex(code));
+                      code, Bits(code));
     }
     return code;
 }
@@ -234,8 +275,8 @@ std::int32_t initCNEFactoryDefaults(std::int32_t handle) {
         StatusDisplay(LEVEL_ERROR, "Invalid handle for the selected bootloader target.");
         return -1;
     }
-    platform::ResumeNext next{Reporter("initCNEFactoryDefaults")};
-    const std::int32_t code = Code(next, [&] { return basBootloader::InitializeConfigToFactoryDefaults(handle); });
+    const std::int32_t code = platform::ResultOf(
+        [&] { return basBootloader::InitializeConfigToFactoryDefaults(handle); }, LogFailure("initCNEFactoryDefaults"));
     if (code != SUCCESS)
         StatusDisplay(LEVEL_ERROR, "Failed to initialize bootloader config to factory defaults.");
     else

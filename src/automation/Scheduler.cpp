@@ -1,5 +1,4 @@
-// The tick of tmrAutomationScheduler: waits for the bus, runs a pass, repeats it after each reset
-// of the device.
+// The tick of tmrAutomationScheduler: waits for the bus, runs a pass, and repeats it after each reset of the device.
 #include "EndRequest.h"
 #include "bas1394.h"
 #include "basAutomation.h"
@@ -27,6 +26,7 @@ void WaitForTheDevice() {
         return;
     StatusDisplay(LEVEL_ERROR, "Performed {} attempts to reset the device and resume the operation(s).  Aborting.",
                   globals.SchedulerAttempts);
+    globals.Verdict.End(basApp::OutcomeKind::Unchanged, "The device doesn't come up in its bootloader.");
     EndRun();
 }
 
@@ -41,9 +41,9 @@ struct Mark {
 
 std::int32_t Pass() {
     const Mark underWay(globals.PassUnderWay);
-    // A copy: the work gives turns, and a menu command may parse another text in one.
+    // A copy: the work gives the window system turns, in which a menu command may parse another text.
     const std::vector<std::string> options = basApp::globals.CommandLineOptions;
-    return PerformUnattendedOperations(options);
+    return PerformUnattendedOperations(options, globals.Verdict);
 }
 
 void RunPass() {
@@ -67,6 +67,7 @@ void TellEarlyEnd() {
     else if (globals.DeviceWasReset)
         state = "The device was reset into its bootloader, nothing was written to it.";
     StatusDisplay(LEVEL_ERROR, "The run was ended early, before its operations were carried out.  {}", state);
+    globals.Verdict.End(basApp::OutcomeKind::Interrupted, state);
 }
 
 void SchedulerTick() {

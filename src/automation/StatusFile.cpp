@@ -1,8 +1,7 @@
-// The text file that tells what an unattended run did.
+// The text file that reports what an unattended run did.
 #include "CodePage.h"
 #include "Files.h"
 #include "Processes.h"
-#include "RunFailures.h"
 #include "WindowSystem.h"
 #include "basAutomation.h"
 #include "basUtils.h"
@@ -25,7 +24,7 @@ void MakeFolder(const std::string& path) {
         ExecuteAndWait("cmd /c mkdir " + folder, HIDDEN_WINDOW);
 }
 
-// One place closes what OpenProcess gave, whatever happens meanwhile.
+// Closes what OpenProcess returned on every path.
 struct ProcessHandle {
     explicit ProcessHandle(platform::Handle handle) : value(handle) {}
     ~ProcessHandle() { platform::CloseHandle(value); }
@@ -34,7 +33,7 @@ struct ProcessHandle {
     platform::Handle value;
 };
 
-void WriteOrTell(std::string_view text) {
+void WriteOrPassOn(std::string_view text) {
     const bool written =
         globals.StatusFileHandle &&
         platform::Attempt([&] { globals.StatusFileHandle->WriteLine(std::string(text)); }, platform::IgnoreFailure);
@@ -48,13 +47,13 @@ void CreateStatusFile() {
     globals.StatusFileHandle.reset(); // that of an earlier run
     MakeFolder(globals.StatusFile);
     if (basApp::FileExists(std::as_const(globals.StatusFile))) // where that fails the opening still empties it
-        platform::Attempt([] { platform::DeleteFile(globals.StatusFile); }, Reporter("Initialize"));
+        platform::Attempt([] { platform::DeleteFile(globals.StatusFile); }, LogFailure("Initialize"));
     globals.StatusFileHandle = std::make_unique<platform::OutputFile>(globals.StatusFile);
 }
 
 void WriteStatusFileLine(std::string_view text) {
     if (globals.StatusFileNumber >= 1)
-        WriteOrTell(text);
+        WriteOrPassOn(text);
 }
 
 std::int32_t ExecuteAndWait(const std::string& command, std::int32_t /*windowStyle*/) {

@@ -1,11 +1,10 @@
-// A run from its preparation on, and one pass over the options.
+// The preparation of a run, and one pass over the options.
 #include "basAutomation.h"
 
 #include "CodePage.h"
 #include "EndRequest.h"
 #include "KeyBatch.h"
 #include "Processes.h"
-#include "RunFailures.h"
 
 #include <utility>
 
@@ -26,6 +25,7 @@ void SetRunDefaults() {
     globals.MacFile = defaults.MacFile;
     globals.StatusFile = defaults.StatusFile;
     globals.StatusFileNumber = 1; // the one that is free
+    globals.Verdict = {};
 }
 
 void ChooseStatusFile() {
@@ -47,6 +47,7 @@ void StartPass(const std::vector<std::string>& options, std::string& matchGuid) 
     globals.ProgramGuidFromFileFlag = false;
     globals.ProgramMacFromFileFlag = false;
     globals.ExecuteKeyBatchFlag = false;
+    globals.IdleOptions.clear();
     ApplyOptions(options, matchGuid);
 }
 
@@ -55,12 +56,32 @@ bool HasDeviceWork() {
            globals.ProgramMacFromFileFlag;
 }
 
-std::int32_t PerformDeviceWork(const std::string& matchGuid) {
+std::int32_t PerformDeviceWork(const std::string& matchGuid, basApp::RunVerdict& verdict) {
     if (HasDeviceWork()) {
         return m_PerformUnattendedOperations(globals.ProgramGuidFromFileFlag, globals.ProgramMacFromFileFlag,
-                                             globals.ImageFile, globals.BootloaderFile, matchGuid);
+                                             globals.ImageFile, globals.BootloaderFile, matchGuid, verdict);
     }
-    return globals.GuidText.empty() ? 0 : WriteGuid(matchGuid, globals.GuidText);
+    return globals.GuidText.empty() ? 0 : WriteGuid(matchGuid, globals.GuidText, verdict);
+}
+
+// A pass that comes to its end although it has left something undone.
+void NoteUndone(basApp::RunVerdict& verdict, basApp::OutcomeKind outcome, const std::string& reason) {
+    basApp::StepVerdict step;
+    step.Outcome = outcome;
+    step.Reason = reason;
+    verdict.Steps.push_back(step);
+}
+
+// The batch ends the run, also one whose device was only reset so far.
+std::int32_t PerformKeyBatch(std::int32_t resultSoFar, basApp::RunVerdict& verdict) {
+    if (platform::EndRequested())
+        EndAfterOperation(); // the batch reports its operations as not done
+    if (resultSoFar == DEVICE_WAS_RESET) {
+        NoteUndone(verdict, basApp::OutcomeKind::Unchanged,
+                   "The key batch ended the run when the device had only been reset into its bootloader.");
+    }
+    return platform::ResultOf([&] { return PerformKeyBatchOperation(globals.KeyBatchFile, verdict); },
+                              LogFailure("PerformUnattendedOperations"));
 }
 
 void ShowStatusFile() {
@@ -71,14 +92,14 @@ void ShowStatusFile() {
 } // namespace
 
 std::int32_t Initialize() {
-    platform::ResumeNext next{Reporter("Initialize")};
+    platform::ResumeNext next{LogFailure("Initialize")};
     next([] { InitializeCommandLineOptions(); });
     next(SetRunDefaults);
     next(ChooseStatusFile);
     const bool statusFileOpen = next(CreateStatusFile);
     next(HandOverToScheduler);
     basApp::globals.PerformUnattendedOperations = true;
-    // Nobody watches the windows: without this line the run would be one that leaves no trace.
+    // Without this line the run would leave no trace: there are no windows.
     if (!statusFileOpen) {
         StatusDisplay(LEVEL_ERROR, "The status file \"{}\" can't be written; its lines go to standard error.",
                       globals.StatusFile);
@@ -86,17 +107,21 @@ std::int32_t Initialize() {
     return 1;
 }
 
-std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options) {
-    platform::ResumeNext next{Reporter("PerformUnattendedOperations")};
+std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options, basApp::RunVerdict& verdict) {
+    const auto logFailure = LogFailure("PerformUnattendedOperations");
     std::string matchGuid;
-    next([&] { StartPass(options, matchGuid); });
-    const std::int32_t result = Code(next, [&] { return PerformDeviceWork(matchGuid); });
-    if (globals.ExecuteKeyBatchFlag && platform::EndRequested())
-        EndAfterOperation(); // the batch reports its operations as not done
+    platform::Attempt([&] { StartPass(options, matchGuid); }, logFailure);
+    std::int32_t result = platform::ResultOf([&] { return PerformDeviceWork(matchGuid, verdict); }, logFailure);
     if (globals.ExecuteKeyBatchFlag)
-        return Code(next, [] { return PerformKeyBatchOperation(globals.KeyBatchFile); });
-    if (result != DEVICE_WAS_RESET)
-        next(ShowStatusFile);
+        result = PerformKeyBatch(result, verdict);
+    else if (result == DEVICE_WAS_RESET)
+        return result;
+    else
+        platform::Attempt(ShowStatusFile, logFailure);
+    for (const std::string& option : globals.IdleOptions)
+        NoteUndone(verdict, basApp::OutcomeKind::Refused, option);
+    verdict.Result = result;
+    verdict.Conclude();
     return result;
 }
 

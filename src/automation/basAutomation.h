@@ -4,6 +4,7 @@
 #include "FileName.h"
 #include "ImageDownload.h"
 #include "OutputFileOwner.h"
+#include "Verdict.h"
 #include "basApp.h"
 
 #include <cstdint>
@@ -40,6 +41,8 @@ struct Globals {
     platform::FileName KeyBatchDirectory; // the batch file's folder with its separator, or empty
     bool ExecuteKeyBatchFlag = false;
     bool ShowOutputOnExit = false; // /S
+    // Options of the pass that nothing was done for, as sentences.
+    std::vector<std::string> IdleOptions;
     // The status file of a run.
     std::string StatusFile = "script-data\\1394_write_status.txt";
     std::int16_t StatusFileNumber = 0; // below 1: none is open
@@ -51,6 +54,7 @@ struct Globals {
     std::int32_t SchedulerAttempts = 0;       // resets of the device so far in this run
     bool DeviceWasReset = false;              // by a pass of this run
     bool PersistentParamsInitialized = false; // survives the restarts of a run
+    basApp::RunVerdict Verdict;               // complete when the run ends
 };
 extern Globals globals;
 
@@ -58,7 +62,7 @@ struct Hooks {
     std::function<void(bool enabled)> enableMainWindow; // frmMain takes user input
     std::function<void(bool enabled)> enableScheduler;  // tmrAutomationScheduler
     std::function<void()> endRun;                       // stop the timer, a turn, repaint, 2000 ms, unload MDIForm1
-    // A line that the status file can't take, since it couldn't be made or written.
+    // A line for a status file that couldn't be created or written.
     std::function<void(std::string_view text)> statusFileLost;
     std::function<void(const basApp::LoadProgress&)> showProgress;
 };
@@ -68,6 +72,13 @@ template <class... Arguments>
 void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
     if (!basApp::QuietDuringDownload(level))
         basDebug::Display("basAutomation", level, text, std::forward<Arguments>(arguments)...);
+}
+
+// For Attempt, ResumeNext and ResultOf.
+inline auto LogFailure(const char* procedure) {
+    return [procedure](const platform::Failure& failure) {
+        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in {}", failure.Number, failure.Description, procedure);
+    };
 }
 
 // --- Command line (CommandLine.cpp) ---
@@ -85,49 +96,56 @@ struct ParsedCommandLine {
 std::int32_t InitializeCommandLineOptions(); // 1
 [[nodiscard]] bool CommandLineHasOperations(const std::vector<std::string>& options);
 void AddCommandLineError(const std::string& message);
-// What the options of a pass set, in their order (OptionStep.cpp). `matchGuid` is that of /X.
+// Sets what the options of a pass ask for, in their order (OptionStep.cpp). `matchGuid` is that of /X.
 void ApplyOptions(const std::vector<std::string>& options, std::string& matchGuid);
 
-// --- A run (basAutomation.cpp) ---
+// --- A run (basAutomation.cpp). The procedures of a run add their steps to its verdict. ---
 
-inline constexpr std::int32_t DEVICE_WAS_RESET = 2; // the pass is to be repeated once it is back
+inline constexpr std::int32_t DEVICE_WAS_RESET = 2; // the pass is to be repeated once the device is back
 
-std::int32_t Initialize(); // 1 when a run is prepared
-// One pass over the options: the result of the work, or of the key batch; 0 with nothing to do.
-std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options);
+[[nodiscard]] std::int32_t Initialize(); // 1 when a run is prepared
+// One pass over the options: the result of the work, or of the key batch; 0 with nothing to do. Concludes the verdict
+// unless the pass is to be repeated.
+[[nodiscard]] std::int32_t PerformUnattendedOperations(const std::vector<std::string>& options,
+                                                       basApp::RunVerdict& verdict);
 // The tick of tmrAutomationScheduler (Scheduler.cpp).
 void SchedulerTick();
 // Ends a pass in order (Scheduler.cpp): the operation under way finishes, none is begun after it, the
 // result is reported, and the program closes as at the end of any run. Safe at every turn. False when no
-// pass is under way: whoever asks closes the program.
+// pass is under way: the caller closes the program.
 bool EndAfterOperation();
-// An ERROR line for a run that is ended while it waits for the bus: what state the device is in.
+// For a run that is ended while it waits for the bus: its verdict, and an ERROR line with the state of the device.
 void TellEarlyEnd();
 
 // --- The work (Programming.cpp, OneTarget.cpp). 1 for success. ---
 
 // 0 when it stops before it has touched a device, 2 when it has reset it.
-std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, const platform::FileName& imageFile,
-                                           const platform::FileName& bootloaderFile, const std::string& matchGuid);
+[[nodiscard]] std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac,
+                                                         const platform::FileName& imageFile,
+                                                         const platform::FileName& bootloaderFile,
+                                                         const std::string& matchGuid, basApp::RunVerdict& verdict);
 // With a matchGuid (upper-case digits) 0 or 1; the out values are those of the last target looked at.
-std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t& handle,
-                                     std::int32_t& bootloaderVersion);
-std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName);
-std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName);
-std::int32_t initCNEFactoryDefaults(std::int32_t handle);
+[[nodiscard]] std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t& handle,
+                                                   std::int32_t& bootloaderVersion);
+[[nodiscard]] std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName,
+                                                      basApp::RunVerdict& verdict);
+[[nodiscard]] std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName,
+                                                          basApp::RunVerdict& verdict);
+[[nodiscard]] std::int32_t initCNEFactoryDefaults(std::int32_t handle);
 
 // --- Identity (Identity.cpp). Text that isn't exactly 8 bytes (6 of a MAC) never reaches the device. ---
 
-// The pass of /G. 2 when the device was reset or its persistent parameters were set up, 0 for a text
-// that is no GUID.
-std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText);
-std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text);
-std::int32_t ProgramGuidFromFile(std::int32_t handle, const platform::FileName& file);
-std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& file); // 0 for a missing file
+// The pass of /G. 2 when the device was reset or its persistent parameters were initialized, 0 for a text
+// that isn't a GUID.
+[[nodiscard]] std::int32_t WriteGuid(const std::string& matchGuid, const std::string& guidText,
+                                     basApp::RunVerdict& verdict);
+[[nodiscard]] std::int32_t ProgramGuidFromString(std::int32_t handle, const std::string& text);
+[[nodiscard]] std::int32_t ProgramGuidFromFile(std::int32_t handle, const platform::FileName& file);
+[[nodiscard]] std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& file); // 0: no such file
 
 // --- Status file (StatusFile.cpp) ---
 
-// Makes the file of a run anew, with its folder.
+// Creates the file of a run, with its folder; an older one is replaced.
 void CreateStatusFile();
 
 void WriteStatusFileLine(std::string_view text); // nothing while none is open

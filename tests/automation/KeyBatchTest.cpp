@@ -87,9 +87,10 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     for (const auto& [batch, expected, message] : rows) {
         SCOPED_TRACE(batch.substr(0, 60));
         std::vector<KeyOperation> operations;
+        std::int32_t dropped = 0;
         program.messages.clear();
         program.Write("b.html", batch);
-        EXPECT_EQ(basAutomation::GetKeyOperationsFromFile("b.html", operations), 1);
+        EXPECT_EQ(basAutomation::GetKeyOperationsFromFile("b.html", operations, dropped), 1);
         EXPECT_EQ(Summary(operations), expected);
         EXPECT_TRUE(message.empty() ? program.messages.empty() : program.Said(message));
         EXPECT_LE(program.messages.size(), 1001u);

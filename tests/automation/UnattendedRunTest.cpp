@@ -219,6 +219,84 @@ TEST(UnattendedRun, EndsInOrderOnASignalAndSaysWhatTheDeviceIsLeftWith) {
     }
 }
 
+// The outcome of the last run, the state of the flash, and each step with its outcome unless it is done.
+std::string VerdictOfRun() {
+    constexpr const char* OUTCOMES[] = {"pending",   "done",    "no-device", "ambiguous",   "refused",
+                                        "unchanged", "damaged", "failed",    "interrupted", "unconfirmed"};
+    constexpr const char* STATES[] = {"unchanged", "identical", "damaged", "unknown"};
+    constexpr const char* STEPS[] = {"option", "reset",    "parameters", "guid",     "mac",
+                                     "load",   "defaults", "start",      "read-key", "write-key"};
+    const basApp::RunVerdict& verdict = basAutomation::globals.Verdict;
+    std::string text = fmt::format("{}, flash {}:", OUTCOMES[int(verdict.Outcome)], STATES[int(verdict.Flash())]);
+    for (const basApp::StepVerdict& step : verdict.Steps) {
+        const bool done = step.Outcome == basApp::OutcomeKind::Done;
+        EXPECT_EQ(step.Reason.empty(), done);
+        text += fmt::format(" {}", STEPS[int(step.Operation)]);
+        if (step.Operation == basApp::OperationKind::Load)
+            text += fmt::format("({} {}/{})", step.ImageType, step.Sent, step.Length);
+        text += done ? "" : fmt::format("={}", OUTCOMES[int(step.Outcome)]);
+    }
+    EXPECT_EQ(verdict.Reason.empty(), verdict.Outcome == basApp::OutcomeKind::Done);
+    return text;
+}
+
+TEST(UnattendedRun, LeavesAVerdictForEveryKindOfEnd) {
+    const std::string vanished = R"({"node": 0, "do": "unplug", "operation": "write", "address": "0xffffc8021040"})",
+                      noWrite = R"({"node": 0, "command": 4, "result": 121})",
+                      deaf = R"({"node": 0, "command": 2, "count": 99, "do": "silence"})";
+    const auto silence = [](int command) {
+        return fmt::format(R"({{"node": 0, "command": {}, "count": 99, "do": "silence"}})", command);
+    };
+    const struct {
+        const char *options, *mode;
+        std::string faults;
+        const char *signalAt, *verdict;
+    } rows[] = {
+        {"/D both.twd", "application", "", "",
+         "done, flash identical: reset load(0 2500/2500) load(1 300/300) defaults start=unconfirmed"},
+        {"/I", "application", "", "", "done, flash unchanged:"},
+        {"/A", "bootloader", "", "",
+         "done, flash identical: parameters guid mac load(1 300/300) defaults start=unconfirmed"},
+        {"/G 0011223344556677", "application", "", "",
+         "done, flash unchanged: reset parameters guid start=unconfirmed"},
+        {"/D both.twd /X 09", "bootloader", "", "", "no-device, flash unchanged:"},
+        {"/D junk.twd", "application", "", "", "refused, flash unchanged:"},
+        {"/C both.twd", "application", "", "", "refused, flash unchanged: option=refused"},
+        {"/D boot.twd /M 00", "bootloader", "", "",
+         "failed, flash identical: load(0 300/300) start=unconfirmed option=refused"},
+        {"/G 0011223344556677", "bootloader", silence(10), "", "failed, flash unchanged: parameters guid=failed"},
+        {"/D boot.twd", "application", deaf, "", "unchanged, flash unchanged: reset reset reset reset reset reset"},
+        {"/D boot.twd", "bootloader", noWrite, "", "damaged, flash unknown: load(0 0/300)=damaged"},
+        {"/D boot.twd", "bootloader", silence(4), "", "damaged, flash damaged: load(0 0/300)=damaged"},
+        {"/D both.twd", "bootloader", vanished, "", "damaged, flash damaged: load(0 0/2500)=damaged"},
+        {"/D boot.twd", "bootloader", R"({"node": 0, "command": 6, "do": "badCrc"})", "",
+         "damaged, flash damaged: load(0 300/300)=damaged"},
+        {"/D both.twd", "bootloader", R"({"node": 0, "command": 6, "skip": 1, "do": "badCrc"})", "",
+         "damaged, flash damaged: load(0 2500/2500) load(1 300/300)=damaged"},
+        {"/D both.twd", "bootloader", "", "BuildBootloaderDeviceList completed", "interrupted, flash unchanged:"},
+        {"/D both.twd", "bootloader", "", "progress loading 1024/2500",
+         "interrupted, flash damaged: load(0 1024/2500)=interrupted"},
+        {"/D both.twd", "bootloader", "", "progress checking 2500/2500",
+         "interrupted, flash identical: load(0 2500/2500) load(1 0/0)=interrupted"},
+        {"/R none.txt", "bootloader", "", "", "refused, flash unchanged:"},
+        {"/R keys.txt", "bootloader", "", "", "done, flash unchanged: read-key"},
+        {"/R bad.txt", "bootloader", "", "", "failed, flash unchanged: read-key read-key=failed option=refused"},
+        {"/D boot.twd /R keys.txt", "application", "", "",
+         "unchanged, flash unchanged: reset option=unchanged read-key=failed"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.options) + row.faults + row.signalAt);
+        HeadlessProgram program(
+            Bus({Target(FIRST, row.mode, R"(, "eraseMs": 5000, "keys": {"MODEL": "TX-9"})")}, row.faults), LEVEL_WATCH);
+        WriteFiles(program);
+        program.Write("keys.txt", std::string("read --single MODEL"));
+        program.Write("bad.txt", std::string("read --single MODEL\nread --single NONE\ncopy --single MODEL"));
+        program.signalAt = row.signalAt;
+        ASSERT_TRUE(program.Run(row.options));
+        EXPECT_EQ(VerdictOfRun(), row.verdict);
+    }
+}
+
 TEST(UnattendedRun, GoesOnWithoutAStatusFileThatCannotBeMade) {
     HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
     WriteFiles(program);
