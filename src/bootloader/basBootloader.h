@@ -29,6 +29,12 @@ inline constexpr std::int32_t IMAGE_APPLICATION = 0, IMAGE_CONFIG = 1, IMAGE_DEB
 // "Application", "Config", "Debugger", "Bootloader", else "Invalid".
 const char* FirmwareImageTypeLookup(std::int32_t imageType);
 
+// The load that has begun to change its device, with the bytes that went through so far.
+struct LoadUnderWay {
+    const char* image = nullptr; // its name; null without a load
+    std::int64_t sent = 0, length = 0;
+};
+
 struct Globals {
     bas1394::Address1394 RegisterBase{0xFFFF, 0xC8020000};
     std::int32_t LastCommandID = 0;           // shared by all targets; 1 to 32766 on the wire
@@ -46,6 +52,7 @@ struct Globals {
     std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
     std::int32_t OldHead = 0;                    // of a console's ring, as last read; one for all targets, never reset
     std::int64_t LastDirectWrite = 0;            // to a console, by the performance counter; 0: none yet
+    LoadUnderWay Load;
 };
 extern Globals globals;
 

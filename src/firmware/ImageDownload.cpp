@@ -9,8 +9,6 @@
 
 namespace basBootloader {
 
-LoadUnderWay loadUnderWay;
-
 namespace {
 
 constexpr std::int32_t MaxRetries = 3;
@@ -323,7 +321,7 @@ void Tell(const Load& load, std::int32_t level, const std::string& text) {
 }
 
 void Advance(const Load& load, Step step, std::int32_t tries) {
-    loadUnderWay = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
+    globals.Load = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
     if (load.style.progress)
         load.style.progress({step, load.sent, load.section.Length, tries, load.handle, load.verdict.Guid});
 }
@@ -364,8 +362,8 @@ basApp::StepVerdict DownloadImageInStyle(std::int32_t handle, std::int32_t image
 }
 
 void TellBrokenLoad() {
-    if (loadUnderWay.image)
-        StatusDisplay(LEVEL_ERROR, "{}", StateText(loadUnderWay));
+    if (globals.Load.image)
+        StatusDisplay(LEVEL_ERROR, "{}", StateText(globals.Load));
 }
 
 basApp::StepVerdict DownloadImage(std::int32_t handle, std::int32_t imageType, const platform::FileName& file,

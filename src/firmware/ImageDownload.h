@@ -52,12 +52,6 @@ struct DownloadStyle {
     const CommandProgress* endProgress = nullptr;       // during DownloadEnd
 };
 
-// The load that has begun to change its device, with the bytes sent so far.
-struct LoadUnderWay {
-    const char* image = nullptr; // its name; null without a load
-    std::int64_t sent = 0, length = 0;
-};
-extern LoadUnderWay loadUnderWay;
 // For a process that ends in the middle of a load: an ERROR line with the state of the device. Nothing without a load.
 void TellBrokenLoad();
 

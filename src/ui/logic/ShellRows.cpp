@@ -6,8 +6,6 @@ namespace shellRows {
 
 namespace {
 
-constexpr std::size_t TAB_STOP = 8;
-
 bool IsControl(char character) {
     const auto byte = static_cast<unsigned char>(character);
     return byte < 32 || byte == 127 || byte == 0x81 || byte == 0x8D || byte == 0x8F || byte == 0x90 || byte == 0x9D;
@@ -33,7 +31,7 @@ void AddRows(std::vector<Row>& rows, const std::string& text, std::size_t begin,
 
 std::size_t CellsOf(char character, std::size_t cell) {
     if (character == '\t')
-        return TAB_STOP - cell % TAB_STOP;
+        return ShellScreen::TAB_STOP - cell % ShellScreen::TAB_STOP;
     return IsControl(character) ? 0 : 1;
 }
 

@@ -5,7 +5,7 @@
 namespace {
 
 constexpr std::uint8_t BACKSPACE = 8, TAB = 9, LINE_FEED = 10, RETURN = 13, BLANK = 32, DELETE = 127;
-constexpr std::size_t TAB_STOP = 8, MOST_MARKS = 1000;
+constexpr std::size_t MOST_MARKS = 1000;
 
 // Printable characters from `at` on.
 std::string_view PlainRun(const ByteArray& block, std::size_t at) {

@@ -22,6 +22,7 @@
 class ShellScreen {
 public:
     static constexpr std::size_t LONGEST_LINE = 1 << 14; // characters; a longer one goes on in a new line
+    static constexpr std::size_t TAB_STOP = 8;           // cells
 
     struct Style { // colours are xterm's 256, -1 for the window's own
         std::int16_t foreground = -1, background = -1;
@@ -95,6 +96,8 @@ private:
     void Insert(std::size_t count);
     void Delete(std::size_t count);
     void Blank(std::size_t from, std::size_t to);
+    void SaveCursor();
+    void RestoreCursor();
     void Paint(Line& line, std::size_t from, std::size_t to) const;
 
     std::int64_t Top() const; // of what cursor addresses reach

@@ -35,18 +35,12 @@ void ShellScreen::Act(const Sequence& sequence) {
         {'X', [](auto& s, auto& q) { s.Blank(s.cursor_.column, s.cursor_.column + q.Number(0)); }},
         {'P', [](auto& s, auto& q) { s.Delete(q.Number(0)); }},
         {'@', [](auto& s, auto& q) { s.Insert(q.Number(0)); }},
-        {'s',
-         [](auto& s, auto&) {
-             s.saved_ = {s.cursor_.line - s.Top(), s.cursor_.column};
-         }},
-        {'u', [](auto& s, auto&) { s.MoveTo(s.Top() + s.saved_.line, s.saved_.column); }},
+        {'s', [](auto& s, auto&) { s.SaveCursor(); }},
+        {'u', [](auto& s, auto&) { s.RestoreCursor(); }},
     };
     static constexpr Edit AFTER_ESCAPE[] = {
-        {'7',
-         [](auto& s, auto&) {
-             s.saved_ = {s.cursor_.line - s.Top(), s.cursor_.column};
-         }},
-        {'8', [](auto& s, auto&) { s.MoveTo(s.Top() + s.saved_.line, s.saved_.column); }},
+        {'7', [](auto& s, auto&) { s.SaveCursor(); }},
+        {'8', [](auto& s, auto&) { s.RestoreCursor(); }},
         {'c', [](auto& s, auto&) { s.style_ = {}, s.Clear(), s.MoveTo(s.Top(), 0); }},
     };
     if (sequence.unusual)
@@ -81,6 +75,15 @@ void ShellScreen::MoveTo(std::int64_t line, std::size_t column) {
     const std::int64_t top = Top();
     cursor_.line = std::clamp(line, top, top + std::int64_t(rows_) - 1);
     cursor_.column = std::min(column, std::max(columns_ - 1, cursor_.column));
+}
+
+// Saved by its row on the screen, which goes on moving over the lines.
+void ShellScreen::SaveCursor() {
+    saved_ = {cursor_.line - Top(), cursor_.column};
+}
+
+void ShellScreen::RestoreCursor() {
+    MoveTo(Top() + saved_.line, saved_.column);
 }
 
 void ShellScreen::EraseInLine(std::size_t which) {

@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHeaderView>
-#include <QPainter>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStorageInfo>
@@ -76,18 +75,13 @@ void DirListBox::keyPressEvent(QKeyEvent* event) {
     QTreeView::keyPressEvent(event);
 }
 
-FileListBox::FileListBox(QWidget* parent) : KeepsItsRow(parent) {
+FileListBox::FileListBox(QWidget* parent) : Hinted(parent) {
     setHeaderLabels({"Filename", "Last Updated", "Size"});
     setRootIsDecorated(false);
     setUniformRowHeights(true);
     header()->setSectionsClickable(true);
     header()->setStretchLastSection(false); // it never gets narrower than it was made
     header()->setSortIndicatorShown(true);
-}
-
-void FileListBox::setHint(const QString& hint) {
-    hint_ = hint;
-    viewport()->update();
 }
 
 int FileListBox::WidthFor(const QString& text) const {
@@ -98,25 +92,15 @@ int FileListBox::WidthFor(const QString& text) const {
 // The view would make its first row the current one: a file that nobody has picked.
 void FileListBox::focusInEvent(QFocusEvent* event) {
     if (currentIndex().isValid())
-        return KeepsItsRow::focusInEvent(event);
+        return Hinted::focusInEvent(event);
     const QSignalBlocker quiet(this);
-    KeepsItsRow::focusInEvent(event);
+    Hinted::focusInEvent(event);
     setCurrentItem(nullptr);
-}
-
-void FileListBox::paintEvent(QPaintEvent* event) {
-    KeepsItsRow::paintEvent(event);
-    if (topLevelItemCount() > 0)
-        return;
-    const int margin = fontMetrics().height();
-    QPainter painter(viewport());
-    painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(viewport()->rect().adjusted(margin, 0, -margin, 0), Qt::AlignCenter | Qt::TextWordWrap, hint_);
 }
 
 // A half of the width, a quarter and the rest; the time is never cut, though, nor pushed out of the list.
 void FileListBox::resizeEvent(QResizeEvent* event) {
-    KeepsItsRow::resizeEvent(event);
+    Hinted::resizeEvent(event);
     const int space = viewport()->width();
     const int time = std::max(width() / 4, WidthFor("2026-12-28 20:58:38 (local)")); // the longest form
     const int name = std::min(width() / 2, space - time - WidthFor("9999 kB"));

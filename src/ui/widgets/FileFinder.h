@@ -1,7 +1,7 @@
 // The firmware browser's three lists: mounted places, folders, files.
 #pragma once
 
-#include "Controls.h"
+#include "HintedGrid.h"
 
 #include <QComboBox>
 #include <QTreeView>
@@ -37,21 +37,15 @@ private:
 };
 
 // The files of a folder; says what to do where there is none. The focus alone picks no file.
-class FileListBox : public KeepsItsRow<QTreeWidget> {
+class FileListBox : public Hinted<QTreeWidget> {
     Q_OBJECT
 public:
     enum Column { FILENAME, UPDATED, SIZE };
     explicit FileListBox(QWidget* parent);
-    void setHint(const QString& hint);
-    QString hint() const { return hint_; }
     // Wide enough for that text in a cell.
     int WidthFor(const QString& text) const;
 
 protected:
     void focusInEvent(QFocusEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-
-private:
-    QString hint_;
 };

@@ -1,10 +1,12 @@
-// A grid that says what to do next in the space that its rows leave.
+// A list or grid that says what to do next in the space that its rows leave.
 #pragma once
 
 #include "Controls.h"
 
+#include <QPaintEvent>
 #include <QPainter>
-#include <QTableWidget>
+#include <QString>
+#include <QWidget>
 
 #include <algorithm>
 #include <utility>
@@ -24,9 +26,10 @@ protected:
         View::paintEvent(event);
         if (hint_.isEmpty())
             return;
-        const int margin = this->fontMetrics().height(), last = this->model()->rowCount() - 1;
+        const int margin = this->fontMetrics().height();
+        const QModelIndex last = this->model()->index(this->model()->rowCount() - 1, 0);
         QRect space = this->viewport()->rect().adjusted(margin, 0, -margin, 0);
-        space.setTop(std::max(0, last < 0 ? 0 : this->rowViewportPosition(last) + this->rowHeight(last)));
+        space.setTop(std::max(0, this->visualRect(last).bottom() + 1));
         QPainter painter(this->viewport());
         painter.setPen(this->palette().color(QPalette::PlaceholderText));
         painter.drawText(space, Qt::AlignCenter | Qt::TextWordWrap, hint_);

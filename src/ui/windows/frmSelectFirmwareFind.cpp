@@ -114,7 +114,8 @@ void frmSelectFirmware::Dir1_Change() {
         ListView1->sortItems(sortColumn_, sortOrder_);
         ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
         ListView1->setHint(
-            QFileInfo(Q(folder_)).isReadable()
+            ListView1->topLevelItemCount() > 0 ? ""
+            : QFileInfo(Q(folder_)).isReadable()
                 ? "No package (*.twd, *.bin) in this folder.\nChoose another folder, type or paste a path above,\n"
                   "or drop a package here."
                 : "This folder can't be read.\nChoose another one on the left.");
