@@ -68,12 +68,16 @@ TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverDraftIsRemoved) {
     ASSERT_EQ(chmod((folder + "identity.json").c_str(), 0640), 0);
     scratch.Put("victim", "untouched");
     scratch.Put(directory + "keys.json.new1", "half");
+    for (const char* others : {"notes.new", "notes.txt.new1", "keys.json.new"})
+        scratch.Put(directory + others, "kept");
     ASSERT_EQ(symlink((scratch.path() + "/victim").c_str(), (draft + std::to_string(getpid())).c_str()), 0);
     DescribeAgain();
     Load("new firmware");
     EXPECT_EQ(scratch.Content("victim"), "untouched");
     EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
     EXPECT_NE(access((folder + "keys.json.new1").c_str(), F_OK), 0);
+    for (const char* others : {"notes.new", "notes.txt.new1", "keys.json.new"})
+        EXPECT_EQ(scratch.Content(directory + others), "kept");
     EXPECT_EQ(scratch.Status(directory + "identity.json").st_mode & 0777, 0640u);
 
     const std::string sink = scratch.path() + "/sink"; // like /dev/stdout: the system's, not ours to replace

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <stdexcept>
@@ -66,9 +67,12 @@ void WriteAll(int file, ByteView content, const std::string& path) {
     }
 }
 
-bool IsDraft(const std::string& name) {
-    const std::size_t at = name.rfind(DRAFT);
-    return at != std::string::npos && name.find_first_not_of("0123456789", at + 4) == std::string::npos;
+bool IsDraft(const std::string& name, std::span<const std::string> of) {
+    return std::ranges::any_of(of, [&](const std::string& file) {
+        const std::string start = file + DRAFT;
+        return name.size() > start.size() && name.starts_with(start) &&
+               name.find_first_not_of("0123456789", start.size()) == std::string::npos;
+    });
 }
 
 } // namespace
@@ -106,13 +110,13 @@ void CreateDirectories(const std::string& path) {
 }
 
 // A draft is locked while it is written, so a draft that can be locked belongs to a process that has ended.
-void RemoveStaleDrafts(const std::string& directory) {
+void RemoveStaleDrafts(const std::string& directory, std::span<const std::string> names) {
     std::error_code failure;
     for (files::directory_iterator entry(directory, failure), end; !failure && entry != end; entry.increment(failure)) {
         struct stat status {};
         const files::path& path = entry->path();
-        if (!IsDraft(path.filename().string()) || lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-            status.st_uid != geteuid()) {
+        if (!IsDraft(path.filename().string(), names) || lstat(path.c_str(), &status) != 0 ||
+            !S_ISREG(status.st_mode) || status.st_uid != geteuid()) {
             continue;
         }
         const OpenFile draft(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

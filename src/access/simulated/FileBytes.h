@@ -5,6 +5,8 @@
 
 #include <cstdio>
 #include <optional>
+#include <span>
+#include <string>
 
 namespace simulator {
 
@@ -13,8 +15,8 @@ std::optional<Bytes> ReadFile(const std::string& path);
 // Replaces the whole file, keeping owner and mode, or leaves it unchanged. Creates its directory. Throws
 // std::exception.
 void ReplaceFile(const std::string& path, ByteView content);
-// What ReplaceFile left in a directory when its process was ended.
-void RemoveStaleDrafts(const std::string& directory);
+// What ReplaceFile left of these files in a directory when its process was ended.
+void RemoveStaleDrafts(const std::string& directory, std::span<const std::string> names);
 // Including its parents. Throws std::exception.
 void CreateDirectories(const std::string& path);
 // A new file to write line by line; null if it can't be created.

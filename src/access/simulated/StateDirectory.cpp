@@ -7,11 +7,18 @@
 #include <zlib.h>
 
 #include <filesystem>
+#include <vector>
 
 namespace simulator {
 namespace {
 
 namespace files = std::filesystem;
+
+constexpr const char *IDENTITY = "identity.json", *KEYS = "keys.json";
+
+std::string SectionFile(const char* section) {
+    return std::string(section) + ".bin";
+}
 
 EightBytes ReadEightBytes(ObjectReader& reader, const char* key) {
     const Json* value = reader.Find(key);
@@ -79,13 +86,17 @@ void StateDirectory::Load(TargetState& state) {
     if (path_.empty()) {
         return;
     }
-    RemoveStaleDrafts(path_);
+    std::vector<std::string> written{IDENTITY, KEYS};
+    for (const char* section : SECTION_NAMES) {
+        written.push_back(SectionFile(section));
+    }
+    RemoveStaleDrafts(path_, written);
     LoadIdentity(state);
     LoadKeys(state);
 }
 
 void StateDirectory::LoadIdentity(TargetState& state) {
-    const std::string path = FileOf("identity.json");
+    const std::string path = FileOf(IDENTITY);
     const std::optional<Bytes> text = ReadFile(path);
     if (!text) {
         return; // nothing saved yet
@@ -119,7 +130,7 @@ void StateDirectory::LoadSections(TargetState& state, const SectionSizes& sizes)
             continue;
         }
         Section& section = state.sections[i];
-        const std::string path = FileOf(std::string(SECTION_NAMES[i]) + ".bin");
+        const std::string path = FileOf(SectionFile(SECTION_NAMES[i]));
         section.content = ReadFile(path).value_or(Bytes{});
         const auto crc = static_cast<std::uint32_t>(crc32_z(0, section.content.data(), section.content.size()));
         if (section.content.size() != sizes[i] || (section.valid && crc != section.crc)) {
@@ -130,7 +141,7 @@ void StateDirectory::LoadSections(TargetState& state, const SectionSizes& sizes)
 }
 
 void StateDirectory::LoadKeys(TargetState& state) {
-    const std::string path = FileOf("keys.json");
+    const std::string path = FileOf(KEYS);
     const std::optional<Bytes> text = ReadFile(path);
     if (!text) {
         return;
@@ -156,7 +167,7 @@ void StateDirectory::SaveIdentity(const TargetState& state) {
     for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i) {
         document[SECTION_NAMES[i]] = SectionToJson(state.sections[i]);
     }
-    Write("identity.json", TextBytes(document));
+    Write(IDENTITY, TextBytes(document));
 }
 
 void StateDirectory::SaveKeys(const TargetState& state) {
@@ -164,12 +175,12 @@ void StateDirectory::SaveKeys(const TargetState& state) {
     for (const auto& [name, value] : state.keys) {
         document[name] = BytesToJson(value);
     }
-    Write("keys.json", TextBytes(document));
+    Write(KEYS, TextBytes(document));
 }
 
 void StateDirectory::SaveSection(const TargetState& state, std::uint8_t imageType) {
     // The content first: an identity without its content would count as damage.
-    Write(std::string(SECTION_NAMES[imageType]) + ".bin", state.sections[imageType].content);
+    Write(SectionFile(SECTION_NAMES[imageType]), state.sections[imageType].content);
     SaveIdentity(state);
 }
 
