@@ -53,7 +53,7 @@ void StatusDisplayText(std::string_view message, std::int32_t level) {
 }
 
 void TellStoreNotice(const std::string& text) {
-    if (!globals.StoreNotice.empty())
+    if (globals.StoreNotice.empty() == text.empty())
         return;
     globals.StoreNotice = text;
     if (hooks.storeNotice)

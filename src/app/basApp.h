@@ -69,7 +69,7 @@ struct Hooks {
     // Whole milliseconds since a counter value, by the access library. Failure 53 without one.
     std::function<float(std::int64_t counter)> queryElapsedTimeMs;
     std::function<void(std::string_view text)> writeStatusFileLine; // the unattended output file
-    std::function<void(const std::string& text)> storeNotice;       // for standard error and the parent window
+    std::function<void(const std::string& text)> storeNotice; // for standard error and the parent window; "": gone
     std::function<void()> endProgram;
 };
 extern Hooks hooks;
@@ -103,7 +103,7 @@ inline bool QuietDuringDownload(std::int32_t level) {
 // Shows `text` in a message box, or writes it to the unattended output file during a run.
 void MessageBoxOrStatusFile(const std::string& text, const std::string& caption);
 
-// Keeps and shows why nothing is stored; the first reason only.
+// Keeps and shows why nothing is stored; the first reason only. An empty text takes it back.
 void TellStoreNotice(const std::string& text);
 
 // Probes. Paths are case-blind, either separator.

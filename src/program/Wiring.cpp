@@ -60,7 +60,7 @@ void WireMessages(const WindowHooks& windows) {
 }
 
 void ShowStoreNotice(const std::string& text) {
-    if (globals.windows.standardError)
+    if (globals.windows.standardError && !text.empty())
         globals.windows.standardError("HoistlineApp: " + text);
     if (globals.windows.storeNotice)
         globals.windows.storeNotice(text);

@@ -28,7 +28,7 @@ struct WindowHooks {
     std::function<void()> incomingData; // a target has announced itself: keeps it in its bootloader
     std::function<void(std::int32_t handle, std::int32_t count)> shellCharactersLost;
     std::function<void(const std::string& text)> debugSpew;   // text for txtDebugSpew
-    std::function<void(const std::string& text)> storeNotice; // a strip of the parent window
+    std::function<void(const std::string& text)> storeNotice; // a strip of the parent window; "" hides it
     std::function<void()> startBusTimers;
     std::function<void(bool enabled)> enableMainWindow;
     std::function<void(bool enabled)> enableScheduler;

@@ -69,7 +69,9 @@ void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std
             Database->Execute("COMMIT");
         },
         [](const platform::Failure& failure) { store::TellNotWritable(failure.Description); });
-    if (!stored) {
+    if (stored) {
+        basApp::TellStoreNotice({}); // the lock of another program, say, has gone
+    } else {
         Database->Execute("ROLLBACK");
         StatusRecordset = Database->OpenRecordset(StatusQuery); // it may hold rows that are gone
     }

@@ -309,7 +309,10 @@ Database::Database(const std::string& path) {
             whyNotUpdatable_ = WhyNotWritable(resolved);
         else
             Attempt([&] { BeginWriteAhead(connection_); },
-                    [&](const Failure& failure) { whyNotUpdatable_ = failure.Description; });
+                    [&](const Failure& failure) {
+                        whyNotUpdatable_ = failure.Description;
+                        lockedOut_ = sqlite3_errcode(connection_) == SQLITE_BUSY;
+                    });
         sqlite3_busy_timeout(connection_, BUSY_TIMEOUT);
     } catch (...) {
         sqlite3_close_v2(connection_);
@@ -319,6 +322,17 @@ Database::Database(const std::string& path) {
 
 Database::~Database() {
     sqlite3_close_v2(connection_);
+}
+
+bool Database::Updatable() {
+    if (lockedOut_) {
+        sqlite3_busy_timeout(connection_, 0);
+        lockedOut_ = sqlite3_exec(connection_, WRITE_AHEAD, nullptr, nullptr, nullptr) != SQLITE_OK;
+        sqlite3_busy_timeout(connection_, BUSY_TIMEOUT);
+        if (!lockedOut_)
+            whyNotUpdatable_.clear();
+    }
+    return whyNotUpdatable_.empty();
 }
 
 std::unique_ptr<Recordset> Database::OpenRecordset(const std::string& query) {

@@ -50,7 +50,8 @@ public:
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
-    bool Updatable() const { return whyNotUpdatable_.empty(); }
+    // Where only a lock of another program stood in the way, this tries again.
+    bool Updatable();
     // In the system's words, for one that can be read only; else "".
     const std::string& WhyNotUpdatable() const { return whyNotUpdatable_; }
     std::unique_ptr<Recordset> OpenRecordset(const std::string& query);
@@ -69,6 +70,7 @@ public:
 private:
     sqlite3* connection_ = nullptr;
     std::string whyNotUpdatable_;
+    bool lockedOut_ = false;
 };
 
 } // namespace platform

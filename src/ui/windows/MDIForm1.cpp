@@ -160,10 +160,10 @@ void MDIForm1::BringForward(QMdiSubWindow* frame) {
 
 void MDIForm1::ShowNotice(const QString& text) {
     lblNotice->setText(text);
-    lblNotice->show();
+    lblNotice->setVisible(!text.isEmpty());
     if (ParentLoaded && mnuAutoScaleChildren->isChecked()) {
         centralWidget()->layout()->activate();
-        ArrangeChildren(2); // the area has become lower
+        ArrangeChildren(2); // the area has become lower, or higher
     }
 }
 
