@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
     if (!ChooseDisplay(unattended))
         return 1;
     int qtArguments = 1; // the command line is the program's own
-    std::optional<DisplayOpening> opening(std::in_place);
+    std::optional<DisplayOpening> opening(std::in_place, unattended, argv);
     QApplication application(qtArguments, argv);
     opening.reset();
     application.setApplicationName(basApp::TITLE);

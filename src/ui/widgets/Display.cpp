@@ -3,10 +3,13 @@
 #include <QGuiApplication>
 #include <QString>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -30,14 +33,24 @@ std::string CandidatesOfRun() {
 
 QtMessageHandler before = nullptr; // the handler of messages outside of an opening
 
+// What a signal handler may use: all of it stands ready before the opening.
+struct Silence {
+    std::string told;
+    char** arguments = nullptr; // to begin anew with, null not to
+    std::vector<char*> environment;
+} silence;
+
+void EndOpening(int) {
+    if (silence.arguments != nullptr)
+        execve("/proc/self/exe", silence.arguments, silence.environment.data());
+    static_cast<void>(write(STDERR_FILENO, silence.told.data(), silence.told.size()) == 0);
+    std::_Exit(1);
+}
+
 void TakeMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (type == QtFatalMsg) {
-        std::fprintf(stderr,
-                     "HoistlineApp: no display answers (DISPLAY=\"%s\", WAYLAND_DISPLAY=\"%s\", "
-                     "QT_QPA_PLATFORM=\"%s\").  %s\n",
-                     Variable("DISPLAY").c_str(), Variable("WAYLAND_DISPLAY").c_str(), Variable(PLATFORM).c_str(),
-                     ADVICE);
-        std::_Exit(1);
+        silence.arguments = nullptr; // there was an answer
+        EndOpening(SIGALRM);
     }
     // What the window systems say of a display that doesn't answer is said by the line above.
     if (!std::string_view(context.category == nullptr ? "" : context.category).starts_with("qt.qpa") && before)
@@ -63,10 +76,27 @@ bool ChooseDisplay(bool unattended) {
     return true;
 }
 
-DisplayOpening::DisplayOpening() {
+DisplayOpening::DisplayOpening(bool unattended, char** arguments) {
+    constexpr unsigned PATIENCE = 20; // s
+    silence.told = "HoistlineApp: no display answers (DISPLAY=\"" + Variable("DISPLAY") + "\", WAYLAND_DISPLAY=\"" +
+                   Variable("WAYLAND_DISPLAY") + "\", QT_QPA_PLATFORM=\"" + Variable(PLATFORM) + "\").  " + ADVICE +
+                   "\n";
+    static char offscreen[] = "QT_QPA_PLATFORM=offscreen";
+    silence.arguments = unattended ? arguments : nullptr;
+    for (char** variable = environ; *variable != nullptr; ++variable)
+        if (!std::string_view(*variable).starts_with(std::string(PLATFORM) + '='))
+            silence.environment.push_back(*variable);
+    silence.environment.insert(silence.environment.end(), {offscreen, nullptr});
     before = qInstallMessageHandler(TakeMessage);
+    struct sigaction action {};
+    action.sa_handler = EndOpening;
+    action.sa_flags = SA_NODEFER; // the program that begins anew inherits the mask
+    sigaction(SIGALRM, &action, nullptr);
+    alarm(PATIENCE);
 }
 
 DisplayOpening::~DisplayOpening() {
+    alarm(0);
+    std::signal(SIGALRM, SIG_DFL);
     qInstallMessageHandler(before);
 }

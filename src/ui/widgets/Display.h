@@ -8,10 +8,12 @@
 bool ChooseDisplay(bool unattended);
 
 // Around the making of the QApplication, which ends the process when no display answers: one line on standard
-// error and exit code 1 in place of an abort. An unattended run falls back on offscreen by itself.
+// error and exit code 1 in place of an abort. An unattended run falls back on offscreen by itself. A display server
+// that takes the connection and then stays silent counts as one that doesn't answer; for that, the unattended program
+// begins anew with `arguments`.
 class DisplayOpening {
 public:
-    DisplayOpening();
+    DisplayOpening(bool unattended, char** arguments);
     ~DisplayOpening();
     DisplayOpening(const DisplayOpening&) = delete;
     DisplayOpening& operator=(const DisplayOpening&) = delete;
