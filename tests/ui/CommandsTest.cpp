@@ -69,6 +69,13 @@ TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
         for (const QAction* action : form().findChildren<QAction*>())
             if (action->objectName().startsWith("mnu"))
                 untried.insert(action->objectName().toStdString());
+        if (row != NONE) {
+            SelectRow(RowOf(row == HOST ? 2 : row == APP ? 0 : 1));
+            auto* ofRow = form().findChild<QMenu*>("mnuOfRow");
+            Q_EMIT ofRow->aboutToShow();
+            for (const QAction* action : ofRow->actions())
+                EXPECT_TRUE(!action->text().startsWith("Start ") || action->isEnabled() == (row == BOOT)) << row;
+        }
         for (const auto& item : items) {
             SCOPED_TRACE(testing::Message() << item.name << " on row " << row);
             untried.erase(item.name);

@@ -55,6 +55,9 @@ TEST_F(Parent, HasAStripThatSaysWhyNothingIsStoredAndNoBox) {
     EXPECT_TRUE(parent().lblNotice->isVisible());
     EXPECT_TRUE(parent().lblNotice->text().contains("cannot be written: Database error: database is locked."));
     EXPECT_FALSE(WasTold("cannot be"));
+    other.Execute("ROLLBACK");
+    basDebug::StatusDisplay("stored again", LEVEL_USER, "m");
+    EXPECT_FALSE(parent().lblNotice->isVisible());
 }
 
 TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
@@ -375,6 +378,10 @@ TEST_F(Parent, HidesFindsSavesAndClearsTheRowsOfAStatusWindow) {
     }
     pick(window.cmbLevel, "All levels");
     EXPECT_EQ(rows(), (Rows{"one", "two", "three", "four", "five"}));
+    window.setPlace({0, 0, 6000, 1000}); // twips: too low for the strip
+    EXPECT_FALSE(window.txtFind->isVisible());
+    QTest::keyClick(window.mfgStatus, Qt::Key_F, Qt::ControlModifier);
+    EXPECT_TRUE(window.txtFind->isVisible() && window.txtFind->hasFocus());
     parent().mnuStatusWindow_Click();
     EXPECT_EQ(status(1).lblNumber->text(), "Status window 2 (starts empty)");
     EXPECT_EQ(status(1).windowTitle(), "Status Window");

@@ -104,6 +104,7 @@ TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
         {Qt::Key_Left, Qt::ControlModifier, "1b5b44"},
         {Qt::Key_B, Qt::AltModifier, "1b62"},
         {Qt::Key_B, Qt::AltModifier | Qt::ControlModifier, "1b02"},
+        {Qt::Key_Alt, Qt::AltModifier, ""},                       // nor does it go to the menu bar
         {Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier, ""}, // clears the terminal
         {Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier, ""}, // selects all
         {Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier, ""}, // copies
@@ -119,6 +120,7 @@ TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
         EXPECT_EQ(Sent().substr(before), row.bytes) << QKeySequence(row.modifiers | row.key).toString().toStdString();
         ASSERT_FALSE(shell->unloaded() || second->unloaded());
         EXPECT_EQ(parent().mdiArea->activeSubWindow(), shell->frame());
+        EXPECT_TRUE(shell->txtShell->hasFocus());
     }
     EXPECT_EQ(Screen(shell), "");
     parent().BringForward(qobject_cast<QMdiSubWindow*>(form().frame())); // a key too many beside the terminal
@@ -199,6 +201,9 @@ TEST_F(ShellWindow, GivesItsDeviceUpToAnotherWindow) {
     EXPECT_EQ(Open(0), shell); // the one that is open comes forward
     frmShell* second = Open(1);
     ASSERT_NE(second, shell);
+    QMenu listed;
+    windows::ListChildWindows(&listed);
+    EXPECT_TRUE(listed.actions().last()->text().endsWith("Shell Window (node 1, 000F1B00 00000002)"));
     const auto overlap = [&] { return shell->frame()->geometry().intersects(second->frame()->geometry()); };
     shell->mnuTile->trigger();
     EXPECT_FALSE(overlap());

@@ -20,6 +20,8 @@ FindLine::FindLine(QWidget* view, const QString& hint, Find find, const QString&
         connect(made, &QShortcut::activated, this, done);
     };
     shortcut(QKeySequence::Find, [this] {
+        if (makeRoom)
+            makeRoom();
         setFocus(Qt::ShortcutFocusReason);
         selectAll();
     });

@@ -17,6 +17,8 @@ public:
     // what a message box says when there is none, with a "%1" for the text.
     FindLine(QWidget* view, const QString& hint, Find find, const QString& nowhere);
     void FindNext(bool backward = false);
+    // Makes room for a line that is hidden, before Ctrl+F puts the cursor into it.
+    std::function<void()> makeRoom;
 
     // The height that the line keeps in a window of any size.
     int lineHeight() const { return sizeHint().height(); }

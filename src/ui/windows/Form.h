@@ -47,6 +47,9 @@ public:
     // Keys with Ctrl are the window's, too: its frame and the area around it leave them alone.
     virtual bool takesAllKeys() const { return false; }
 
+    // What tells it from others of its caption in a list of windows; empty where the caption does.
+    virtual QString whichOne() const { return {}; }
+
     QWidget* frame();
     // As it was set, if it still stands there to the pixel: what scales it again and again loses nothing.
     layout::Rectangle place();

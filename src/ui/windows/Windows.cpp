@@ -108,10 +108,13 @@ void ListChildWindows(QMenu* menu) {
     for (QMdiSubWindow* frame : area->subWindowList()) {
         if (!frame->isVisible())
             continue;
-        QString caption = frame->windowTitle().replace('&', "&&");
+        const auto* form = qobject_cast<Form*>(frame->widget());
+        const QString which = form == nullptr ? QString() : form->whichOne();
+        QString caption = frame->windowTitle() + (which.isEmpty() ? "" : " (" + which + ")");
+        caption.replace('&', "&&");
         if (++number <= DIGITS)
             caption.prepend(QString("&%1 ").arg(number));
-        QAction* action = menu->addAction(caption, area, [frame] { globals.parent->BringForward(frame); });
+        QAction* action = menu->addAction(caption, frame, [frame] { globals.parent->BringForward(frame); });
         action->setObjectName(LISTED);
         action->setEnabled(frame->widget() != nullptr && frame->widget()->isEnabled());
         action->setCheckable(true);

@@ -157,21 +157,34 @@ void frmMain::BuildMenus() {
     connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
 }
 
-// After the grid's own items: what the menus offer for its row.
+// After the grid's own items: what the menus offer for its row. There the two starts are off where nothing could come
+// of them; in the menu bar they never are.
 void frmMain::BuildContextMenu() {
-    const auto separator = [this] {
-        auto* line = new QAction(mfgDevices);
-        line->setSeparator(true);
-        return line;
+    auto* mnuOfRow = Named(new QMenu(this), "mnuOfRow");
+    const auto startOfRow = [mnuOfRow](QAction* start) {
+        auto* action = new QAction(start->text(), mnuOfRow);
+        connect(action, &QAction::triggered, start, &QAction::trigger);
+        return action;
     };
-    mfgDevices->addActions({separator(), mnuReset, mnuResetToBootloader, mnuStartApplication, mnuStartDebugger,
-                            separator(), mnuLaunchShell, mnuViewConfigROM, mnuUpdateApplicationFirmware});
+    QAction *startApplication = startOfRow(mnuStartApplication), *startDebugger = startOfRow(mnuStartDebugger);
+    mnuOfRow->addActions(mfgDevices->actions());
+    mnuOfRow->addSeparator();
+    mnuOfRow->addActions({mnuReset, mnuResetToBootloader, startApplication, startDebugger});
+    mnuOfRow->addSeparator();
+    mnuOfRow->addActions({mnuLaunchShell, mnuViewConfigROM, mnuUpdateApplicationFirmware});
+    mfgDevices->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(mfgDevices, &QWidget::customContextMenuRequested, mnuOfRow,
+            [this, mnuOfRow](const QPoint& at) { mnuOfRow->popup(mfgDevices->viewport()->mapToGlobal(at)); });
     // Reasons for what is off. Not with the panel, which a redraw of the list fills for each device.
-    const auto giveReasons = [this] {
+    const auto giveReasons = [=, this] {
         for (QAction* action : {mnuLaunchShell, mnuReset, mnuResetToBootloader})
-            action->setToolTip(QString::fromStdString(panel_.whyNoTarget));
+            action->setToolTip(Q(panel_.whyNoTarget));
+        for (QAction* start : {startApplication, startDebugger}) {
+            start->setToolTip(Q(panel_.whyNoBootloader));
+            start->setEnabled(panel_.bootloaderRunning);
+        }
     };
-    for (QMenu* withReasons : {mnuView, mnuCommand}) {
+    for (QMenu* withReasons : {mnuView, mnuCommand, mnuOfRow}) {
         withReasons->setToolTipsVisible(true);
         connect(withReasons, &QMenu::aboutToShow, this, giveReasons);
     }

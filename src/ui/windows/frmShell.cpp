@@ -28,7 +28,8 @@ constexpr const char* MODULE = "frmShell";
 constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
 constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
-constexpr std::uint8_t PASTE = 22; // Control V
+constexpr std::uint8_t PASTE = 22;          // Control V
+constexpr std::size_t LONG_PASTE = 4 << 10; // characters, a third of a second
 
 std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t defaultValue) {
     const std::string text = windowSettings::Get(MODULE, key, std::to_string(defaultValue));
@@ -115,6 +116,15 @@ void frmShell::BuildControls() {
     setTabOrder(txtShell, cmbDeviceDetails);
 }
 
+QString frmShell::whichOne() const {
+    const BootloaderTarget* target = TargetOf(currentHandle_);
+    if (target == nullptr)
+        return "no device";
+    const std::string guid = basUtils::ByteArrayToHexString(target->Info.GUID.data(), target->Info.GUID.size(), 4);
+    const std::int16_t node = target->Device.NodeNum;
+    return Q(node > LAST_NODE ? guid + ", gone" : fmt::format("node {}, {}", node, guid));
+}
+
 void frmShell::Form_Load() {
     fitClient(fraRawInterface->geometry().right() + 7, fraRawInterface->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
@@ -142,10 +152,9 @@ void frmShell::Form_Unload() {
     std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
 }
 
-// The keys of this window's own menu items and, with Alt, the access keys of its menus.
+// The keys of this window's own menu items and, with Alt, the access keys of its menus. Alt alone would give the
+// menu bar the keys without any sign of it, as after Alt+Tab on some desktops.
 bool frmShell::IsCommandKey(const QKeyEvent& event) const {
-    if (event.key() == Qt::Key_Alt)
-        return true;
     const std::array<QMenu*, 5> opened{mnuFile, mnuCommand, mnuView, mnuSettings, mnuWindow};
     if (event.modifiers() == Qt::AltModifier)
         return std::any_of(opened.begin(), opened.end(), [&](const QMenu* menu) {
@@ -359,14 +368,19 @@ void frmShell::txtShell_KeyPress(std::uint8_t keyAscii) {
 void frmShell::Paste(const QString& text) {
     const ByteArray bytes = platform::AnsiFromText(shellText::PasteText(text.toStdString()));
     if (bytes.empty())
-        txtShell->setNotice({});
-    else
-        Send(bytes);
+        return txtShell->setNotice({});
+    if (bytes.size() < LONG_PASTE)
+        return Send(bytes);
+    txtShell->setNotice(Q(fmt::format("{} pasted characters go out ...", bytes.size())));
+    txtShell->repaint(); // no turn until they are through
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    Send(bytes);
+    QApplication::restoreOverrideCursor();
 }
 
 void frmShell::Send(const ByteArray& bytes) {
-    txtShell->setNotice({});
     const std::int32_t code = basBootloader::WriteShellCharacters(currentHandle_, bytes);
+    txtShell->setNotice({});
     if (code == basBootloader::SUCCESS)
         return;
     basDebug::Display(MODULE, LEVEL_TRACE, "txtShell_KeyPress failed: WriteShellCharacters failed, code {}", code);

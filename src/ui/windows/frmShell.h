@@ -29,6 +29,7 @@ public:
     void Form_Load() override;
     std::vector<QMenu*> menus() override;
     bool takesAllKeys() const override { return true; }
+    QString whichOne() const override;
 
     std::int32_t Index = 0; // slot in the list of shell windows
     std::int32_t CurrentHandle() const { return currentHandle_; }

@@ -93,6 +93,11 @@ void frmStatus::MakeStrip() {
         connect(made, &QToolButton::clicked, this, click);
         return made;
     };
+    txtFind->makeRoom = [this] {
+        finding_ = true;
+        Form_Resize();
+    };
+    txtFind->installEventFilter(this);
     txtFind->setMinimumWidth(14 * fontMetrics().averageCharWidth());
     lblNumber = add(new QLabel(strip_), "lblNumber", "Only the first status window gets the messages of all modules.");
     add(txtFind, "txtFind", "Find in the rows shown (Ctrl+F, then Enter; F3 and Shift+F3 go on)", 1);
@@ -149,6 +154,14 @@ void frmStatus::changeEvent(QEvent* event) {
     Form::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && cmbLevel != nullptr)
         ShowLevelColours();
+}
+
+bool frmStatus::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == txtFind && event->type() == QEvent::FocusOut) {
+        finding_ = false;
+        Form_Resize();
+    }
+    return Form::eventFilter(watched, event);
 }
 
 void frmStatus::showEvent(QShowEvent* event) {
@@ -265,12 +278,12 @@ void frmStatus::Clear() {
 
 void frmStatus::Save() {
     ShowPendingRows();
-    std::vector<std::string> lines; // as they are now: while the dialog is up more may come
+    std::string text = "Time\tLevel\tModule\tMessage\r\n"; // as they are now: while the dialog is up more may come
     for (int row = 0; row < shown_.rowCount(); ++row) {
         QStringList cells;
         for (int column = 0; column < StatusModel::COLUMNS; ++column)
             cells << shown_.index(row, column).data().toString();
-        lines.push_back(cells.join('\t').toStdString());
+        text += cells.join('\t').toStdString() + "\r\n";
     }
     const auto save = [&] {
         auto& dialogs = platform::CurrentDialogs();
@@ -278,10 +291,7 @@ void frmStatus::Save() {
         if (name.empty() || (basApp::FileExists(name) &&
                              !dialogs.YesNo(fmt::format("'{}' exists.  Overwrite (y/n)?", name), "Overwrite")))
             return;
-        platform::OutputFile file(name);
-        file.WriteLine("Time\tLevel\tModule\tMessage");
-        for (const std::string& line : lines)
-            file.WriteLine(line);
+        platform::WriteFileAtomically(name, platform::AnsiFromText(text));
     };
     platform::Attempt(save, [](const platform::Failure& f) {
         platform::CurrentDialogs().MessageBox(fmt::format("The messages could not be saved: {}", f.Description),
@@ -297,10 +307,12 @@ void frmStatus::AppendToCaption(std::string_view message, std::int32_t level) {
 void frmStatus::Form_Resize() {
     fraApplicationStatus->setGeometry(0, 0, width(), height());
     const int line = strip_->sizeHint().height(), left = height() - line;
-    // In a low window the rows come first, unless there would be no telling why some are missing.
+    // In a low window the rows come first, unless there would be no telling why some are missing, or somebody looks
+    // for one.
     const bool room = left >= mfgStatus->horizontalHeader()->sizeHint().height() +
                                   2 * mfgStatus->verticalHeader()->defaultSectionSize();
-    strip_->setVisible(room || shown_.hides() || chkHold->isChecked());
+    strip_->setVisible(room || finding_ || shown_.hides() || chkHold->isChecked());
+    mfgStatus->horizontalHeader()->setVisible(room || !finding_); // the row that is found comes before the headings
     mfgStatus->setGeometry(0, 0, width(), strip_->isHidden() ? height() : std::max(0, left));
     strip_->setGeometry(0, left, width(), line);
     FitStrip();

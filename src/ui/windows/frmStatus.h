@@ -24,6 +24,7 @@ public:
     frmStatus();
 
     void Form_Load() override;
+    QString whichOne() const override { return WindowIndex == 0 ? QString() : QString::number(WindowIndex + 1); }
     std::int32_t SaveLayout();    // 1, or -1 when nothing was saved
     std::int32_t RestoreLayout(); // 1
     // `priority` 0 counts as a message without a level and becomes 5. Painted in batches.
@@ -47,6 +48,7 @@ public:
 protected:
     void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void Form_Resize() override;
     void Form_Unload() override;
     bool staysInItsSlot() const override { return true; }
@@ -71,6 +73,7 @@ private:
     StatusFilter shown_;
     QWidget* strip_;
     std::vector<StatusModel::Row> pending_;
+    bool finding_ = false;       // the strip stays for that, however low the window is
     bool followsNewest_ = true;  // until the user scrolls up to read
     std::int64_t lastShown_ = 0; // performance counter
     WindowTimer* tmrShowRows_;
