@@ -60,8 +60,8 @@ TEST_F(Keyboard, IsEnoughForAWholeSession) {
          [&] { EXPECT_TRUE(form().lblWhyNot->text().contains("Command, Run Selected Device in Firmware Do")); }},
         {"Alt+C, F", "frmMain", "mfgDevices", [&] { Pass(5000); }},
         {"Alt+I", "frmSelectFirmware", "ListView1", [&] { EXPECT_TRUE(form().lblWhyNot->text().contains("is off")); }},
-        {"Down, Alt+L", "frmSelectFirmware", "cmdClose", [&] { EXPECT_EQ(program->Flash(0, "application"), IMAGE); }},
-        {"Shift+Tab, Shift+Tab, Space", "frmConfig", "RTB1"}, // View Config
+        {"Down, Alt+L", "frmSelectFirmware", "ListView1", [&] { EXPECT_EQ(program->Flash(0, "application"), IMAGE); }},
+        {"Alt+V, Space", "frmConfig", "RTB1"}, // View Config; the View menu has the same access key
         {"Ctrl+F4", "frmViewMemory", "txtNodeMemory"},
         {"Ctrl+F4", "frmSelectFirmware", "ListView1"}, // not the device list, which is off
         {"Ctrl+Tab", "frmStatus", "mfgStatus"},        // the same

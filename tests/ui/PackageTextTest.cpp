@@ -86,7 +86,9 @@ TEST_F(PackageText, SaysWhatStandsInThePackage) {
     EXPECT_EQ(view.lblSoftwareBuiltOn.rfind("Build date: 2002-08-31 15:25:03 utc / ", 0), 0U);
     header.SoftwareVersion = 0xFFFFFF;
     header.HardwareID = 18;
+    header.VendorID = 0;
     Describe();
+    EXPECT_EQ(view.lblVendorCompatibility, "vendor ID 0 (0x0): the package names no vendor");
     EXPECT_EQ(view.lblSoftwareVersion, "Version: 16777215 (0xFFFFFF) - private build");
     EXPECT_EQ(view.lblCompatibleHardware, "version 18 (0x12) is NOT compatible with the device");
     header.SoftwareVersion = 0;

@@ -13,6 +13,9 @@ namespace loadText {
 std::string Phase(const basBootloader::LoadProgress& progress, std::int32_t sentAgain, bool failed);
 // On the bar: "erasing flash, 3 s", "65536 of 131072 bytes, 53.8 kB/s, 2 s left". The time is that of the step.
 std::string Bar(const basBootloader::LoadProgress& progress, double elapsedMilliseconds, bool failed);
+// The line below the status when a load has succeeded.
+inline constexpr const char* GOOD_CRC =
+    "CRC good: the device has compared what it holds now with the CRC of the package.";
 // Why a load has failed and what to do, empty without a failure. `onTheBus`: whether the target is still there;
 // `busReset`: whether a bus reset that came meanwhile is still to be looked into.
 std::string Cause(const basBootloader::DownloadFailure& failure, bool onTheBus, bool busReset);

@@ -83,7 +83,9 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
     }
     view.lblCompatibleHardware = Verdict("version", header.HardwareID, target->Info.HardwareModelID);
     view.lblVendorCompatibility =
-        Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
+        header.VendorID == 0
+            ? "vendor ID 0 (0x0): the package names no vendor"
+            : Verdict("vendor ID", header.VendorID, basUtils::ByteArrayToLong(target->DebugGUID, 0, 2, true));
     view.lblPackagesIncluded = Included(header);
     view.detail = Fault(header, fileSize);
     if (view.detail.empty())

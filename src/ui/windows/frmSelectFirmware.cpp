@@ -146,8 +146,10 @@ void frmSelectFirmware::closeEvent(QCloseEvent* event) {
 }
 
 void frmSelectFirmware::Form_Resize() {
-    if (layout_)
-        layout_->ResizeForm();
+    if (!layout_)
+        return;
+    layout_->ResizeForm();
+    ShowTexts();
 }
 
 void frmSelectFirmware::Status(const std::string& text) {
@@ -198,7 +200,8 @@ void frmSelectFirmware::setHDevice(std::int32_t handle) {
         }
         const BootloaderTarget& target = basBootloader::globals.TargetList[std::size_t(index)];
         const std::string guid = basUtils::ByteArrayToHexString(target.DebugGUID);
-        Status(fmt::format("Select new image for Device '{}', H/W model ID={}", guid, target.Info.HardwareModelID));
+        prompt_ = fmt::format("Select new image for Device '{}', H/W model ID={}", guid, target.Info.HardwareModelID);
+        Status(prompt_);
         const bool known = firmwareType_ >= IMAGE_APPLICATION && firmwareType_ <= IMAGE_BOOTLOADER;
         setWindowTitle(Q(known
                              ? fmt::format("Select new {} Image for device {}', h/w model ID={}",

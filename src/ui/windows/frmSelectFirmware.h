@@ -98,6 +98,7 @@ private:
     void ReadPicked();
     void ReadHeader(PickedFile& file);
     void ShowPicked();
+    void ShowTexts();
 
     // Loading (frmSelectFirmwareLoad.cpp).
     void cmdLoadSelected_Click();
@@ -123,6 +124,8 @@ private:
     std::int32_t hDevice_ = 0;
     bool AlwaysLoadConfig = false; // nothing else hangs on it
     PickedFile picked_;
+    std::string prompt_;    // the status that asks for a file
+    std::string told_;      // the picked file while the status tells what became of a load; else empty
     std::string cause_;     // why the last load has failed
     std::string note_;      // the answer to an attempt to close in the middle of a load
     std::string beginning_; // the status while blocks go out

@@ -91,9 +91,12 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     const QString outcome = lblStatus->text();
     ListView1_ItemClick();
     Status(outcome.toStdString());
-    if (!cause_.empty())
+    told_ = picked_.path();
+    if (loaded)
+        Detail(loadText::GOOD_CRC);
+    else if (!cause_.empty())
         Detail(cause_);
-    cmdClose->setFocus();
+    ListView1->setFocus(); // where the next package is picked
 }
 
 // What was clicked while blocks went out meets a load that is at its end.
@@ -155,14 +158,16 @@ void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
 }
 
 void frmSelectFirmware::ListView1_DblClick() {
-    if (firmwareType_ == IMAGE_BOOTLOADER)
-        return; // never by a slip of the mouse
-    static constexpr void (frmSelectFirmware::*ACTIONS[])() = {&frmSelectFirmware::cmdLoadImageAndConfig_Click,
-                                                               &frmSelectFirmware::cmdLoadSelected_Click,
-                                                               &frmSelectFirmware::cmdLoadConfig_Click};
-    const std::int32_t behavior = frmSelectFirmwarePreferences::GetDefaultDownloadBehavior();
-    if (behavior >= 0 && behavior < std::int32_t(std::size(ACTIONS)))
-        (this->*ACTIONS[behavior])();
+    if (firmwareType_ == IMAGE_BOOTLOADER || loading_ || reading_)
+        return; // a bootloader never by a slip of the mouse
+    QPushButton* const actions[] = {cmdLoadImageAndConfig, cmdLoadSelected, cmdLoadConfig};
+    const packageText::View& view = picked_.view;
+    const std::string* const reasons[] = {&view.noBoth(), &view.noImage, &view.noConfig};
+    const auto behavior = std::size_t(frmSelectFirmwarePreferences::GetDefaultDownloadBehavior());
+    if (actions[behavior]->isEnabled())
+        actions[behavior]->click();
+    else
+        Detail(*reasons[behavior]);
 }
 
 std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const PickedFile& picked) {

@@ -37,6 +37,10 @@ void frmSelectFirmware::Pick() {
     if (!picked_.name.empty())
         picked_.view.lblPath = folder_;
     ShowPicked();
+    if (!told_.empty() && picked_.path() != told_) {
+        told_.clear();
+        Status(prompt_); // what became of another file's load is over
+    }
 }
 
 // Reads the picked file's header. That gives turns, in which another file can be picked: then that one is
@@ -87,7 +91,8 @@ void frmSelectFirmware::ReadHeader(PickedFile& file) {
     file.view.lblPath = "Path: " + file.folder;
 }
 
-void frmSelectFirmware::ShowPicked() {
+// The middle goes where there is no room for all, so that a name's end can be read; the tool tip has the whole.
+void frmSelectFirmware::ShowTexts() {
     const packageText::View& view = picked_.view;
     const std::pair<QLabel*, const std::string&> texts[] = {
         {lblFilename, view.lblFilename},
@@ -102,9 +107,14 @@ void frmSelectFirmware::ShowPicked() {
         {lblPackagesIncluded, view.lblPackagesIncluded},
     };
     for (const auto& [label, text] : texts) {
-        label->setText(Q(text));
-        label->setToolTip(WrappedTip(text)); // long ones can be read in full
+        label->setText(label->fontMetrics().elidedText(Q(text), Qt::ElideMiddle, label->width()));
+        label->setToolTip(WrappedTip(text));
     }
+}
+
+void frmSelectFirmware::ShowPicked() {
+    ShowTexts();
+    const packageText::View& view = picked_.view;
     const std::pair<QPushButton*, const std::string&> commands[] = {
         {cmdLoadSelected, view.noImage},
         {cmdLoadConfig, view.noConfig},
