@@ -1,17 +1,17 @@
 /* The contract of the 1394 access library.
  *
- * A library that implements this header carries every transaction of the program. It is a shared
- * object named Twl1394api.so beside the executable, loaded at run time; the simulated bus is one
- * such library, a driver for real hardware is another.
+ * A library that implements this header performs every transaction of the program. It is a shared
+ * object named Twl1394api.so beside the executable, loaded at run time. The simulated bus is one
+ * such library; a driver for real hardware is another.
  *
- * Rules that hold for every operation unless its comment says otherwise:
- *  - Plain C, no exception crosses the boundary, all integers have fixed width.
+ * Rules for every operation unless its comment states otherwise:
+ *  - Plain C. No exception crosses the boundary. All integers have a fixed width.
  *  - Buffers and records belong to the caller and are used only during the call.
- *  - The program calls from one thread. An operation may block that thread for as long as told.
- *  - The two callbacks of Twl1394Client may be called from any thread, also from inside an
- *    operation; they return at once, the program takes their content at its next turn.
- *  - Record fields are in host byte order. Bytes in transaction buffers are in bus order
- *    (first byte on the wire first), nothing is swapped.
+ *  - The program calls from a single thread. An operation may block it up to its time-out.
+ *  - Both callbacks of Twl1394Client may be called from any thread, even during an operation. They
+ *    return at once; the program handles their content later.
+ *  - Record fields are in host byte order. Transaction buffers are in bus order (first byte on the
+ *    wire first) and never swapped.
  */
 #ifndef TWL1394API_H
 #define TWL1394API_H
@@ -36,7 +36,7 @@ enum {
 /* Results of AsyncReadWrapper and AsyncWriteWrapper. */
 #define TWL1394_SUCCESS 1
 #define TWL1394_NODE_DID_NOT_RESPOND 121
-#define TWL1394_BUS_RESET ((int32_t)0x80000001)     /* a bus reset came during the transaction */
+#define TWL1394_BUS_RESET ((int32_t)0x80000001)     /* a bus reset interrupted the transaction */
 #define TWL1394_SHUTTING_DOWN ((int32_t)0x80000002) /* the library's own shutdown event is set */
 #define TWL1394_ADDRESS_ERROR ((int32_t)0x80000017) /* response error packet */
 #define TWL1394_TIMED_OUT ((int32_t)0x80000102)
@@ -45,10 +45,10 @@ enum {
 #define TWL1394_MAX_PAYLOAD 2048u
 #define TWL1394_BROADCAST_NODE 63u
 
-/* What the library needs of its user. Must stay valid from RegisterClient to DeRegisterClient. */
+/* The callbacks of the library's user. Must stay valid from RegisterClient to DeRegisterClient. */
 typedef struct Twl1394Client {
     void* Context;
-    /* Posts one numbered notice. Any thread. */
+    /* Posts a notice by its number. Any thread. */
     void (*PostNotice)(void* Context, uint32_t Number);
     /* Appends debug text (8-bit code page, lines end in CR LF). Any thread. */
     void (*AppendDebugText)(void* Context, const char* Text);
@@ -61,7 +61,7 @@ typedef struct Twl1394Address {
     uint32_t AddressLow;
 } Twl1394Address;
 
-/* 552 bytes. The library sets RangeHandle; 0 is never a valid handle. */
+/* 552 bytes. The library sets RangeHandle, which is never 0. */
 typedef struct Twl1394AddressRange {
     uint32_t AllocateFlags;
     uint32_t Flags;
@@ -81,9 +81,9 @@ typedef struct Twl1394NodeAddressRequest {
 } Twl1394NodeAddressRequest;
 
 /* 4120 bytes. Level 6 reads CsrLength bytes at CsrAddress of the local node into CsrData.
- * The topology map (CSR address 0xFFFFF0001000) comes with little-endian integers: bytes 0..1
- * length, 2..3 CRC, 4..7 generation, 8..9 node count, 10..11 self-ID count, self-ID packets of
- * four bytes each, most significant byte first, from byte 12. */
+ * The topology map (CSR address 0xFFFFF0001000) has little-endian integers: length in bytes 0 to 1,
+ * CRC in 2 to 3, generation in 4 to 7, node count in 8 to 9, self-ID count in 10 to 11. Self-ID
+ * packets follow from byte 12, four bytes each, most significant byte first. */
 typedef struct Twl1394HostInformation {
     uint32_t Status;
     uint32_t Level;
@@ -97,7 +97,7 @@ typedef struct Twl1394VirtualDevice {
     uint32_t Flags;
     uint32_t Fill;
     uint64_t InstanceId;
-    const char* Name; /* 0-terminated, at most 33 bytes with its terminator */
+    const char* Name; /* 0-terminated, at most 33 bytes including the terminator */
 } Twl1394VirtualDevice;
 
 #define TWL1394_MAX_VIRTUAL_DEVICES 10
@@ -106,44 +106,43 @@ typedef struct Twl1394VirtualDeviceList {
     char Name[TWL1394_MAX_VIRTUAL_DEVICES][256]; /* 0-terminated */
 } Twl1394VirtualDeviceList;
 
-/* The interface version that the library was built for; the program refuses any but its own. */
+/* The interface version that the library implements; the program accepts only its own. */
 uint32_t Twl1394InterfaceVersion(void);
 
-/* 1 on success: notices and debug text go to Client from now on. One client at a time. */
+/* 1 on success: notices and debug text then go to Client. One client at a time. */
 int32_t RegisterClient(const Twl1394Client* Client);
-/* After its return neither callback is called again. */
+/* Neither callback is called after it has returned. */
 int32_t DeRegisterClient(const Twl1394Client* Client);
-/* 1 on success. Name is 0-terminated: a module of the program that the library should know. */
+/* 1 on success. Name, 0-terminated, is a module of the program. */
 int32_t HookSystemModule(const char* Name);
-/* Debug text of this level and above from now on (1 everything .. 17 nothing). */
+/* Sets the lowest level of debug text to report, from 1 (everything) to 17 (nothing). */
 int32_t SetDebugSpew(const Twl1394Client* Client, int32_t Level);
-/* Fills the list. The result isn't looked at. */
+/* Fills the list. The result is ignored. */
 int32_t GetVirtualDeviceList(Twl1394VirtualDeviceList* List);
 /* 0 on success. Reserved is 0. */
 int32_t AddVirtualDriver(const Twl1394Client* Client, const Twl1394VirtualDevice* Record, uint32_t Reserved);
 int32_t RemoveVirtualDriver(const Twl1394Client* Client, const Twl1394VirtualDevice* Record, uint32_t Reserved);
-/* 0 on success. Device is the first name of the virtual device list, as in all that follow. */
+/* 0 on success. Device, here and below, is the first name of the virtual device list. */
 int32_t Get1394AddressFromDeviceObject(const Twl1394Client* Client, const char* Device,
                                        Twl1394NodeAddressRequest* Request);
-/* The result isn't looked at; without an answer CsrData stays as it was. */
+/* The result is ignored; on failure CsrData stays unchanged. */
 int32_t GetLocalHostInformation(const Twl1394Client* Client, const char* Device, Twl1394HostInformation* Request,
                                 uint32_t Reserved);
-/* A bus reset follows, with its notice. */
+/* Starts a bus reset, whose notice follows. */
 int32_t BusReset(const Twl1394Client* Client, const char* Device, uint32_t Flags);
 /* 0 on success. Writes of other nodes into the range post TWL1394_NOTICE_INCOMING_DATA. */
 int32_t AllocateAddressRange(const Twl1394Client* Client, const char* Device, Twl1394AddressRange* Range,
                              uint32_t Reserved);
 /* 0 on success. */
 int32_t FreeAddressRange(const Twl1394Client* Client, const char* Device, uint32_t RangeHandle);
-/* One block transaction of Size bytes (a multiple of 4, 4 to TWL1394_MAX_PAYLOAD). Block until
- * done, at most TimeoutMs; 0 runs the transaction synchronously with the bus's own time-out.
- * Result: a code of the list above. A failed read leaves Data as it was. */
+/* One block transaction of Size bytes (a multiple of 4, 4 to TWL1394_MAX_PAYLOAD). They block until
+ * done, at most TimeoutMs; 0 means the bus's own time-out. The result is one of the codes above.
+ * A failed read leaves Data unchanged. */
 int32_t AsyncReadWrapper(uint32_t NodeNumber, const Twl1394Address* Address, uint32_t Size, uint8_t* Data,
                          uint32_t TimeoutMs);
 int32_t AsyncWriteWrapper(uint32_t NodeNumber, const Twl1394Address* Address, uint32_t Size, const uint8_t* Data,
                           uint32_t TimeoutMs);
-/* Whole milliseconds since *Counter, a value of the host's performance counter: nanoseconds of
- * CLOCK_MONOTONIC. Never blocks. */
+/* Whole milliseconds since *Counter, in nanoseconds of CLOCK_MONOTONIC. Never blocks. */
 uint32_t QueryElapsedTimeMsLongInt(const int64_t* Counter);
 
 #ifdef __cplusplus

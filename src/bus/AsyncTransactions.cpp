@@ -151,7 +151,6 @@ std::int32_t Write(const Device& device, Address1394 address, std::int32_t timeo
     return globals.BusResetPending ? RESULT_BUS_RESET : RESULT_FAILED;
 }
 
-// The arguments that both wrappers check, and what a run-time failure in either becomes.
 bool HasActiveLink(const Device& device, const char* operation) {
     if (device.SelfId.LinkActive != 0)
         return true;
@@ -165,20 +164,11 @@ std::int32_t OrDefault(std::int32_t timeout) {
     return timeout < 0 ? basApp::globals.Default1394TransactionTimeout : timeout;
 }
 
-template <class Transaction> std::int32_t Trapped(const char* procedure, Transaction transaction) {
-    std::int32_t result = RESULT_FAILED;
-    platform::Attempt([&] { result = transaction(); },
-                      [procedure](const platform::Failure& f) {
-                          StatusDisplay(LEVEL_ERROR, "Error #{}: {} in bas1394.{}", f.Number, f.Description, procedure);
-                      });
-    return result;
-}
-
 } // namespace
 
 std::int32_t AsyncReadWrapperVB(const Device& device, Address1394 address, std::int32_t size, bool quadletMode,
                                 std::int32_t timeout, ByteArray& buffer) {
-    return Trapped("AsyncReadWrapperVB", [&] {
+    const auto read = [&] {
         if (device.NodeNum < 0 || device.NodeNum > LAST_NODE)
             return RESULT_FAILED;
         if (size < 1 || size > MAX_PAYLOAD) {
@@ -191,17 +181,19 @@ std::int32_t AsyncReadWrapperVB(const Device& device, Address1394 address, std::
         if (!HasActiveLink(device, "AsyncRead"))
             return RESULT_FAILED;
         return Read(device, address, size, quadletMode, OrDefault(timeout), buffer);
-    });
+    };
+    return platform::ResultOf(read, LogFailure("bas1394.AsyncReadWrapperVB"));
 }
 
 std::int32_t AsyncWriteWrapperVB(const Device& device, Address1394 address, bool, std::int32_t timeout,
                                  ByteArray& buffer) {
-    return Trapped("AsyncWriteWrapperVB", [&] {
+    const auto write = [&] {
         if (device.NodeNum < 0 || device.NodeNum > BROADCAST_NODE || !HasActiveLink(device, "AsyncWrite"))
             return RESULT_FAILED;
         buffer.resize(WholeQuadlets(buffer.size()));
         return Write(device, address, OrDefault(timeout), buffer);
-    });
+    };
+    return platform::ResultOf(write, LogFailure("bas1394.AsyncWriteWrapperVB"));
 }
 
 } // namespace bas1394

@@ -101,9 +101,7 @@ void* LoadTwl1394Dll(bool withCallbacks) {
         if (code != RESULT_SUCCESS)
             StatusDisplay(LEVEL_WARNING, "RegisterClient failed in bas1394.LoadTwl1394Dll, code {}", code);
     };
-    const bool done = platform::Attempt(load, [](const platform::Failure& f) {
-        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in LoadTwl1394Dll", f.Number, f.Description);
-    });
+    const bool done = platform::Attempt(load, LogFailure("LoadTwl1394Dll"));
     return done ? module : nullptr;
 }
 

@@ -138,11 +138,7 @@ std::int32_t RemoveVirtualDevice(const std::string& name) {
 
 std::int32_t GetVirtualDevices() {
     std::int32_t count = 0;
-    platform::Attempt([&] { count = FindVirtualDevices(); },
-                      [](const platform::Failure& f) {
-                          StatusDisplay(LEVEL_ERROR, "Error #{}: {} in IncomingDataThreadHandler", f.Number,
-                                        f.Description);
-                      });
+    platform::Attempt([&] { count = FindVirtualDevices(); }, LogFailure("IncomingDataThreadHandler"));
     return count;
 }
 

@@ -4,6 +4,7 @@
 
 #include "Bytes.h"
 #include "Device.h"
+#include "Failure.h"
 #include "Twl1394api.h"
 #include "basApp.h"
 
@@ -95,6 +96,13 @@ template <class... Arguments>
 void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
     if (StatusDisplayWanted(level))
         basDebug::StatusDisplay(fmt::format(text, std::forward<Arguments>(arguments)...), level, "bas1394");
+}
+
+// Logs a failure in `procedure`, which is named as the message shows it.
+inline auto LogFailure(const char* procedure) {
+    return [procedure](const platform::Failure& f) {
+        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in {}", f.Number, f.Description, procedure);
+    };
 }
 
 // --- Library loading and notices (LibraryLoading.cpp) ---

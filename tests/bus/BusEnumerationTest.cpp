@@ -1,4 +1,4 @@
-// From the notice of a bus reset to a finished node table, undisturbed and not.
+// From a bus reset notice to the complete node table, with and without interruptions.
 #include "BusEnumeration.h"
 #include "ScriptedLibrary.h"
 
@@ -13,8 +13,8 @@ ByteArray Rom(std::uint32_t vendor) {
     return Quadlets({0x04040000, 0x31333934, 0, vendor << 8 | 0xAB, 5, 0x00020000, 0x03000000 | vendor, 0x17000007});
 }
 
-// Six nodes: two to keep, one of another vendor, one to keep whose root is missing, one without a
-// ROM, and this computer, without one too.
+// Six nodes: two to keep, one of another vendor, one to keep whose root directory is missing, one without a ROM, and
+// this computer, also without a ROM.
 class BusEnumeration : public LibraryTest {
 protected:
     BusEnumeration() {
@@ -43,7 +43,7 @@ protected:
     }
     void Notice() { globals.Client.PostNotice(nullptr, 1326); }
     void Enumerate() {
-        globals.BusResetPending = true; // as a rescan does, which leaves the other flag as it was
+        globals.BusResetPending = true; // as a rescan does, which doesn't clear the other flag
         globals.BusEnumerated = true;
         BusResetHandlerThread();
     }
@@ -74,7 +74,7 @@ TEST_F(BusEnumeration, StartsOverWhenANoticeComesWhileTheBusSettles) {
     const std::int64_t start = clock.Now();
     Enumerate();
     EXPECT_EQ(passes, 2);
-    EXPECT_EQ(bootloaderPasses, 1); // no discovery on a table that is out of date
+    EXPECT_EQ(bootloaderPasses, 1); // no discovery on an outdated table
     EXPECT_EQ(clock.Now() - start, 400'000'000);
     EXPECT_EQ(CountLogged("Getting config rom for node #0"), 1u);
     EXPECT_TRUE(Logged("9 BusResetHandler: routine interrupted by bus topology change."));
@@ -127,7 +127,7 @@ TEST_F(BusEnumeration, GoesOnPastWhatFails) {
 
 TEST_F(BusEnumeration, HandsEveryIncomingDataNoticeOn) {
     int handled = 0;
-    hooks.incomingData = [&] { globals.IncomingDataPending = ++handled == 1; }; // one more comes meanwhile
+    hooks.incomingData = [&] { globals.IncomingDataPending = ++handled == 1; }; // another one arrives meanwhile
     IncomingDataThreadHandler();
     EXPECT_EQ(handled, 0);
     globals.IncomingDataPending = true;

@@ -1,4 +1,4 @@
-// The bus info block, the tree, and what each kind of ROM ends with.
+// The bus info block, the tree, and the result of each kind of ROM.
 #include "RomTest.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace {
 using ConfigRomReader = RomTest;
 using Numbers = std::vector<std::int32_t>;
 
-TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
+TEST_F(ConfigRomReader, ReturnsTheResultAndLogsTheMessagesOfEachKindOfRom) {
     const Words busInfo = {0x04000000, 0, 0, 0, 0};
     const auto withRoot = [&](std::uint32_t entries) {
         Words quadlets = busInfo;
@@ -37,7 +37,7 @@ TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
          "7 |||Invalid length (513) indicated in header of config rom entry, node 5, address 0xFFFFF0000414!\n"
          "7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, code -1(0xFFFFFFFF)," +
              atRoot},
-        {withRoot(256), 1, 5 + 257, 20}, // a header like that of a minimal ROM, elsewhere
+        {withRoot(256), 1, 5 + 257, 20}, // the header looks like a minimal ROM, but not at the base
         {busInfo, -20, 6, 20,
          "5 |||Could not read config rom data at address 0xFFFFF0000414 node 5, " + refused +
              "!\n7 ||GetConfigRomDirectory: failed call to GetConfigRomEntry, " + refused + "," + atRoot},
@@ -68,7 +68,7 @@ TEST_F(ConfigRomReader, GivesEachKindOfRomItsResultAndItsWords) {
     }
 }
 
-TEST_F(ConfigRomReader, NamesTheNodeThatItCannotRead) {
+TEST_F(ConfigRomReader, ReportsTheNodeThatItCannotRead) {
     library.result = [](std::size_t k) { return k < 5 ? 1 : Code(0x80000102); };
     EXPECT_EQ(ReadTree({}), -20);
     EXPECT_TRUE(Logged("7 ||GetConfigRomDirectory: target failed to respond in the given time, node index 0, address "
@@ -85,7 +85,7 @@ TEST_F(ConfigRomReader, NamesTheNodeThatItCannotRead) {
 }
 
 TEST_F(ConfigRomReader, ReadsALeafAgainWhoseFirstReadFailed) {
-    library.result = [](std::size_t k) { return k == 5 + 3 ? 121 : 1; }; // the header of the leaf, the first time
+    library.result = [](std::size_t k) { return k == 5 + 3 ? 121 : 1; }; // the first read of the leaf's header
     ReadTree({0x00020000, 0x81000002, 0x81000001, 0x00030000, 0, 0, 0x41420000});
     EXPECT_EQ(root().Leaves.at(0).Text + "," + root().Leaves.at(1).Text, ",AB");
     EXPECT_FALSE(basConfigRom::IsWhole(rom));
@@ -97,12 +97,12 @@ TEST_F(ConfigRomReader, TriesTheHeaderThreeTimesDuringABusReset) {
         const std::int32_t code = ReadTree({0x00020000, 0x03000F1B, 0x81000001, 0x00010000, 0x40000001});
         EXPECT_EQ(code, resets == 2 ? 1 : -1);
         EXPECT_EQ(rom.ModuleVendorId, resets == 2 ? 0xF1B : 0);
-        EXPECT_EQ(root().Leaves[0].DescriptorType, resets == 2 ? 0x40 : 0); // the walk goes on, too
+        EXPECT_EQ(root().Leaves[0].DescriptorType, resets == 2 ? 0x40 : 0); // and the walk continues
     }
     bas1394::globals.BusResetPending = false;
     library.result = [](std::size_t) { return 121; };
     ReadTree({});
-    EXPECT_EQ(library.transactions, Texts{"R5 FFFFF0000400 4 200"}); // no other failure is tried again
+    EXPECT_EQ(library.transactions, Texts{"R5 FFFFF0000400 4 200"}); // no other failure is retried
 }
 
 TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
@@ -111,7 +111,7 @@ TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
         0x81000014, // 1: leaf at 21, before any immediate
         0x03000F1B, // 2
         0xD1000005, // 3: directory at 8
-        0xC3000014, // 4: directory at 24, which is none
+        0xC3000014, // 4: directory at 24, beyond the ROM
         0x47000105, // 5: offset at 0xF0000414
         0x8100000F, // 6: leaf at 21 again
         0xC3000010, // 7: directory at 23, whose header is 0
@@ -119,7 +119,7 @@ TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
         0x17000007, // 9
         0xD8000003, // 10: directory at 13
         0x07000001, // 11: an unknown key, but not in the root
-        0x81000006, // 12: leaf at 18, which is none
+        0x81000006, // 12: leaf at 18, whose header is 0
         0x00010000, // 13: below the unit directory
         0x09000002, // 14
     };
@@ -152,7 +152,7 @@ TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
     ASSERT_EQ(root().Leaves.size(), 2u);
     EXPECT_EQ(root().Leaves[0].PrecedingKey, 0);
     EXPECT_EQ(root().Leaves[1].PrecedingKey, 3);
-    EXPECT_EQ(root().Leaves[1].RawData, Quadlets({0x00010000, 0x40000001})); // shared, and read once:
+    EXPECT_EQ(root().Leaves[1].RawData, Quadlets({0x00010000, 0x40000001})); // shared, so read once:
     EXPECT_EQ(std::ranges::count(library.transactions, "R5 FFFFF0000468 4 200"), 1);
     EXPECT_EQ(root().Offsets.at(0).Value, 0x00070000);
     EXPECT_EQ(rom.Directories[2].Leaves.at(0).Address, 0); // the zeroed element
@@ -163,7 +163,8 @@ TEST_F(ConfigRomReader, WalksTheTreeDepthFirst) {
 }
 
 TEST_F(ConfigRomReader, DecodesALeafAsFarAsItReaches) {
-    // Type and value of the key, what follows the header of the leaf.
+    // The entry's key byte, the leaf's data, its fields (descriptor type, specifier, width, character set, language)
+    // and text.
     const std::tuple<std::uint32_t, Words, Numbers, const char*> rows[] = {
         {0x81, {0x01ABCDEF}, {1, 0, 0, 0, 0}, ""},
         {0x81, {0x12345678, 0x9ABC8DEF}, {0x12, 0x345678, 9, 0xABC, -0x7211}, ""},
@@ -190,7 +191,7 @@ TEST_F(ConfigRomReader, StoresTheImmediatesOfTheRoot) {
               1);
     EXPECT_EQ((Numbers{rom.ModuleVendorId, rom.ModuleHwVersion, rom.ModuleSpecId, rom.ModuleSwVersion, rom.NodeVendorId,
                        rom.NodeHwVersion, rom.NodeSpecId, rom.NodeSwVersion, rom.ModelId}),
-              (Numbers{1, 2, 3, 4, 5, 6, 7, 8, 10})); // the last of two wins
+              (Numbers{1, 2, 3, 4, 5, 6, 7, 8, 10})); // the later of two model IDs wins
     EXPECT_EQ(log, Texts{"7 Unrecognized KeyValue in GetFormattedConfigRom: 7"});
 }
 

@@ -1,4 +1,4 @@
-// A ROM as rows, letter by letter: other people's scripts read them.
+// The exact rows of a ROM: scripts read them.
 #include "ConfigRomText.h"
 #include "RomTest.h"
 
@@ -17,7 +17,7 @@ protected:
     basConfigRom::RomTree tree;
 };
 
-TEST_F(ConfigRomText, ShowsEachQuadletWithItsMeaningBehindIt) {
+TEST_F(ConfigRomText, ShowsEachQuadletWithItsMeaning) {
     EXPECT_EQ(Read({0x04258765, 0x31333934, 0xA864A1B2, 0x000F1BC3, 0x14050607, // bus info block
                     0x0006ABCD, 0x03000F1B, 0x81000005, 0x0C00A953, 0x16000042, 0x44000100, 0xD1000006, // root
                     0x00041357, 0x00000001, 0x21230409, 0x5461726E, 0x77656C6C,                         // "Tarnwell"
@@ -76,7 +76,7 @@ TEST_F(ConfigRomText, ShowsEachQuadletWithItsMeaningBehindIt) {
     EXPECT_EQ(basConfigRom::RomText(tree).substr(0, 16), "BUS INFO BLOCK\r\n");
 }
 
-TEST_F(ConfigRomText, NumbersLeavesByThemselvesAndGoesOnPastWhatIsMissing) {
+TEST_F(ConfigRomText, NumbersLeavesSeparatelyAndContinuesAfterAMissingDirectory) {
     ReadTree({0x00060000, 0x8D000006, 0x03000001, 0x8D000004, 0xD1F00000, 0x8D000002, 0xD1000003, 0x00010000, 5,
               0x00010000, 0x17000003});
     EXPECT_EQ(Format(), 1);
@@ -86,7 +86,7 @@ TEST_F(ConfigRomText, NumbersLeavesByThemselvesAndGoesOnPastWhatIsMissing) {
             leaves.push_back(row.Key);
     EXPECT_EQ(leaves, (Texts{"DIRECTORY_000_KEY_000_LEAF_000", "DIRECTORY_000_KEY_002_LEAF_001",
                              "DIRECTORY_000_KEY_004_LEAF_002"}));
-    // The directory that couldn't be read has no row, the one behind it has its own.
+    // The unreadable directory has no row; the next one has.
     EXPECT_EQ(tree.Rows.back().Text, "0xF000043C   0x17000003  key type=0 (imm), key=0x17 value=MODEL ID  data=0x3");
     EXPECT_EQ(tree.Rows.back().Key, "DIRECTORY_002_KEY_000");
 }
@@ -111,7 +111,7 @@ TEST_F(ConfigRomText, NamesTheValueOfEveryKey) {
                              "EXTENDED_DATA|MODIFIABLE_DESCRIPTOR|DIRECTORY_ID");
     Words root = {0x00400000};
     for (std::uint32_t key = 0; key < 64; ++key)
-        root.push_back(key << 24 | 0x20); // of the capabilities a bit that has no name
+        root.push_back(key << 24 | 0x20); // a capability bit without a name
     ReadTree(root);
     Format();
     for (std::uint32_t key = 0; key < 64; ++key) {
@@ -123,7 +123,7 @@ TEST_F(ConfigRomText, NamesTheValueOfEveryKey) {
     }
 }
 
-TEST_F(ConfigRomText, EndsWhateverTheRecordHolds) {
+TEST_F(ConfigRomText, CopesWithAnyRecord) {
     const std::string inDirectory = "in FormatConfigRomDirectoryApple", failed = "ERROR: Failed call to Format";
     auto& directories = rom.Directories;
     const std::tuple<const char*, std::function<void()>, std::int32_t, std::size_t, std::string> rows[] = {

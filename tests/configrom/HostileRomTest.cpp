@@ -1,5 +1,5 @@
-// ROMs that mean harm, or nothing at all. Reading one ends, within its bounds, with a tree whose
-// every index leads somewhere.
+// Malicious and meaningless ROMs. Reading one stays within the bounds and results in a tree whose indexes are all
+// valid.
 #include "ConfigRomText.h"
 #include "RomChecks.h"
 #include "RomFile.h"
@@ -37,7 +37,7 @@ protected:
         EXPECT_NE(basConfigRom::GetConfigRomModelText(rom) + basConfigRom::GetHardwareVersion(rom), "");
         ExpectChecksToAgreeWith(tree);
     }
-    // A CRC is judged for each block that is shown and for no other, and what has a row is referred to.
+    // CRCs are checked for exactly those blocks that have rows, and no quadlet with a row counts as unreferred.
     void ExpectChecksToAgreeWith(const basConfigRom::RomTree& tree) const {
         std::set<std::string> blocks, judged, addresses;
         for (const basConfigRom::RomRow& row : tree.Rows) {
@@ -57,12 +57,12 @@ protected:
     }
 };
 
-TEST_F(HostileRom, ThatUnfoldsWithoutEndIsCutOff) {
+TEST_F(HostileRom, ThatUnfoldsEndlesslyIsCutOff) {
     Words ladder, chain;
-    for (int rung = 0; rung < 80; ++rung) // each refers twice to the next: 2 to the 80th, unfolded
+    for (int rung = 0; rung < 80; ++rung) // each refers twice to the next: 2^80 directories, unfolded
         ladder.insert(ladder.end(), {0x00020000, 0xD1000002, 0xD1000001});
     ladder.insert(ladder.end(), {0x00010000, 0x03000001});
-    for (int link = 0; link < 400; ++link) // deeper than anything is followed
+    for (int link = 0; link < 400; ++link) // deeper than the reader follows
         chain.insert(chain.end(), {0x00010000, 0xD1000001});
     for (const Words& tree : {ladder, chain}) {
         EXPECT_EQ(ReadTree(tree), 1);
@@ -70,10 +70,10 @@ TEST_F(HostileRom, ThatUnfoldsWithoutEndIsCutOff) {
         EXPECT_EQ(rom.Directories.size(), 256u);
         EXPECT_TRUE(Logged("it is too large."));
     }
-    const ConfigRomDirectory& last = rom.Directories.back(); // with no entry walked
+    const ConfigRomDirectory& last = rom.Directories.back(); // without a walked entry
     EXPECT_EQ(last.Entries.size(), 1u);
     EXPECT_EQ(last.Entries[0].Address, 0);
-    EXPECT_EQ(Rows(rom).Rows.back().Key, "DIRECTORY_HEADER_255"); // nor a row for one
+    EXPECT_EQ(Rows(rom).Rows.back().Key, "DIRECTORY_HEADER_255"); // nor an entry's row
 }
 
 TEST_F(HostileRom, IsWholeWhenTwoEntriesShareADirectory) {
@@ -91,12 +91,12 @@ TEST_F(HostileRom, ThatAnswersNothingIsGivenUp) {
         tree.push_back((i % 3 + 1) << 30 | 0x00F00000 | i); // offsets, leaves and directories far away
     EXPECT_EQ(ReadTree(tree), 1);
     ExpectSound();
-    EXPECT_LE(library.transactions.size(), 5u + 513u + 64u); // each may have waited for its time-out
+    EXPECT_LE(library.transactions.size(), 5u + 513u + 64u); // each could be a time-out
     EXPECT_TRUE(Logged("it is too large."));
     EXPECT_LT(root().Entries.size(), 100u);
 }
 
-TEST_F(HostileRom, OfRandomQuadletsIsReadToAnEnd) {
+TEST_F(HostileRom, OfRandomQuadletsIsReadFromNodeAndImageAlike) {
     for (std::uint32_t seed = 0; seed < 400; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
@@ -108,7 +108,7 @@ TEST_F(HostileRom, OfRandomQuadletsIsReadToAnEnd) {
         tree[0] |= 0x00100000;
         const std::int32_t result = ReadTree(tree);
         ExpectSound();
-        ConfigRomRecord fromImage; // the same without a bus
+        ConfigRomRecord fromImage; // read without a bus
         EXPECT_EQ(basConfigRom::ReadRomImage(library.roms[5], fromImage), result);
         EXPECT_EQ(RomText(Rows(fromImage)), RomText(Rows(rom)));
     }

@@ -1,4 +1,4 @@
-// What the checks say of a ROM, and that a good one raises no alarm.
+// The findings of the checks; a good ROM has none.
 #include "RomChecks.h"
 #include "RomTest.h"
 
@@ -9,7 +9,7 @@ using namespace basConfigRom;
 
 namespace {
 
-std::uint16_t Crc(const Words& quadlets) { // as IEEE 1212 writes it: four bits at a time
+std::uint16_t Crc(const Words& quadlets) { // four bits at a time, as in IEEE 1212
     std::uint32_t crc = 0;
     for (const std::uint32_t quadlet : quadlets)
         for (int shift = 28; shift >= 0; shift -= 4) {
@@ -27,7 +27,7 @@ std::uint16_t CrcAt(const Words& rom, std::size_t header) {
 
 class RomChecks : public RomTest {
 protected:
-    // 0 bus info block, 5 root, 11 text, 15 GUID, 18 unit, 22 its text.
+    // Quadlets 0 bus info block, 5 root, 11 text, 15 GUID, 18 unit, 22 its text.
     const Words good = {0x04040000, 0x31333934, 0xA864A1B2, 0x000F1BC3, 0x14050607,             //
                         0x00050000, 0x03000F1B, 0x81000004, 0x0C0083C0, 0x8D000006, 0xD1000008, //
                         0x00030000, 0,          0,          0x54610000,                         //
@@ -38,7 +38,7 @@ protected:
         for (const std::size_t header : headers)
             rom[header] |= CrcAt(rom, header);
     }
-    // All but CRCs that are right: "fault key-type 10", the number being that of the quadlet.
+    // All findings except correct CRCs, with the number of the quadlet: "fault key-type 10".
     Texts Found(const ByteArray& image = {}) const {
         Texts found;
         for (const RomFinding& finding : CheckConfigRom(rom, image))
@@ -49,14 +49,14 @@ protected:
     }
 };
 
-TEST_F(RomChecks, SayNothingAgainstAGoodRomAndNameEachFault) {
+TEST_F(RomChecks, FindNothingInAGoodRomAndEachFaultInABadOne) {
     const struct {
-        std::vector<std::pair<std::size_t, std::uint32_t>> quadlets; // changed before the CRCs are taken
+        std::vector<std::pair<std::size_t, std::uint32_t>> quadlets; // changes made before the CRCs are computed
         Texts found;
-        Texts more = {}; // found too where the whole image is at hand
+        Texts more = {}; // also found with the whole image
     } rows[] = {
         {{}, {}},
-        {{{0, 0x04190000}}, {}}, // a CRC of all that follows
+        {{{0, 0x04190000}}, {}}, // a CRC of everything that follows
         {{{0, 0x04020000}}, {"note crc-part 0"}},
         {{{0, 0x04000000}}, {"note crc-none 0"}},
         {{{1, 0x31333935}}, {"fault bus-name 1"}},
@@ -73,15 +73,17 @@ TEST_F(RomChecks, SayNothingAgainstAGoodRomAndNameEachFault) {
         {{{7, 0x81000001}}, {"fault overlap 7"}},
         {{{7, 0x81000005}}, {"fault unreadable 7", "note unreferred 11"}},
         {{{7, 0x81F00000}}, {"fault unreadable 7", "note unreferred 11"}},
-        {{{21, 0x810000C0}}, {"fault unreadable 21"}, {"note unreferred 22"}}, // no answer, so no gap before it
+        {{{21, 0x810000C0}},
+         {"fault unreadable 21"},
+         {"note unreferred 22"}}, // no answer, so no gap before it is known
         {{{9, 0xC2000002}}, {"fault two-kinds 7", "note unreferred 15"}},
-        {{{9, 0x81000002}}, {"note unreferred 15"}}, // a shared leaf is no fault, nor is an offset to the rest
+        {{{9, 0x81000002}}, {"note unreferred 15"}}, // a shared leaf is no fault, nor is a CSR offset into the ROM
         {{{9, 0x81000002}, {8, 0x4700010F}}, {"note entry-missing 5", "note unreferred 16"}},
         {{{12, 0x01000000}}, {"note no-text 12"}},
         {{{14, 0x54E90000}}, {"note text-bytes 14"}},
         {{{13, 0x00010000}, {14, 0x54E90000}}, {}}, // another character set
         {{{22, 0x00010000}}, {"fault text-short 22"}, {"note unreferred 24"}},
-        {{{25, 0}}, {}},                               // ends like what fills an image up
+        {{{25, 0}}, {}},                               // ends like the padding of an image
         {{{22, 0x00090000}}, {"fault unreadable 21"}}, // past the end
         {{{5, 0}}, {"fault unreadable 0"}},            // no root
     };
@@ -103,7 +105,7 @@ TEST_F(RomChecks, SayNothingAgainstAGoodRomAndNameEachFault) {
     }
 }
 
-TEST_F(RomChecks, TellAWrongCrcFromAMissingOneAndFromTurnedBytes) {
+TEST_F(RomChecks, DistinguishAWrongCrcFromAMissingOneAndFromSwappedBytes) {
     const Words turned = {0, 0, 0x00006154};
     const std::pair<std::uint32_t, Texts> rows[] = {{0x00030000, {"note crc-none 11"}},
                                                     {0x00030000u | Crc(turned), {"note crc-turned 11"}},
@@ -116,7 +118,7 @@ TEST_F(RomChecks, TellAWrongCrcFromAMissingOneAndFromTurnedBytes) {
         EXPECT_EQ(Found(), found);
         EXPECT_EQ(std::ranges::count(CheckConfigRom(rom), Verdict::Good, &RomFinding::Severity), 5);
     }
-    // The header's over more than the bus info block, as far as that was read.
+    // A bus info block CRC over more than the block, as far as that was read.
     const std::pair<std::uint32_t, Texts> headers[] = {{0x04190000u | CrcAt(good, 0), {"note crc-part 0"}},
                                                        {0x04191234, {"fault crc-wrong 0"}},
                                                        {0x04FF1234, {"note crc-undecided 0"}}};
@@ -130,8 +132,8 @@ TEST_F(RomChecks, TellAWrongCrcFromAMissingOneAndFromTurnedBytes) {
     EXPECT_EQ(CheckLines(CheckConfigRom(rom))[1], "CHECKS: 0 faults, 1 note, 5 CRCs good");
 }
 
-TEST_F(RomChecks, HoldNothingAgainstARomThatTheReaderDidNotFollow) {
-    // The leaf between the root and a chain of directories without end, and the vendor, come too late.
+TEST_F(RomChecks, FindNoFaultInWhatTheReaderDidNotFollow) {
+    // The leaf between the root and an endless chain of directories, and the vendor, come too late.
     Words tree = {0x00030000, 0xC7000006, 0x81000002, 0x03000F1B, 0x00020000, 0, 0};
     for (int link = 0; link < 300; ++link)
         tree.insert(tree.end(), {0x00010000, 0xC7000001});
@@ -141,7 +143,7 @@ TEST_F(RomChecks, HoldNothingAgainstARomThatTheReaderDidNotFollow) {
     EXPECT_EQ(found, (Texts{"fault crc-wrong 0", "note cut-off 7"}));
 }
 
-TEST_F(RomChecks, HaveAWordForRomsThatAreNone) {
+TEST_F(RomChecks, ReportMissingMinimalAndTruncatedRoms) {
     EXPECT_EQ(Found(), Texts{"note not-read 0"});
     Read({0x01000F1B});
     EXPECT_EQ(Found(), Texts{"note minimal 0"});

@@ -1,4 +1,4 @@
-// One node whose ROM a test lays down quadlet by quadlet.
+// A node whose ROM a test defines quadlet by quadlet.
 #pragma once
 
 #include "NodeConfigRom.h"
@@ -11,7 +11,7 @@ using Words = std::vector<std::uint32_t>;
 class RomTest : public LibraryTest {
 protected:
     RomTest() { basApp::globals.DebugLoggingLevel = 5; }
-    // Node 5, record 0, gets this ROM, and it is read.
+    // Gives node 5, record 0, this ROM and reads it.
     std::int32_t Read(const Words& quadlets) {
         library.roms[5] = Quadlets(quadlets);
         library.transactions.clear();
@@ -19,8 +19,8 @@ protected:
         rom = {};
         return basConfigRom::GetFormattedConfigRom(0, rom);
     }
-    // The same with a bus info block of GUID 000F1BAB 00000005 before the root directory, which
-    // is then at 0xF0000414.
+    // The same after a bus info block with the GUID 000F1BAB 00000005; `tree` begins with the root directory, at
+    // 0xF0000414.
     std::int32_t ReadTree(Words tree) {
         const Words busInfo = {0x04041234, 0x31333934, 0, 0x000F1BAB, 5};
         tree.insert(tree.begin(), busInfo.begin(), busInfo.end());

@@ -20,14 +20,12 @@ bool Says(const std::function<bool()>& hook) {
     return hook && hook();
 }
 
-// Each statement of the enumeration goes on past a failure of the one before.
-auto GoesOn() {
-    return platform::ResumeNext([](const platform::Failure& f) {
-        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in bas1394.VdevBusResetHandler", f.Number, f.Description);
-    });
+// Each statement of the enumeration runs even if an earlier one failed.
+auto StatementRunner() {
+    return platform::ResumeNext(LogFailure("bas1394.VdevBusResetHandler"));
 }
 
-// The pass over the nodes of one enumeration.
+// One enumeration of the nodes.
 class NodePass {
 public:
     // False when a bus reset interrupted it.
@@ -53,7 +51,7 @@ private:
         StatusDisplay(LEVEL_TRACE, "Getting config rom for node #{}...", i);
         if (globals.BusResetPending)
             return false;
-        ConfigRomRecord& rom = globals.DeviceTable[index].ConfigRom; // the table keeps its size while it is read
+        ConfigRomRecord& rom = globals.DeviceTable[index].ConfigRom; // stays valid: the table isn't resized meanwhile
         const std::int32_t code = basConfigRom::GetFormattedConfigRom(static_cast<std::int32_t>(index), rom);
         next_([&] { LogRom(i, code, rom); });
         if (globals.BusResetPending)
@@ -93,7 +91,7 @@ private:
                                               rom.NodeVendorID == EXPECTED_VENDOR);
     }
 
-    // The next node takes its place.
+    // The next node takes its record.
     void Hide(std::size_t index) {
         ++hiddenNodes_;
         if (index > 0)
@@ -102,7 +100,7 @@ private:
             globals.DeviceTable.front() = globals.NullDevice;
     }
 
-    decltype(GoesOn()) next_ = GoesOn();
+    decltype(StatementRunner()) next_ = StatementRunner();
     std::size_t firstNode_ = 0;
     std::size_t hiddenNodes_ = 0;
 };
@@ -116,14 +114,14 @@ void LogNodeCount(std::int16_t nodes) {
     globals.LastNodeCount = nodes;
 }
 
-// Without an answer it stays 128, which is no node.
+// Without an answer it stays 128, no node.
 void FindLocalHostNode() {
     const std::int32_t node = GetLocalHostNode();
     if (node >= 0)
         globals.LocalHostNode = static_cast<std::uint8_t>(node);
 }
 
-// Passes until one ends with no reset behind it.
+// Repeats the pass until no reset interrupted it.
 void EnumerateUntilQuiet() {
     do {
         SignalBusReset();
@@ -171,9 +169,7 @@ void IncomingDataThreadHandler() {
                 Call(hooks.incomingData);
             }
         },
-        [](const platform::Failure& f) {
-            StatusDisplay(LEVEL_ERROR, "Error #{}: {} in IncomingDataThreadHandler", f.Number, f.Description);
-        });
+        LogFailure("IncomingDataThreadHandler"));
 }
 
 void SignalBusReset() {
@@ -189,8 +185,7 @@ std::int32_t BusResetHandler(bool forceRead) {
         return RESULT_FAILED;
     std::int32_t code = VdevBusResetHandler(forceRead);
     if (code != RESULT_SUCCESS)
-        StatusDisplay(LEVEL_ERROR, "VdevBusResetHandler call failed, code {}(0x{:X})", code,
-                      static_cast<std::uint32_t>(code));
+        StatusDisplay(LEVEL_ERROR, "VdevBusResetHandler call failed, code {}(0x{:X})", code, Bits(code));
     if (globals.BusResetPending)
         return RESULT_FAILED;
     code = hooks.bootloaderBusReset ? hooks.bootloaderBusReset() : RESULT_SUCCESS;
@@ -206,9 +201,9 @@ std::int32_t BusResetHandler(bool forceRead) {
 }
 
 std::int32_t VdevBusResetHandler(bool forceRead) {
-    auto next = GoesOn();
+    auto next = StatementRunner();
     globals.LocalHostNode = NO_NODE;
-    GetVirtualDevices(); // may have to start the driver; the list it leaves is that from before
+    GetVirtualDevices(); // may have to start the driver, and then still lists what was there before
     if (GetVirtualDevices() < 1)
         return RESULT_FAILED;
     StatusDisplay(LEVEL_DETAIL, "Getting a new topology map.");

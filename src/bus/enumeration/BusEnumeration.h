@@ -1,4 +1,4 @@
-// From a bus reset notice to a finished node table.
+// From a bus reset notice to the complete node table.
 #pragma once
 
 #include <cstdint>
@@ -6,13 +6,13 @@
 namespace bas1394 {
 
 // The routine of tmrBusReset: nothing while BusResetPending is clear; otherwise enumerates until
-// a pass ends with no reset behind it. Doesn't nest: a tick during a turn inside it returns.
+// a pass isn't interrupted by a reset. Doesn't nest: a tick during one of its turns returns at once.
 void BusResetHandlerThread();
-// The routine of tmrIncomingData. A notice waits while an exchange awaits its answer.
+// The routine of tmrIncomingData. Notices wait while an exchange awaits its answer.
 void IncomingDataThreadHandler();
 void SignalBusReset();
-// 1 when the enumeration ended with no reset behind it, else -1.
-std::int32_t BusResetHandler(bool forceRead);
-std::int32_t VdevBusResetHandler(bool forceRead);
+// 1 when no reset interrupted the enumeration, else -1.
+[[nodiscard]] std::int32_t BusResetHandler(bool forceRead);
+[[nodiscard]] std::int32_t VdevBusResetHandler(bool forceRead);
 
 } // namespace bas1394
