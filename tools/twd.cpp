@@ -55,10 +55,9 @@ ByteArray ReadWhole(const std::string& path) {
 
 // Never replaces a file whose name differs in case: on the command line those are two files.
 void WriteWhole(const std::string& path, const ByteArray& bytes) {
-    for (const std::string& meant : platform::PathsMeant(path)) {
+    for (const std::string& meant : platform::PathsMeant(path))
         if (std::filesystem::path(meant).filename() != std::filesystem::path(path).filename())
             platform::Raise(platform::BAD_FILE_NAME, fmt::format("'{}' would replace '{}'", path, meant));
-    }
     platform::Attempt([&] { platform::WriteFileAtomically(path, bytes); },
                       [&](const platform::Failure& f) {
                           platform::Raise(f.Number, fmt::format("'{}' can't be written: {}", path, f.Description));

@@ -23,10 +23,9 @@ std::string FirstCharacters(std::string_view text, std::size_t count) {
     if (text.size() <= count)
         return std::string(text);
     std::size_t characters = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i)
         if (StartsCharacter(text[i]) && characters++ == count)
             return std::string(text.substr(0, i));
-    }
     return std::string(text);
 }
 

@@ -79,10 +79,9 @@ void TellUnusableDatabase(const platform::Failure& failure) {
 // The three values go into the query text unchanged, so one that could end its quotes or the text is refused.
 std::string SettingQuery(const std::string& appName, const std::string& section, const std::string& key) {
     constexpr std::string_view QUERY_BREAKERS("'\0", 2);
-    for (const std::string* value : {&appName, &section, &key}) {
+    for (const std::string* value : {&appName, &section, &key})
         if (value->find_first_of(QUERY_BREAKERS) != std::string::npos)
             platform::Raise(platform::DATABASE_ERROR, "Syntax error in query expression", CLASS_NAME);
-    }
     return fmt::format("SELECT * FROM tblSettings WHERE ((strAppName = '{}') AND (strSection = '{}') AND "
                        "(strKeyName = '{}'))",
                        appName, section, key);

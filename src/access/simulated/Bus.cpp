@@ -12,25 +12,20 @@ namespace simulator {
 Bus::Bus(const BusDescription& description, BusOutlets outlets)
     : outlets_(std::move(outlets)), transactionNanoseconds_(description.transactionMicroseconds * MICROSECOND),
       start_(outlets_.now()), trace_(description.traceFile) {
-    if (trace_.Failed()) {
+    if (trace_.Failed())
         outlets_.debugText(DEBUG_ALWAYS, fmt::format("can't write the trace '{}'", description.traceFile));
-    }
     std::string directory = description.stateDirectory;
     if (!directory.empty() && !CanWriteTo(directory)) {
         outlets_.debugText(DEBUG_ALWAYS, fmt::format("can't write to '{}': the state stays in memory", directory));
         directory.clear();
     }
-    for (std::uint32_t i = 0; i < description.nodes.size(); ++i) {
+    for (std::uint32_t i = 0; i < description.nodes.size(); ++i)
         AddNode(description, i, directory);
-    }
-    for (const auto& node : nodes_) {
-        if (node->AsTarget() != nullptr) {
+    for (const auto& node : nodes_)
+        if (node->AsTarget() != nullptr)
             node->AsTarget()->PowerUp();
-        }
-    }
-    for (const FaultDescription& fault : description.faults) {
+    for (const FaultDescription& fault : description.faults)
         faults_.Add(fault);
-    }
     CarryDueFaults();
 }
 
@@ -42,9 +37,8 @@ void Bus::AddNode(const BusDescription& description, std::uint32_t index, const 
     // Two targets with the same GUID are a case worth rehearsing; they share it, but not their flash.
     const auto before = std::count_if(description.nodes.begin(), description.nodes.begin() + index, sameName);
     std::string name = fmt::format("{:02X}", fmt::join(node.guid, ""));
-    if (before > 0) {
+    if (before > 0)
         name += fmt::format("-{}", before + 1);
-    }
     const std::string path = directory.empty() ? "" : (std::filesystem::path(directory) / name).string();
     const auto report = [this](const std::string& text) { outlets_.debugText(DEBUG_ALWAYS, text); };
     nodes_.push_back(std::make_unique<Node>(node, SurroundingsOf(index), StateDirectory(path, report)));
@@ -78,17 +72,15 @@ std::int32_t Bus::End(const Started& started, Transaction& transaction) {
     const TransactionFacts facts = FactsOf(transaction);
     const std::optional<FaultDescription> fault = faults_.Hit(facts);
     std::int32_t result = TWL1394_SUCCESS;
-    if (started.generation != generation_) {
+    if (started.generation != generation_)
         result = TWL1394_BUS_RESET;
-    } else if (started.timesOut) {
+    else if (started.timesOut)
         result = TWL1394_TIMED_OUT;
-    } else {
+    else
         result = fault ? DeliverFaulty(*fault, facts, transaction) : Deliver(transaction);
-    }
     trace_.Write(Milliseconds(), transaction, result);
-    if (fault && fault->action == FaultAction::BusReset && started.generation == generation_) {
+    if (fault && fault->action == FaultAction::BusReset && started.generation == generation_)
         Reset();
-    }
     CarryDueFaults();
     return result;
 }
@@ -97,35 +89,29 @@ TransactionFacts Bus::FactsOf(const Transaction& transaction) const {
     constexpr std::size_t header = 8, codeOffset = 6;
     TransactionFacts facts{
         transactions_, IndexOf(transaction.nodeNumber), transaction.isWrite, transaction.address, {}};
-    if (transaction.isWrite && transaction.address == REQUEST_AREA && transaction.data.size() >= header) {
+    if (transaction.isWrite && transaction.address == REQUEST_AREA && transaction.data.size() >= header)
         facts.command = transaction.data[codeOffset];
-    }
     return facts;
 }
 
 std::optional<std::uint32_t> Bus::IndexOf(std::uint32_t nodeNumber) const {
     std::uint32_t number = 0;
-    for (std::uint32_t i = 0; i < nodes_.size(); ++i) {
-        if (nodes_[i]->OnBus() && number++ == nodeNumber) {
+    for (std::uint32_t i = 0; i < nodes_.size(); ++i)
+        if (nodes_[i]->OnBus() && number++ == nodeNumber)
             return i;
-        }
-    }
     return std::nullopt;
 }
 
 std::int32_t Bus::Deliver(Transaction& transaction) {
     if (transaction.isWrite && transaction.nodeNumber == TWL1394_BROADCAST_NODE) {
-        for (const auto& node : nodes_) {
-            if (node->OnBus()) {
+        for (const auto& node : nodes_)
+            if (node->OnBus())
                 node->Broadcast(transaction.address, transaction.data);
-            }
-        }
         return TWL1394_SUCCESS; // nobody acknowledges a broadcast
     }
     const std::optional<std::uint32_t> index = IndexOf(transaction.nodeNumber);
-    if (!index) {
+    if (!index)
         return TWL1394_NODE_DID_NOT_RESPOND;
-    }
     return transaction.isWrite ? nodes_[*index]->Write(transaction.address, transaction.data)
                                : nodes_[*index]->Read(transaction.address, transaction.data);
 }
@@ -171,16 +157,14 @@ std::int32_t Bus::DeliverFaulty(const FaultDescription& fault, const Transaction
         break; // always standalone
     }
     const std::int32_t result = Deliver(transaction);
-    if (target != nullptr) {
+    if (target != nullptr)
         target->SetFault({});
-    }
     return result;
 }
 
 void Bus::CarryDueFaults() {
-    for (const FaultDescription& fault : faults_.DueAfter(transactions_)) {
+    for (const FaultDescription& fault : faults_.DueAfter(transactions_))
         Carry(fault);
-    }
 }
 
 void Bus::Carry(const FaultDescription& standalone) {
@@ -213,9 +197,8 @@ void Bus::SetPlugged(std::uint32_t node, bool plugged) {
 std::uint32_t Bus::HostNumber() const {
     std::uint32_t number = 0;
     for (const auto& node : nodes_) {
-        if (node->Kind() == NodeKind::Host) {
+        if (node->Kind() == NodeKind::Host)
             break;
-        }
         number += node->OnBus() ? 1 : 0;
     }
     return number;
@@ -223,11 +206,9 @@ std::uint32_t Bus::HostNumber() const {
 
 Bytes Bus::Topology() const {
     std::vector<TopologyNode> present;
-    for (const auto& node : nodes_) {
-        if (node->OnBus()) {
+    for (const auto& node : nodes_)
+        if (node->OnBus())
             present.push_back({node->LinkActive(), node->Kind() == NodeKind::Host});
-        }
-    }
     return TopologyMap(generation_, present);
 }
 
@@ -237,9 +218,8 @@ std::uint32_t Bus::AllocateRange(std::uint64_t address, std::uint32_t length) {
         const Range& range = entry.second;
         return address < range.address + range.length && range.address < address + length;
     };
-    if (length == 0 || address + length > end || std::any_of(ranges_.begin(), ranges_.end(), overlaps)) {
+    if (length == 0 || address + length > end || std::any_of(ranges_.begin(), ranges_.end(), overlaps))
         return 0;
-    }
     ranges_[++lastHandle_] = {address, length};
     return lastHandle_;
 }

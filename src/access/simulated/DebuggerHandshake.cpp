@@ -14,9 +14,8 @@ bool DebuggerHandshake::Covers(std::uint64_t address, std::size_t size) const {
 }
 
 std::int32_t DebuggerHandshake::Read(std::uint64_t address, ByteSpan data) {
-    if (address != DEBUG_ANSWER) {
+    if (address != DEBUG_ANSWER)
         return TWL1394_ADDRESS_ERROR;
-    }
     std::fill(data.begin(), data.end(), std::uint8_t{0});
     if (answerDue_ && now_() >= *answerDue_) {
         std::copy(ANSWER.begin(), ANSWER.end(), data.begin());
@@ -26,9 +25,8 @@ std::int32_t DebuggerHandshake::Read(std::uint64_t address, ByteSpan data) {
 }
 
 std::int32_t DebuggerHandshake::Write(std::uint64_t address, ByteView data) {
-    if (address != DEBUG_PROBE || !std::equal(data.begin(), data.end(), PROBE.begin())) {
+    if (address != DEBUG_PROBE || !std::equal(data.begin(), data.end(), PROBE.begin()))
         return TWL1394_ADDRESS_ERROR;
-    }
     answerDue_ = now_() + ANSWER_AFTER;
     return TWL1394_SUCCESS;
 }

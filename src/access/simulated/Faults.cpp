@@ -11,15 +11,13 @@ static bool Matches(const FaultDescription& fault, const TransactionFacts& facts
 std::optional<FaultDescription> Faults::Hit(const TransactionFacts& facts) {
     std::optional<FaultDescription> hit;
     for (Counted& counted : faults_) {
-        if (!Matches(counted.fault, facts)) {
+        if (!Matches(counted.fault, facts))
             continue;
-        }
         ++counted.matches;
         const bool itsTurn =
             counted.matches > counted.fault.skip && counted.matches - counted.fault.skip <= counted.fault.count;
-        if (itsTurn && !hit) {
+        if (itsTurn && !hit)
             hit = counted.fault;
-        }
     }
     return hit;
 }

@@ -39,21 +39,17 @@ bool Flash::IsRepeat(const DownloadBlock& block) const {
 }
 
 std::int32_t Flash::Block(const DownloadBlock& block, ByteView buffer) {
-    if (!loading_) {
+    if (!loading_)
         return BLOCK_WITHOUT_START;
-    }
     Bytes& content = state_.sections[announcement_.imageType].content;
     const bool repeated = IsRepeat(block);
-    if (!repeated && block.number != nextNumber_) {
+    if (!repeated && block.number != nextNumber_)
         return BLOCK_OUT_OF_ORDER;
-    }
-    if (block.size < 1 || block.size > buffer.size() || block.size > maxBlockSize_) {
+    if (block.size < 1 || block.size > buffer.size() || block.size > maxBlockSize_)
         return BLOCK_OF_WRONG_SIZE;
-    }
     const std::size_t position = repeated ? content.size() - last_.size : content.size();
-    if (block.address - announcement_.address != position || block.size > announcement_.length - position) {
+    if (block.address - announcement_.address != position || block.size > announcement_.length - position)
         return BLOCK_OUT_OF_RANGE;
-    }
     content.resize(position);
     content.insert(content.end(), buffer.begin(), buffer.begin() + block.size);
     last_ = block;
@@ -62,26 +58,22 @@ std::int32_t Flash::Block(const DownloadBlock& block, ByteView buffer) {
 }
 
 CrcVerdict Flash::End(bool badSum) {
-    if (!loading_) {
+    if (!loading_)
         return {};
-    }
     loading_ = false;
     Section& section = state_.sections[announcement_.imageType];
     section.crc = Crc32(section.content);
-    if (badSum) {
+    if (badSum)
         section.crc = ~section.crc;
-    }
     section.valid = section.crc == announcement_.crc && section.content.size() == announcement_.length;
-    if (section.valid) {
+    if (section.valid)
         section.identity = announcement_.identity;
-    }
     return Check(announcement_.imageType);
 }
 
 CrcVerdict Flash::Check(std::uint8_t imageType) const {
-    if (imageType >= state_.sections.size()) {
+    if (imageType >= state_.sections.size())
         return {};
-    }
     const Section& section = state_.sections[imageType];
     return {section.crc, section.valid ? 0u : 1u};
 }

@@ -16,9 +16,8 @@ std::uint32_t Word(ByteView operands, std::size_t index) {
 
 Bytes Words(std::initializer_list<std::uint32_t> values) {
     Bytes words;
-    for (const std::uint32_t value : values) {
+    for (const std::uint32_t value : values)
         Append32(words, value, ByteOrder::Little);
-    }
     return words;
 }
 
@@ -31,9 +30,8 @@ std::string NameText(const Bytes& name) {
 // The name comes in as many passes as the host needs.
 bool KeyStore::TakeName(ByteView operands, std::size_t nameStart) {
     const std::uint32_t length = Word(operands, 0), offset = Word(operands, 1);
-    if (length < 2 || length > LONGEST_NAME || offset > length || offset > name_.size()) {
+    if (length < 2 || length > LONGEST_NAME || offset > length || offset > name_.size())
         return false;
-    }
     const ByteView carried = operands.subspan(nameStart);
     const std::size_t size = std::min<std::size_t>(carried.size(), length - offset);
     name_.resize(offset);
@@ -48,13 +46,11 @@ bool KeyStore::NameIsComplete(ByteView operands) const {
 
 Bytes KeyStore::Read(ByteView operands, ByteSpan responseBuffer) {
     const std::uint32_t offset = Word(operands, 2);
-    if (!TakeName(operands, 12) || !NameIsComplete(operands)) {
+    if (!TakeName(operands, 12) || !NameIsComplete(operands))
         return Words({KEY_BAD_NAME, 0, 0, 0});
-    }
     const auto found = state_.keys.find(NameText(name_));
-    if (found == state_.keys.end()) {
+    if (found == state_.keys.end())
         return Words({KEY_UNKNOWN, 0, 0, 0});
-    }
     const Bytes& value = found->second;
     const auto size = static_cast<std::uint32_t>(value.size());
     if (offset >= size) {
@@ -72,9 +68,8 @@ std::uint32_t KeyStore::TakeValue(std::uint32_t length, std::uint32_t offset, By
     const std::string name = NameText(name_);
     const auto found = state_.keys.find(name);
     const std::size_t held = found == state_.keys.end() || offset == 0 ? 0 : found->second.size();
-    if (length > LONGEST_VALUE || offset > length || offset > held) {
+    if (length > LONGEST_VALUE || offset > length || offset > held)
         return KEY_BAD_OFFSET;
-    }
     const std::uint32_t part = std::min(PASS, length - offset);
     Bytes payload(requestBuffer.begin(), requestBuffer.begin() + PASS);
     TurnQuadlets(ByteSpan(payload));
@@ -87,15 +82,12 @@ std::uint32_t KeyStore::TakeValue(std::uint32_t length, std::uint32_t offset, By
 Bytes KeyStore::Write(ByteView operands, ByteView requestBuffer, bool& changed) {
     const std::uint32_t length = Word(operands, 2), offset = Word(operands, 3);
     changed = false;
-    if (!TakeName(operands, 16)) {
+    if (!TakeName(operands, 16))
         return Words({KEY_BAD_NAME, 0, 0});
-    }
-    if (Word(operands, 0) - Word(operands, 1) > LONGEST_NAME_BESIDE_VALUE) {
+    if (Word(operands, 0) - Word(operands, 1) > LONGEST_NAME_BESIDE_VALUE)
         return Words({KEY_GOOD, length, 0});
-    }
-    if (!NameIsComplete(operands)) {
+    if (!NameIsComplete(operands))
         return Words({KEY_BAD_NAME, 0, 0});
-    }
     const bool valueComplete = offset >= length && length > 0; // only the rest of the name is missing
     const std::uint32_t status = valueComplete ? KEY_GOOD : TakeValue(length, offset, requestBuffer);
     changed = status == KEY_GOOD && !valueComplete;

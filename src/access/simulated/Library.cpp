@@ -24,17 +24,15 @@ static void Fire(void* ticket) {
 }
 
 Clock& TheClock() {
-    if (globals.clock == nullptr) {
+    if (globals.clock == nullptr)
         globals.clock = std::make_unique<RealClock>(&Fire);
-    }
     return *globals.clock;
 }
 
 void UseCallersClock(const SimulatorClock* clock) {
     globals.clock.reset();
-    if (clock != nullptr) {
+    if (clock != nullptr)
         globals.clock = std::make_unique<CallersClock>(*clock, &Fire);
-    }
 }
 
 static void CallAt(std::int64_t due, std::function<void()> call) {
@@ -50,17 +48,14 @@ void DebugText(int level, const std::string& text) {
 }
 
 void DeliverDebugText() {
-    if (globals.client != nullptr) {
-        for (const std::string& text : std::exchange(globals.undelivered, {})) {
+    if (globals.client != nullptr)
+        for (const std::string& text : std::exchange(globals.undelivered, {}))
             globals.client->AppendDebugText(globals.client->Context, text.c_str());
-        }
-    }
 }
 
 static void PostNotice(std::uint32_t number) {
-    if (globals.client != nullptr) {
+    if (globals.client != nullptr)
         globals.client->PostNotice(globals.client->Context, number);
-    }
 }
 
 static std::filesystem::path OwnDirectory() {
@@ -75,13 +70,11 @@ static std::filesystem::path OwnDirectory() {
 // The file beside the library, or the default bus. Throws DescriptionError for a file that can't be read.
 static std::string ReadDescription(const std::string& path) {
     std::error_code failure;
-    if (!std::filesystem::exists(path, failure)) {
+    if (!std::filesystem::exists(path, failure))
         return DefaultBus();
-    }
     const std::optional<Bytes> content = ReadFile(path);
-    if (!content) {
+    if (!content)
         throw DescriptionError("", "can't be read");
-    }
     return {content->begin(), content->end()};
 }
 
@@ -106,9 +99,8 @@ bool Describe(const char* json, const char* baseDirectory) {
     globals.due.clear();
     globals.undelivered.clear();
     const std::optional<BusDescription> read = TryDescription(json, baseDirectory);
-    if (!read) {
+    if (!read)
         DebugText(DEBUG_ALWAYS, globals.lastError);
-    }
     const BusDescription description = read.value_or(EmptyBus());
     globals.virtualDevice = description.virtualDevice;
     globals.bus = std::make_shared<Bus>(description, BusOutlets{.now = [] { return TheClock().Now(); },
@@ -120,12 +112,10 @@ bool Describe(const char* json, const char* baseDirectory) {
 
 std::int32_t Carry(Transaction& transaction) {
     std::unique_lock lock(globals.mutex);
-    if (globals.client == nullptr || globals.bus == nullptr) {
+    if (globals.client == nullptr || globals.bus == nullptr)
         return TWL1394_SHUTTING_DOWN;
-    }
-    if (!globals.virtualDevice) {
+    if (!globals.virtualDevice)
         return TWL1394_NO_RESPONSE;
-    }
     const std::shared_ptr<Bus> bus = globals.bus;
     Clock& clock = TheClock();
     const Bus::Started started = bus->Begin(transaction.timeoutMs);

@@ -49,11 +49,9 @@ Bytes Directory(const std::vector<Entry>& entries) {
         Append32(content, std::uint32_t{entry.key} << 24 | (value & 0xFFFFFF), ByteOrder::Big);
     }
     Bytes directory = WithHeader(content);
-    for (const Entry& entry : entries) {
-        if (entry.block != nullptr) {
+    for (const Entry& entry : entries)
+        if (entry.block != nullptr)
             directory.insert(directory.end(), entry.block->begin(), entry.block->end());
-        }
-    }
     return directory;
 }
 
@@ -75,9 +73,8 @@ std::uint16_t Crc16(ByteView quadlets) {
     unsigned crc = 0;
     for (const std::uint8_t byte : quadlets) {
         crc ^= static_cast<unsigned>(byte) << 8;
-        for (int bit = 0; bit < 8; ++bit) {
+        for (int bit = 0; bit < 8; ++bit)
             crc = (crc & 0x8000) != 0 ? crc << 1 ^ 0x1021 : crc << 1;
-        }
     }
     return static_cast<std::uint16_t>(crc);
 }
@@ -109,19 +106,16 @@ Bytes MinimalRom(std::uint32_t vendorId) {
 
 Bytes LoadRomImage(const std::string& path) {
     const std::optional<Bytes> file = ReadFile(path);
-    if (!file) {
+    if (!file)
         throw std::runtime_error("can't read '" + path + "'");
-    }
     const Bytes& image = *file;
-    if (image.empty() || image.size() % 4 != 0 || image.size() > LARGEST_IMAGE) {
+    if (image.empty() || image.size() % 4 != 0 || image.size() > LARGEST_IMAGE)
         throw std::runtime_error("'" + path + "' must hold 1 to 16384 whole quadlets");
-    }
     if (!HasBusName(image)) {
         Bytes turned = image;
         TurnQuadlets(ByteSpan(turned));
-        if (HasBusName(turned)) {
+        if (HasBusName(turned))
             return turned;
-        }
     }
     return image;
 }

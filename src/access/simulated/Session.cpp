@@ -16,33 +16,29 @@ bool Session::Covers(std::uint64_t address, std::size_t size) const {
 }
 
 std::int32_t Session::Read(std::uint64_t address, ByteSpan data) {
-    if (address < RESPONSE_AREA) {
+    if (address < RESPONSE_AREA)
         return TWL1394_ADDRESS_ERROR;
-    }
     PublishDueAnswer();
     std::copy_n(response_.begin() + static_cast<std::ptrdiff_t>(address - RESPONSE_AREA), data.size(), data.begin());
     return TWL1394_SUCCESS;
 }
 
 std::int32_t Session::Write(std::uint64_t address, ByteView data) {
-    if (address >= RESPONSE_AREA) {
+    if (address >= RESPONSE_AREA)
         return TWL1394_ADDRESS_ERROR;
-    }
     // Contiguous memory: a request with a long name continues in the Request Buffer.
     std::copy(data.begin(), data.end(), request_.begin() + static_cast<std::ptrdiff_t>(address - REQUEST_AREA));
-    if (address == REQUEST_AREA && data.size() >= HEADER_SIZE) {
+    if (address == REQUEST_AREA && data.size() >= HEADER_SIZE)
         Execute(DecodeRequest(data));
-    } else if (address == REQUEST_AREA + QUADLETS_SIZE) {
+    else if (address == REQUEST_AREA + QUADLETS_SIZE)
         hooks_.requestBufferWritten(data);
-    }
     return TWL1394_SUCCESS;
 }
 
 void Session::Broadcast(std::uint64_t address, ByteView data) {
     constexpr std::uint8_t halt = 1;
-    if (address == REQUEST_AREA && data.size() >= HEADER_SIZE && DecodeRequest(data).code == halt) {
+    if (address == REQUEST_AREA && data.size() >= HEADER_SIZE && DecodeRequest(data).code == halt)
         hooks_.execute(DecodeRequest(data));
-    }
 }
 
 void Session::Execute(const Request& request) {
@@ -52,9 +48,8 @@ void Session::Execute(const Request& request) {
         return;
     }
     const std::optional<Answer> answer = hooks_.execute(request);
-    if (!answer) {
+    if (!answer)
         return;
-    }
     busyUntil_ = hooks_.now() + answer->workNanoseconds;
     Pending pending{{}, busyUntil_ + answerNanoseconds_};
     Put32(pending.quadlets, 0, request.version, ByteOrder::Little);

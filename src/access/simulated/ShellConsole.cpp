@@ -31,13 +31,11 @@ void ShellConsole::Prompt() {
 }
 
 void ShellConsole::Input(ByteView typed) {
-    for (const std::uint8_t character : typed) {
-        if (running_) {
+    for (const std::uint8_t character : typed)
+        if (running_)
             typedAhead_.push_back(character);
-        } else {
+        else
             Type(character);
-        }
-    }
     hooks_.outputChanged();
 }
 
@@ -66,23 +64,21 @@ void ShellConsole::RunLine() {
     std::from_chars(argument.data(), argument.data() + argument.size(), number);
     number = std::clamp<std::int64_t>(number, 0, LARGEST_NUMBER);
 
-    if (word == "help") {
+    if (word == "help")
         Print("help version keys flood N sleep MS reset\r\n");
-    } else if (word == "version") {
+    else if (word == "version")
         Print(hooks_.version() + "\r\n");
-    } else if (word == "keys") {
+    else if (word == "keys")
         Print(hooks_.keys());
-    } else if (word == "flood") {
-        for (std::int64_t i = 1; i <= number; ++i) {
+    else if (word == "flood")
+        for (std::int64_t i = 1; i <= number; ++i)
             Print(fmt::format("line {}\r\n", i));
-        }
-    } else if (word == "sleep") {
+    else if (word == "sleep")
         return Pause(number);
-    } else if (word == "reset") {
+    else if (word == "reset")
         return hooks_.reset();
-    } else if (!word.empty()) {
+    else if (!word.empty())
         Print(fmt::format("unknown command: {}\r\n", word));
-    }
     Print(PROMPT);
 }
 
@@ -98,9 +94,8 @@ void ShellConsole::Pause(std::int64_t milliseconds) {
 }
 
 void ShellConsole::Print(const std::string& text) {
-    for (const char character : text) {
+    for (const char character : text)
         Put(character);
-    }
 }
 
 void ShellConsole::Put(char character) {

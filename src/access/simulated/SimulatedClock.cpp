@@ -26,9 +26,8 @@ void RealClock::Sleep(std::int64_t nanoseconds) {
         const timespec until{static_cast<time_t>(early / 1'000'000'000), static_cast<long>(early % 1'000'000'000)};
         clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
     }
-    while (MonotonicNow() < due) {
+    while (MonotonicNow() < due)
         std::this_thread::yield();
-    }
 }
 
 void RealClock::CallAt(std::int64_t due, std::uint64_t ticket) {
@@ -50,9 +49,8 @@ void RealClock::Stop() {
         stopping_ = true;
         changed_.notify_one();
     }
-    if (thread_.joinable()) {
+    if (thread_.joinable())
         thread_.join();
-    }
 }
 
 void RealClock::Serve() {

@@ -46,16 +46,14 @@ const char* SimulatorLastError(void) {
 
 void SimulatorBusReset(void) {
     const std::lock_guard lock(globals.mutex);
-    if (globals.bus != nullptr) {
+    if (globals.bus != nullptr)
         globals.bus->Reset();
-    }
 }
 
 static void SetPlugged(uint32_t node, bool plugged) {
     const std::lock_guard lock(globals.mutex);
-    if (globals.bus != nullptr) {
+    if (globals.bus != nullptr)
         globals.bus->SetPlugged(node, plugged);
-    }
 }
 
 void SimulatorUnplug(uint32_t node) {
@@ -73,9 +71,8 @@ uint64_t SimulatorTransactions(void) {
 
 static void AddFault(const FaultDescription& fault) {
     const std::lock_guard lock(globals.mutex);
-    if (globals.bus != nullptr) {
+    if (globals.bus != nullptr)
         globals.bus->AddFault(fault);
-    }
 }
 
 void SimulatorResetAfter(uint64_t transactions) {
@@ -98,9 +95,8 @@ int64_t SimulatorSection(uint32_t node, const char* section, uint8_t* data, uint
     const std::lock_guard lock(globals.mutex);
     const Target* target = globals.bus == nullptr ? nullptr : globals.bus->TargetAt(node);
     const auto name = std::find(SECTION_NAMES.begin(), SECTION_NAMES.end(), std::string_view(section));
-    if (target == nullptr || name == SECTION_NAMES.end()) {
+    if (target == nullptr || name == SECTION_NAMES.end())
         return -1;
-    }
     const Bytes& content = target->SectionOf(static_cast<ImageType>(name - SECTION_NAMES.begin())).content;
     std::copy_n(content.begin(), std::min<uint64_t>(size, content.size()), data);
     return static_cast<int64_t>(content.size());

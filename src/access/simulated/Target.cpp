@@ -52,9 +52,8 @@ ShellConsole::Hooks Target::ConsoleHooks() {
             .keys =
                 [this] {
                     std::string lines;
-                    for (const auto& [name, value] : state_.keys) {
+                    for (const auto& [name, value] : state_.keys)
                         lines += fmt::format("{} ({} bytes)\r\n", name, value.size());
-                    }
                     return lines;
                 },
             .reset = [this] { Restart(false); },
@@ -62,16 +61,14 @@ ShellConsole::Hooks Target::ConsoleHooks() {
                             std::function<void()> call) { surroundings_.after(ms * MILLISECOND, std::move(call)); },
             .outputChanged =
                 [this] {
-                    if (console_.IsRing()) {
+                    if (console_.IsRing())
                         console_.RenderRing(session_.ResponseBuffer());
-                    }
                 }};
 }
 
 Bytes Target::CurrentRom() const {
-    if (!description_.romImage.empty()) {
+    if (!description_.romImage.empty())
         return description_.romImage;
-    }
     return GenerateRom({TARNWELL, state_.guid, description_.hardwareModelId, description_.hardwareVersion,
                         description_.vendor, description_.model});
 }
@@ -88,9 +85,8 @@ void Target::PowerUp() {
     session_.Clear();
     console_.PowerUp();
     awaitsHalt_ = state_.inBootloader && description_.announce;
-    if (awaitsHalt_) {
+    if (awaitsHalt_)
         Announce();
-    }
 }
 
 void Target::Announce() {
@@ -111,9 +107,8 @@ void Target::Announce() {
 }
 
 void Target::Restart(bool intoBootloader) {
-    if (std::exchange(restarting_, true)) {
+    if (std::exchange(restarting_, true))
         return;
-    }
     surroundings_.after(GOING_AWAY_MS * MILLISECOND, [this, intoBootloader] {
         surroundings_.leaveBus();
         if (vanishes_) {
@@ -136,49 +131,43 @@ bool Target::VersionFits(const Request& request) const {
 }
 
 std::optional<Answer> Target::Execute(const Request& request) {
-    if (restarting_) {
+    if (restarting_)
         return std::nullopt;
-    }
     if (!VersionFits(request)) {
         surroundings_.debugText(
             DEBUG_WARNING, fmt::format("command {} with protocol version {} ignored", request.code, request.version));
         return std::nullopt;
     }
     std::optional<Answer> answer = TargetCommands::Run(*this, request);
-    if (console_.IsRing() && request.code != READ_KEY) {
+    if (console_.IsRing() && request.code != READ_KEY)
         console_.RenderRing(session_.ResponseBuffer()); // a key's value had overwritten the ring
-    }
     return answer;
 }
 
 void Target::TakeDirectWrite(ByteView data) {
-    if (!console_.IsRing() || restarting_) {
+    if (!console_.IsRing() || restarting_)
         return;
-    }
     if (std::exchange(directWrite_, Bytes(data.begin(), data.end()))) {
         surroundings_.debugText(DEBUG_TRACE, "a direct write was overwritten before the console had taken it");
         return;
     }
     surroundings_.after(LOOKING_MS * MILLISECOND, [this, life = life_] {
-        if (life == life_ && directWrite_) {
+        if (life == life_ && directWrite_)
             TypeIntoConsole(*std::exchange(directWrite_, std::nullopt));
-        }
     });
 }
 
 // The direct write of protocols 2 and 0x2000000: 6 zero bytes, the length, the text, padding.
 void Target::TypeIntoConsole(ByteView data) {
     constexpr std::size_t header = 8;
-    if (flash_.Loading() || restarting_ || data.size() <= header) {
+    if (flash_.Loading() || restarting_ || data.size() <= header)
         return;
-    }
     const ByteOrder order = ConsoleSettings().order;
     const std::size_t length = Get16(data, 6, order);
     const bool fits = Get32(data, 0, order) == 0 && Get16(data, 4, order) == 0 && length > 0 &&
                       data.size() == (header + length + 3) / 4 * 4;
-    if (fits) {
+    if (fits)
         console_.Input(data.subspan(header, length));
-    }
 }
 
 } // namespace simulator

@@ -15,9 +15,8 @@ constexpr std::uint32_t SHELL_IS_ON = 0x80000000, SHELL_OVERFLOWED = 1; // bits 
 
 Answer Words(std::initializer_list<std::uint32_t> values, std::int64_t workMs = 0) {
     Answer answer{{}, workMs * MILLISECOND};
-    for (const std::uint32_t value : values) {
+    for (const std::uint32_t value : values)
         Append32(answer.operands, value, ByteOrder::Little);
-    }
     return answer;
 }
 
@@ -65,18 +64,15 @@ TargetCommands::Result TargetCommands::Run(Target& target, const Request& reques
         target.surroundings_.debugText(DEBUG_WARNING, fmt::format("command {} ignored: {}", request.code, reason));
         return std::nullopt;
     };
-    if (row == nullptr) {
+    if (row == nullptr)
         return ignore("unknown");
-    }
     const bool countFits = request.code >= READ_KEY ? request.count >= row->quadlets : request.count == row->quadlets;
     // Bytes of the write beyond the announced quadlets are ignored.
     const ByteView operands = request.operands.first(std::min(request.operands.size(), std::size_t{4} * request.count));
-    if (!countFits || operands.size() < row->bytes) {
+    if (!countFits || operands.size() < row->bytes)
         return ignore("wrong count of operands");
-    }
-    if (!target.state_.inBootloader && !row->whileApplicationRuns) {
+    if (!target.state_.inBootloader && !row->whileApplicationRuns)
         return ignore("the application is running");
-    }
     target.surroundings_.debugText(DEBUG_DETAIL, row->name);
     return row->handler(target, operands);
 }
@@ -93,9 +89,8 @@ TargetCommands::Result TargetCommands::ResetDevice(Target& target, ByteView oper
 
 TargetCommands::Result TargetCommands::ReadImageCRC(Target& target, ByteView operands) {
     CrcVerdict verdict = target.flash_.Check(operands[0]);
-    if (target.fault_.badCrc) {
+    if (target.fault_.badCrc)
         verdict.validity = 1; // 0 is good
-    }
     return Words({verdict.crc, verdict.validity}, target.description_.checkMs);
 }
 
@@ -109,9 +104,8 @@ TargetCommands::Result TargetCommands::DownloadStart(Target& target, ByteView op
     announcement.address = Word(operands, 28);
     announcement.length = Word(operands, 32);
     announcement.crc = Word(operands, 36);
-    if (!target.flash_.HasRoomFor(announcement)) {
+    if (!target.flash_.HasRoomFor(announcement))
         return Words({0});
-    }
     const std::uint32_t blockSize = target.flash_.Start(announcement);
     target.store_.SaveSection(target.state_, announcement.imageType);
     return Words({blockSize}, target.description_.eraseMs);
@@ -127,9 +121,8 @@ TargetCommands::Result TargetCommands::DownloadBlock(Target& target, ByteView op
 TargetCommands::Result TargetCommands::DownloadEnd(Target& target, ByteView) {
     const bool loading = target.flash_.Loading();
     const CrcVerdict verdict = target.flash_.End(target.fault_.badCrc);
-    if (loading) {
+    if (loading)
         target.store_.SaveSection(target.state_, target.flash_.LoadedType());
-    }
     return Words({verdict.crc, verdict.validity}, target.description_.checkMs);
 }
 
@@ -139,15 +132,13 @@ TargetCommands::Result TargetCommands::SwitchTo1394Shell(Target& target, ByteVie
 }
 
 TargetCommands::Result TargetCommands::ReadShellCharacters(Target& target, ByteView) {
-    if (target.console_.IsRing()) {
+    if (target.console_.IsRing())
         return Words({0}); // the ring is read directly
-    }
     const ShellConsole::Taken taken = target.console_.Take(target.console_.Capacity());
     const auto received = static_cast<std::uint32_t>(taken.characters.size());
     std::copy(taken.characters.begin(), taken.characters.end(), target.session_.ResponseBuffer().begin());
-    if (target.description_.protocol == 3) {
+    if (target.description_.protocol == 3)
         return Words({received}); // even 256, which the host reads as 0
-    }
     const std::uint32_t status = SHELL_IS_ON | (taken.lost > 0 ? SHELL_OVERFLOWED : 0);
     Answer answer = Words({received, status, taken.lost, 0, 0, 0, 0});
     const ByteSpan operands(answer.operands);
@@ -164,9 +155,8 @@ TargetCommands::Result TargetCommands::ReadShellCharacters(Target& target, ByteV
 TargetCommands::Result TargetCommands::WriteShellCharacters(Target& target, ByteView operands) {
     // Each chunk announces the length of the whole text.
     const std::uint32_t length = Word(operands, 0);
-    if (target.textRemaining_ == 0 || target.textLength_ != length) {
+    if (target.textRemaining_ == 0 || target.textLength_ != length)
         target.textRemaining_ = target.textLength_ = length;
-    }
     const std::uint32_t chunk = std::min(LONGEST_CHUNK, target.textRemaining_);
     target.textRemaining_ -= chunk;
     const ByteView text = target.session_.RequestBuffer().first(chunk);
@@ -212,9 +202,8 @@ TargetCommands::Result TargetCommands::GetDebugGUID(Target& target, ByteView) {
 TargetCommands::Result TargetCommands::StartImage(Target& target, ByteView operands) {
     const std::uint32_t type = Word(operands, 0);
     const bool startable = type == APPLICATION || type == DEBUGGER;
-    if (!startable || !target.state_.sections[type].valid) {
+    if (!startable || !target.state_.sections[type].valid)
         return Words({BAD_CRC_FLAG});
-    }
     target.Restart(type == DEBUGGER); // the debugger belongs to the bootloader
     return std::nullopt;
 }
@@ -226,9 +215,8 @@ TargetCommands::Result TargetCommands::ReadKey(Target& target, ByteView operands
 TargetCommands::Result TargetCommands::WriteKey(Target& target, ByteView operands) {
     bool changed = false;
     Answer answer{target.keys_.Write(operands, target.session_.RequestBuffer(), changed), 0};
-    if (changed) {
+    if (changed)
         target.store_.SaveKeys(target.state_);
-    }
     return answer;
 }
 

@@ -19,9 +19,8 @@ Bytes TopologyMap(std::uint32_t generation, const std::vector<TopologyNode>& nod
     Bytes quadlets; // big-endian as in the CSR, for the CRC
     Append32(quadlets, generation, ByteOrder::Big);
     Append32(quadlets, std::uint32_t{count} << 16 | count, ByteOrder::Big);
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
+    for (std::size_t i = 0; i < nodes.size(); ++i)
         Append32(quadlets, SelfId(i, nodes.size(), nodes[i]), ByteOrder::Big);
-    }
 
     Bytes map(12, 0);
     const ByteSpan header(map);

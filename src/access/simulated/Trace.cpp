@@ -14,9 +14,8 @@ Trace::Trace(const std::string& path) {
 }
 
 void Trace::Write(double milliseconds, const Transaction& transaction, std::int32_t result) {
-    if (file_ == nullptr) {
+    if (file_ == nullptr)
         return;
-    }
     const bool hasData = transaction.isWrite || result == TWL1394_SUCCESS;
     WriteLine(fmt::format(R"({{"ms":{:.3f},"operation":"{}","node":{},"address":"0x{:012x}","size":{},)"
                           R"("timeout":{},"data":"{}","result":{}}})",
@@ -26,15 +25,13 @@ void Trace::Write(double milliseconds, const Transaction& transaction, std::int3
 }
 
 void Trace::WriteReset(double milliseconds) {
-    if (file_ != nullptr) {
+    if (file_ != nullptr)
         WriteLine(fmt::format(R"({{"ms":{:.3f},"operation":"reset","result":1}})", milliseconds));
-    }
 }
 
 void Trace::WriteNotice(double milliseconds, std::uint32_t number) {
-    if (file_ != nullptr) {
+    if (file_ != nullptr)
         WriteLine(fmt::format(R"({{"ms":{:.3f},"operation":"notice","result":{}}})", milliseconds, number));
-    }
 }
 
 void Trace::WriteLine(const std::string& line) {

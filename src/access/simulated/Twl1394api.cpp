@@ -26,9 +26,8 @@ static bool IsDevice(const char* device) {
 template <typename Operation>
 static int32_t OnBus(const Twl1394Client* client, const char* device, Operation operation) {
     const std::lock_guard lock(globals.mutex);
-    if (!IsClient(client) || !IsDevice(device) || globals.bus == nullptr) {
+    if (!IsClient(client) || !IsDevice(device) || globals.bus == nullptr)
         return FAILED;
-    }
     try {
         return operation(*globals.bus);
     } catch (const std::exception& failure) {
@@ -51,15 +50,13 @@ uint32_t Twl1394InterfaceVersion(void) {
 
 int32_t RegisterClient(const Twl1394Client* client) {
     const std::lock_guard lock(globals.mutex);
-    if (client == nullptr || globals.client != nullptr) {
+    if (client == nullptr || globals.client != nullptr)
         return FAILED;
-    }
     try {
         globals.client = client;
         DeliverDebugText();
-        if (globals.bus == nullptr) {
+        if (globals.bus == nullptr)
             Describe(nullptr, nullptr);
-        }
         TheClock().Run();
         return 1;
     } catch (const std::exception& failure) {
@@ -72,9 +69,8 @@ int32_t RegisterClient(const Twl1394Client* client) {
 int32_t DeRegisterClient(const Twl1394Client* client) {
     {
         const std::lock_guard lock(globals.mutex);
-        if (!IsClient(client)) {
+        if (!IsClient(client))
             return FAILED;
-        }
         globals.client = nullptr;
         globals.debugLevel = DEBUG_ALWAYS;
     }
@@ -88,18 +84,16 @@ int32_t HookSystemModule(const char* name) {
 
 int32_t SetDebugSpew(const Twl1394Client* client, int32_t level) {
     const std::lock_guard lock(globals.mutex);
-    if (!IsClient(client)) {
+    if (!IsClient(client))
         return FAILED;
-    }
     globals.debugLevel = level;
     return 1;
 }
 
 int32_t GetVirtualDeviceList(Twl1394VirtualDeviceList* list) {
     const std::lock_guard lock(globals.mutex);
-    if (list == nullptr) {
+    if (list == nullptr)
         return FAILED;
-    }
     std::memset(list, 0, sizeof *list);
     if (globals.virtualDevice) {
         list->DeviceCount = 1;
@@ -111,9 +105,8 @@ int32_t GetVirtualDeviceList(Twl1394VirtualDeviceList* list) {
 static int32_t SetVirtualDevice(const Twl1394Client* client, const Twl1394VirtualDevice* record, bool present) {
     const std::lock_guard lock(globals.mutex);
     if (!IsClient(client) || record == nullptr || record->Name == nullptr ||
-        std::strcmp(record->Name, VIRTUAL_DEVICE) != 0) {
+        std::strcmp(record->Name, VIRTUAL_DEVICE) != 0)
         return FAILED;
-    }
     globals.virtualDevice = present;
     return 0;
 }
@@ -130,9 +123,8 @@ int32_t Get1394AddressFromDeviceObject(const Twl1394Client* client, const char* 
                                        Twl1394NodeAddressRequest* request) {
     return OnBus(client, device, [request](const Bus& bus) {
         constexpr uint32_t localBus = 0x3FF; // IEEE 1394-1995: the local bus
-        if (request == nullptr) {
+        if (request == nullptr)
             return FAILED;
-        }
         request->NodeAddress = static_cast<uint16_t>(localBus << 6 | bus.HostNumber());
         return int32_t{0};
     });
@@ -142,9 +134,8 @@ int32_t GetLocalHostInformation(const Twl1394Client* client, const char* device,
                                 uint32_t) {
     return OnBus(client, device, [request](const Bus& bus) {
         constexpr uint32_t readCsr = 6;
-        if (request == nullptr || request->Level != readCsr || Offset(request->CsrAddress) != TOPOLOGY_MAP) {
+        if (request == nullptr || request->Level != readCsr || Offset(request->CsrAddress) != TOPOLOGY_MAP)
             return FAILED;
-        }
         const Bytes map = bus.Topology();
         const std::size_t room = std::min<std::size_t>(request->CsrLength, sizeof request->CsrData);
         std::memset(request->CsrData, 0, room);
@@ -163,9 +154,8 @@ int32_t BusReset(const Twl1394Client* client, const char* device, uint32_t) {
 int32_t AllocateAddressRange(const Twl1394Client* client, const char* device, Twl1394AddressRange* range, uint32_t) {
     return OnBus(client, device, [range](Bus& bus) {
         const uint32_t handle = range == nullptr ? 0 : bus.AllocateRange(Offset(range->RequiredOffset), range->Length);
-        if (handle == 0) {
+        if (handle == 0)
             return FAILED;
-        }
         range->RangeHandle = handle;
         return int32_t{0};
     });
@@ -177,15 +167,13 @@ int32_t FreeAddressRange(const Twl1394Client* client, const char* device, uint32
 
 int32_t AsyncReadWrapper(uint32_t nodeNumber, const Twl1394Address* address, uint32_t size, uint8_t* data,
                          uint32_t timeoutMs) {
-    if (!IsTransaction(address, size, data) || nodeNumber >= TWL1394_BROADCAST_NODE) {
+    if (!IsTransaction(address, size, data) || nodeNumber >= TWL1394_BROADCAST_NODE)
         return TWL1394_NO_RESPONSE;
-    }
     try {
         Transaction transaction{false, nodeNumber, Offset(*address), timeoutMs, Bytes(size, 0)};
         const int32_t result = Carry(transaction);
-        if (result == TWL1394_SUCCESS) {
+        if (result == TWL1394_SUCCESS)
             std::copy(transaction.data.begin(), transaction.data.end(), data);
-        }
         return result;
     } catch (const std::exception&) {
         return TWL1394_NO_RESPONSE;
@@ -194,9 +182,8 @@ int32_t AsyncReadWrapper(uint32_t nodeNumber, const Twl1394Address* address, uin
 
 int32_t AsyncWriteWrapper(uint32_t nodeNumber, const Twl1394Address* address, uint32_t size, const uint8_t* data,
                           uint32_t timeoutMs) {
-    if (!IsTransaction(address, size, data) || nodeNumber > TWL1394_BROADCAST_NODE) {
+    if (!IsTransaction(address, size, data) || nodeNumber > TWL1394_BROADCAST_NODE)
         return TWL1394_NO_RESPONSE;
-    }
     try {
         Transaction transaction{true, nodeNumber, Offset(*address), timeoutMs, Bytes(data, data + size)};
         return Carry(transaction);

@@ -57,23 +57,20 @@ std::string ToHex(ByteView bytes) {
 }
 
 static int HexDigit(char character) {
-    if (character >= '0' && character <= '9') {
+    if (character >= '0' && character <= '9')
         return character - '0';
-    }
     const char lower = static_cast<char>(character | 0x20);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 bool FromHex(std::string_view text, Bytes& bytes) {
     bytes.clear();
-    if (text.size() % 2 != 0) {
+    if (text.size() % 2 != 0)
         return false;
-    }
     for (std::size_t i = 0; i < text.size(); i += 2) {
         const int high = HexDigit(text[i]), low = HexDigit(text[i + 1]);
-        if (high < 0 || low < 0) {
+        if (high < 0 || low < 0)
             return false;
-        }
         bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
     }
     return true;
