@@ -7,7 +7,7 @@
 
 namespace basConfigRom {
 
-// Results of a read that the reader tells apart; any other number is a failure too.
+// Results of a read that the reader distinguishes; any other number is a failure too.
 inline constexpr std::int32_t READ_SUCCESS = 1, READ_BUS_RESET = -105,
                               READ_ADDRESS_ERROR = static_cast<std::int32_t>(0x80000017),
                               READ_TIMED_OUT = static_cast<std::int32_t>(0x80000102);

@@ -40,7 +40,7 @@ bool MayWrite(const std::string& path) {
     if (!basApp::FileExists(path))
         return true;
     if (basApp::globals.PerformUnattendedOperations)
-        return false; // nobody can agree
+        return false; // nobody is there to confirm
     return platform::CurrentDialogs().YesNo(fmt::format("The file '{}' already exists.  Overwrite?", path),
                                             basApp::TITLE);
 }
@@ -86,7 +86,7 @@ void clsDbManager::AddLogRow(std::string_view message, std::int32_t level, std::
     StatusRecordset->Update();
 }
 
-// One row for the new one, and one more while there are still too many.
+// The row that the new one displaces, and another while there are still too many.
 void clsDbManager::RemoveSurplusRows() {
     if (StatusRecordset->RecordCount() > MaxLogRecords) {
         StatusRecordset->MoveFirst();

@@ -44,7 +44,7 @@ public:
     static const char* Schema();
 
 private:
-    // Opens the file again after a copy. 1.
+    // Opens the file again after a copy. Always 1.
     std::int32_t ReopenDatabase();
     // Shrinks the closed file in place, unless another program has it open. 1 or -1.
     std::int32_t CompactDatabase();

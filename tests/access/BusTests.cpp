@@ -49,7 +49,7 @@ TEST_F(SimulatedBus, ATransactionThatNoNodeSupportsIsABusError) {
         {"no such node", 5, 0xFFFFF0000400, 121},
         {"no link", 2, 0xFFFFF0000400, 121},
         {"no registers", 1, 0xFFFFC8020000, static_cast<int32_t>(0x80000017)},
-        {"behind the registers", 0, 0xFFFFC8020068, static_cast<int32_t>(0x80000017)},
+        {"beyond the registers", 0, 0xFFFFC8020068, static_cast<int32_t>(0x80000017)},
         {"not on a quadlet", 1, 0xFFFFF0000402, static_cast<int32_t>(0x80000017)},
         {"this computer without a ROM", 4, 0xFFFFF0000400, static_cast<int32_t>(0x80000017)},
         {"a broadcast can't be read", 63, 0xFFFFF0000400, static_cast<int32_t>(0x8000013D)}};

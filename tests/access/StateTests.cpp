@@ -93,13 +93,13 @@ TEST_F(State, ADamagedFileIsReportedAndSurvived) {
         {"identity.json", "{\"guid\": \"12\"}", "identity.json: /guid: must be 16 hex digits"},
         {"keys.json", "{\"A\": 7}", "keys.json: /A: must be a text"},
         {"application.bin", "new firmwarX", "the section counts as erased"}};
-    for (const auto& [file, content, told] : rows) {
+    for (const auto& [file, content, report] : rows) {
         DescribeAgain();
         Load("new firmware");
         scratch.Put(directory + file, content);
         text.clear();
         DescribeAgain();
-        EXPECT_NE(text.find(told), std::string::npos) << file << ": " << text;
+        EXPECT_NE(text.find(report), std::string::npos) << file << ": " << text;
         EXPECT_EQ(NodeCount(), 2);
         EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(file) == "application.bin");
     }

@@ -31,7 +31,7 @@ public:
         bool timesOut;
     };
     Started Begin(std::uint32_t timeoutMs);
-    std::int32_t End(const Started& started, Transaction& transaction);
+    [[nodiscard]] std::int32_t End(const Started& started, Transaction& transaction);
 
     void Reset();
     void SetPlugged(std::uint32_t node, bool plugged);
@@ -57,8 +57,9 @@ private:
     // Index of the node that currently has this number.
     std::optional<std::uint32_t> IndexOf(std::uint32_t nodeNumber) const;
     TransactionFacts FactsOf(const Transaction& transaction) const;
-    std::int32_t Deliver(Transaction& transaction);
-    std::int32_t DeliverFaulty(const FaultDescription& fault, const TransactionFacts& facts, Transaction& transaction);
+    [[nodiscard]] std::int32_t Deliver(Transaction& transaction);
+    [[nodiscard]] std::int32_t DeliverFaulty(const FaultDescription& fault, const TransactionFacts& facts,
+                                             Transaction& transaction);
     void Carry(const FaultDescription& standalone);
     void CarryDueFaults();
     void WriteToHost(std::uint64_t address, ByteView data);

@@ -36,7 +36,7 @@ public:
     // Erases the section, for which there must be room; the result is the largest block.
     std::uint32_t Start(const DownloadAnnouncement& announcement);
     // `buffer` is the whole Request Buffer.
-    std::int32_t Block(const DownloadBlock& block, ByteView buffer);
+    [[nodiscard]] std::int32_t Block(const DownloadBlock& block, ByteView buffer);
     // `badSum` makes the target compute a wrong CRC.
     CrcVerdict End(bool badSum);
     CrcVerdict Check(std::uint8_t imageType) const;

@@ -32,10 +32,10 @@ void UseCallersClock(const SimulatorClock* clock); // null: the real one
 // own. False with the reason in lastError; the bus then consists of this computer only.
 bool Describe(const char* json, const char* baseDirectory);
 // Only reads and checks.
-bool CheckDescription(const char* json, const char* baseDirectory);
+[[nodiscard]] bool CheckDescription(const char* json, const char* baseDirectory);
 void DebugText(int level, const std::string& text);
 void DeliverDebugText(); // what was kept for a client
 // Runs a whole transaction. Takes the lock itself.
-std::int32_t Carry(Transaction& transaction);
+[[nodiscard]] std::int32_t Carry(Transaction& transaction);
 
 } // namespace simulator

@@ -16,8 +16,8 @@ public:
     void SetPlugged(bool plugged) { plugged_ = plugged; }
     void SetAway(bool away) { away_ = away; }
 
-    std::int32_t Read(std::uint64_t address, ByteSpan data);
-    std::int32_t Write(std::uint64_t address, ByteView data);
+    [[nodiscard]] std::int32_t Read(std::uint64_t address, ByteSpan data);
+    [[nodiscard]] std::int32_t Write(std::uint64_t address, ByteView data);
     void Broadcast(std::uint64_t address, ByteView data);
 
     Target* AsTarget() const { return target_.get(); } // null for any other node

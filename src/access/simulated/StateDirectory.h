@@ -35,6 +35,6 @@ private:
 };
 
 // True if files can be created in it; creates it if necessary.
-bool CanWriteTo(const std::string& directory);
+[[nodiscard]] bool CanWriteTo(const std::string& directory);
 
 } // namespace simulator

@@ -28,8 +28,8 @@ void Append32(Bytes& bytes, std::uint32_t value, ByteOrder order);
 EightBytes TurnQuadlets(const EightBytes& bytes);
 void TurnQuadlets(ByteSpan bytes);
 
-std::string ToHex(ByteView bytes);                 // lower case, no separators
-bool FromHex(std::string_view text, Bytes& bytes); // false for an odd count or another character
+std::string ToHex(ByteView bytes);                               // lower case, no separators
+[[nodiscard]] bool FromHex(std::string_view text, Bytes& bytes); // false for an odd count or another character
 
 EightBytes ToEightBytes(std::string_view text, char fill); // truncated or padded
 
