@@ -24,9 +24,8 @@ constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 struct OpenFile {
     explicit OpenFile(int opened) : number(opened) {}
     ~OpenFile() {
-        if (number >= 0) {
+        if (number >= 0)
             close(number);
-        }
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
@@ -44,25 +43,22 @@ bool IsRegular(int file) {
 
 // Without the right to change the owner, the file stays with its creator.
 void SetOwner(int file, uid_t owner, gid_t group) {
-    if (fchown(file, owner, group) != 0) {
+    if (fchown(file, owner, group) != 0)
         static_cast<void>(fchown(file, uid_t(-1), group) == 0);
-    }
 }
 
 // A run as root mustn't lock users out of the state in their own folders.
 void GiveToOwnerOfFolder(int file, const files::path& path) {
     struct stat folder {};
-    if (geteuid() == 0 && stat(path.parent_path().c_str(), &folder) == 0 && folder.st_uid != 0) {
+    if (geteuid() == 0 && stat(path.parent_path().c_str(), &folder) == 0 && folder.st_uid != 0)
         SetOwner(file, folder.st_uid, folder.st_gid);
-    }
 }
 
 void WriteAll(int file, ByteView content, const std::string& path) {
     for (std::size_t done = 0; done < content.size();) {
         const ssize_t written = write(file, content.data() + done, content.size() - done);
-        if (written < 0 && errno != EINTR) {
+        if (written < 0 && errno != EINTR)
             Refuse(path);
-        }
         done += written > 0 ? std::size_t(written) : 0;
     }
 }
@@ -79,17 +75,15 @@ bool IsDraft(const std::string& name, std::span<const std::string> of) {
 
 std::optional<Bytes> ReadFile(const std::string& path) {
     const OpenFile file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (file.number < 0 || !IsRegular(file.number)) {
+    if (file.number < 0 || !IsRegular(file.number))
         return std::nullopt;
-    }
     struct stat status {};
     fstat(file.number, &status);
     Bytes content(static_cast<std::size_t>(status.st_size));
     for (std::size_t done = 0; done < content.size();) {
         const ssize_t got = read(file.number, content.data() + done, content.size() - done);
-        if (got <= 0) {
+        if (got <= 0)
             return std::nullopt;
-        }
         done += std::size_t(got);
     }
     return content;
@@ -97,15 +91,13 @@ std::optional<Bytes> ReadFile(const std::string& path) {
 
 void CreateDirectories(const std::string& path) {
     std::vector<files::path> made; // innermost first
-    for (files::path folder = path; !folder.empty() && !files::exists(folder); folder = folder.parent_path()) {
+    for (files::path folder = path; !folder.empty() && !files::exists(folder); folder = folder.parent_path())
         made.push_back(folder);
-    }
     files::create_directories(path);
     for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
         const OpenFile opened(open(folder->c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        if (opened.number >= 0) {
+        if (opened.number >= 0)
             GiveToOwnerOfFolder(opened.number, *folder);
-        }
     }
 }
 
@@ -116,13 +108,11 @@ void RemoveStaleDrafts(const std::string& directory, std::span<const std::string
         struct stat status {};
         const files::path& path = entry->path();
         if (!IsDraft(path.filename().string(), names) || lstat(path.c_str(), &status) != 0 ||
-            !S_ISREG(status.st_mode) || status.st_uid != geteuid()) {
+            !S_ISREG(status.st_mode) || status.st_uid != geteuid())
             continue;
-        }
         const OpenFile draft(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-        if (draft.number >= 0 && flock(draft.number, LOCK_EX | LOCK_NB) == 0) {
+        if (draft.number >= 0 && flock(draft.number, LOCK_EX | LOCK_NB) == 0)
             unlink(path.c_str());
-        }
     }
 }
 
@@ -133,9 +123,8 @@ void ReplaceFile(const std::string& path, ByteView content) {
     struct stat old {};
     const bool exists = lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode);
     const OpenFile file(open(draft.c_str(), NEW_FILE, exists ? 0600 : 0666));
-    if (file.number < 0) {
+    if (file.number < 0)
         Refuse(draft);
-    }
     flock(file.number, LOCK_EX | LOCK_NB);
     try {
         WriteAll(file.number, content, draft);
@@ -156,21 +145,18 @@ std::FILE* OpenToWrite(const std::string& path) {
     struct stat old {
     }, target{};
     if (lstat(path.c_str(), &old) == 0 && S_ISLNK(old.st_mode)) {
-        if (stat(path.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
-            return nullptr; // such as /dev/stdout, which root would remove for every program
-        }
+        if (stat(path.c_str(), &target) == 0 && !S_ISREG(target.st_mode))
+            return nullptr;   // such as /dev/stdout, which root would remove for every program
         unlink(path.c_str()); // so that a link's target isn't written
     }
     int file = open(path.c_str(), NEW_FILE, 0666);
-    if (file >= 0) {
+    if (file >= 0)
         GiveToOwnerOfFolder(file, path);
-    } else {
+    else
         file = open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    }
     if (file < 0 || !IsRegular(file) || ftruncate(file, 0) != 0) {
-        if (file >= 0) {
+        if (file >= 0)
             close(file);
-        }
         return nullptr;
     }
     return fdopen(file, "w");

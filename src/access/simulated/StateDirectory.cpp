@@ -23,17 +23,15 @@ std::string SectionFile(const char* section) {
 EightBytes ReadEightBytes(ObjectReader& reader, const char* key) {
     const Json* value = reader.Find(key);
     const Bytes bytes = value == nullptr ? Bytes{} : BytesFromJson(*value, reader.PathOf(key));
-    if (bytes.size() != 8) {
+    if (bytes.size() != 8)
         reader.Refuse(key, "must have 8 bytes");
-    }
     return ToEightBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, '\0');
 }
 
 EightBytes ReadHex(ObjectReader& reader, const char* key) {
     Bytes bytes;
-    if (!FromHex(reader.Text(key, ""), bytes) || bytes.size() != 8) {
+    if (!FromHex(reader.Text(key, ""), bytes) || bytes.size() != 8)
         reader.Refuse(key, "must be 16 hex digits");
-    }
     return ToEightBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, '\0');
 }
 
@@ -83,13 +81,11 @@ std::string StateDirectory::FileOf(const std::string& name) const {
 }
 
 void StateDirectory::Load(TargetState& state) {
-    if (path_.empty()) {
+    if (path_.empty())
         return;
-    }
     std::vector<std::string> written{IDENTITY, KEYS};
-    for (const char* section : SECTION_NAMES) {
+    for (const char* section : SECTION_NAMES)
         written.push_back(SectionFile(section));
-    }
     RemoveStaleDrafts(path_, written);
     LoadIdentity(state);
     LoadKeys(state);
@@ -98,9 +94,8 @@ void StateDirectory::Load(TargetState& state) {
 void StateDirectory::LoadIdentity(TargetState& state) {
     const std::string path = FileOf(IDENTITY);
     const std::optional<Bytes> text = ReadFile(path);
-    if (!text) {
+    if (!text)
         return; // nothing saved yet
-    }
     TargetState read = state;
     SectionSizes sizes{};
     try {
@@ -110,11 +105,9 @@ void StateDirectory::LoadIdentity(TargetState& state) {
         read.debugGuid = ReadHex(reader, "debugGuid");
         read.mac = ReadHex(reader, "mac");
         read.inBootloader = reader.Word("mode", {"application", "bootloader"}) == 1;
-        for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i) {
-            if (const Json* section = reader.Find(SECTION_NAMES[i])) {
+        for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i)
+            if (const Json* section = reader.Find(SECTION_NAMES[i]))
                 read.sections[i] = SectionFromJson(*section, reader.PathOf(SECTION_NAMES[i]), sizes[i]);
-            }
-        }
         reader.Finish();
     } catch (const DescriptionError& failure) {
         report_(fmt::format("{}: {}; the file is ignored", path, failure.what()));
@@ -126,9 +119,8 @@ void StateDirectory::LoadIdentity(TargetState& state) {
 
 void StateDirectory::LoadSections(TargetState& state, const SectionSizes& sizes) {
     for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i) {
-        if (sizes[i] == 0) {
+        if (sizes[i] == 0)
             continue;
-        }
         Section& section = state.sections[i];
         const std::string path = FileOf(SectionFile(SECTION_NAMES[i]));
         section.content = ReadFile(path).value_or(Bytes{});
@@ -143,16 +135,14 @@ void StateDirectory::LoadSections(TargetState& state, const SectionSizes& sizes)
 void StateDirectory::LoadKeys(TargetState& state) {
     const std::string path = FileOf(KEYS);
     const std::optional<Bytes> text = ReadFile(path);
-    if (!text) {
+    if (!text)
         return;
-    }
     try {
         const Json document = ParseJson({text->begin(), text->end()});
         const ObjectReader reader(document, "");
         KeyTable keys;
-        for (const auto& item : document.items()) {
+        for (const auto& item : document.items())
             keys[item.key()] = BytesFromJson(item.value(), reader.PathOf(item.key()));
-        }
         state.keys = keys;
     } catch (const DescriptionError& failure) {
         report_(fmt::format("{}: {}; the file is ignored", path, failure.what()));
@@ -164,17 +154,15 @@ void StateDirectory::SaveIdentity(const TargetState& state) {
                      {"debugGuid", ToHex(state.debugGuid)},
                      {"mac", ToHex(state.mac)},
                      {"mode", state.inBootloader ? "bootloader" : "application"}};
-    for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i) {
+    for (std::size_t i = 0; i < SECTION_NAMES.size(); ++i)
         document[SECTION_NAMES[i]] = SectionToJson(state.sections[i]);
-    }
     Write(IDENTITY, TextBytes(document));
 }
 
 void StateDirectory::SaveKeys(const TargetState& state) {
     Json document = Json::object();
-    for (const auto& [name, value] : state.keys) {
+    for (const auto& [name, value] : state.keys)
         document[name] = BytesToJson(value);
-    }
     Write(KEYS, TextBytes(document));
 }
 
@@ -185,9 +173,8 @@ void StateDirectory::SaveSection(const TargetState& state, std::uint8_t imageTyp
 }
 
 void StateDirectory::Write(const std::string& name, ByteView content) {
-    if (path_.empty()) {
+    if (path_.empty())
         return;
-    }
     try {
         ReplaceFile(FileOf(name), content);
     } catch (const std::exception& failure) {
