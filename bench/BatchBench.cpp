@@ -32,7 +32,8 @@ void ParseBatchOf1000Lines(benchmark::State& state) {
     basAutomation::globals.KeyBatchDirectory = folder.path() + "/";
     for (auto _ : state) {
         std::vector<basAutomation::KeyOperation> operations;
-        if (basAutomation::GetKeyOperationsFromFile(folder.file("batch.html"), operations) != 1 ||
+        std::int32_t dropped = 0;
+        if (basAutomation::GetKeyOperationsFromFile(folder.file("batch.html"), operations, dropped) != 1 ||
             operations.size() != OPERATIONS + 1)
             return state.SkipWithError("an operation is missing");
         benchmark::DoNotOptimize(operations);

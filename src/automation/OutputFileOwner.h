@@ -4,5 +4,5 @@
 
 #include <memory>
 
-// A text file open for writing, or none.
+// A text file open for writing, or null.
 using OutputFileOwner = std::unique_ptr<platform::OutputFile>;

@@ -45,7 +45,7 @@ struct Globals {
     std::vector<std::string> IdleOptions;
     // The status file of a run.
     std::string StatusFile = "script-data\\1394_write_status.txt";
-    std::int16_t StatusFileNumber = 0; // below 1: none is open
+    std::int16_t StatusFileNumber = 0; // below 1: no file is open
     OutputFileOwner StatusFileHandle;
     // The scheduler.
     bool SchedulerBusy = false;
@@ -148,7 +148,7 @@ void TellEarlyEnd();
 // Creates the file of a run, with its folder; an older one is replaced.
 void CreateStatusFile();
 
-void WriteStatusFileLine(std::string_view text); // nothing while none is open
+void WriteStatusFileLine(std::string_view text); // nothing without an open file
 // Starts a command and waits for its end, with turns of the window system. Its exit code.
 std::int32_t ExecuteAndWait(const std::string& command, std::int32_t windowStyle);
 

@@ -1,6 +1,5 @@
-// The single-shot commands: each fills its operands, runs the one frame with its row of the table,
-// and decodes what came back.
-#include "Trapped.h"
+// The single-shot commands: each encodes its operands, runs with its row of the table, and decodes the
+// response.
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -68,7 +67,7 @@ void TellFailure(const Command& command, std::int32_t handle, std::int32_t code)
                                   fmt::arg("node", GetNodeNum(handle).NodeNum)));
 }
 
-// Only a halt may go to all nodes at once; anything else under handle 0 would program them all.
+// Only a halt may go to all nodes at once; any other command with handle 0 would program them all.
 std::int32_t Exchange(const Command& command, std::int32_t handle, ByteArray&& operands, BootloaderResponse& response) {
     if (handle == 0 && command.code != HALT.code)
         return INVALID_HANDLE_ERROR;
@@ -96,7 +95,7 @@ std::int32_t Run(const Command& command, std::int32_t handle, ByteArray&& operan
     return Run(command, handle, std::move(operands), response);
 }
 
-// A device never gets half an identity.
+// A device must never get half an identity.
 bool IsIdentity(const Command& command, const ByteArray& bytes) {
     if (bytes.size() == IDENTITY_BYTES)
         return true;
@@ -104,7 +103,7 @@ bool IsIdentity(const Command& command, const ByteArray& bytes) {
     return false;
 }
 
-// True for a good exchange with the count that was expected.
+// A good exchange with the expected count.
 bool Programmed(std::int32_t result, const BootloaderResponse& response) {
     return result == SUCCESS && response.NumQuadlets == 0;
 }
@@ -112,130 +111,148 @@ bool Programmed(std::int32_t result, const BootloaderResponse& response) {
 } // namespace
 
 std::int32_t HaltBootloader(std::int32_t handle) {
-    return Trapped(HALT.name, [&] {
-        const std::int32_t result = Run(HALT, handle);
-        if (result == SUCCESS && handle == 0)
-            StatusDisplay(LEVEL_WATCH, "Broadcasted halt command.");
-        else if (result == SUCCESS)
-            StatusDisplay(LEVEL_TRACE, "Sent halt command to node #{}", GetNodeNum(handle).NodeNum);
-        return result;
-    });
+    return platform::ResultOf(
+        [&] {
+            const std::int32_t result = Run(HALT, handle);
+            if (result == SUCCESS && handle == 0)
+                StatusDisplay(LEVEL_WATCH, "Broadcasted halt command.");
+            else if (result == SUCCESS)
+                StatusDisplay(LEVEL_TRACE, "Sent halt command to node #{}", GetNodeNum(handle).NodeNum);
+            return result;
+        },
+        LogFailure(HALT.name));
 }
 
 std::int32_t ResetDevice(std::int32_t handle, std::int32_t mode) {
-    return Trapped(RESET.name, [&] {
-        StatusDisplay(LEVEL_TRACE, "Resetting bootloader device 0x{}", handle);
-        return Run(RESET, handle, {static_cast<std::uint8_t>(mode)}); // the bus pads it to its quadlet
-    });
+    return platform::ResultOf(
+        [&] {
+            StatusDisplay(LEVEL_TRACE, "Resetting bootloader device 0x{}", handle);
+            return Run(RESET, handle, {static_cast<std::uint8_t>(mode)}); // the bus pads it to its quadlet
+        },
+        LogFailure(RESET.name));
 }
 
 std::int32_t ReadImageCRC(std::int32_t handle, std::int32_t imageType, std::int32_t& crc, std::int32_t& crcValidity) {
-    return Trapped(READ_IMAGE_CRC.name, [&] {
-        if (handle <= 0) {
-            StatusDisplay(LEVEL_ERROR, "ReadImageCRC failed, INVALID_HANDLE_ERROR");
-            return INVALID_HANDLE_ERROR;
-        }
-        BootloaderResponse response;
-        const std::int32_t result =
-            Run(READ_IMAGE_CRC, handle, {static_cast<std::uint8_t>(imageType), 0, 0, 0}, response);
-        if (result != SUCCESS)
+    return platform::ResultOf(
+        [&] {
+            if (handle <= 0) {
+                StatusDisplay(LEVEL_ERROR, "ReadImageCRC failed, INVALID_HANDLE_ERROR");
+                return INVALID_HANDLE_ERROR;
+            }
+            BootloaderResponse response;
+            const std::int32_t result =
+                Run(READ_IMAGE_CRC, handle, {static_cast<std::uint8_t>(imageType), 0, 0, 0}, response);
+            if (result != SUCCESS)
+                return result;
+            crc = basUtils::ByteArrayToLong(response.Operands, 0);
+            crcValidity = basUtils::ByteArrayToLong(response.Operands, 4);
+            if (crcValidity != 0)
+                StatusDisplay(LEVEL_TRACE, "ReadImageCRC warning: target indicates invalid CRC value: 0x{:X}",
+                              Bits(crcValidity));
             return result;
-        crc = basUtils::ByteArrayToLong(response.Operands, 0);
-        crcValidity = basUtils::ByteArrayToLong(response.Operands, 4);
-        if (crcValidity != 0)
-            StatusDisplay(LEVEL_TRACE, "ReadImageCRC warning: target indicates invalid CRC value: 0x{:X}",
-                          static_cast<std::uint32_t>(crcValidity));
-        return result;
-    });
+        },
+        LogFailure(READ_IMAGE_CRC.name));
 }
 
 std::int32_t SwitchTo1394Shell(std::int32_t handle, std::int32_t arg1, std::int32_t arg2) {
-    return Trapped(SWITCH_TO_SHELL.name, [&] {
-        ByteArray operands(8);
-        basUtils::LongToByteArray(arg1, operands, 0, true);
-        basUtils::LongToByteArray(arg2, operands, 4, true);
-        return Run(SWITCH_TO_SHELL, handle, std::move(operands));
-    });
+    return platform::ResultOf(
+        [&] {
+            ByteArray operands(8);
+            basUtils::LongToByteArray(arg1, operands, 0, true);
+            basUtils::LongToByteArray(arg2, operands, 4, true);
+            return Run(SWITCH_TO_SHELL, handle, std::move(operands));
+        },
+        LogFailure(SWITCH_TO_SHELL.name));
 }
 
 std::int32_t ProgramGUID(std::int32_t handle, ByteArray& guid) {
-    return Trapped(PROGRAM_GUID.name, [&] {
-        if (!IsIdentity(PROGRAM_GUID, guid))
-            return FAILED;
-        basUtils::ChangeEndian(guid);
-        StatusDisplay(LEVEL_WATCH, "Setting GUID to {}...", basUtils::ByteArrayToHexString(guid));
-        basUtils::ChangeEndian(guid);
-        BootloaderResponse response;
-        const std::int32_t result = Run(PROGRAM_GUID, handle, ByteArray(guid), response);
-        if (Programmed(result, response))
-            StatusDisplay(LEVEL_TRACE, "Successfully set the GUID to the new value.");
-        return result;
-    });
+    return platform::ResultOf(
+        [&] {
+            if (!IsIdentity(PROGRAM_GUID, guid))
+                return FAILED;
+            basUtils::ChangeEndian(guid);
+            StatusDisplay(LEVEL_WATCH, "Setting GUID to {}...", basUtils::ByteArrayToHexString(guid));
+            basUtils::ChangeEndian(guid);
+            BootloaderResponse response;
+            const std::int32_t result = Run(PROGRAM_GUID, handle, ByteArray(guid), response);
+            if (Programmed(result, response))
+                StatusDisplay(LEVEL_TRACE, "Successfully set the GUID to the new value.");
+            return result;
+        },
+        LogFailure(PROGRAM_GUID.name));
 }
 
 std::int32_t ProgramMAC(std::int32_t handle, ByteArray& mac) {
-    return Trapped(PROGRAM_MAC.name, [&] {
-        if (!IsIdentity(PROGRAM_MAC, mac))
-            return FAILED;
-        ByteArray operands = mac;
-        basUtils::ChangeEndian(mac);
-        StatusDisplay(LEVEL_USER, "Setting MAC address to {}...",
-                      basUtils::ByteArrayToHexString(mac.data() + 2, mac.size() - 2));
-        BootloaderResponse response;
-        const std::int32_t result = Run(PROGRAM_MAC, handle, std::move(operands), response);
-        if (Programmed(result, response))
-            StatusDisplay(LEVEL_USER, "Successfully set MAC address to the new value.");
-        return result;
-    });
+    return platform::ResultOf(
+        [&] {
+            if (!IsIdentity(PROGRAM_MAC, mac))
+                return FAILED;
+            ByteArray operands = mac;
+            basUtils::ChangeEndian(mac);
+            StatusDisplay(LEVEL_USER, "Setting MAC address to {}...",
+                          basUtils::ByteArrayToHexString(mac.data() + 2, mac.size() - 2));
+            BootloaderResponse response;
+            const std::int32_t result = Run(PROGRAM_MAC, handle, std::move(operands), response);
+            if (Programmed(result, response))
+                StatusDisplay(LEVEL_USER, "Successfully set MAC address to the new value.");
+            return result;
+        },
+        LogFailure(PROGRAM_MAC.name));
 }
 
 std::int32_t InitializePersistentParams(std::int32_t handle) {
-    return Trapped(INITIALIZE_PARAMS.name, [&] {
-        StatusDisplay(LEVEL_TRACE, "InitializePersistentParams called");
-        const std::int32_t result = Run(INITIALIZE_PARAMS, handle);
-        if (result == SUCCESS)
-            StatusDisplay(LEVEL_TRACE, "InitializePersistentParams succeeded");
-        return result;
-    });
+    return platform::ResultOf(
+        [&] {
+            StatusDisplay(LEVEL_TRACE, "InitializePersistentParams called");
+            const std::int32_t result = Run(INITIALIZE_PARAMS, handle);
+            if (result == SUCCESS)
+                StatusDisplay(LEVEL_TRACE, "InitializePersistentParams succeeded");
+            return result;
+        },
+        LogFailure(INITIALIZE_PARAMS.name));
 }
 
 std::int32_t InitializeConfigToFactoryDefaults(std::int32_t handle) {
-    return Trapped(FACTORY_DEFAULTS.name, [&] { return Run(FACTORY_DEFAULTS, handle); });
+    return platform::ResultOf([&] { return Run(FACTORY_DEFAULTS, handle); }, LogFailure(FACTORY_DEFAULTS.name));
 }
 
 std::int32_t SetDebugGUID(std::int32_t handle, const ByteArray& guid) {
-    return Trapped(SET_DEBUG_GUID.name, [&] {
-        return IsIdentity(SET_DEBUG_GUID, guid) ? Run(SET_DEBUG_GUID, handle, ByteArray(guid)) : FAILED;
-    });
+    return platform::ResultOf(
+        [&] { return IsIdentity(SET_DEBUG_GUID, guid) ? Run(SET_DEBUG_GUID, handle, ByteArray(guid)) : FAILED; },
+        LogFailure(SET_DEBUG_GUID.name));
 }
 
 std::int32_t GetDebugGUID(std::int32_t handle, ByteArray& guid) {
-    return Trapped(GET_DEBUG_GUID.name, [&] {
-        if (handle <= 0) {
-            StatusDisplay(LEVEL_TRACE, "GetDebugGUID failed: invalid device handle: {}", handle);
-            return std::int32_t{0};
-        }
-        BootloaderResponse response;
-        const std::int32_t result = Run(GET_DEBUG_GUID, handle, {}, response);
-        if (result == SUCCESS)
-            guid = std::move(response.Operands);
-        return result;
-    });
+    return platform::ResultOf(
+        [&] {
+            if (handle <= 0) {
+                StatusDisplay(LEVEL_TRACE, "GetDebugGUID failed: invalid device handle: {}", handle);
+                return std::int32_t{0};
+            }
+            BootloaderResponse response;
+            const std::int32_t result = Run(GET_DEBUG_GUID, handle, {}, response);
+            if (result == SUCCESS)
+                guid = std::move(response.Operands);
+            return result;
+        },
+        LogFailure(GET_DEBUG_GUID.name));
 }
 
 std::int32_t StartImage(std::int32_t handle, std::int32_t imageType, std::int32_t& crcFlag) {
-    return Trapped(START_IMAGE.name, [&] {
-        ByteArray operands(4);
-        basUtils::LongToByteArray(imageType, operands, 0);
-        BootloaderResponse response;
-        const std::int32_t result = Run(START_IMAGE, handle, std::move(operands), response);
-        if (result != SUCCESS || response.NumQuadlets != START_IMAGE.expectedQuadlets)
+    return platform::ResultOf(
+        [&] {
+            ByteArray operands(4);
+            basUtils::LongToByteArray(imageType, operands, 0);
+            BootloaderResponse response;
+            const std::int32_t result = Run(START_IMAGE, handle, std::move(operands), response);
+            if (result != SUCCESS || response.NumQuadlets != START_IMAGE.expectedQuadlets)
+                return result;
+            crcFlag = basUtils::ByteArrayToLong(response.Operands);
+            if (crcFlag == BAD_CRC)
+                StatusDisplay(LEVEL_ERROR, "StartImage Failed: bad CRC of debugger image on embedded target!");
             return result;
-        crcFlag = basUtils::ByteArrayToLong(response.Operands);
-        if (crcFlag == BAD_CRC)
-            StatusDisplay(LEVEL_ERROR, "StartImage Failed: bad CRC of debugger image on embedded target!");
-        return result;
-    });
+        },
+        LogFailure(START_IMAGE.name));
 }
 
 } // namespace basBootloader

@@ -1,9 +1,10 @@
-// The debug GUIDs of the targets: equal to the permanent one where that can be, made up where it is
+// The debug GUIDs of the targets: equal to the permanent GUID where possible, made up where that is
 // null or shared.
 #include "basBootloader.h"
 #include "basUtils.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace basBootloader {
 
@@ -11,7 +12,7 @@ namespace {
 
 using Guid = std::array<std::uint8_t, 8>;
 
-// A target whose answer is awaited can't be asked now; the discovery that is owed for it comes by again.
+// A target whose answer is awaited can't be asked now; the discovery that is owed for it is run later.
 bool TakesPart(const BootloaderTarget& target) {
     return target.Handle > 0 && target.Info.BootloaderVersion != 0 && !AnswerAwaited(target.Handle);
 }
@@ -24,7 +25,7 @@ ByteArray Bytes(const Guid& guid) {
     return {guid.begin(), guid.end()};
 }
 
-// Counts down from all ones, so that a made-up value can't meet one that a maker gave out.
+// Counts down from all ones, so that a made-up value doesn't collide with a manufacturer's.
 Guid NextGeneratedGuid() {
     Guid& guid = globals.GeneratedGuid;
     if (guid == Guid{})
@@ -57,11 +58,11 @@ void ReplaceNullGuid(BootloaderTarget& target) {
 
 void PartDuplicates(BootloaderTarget& first, BootloaderTarget& second) {
     const Guid firstGuid = NextGeneratedGuid(), secondGuid = NextGeneratedGuid();
-    // Each step only behind a good one.
-    (void)(SetDebugGUID(first.Handle, Bytes(firstGuid)) == SUCCESS &&
-           SetDebugGUID(second.Handle, Bytes(secondGuid)) == SUCCESS &&
-           GetDebugGUID(first.Handle, first.DebugGUID) == SUCCESS &&
-           GetDebugGUID(second.Handle, second.DebugGUID) == SUCCESS);
+    // Each step only after a good one; the next discovery tries again.
+    std::ignore = (SetDebugGUID(first.Handle, Bytes(firstGuid)) == SUCCESS &&
+                   SetDebugGUID(second.Handle, Bytes(secondGuid)) == SUCCESS &&
+                   GetDebugGUID(first.Handle, first.DebugGUID) == SUCCESS &&
+                   GetDebugGUID(second.Handle, second.DebugGUID) == SUCCESS);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // The three commands of a load. Nothing is kept in the host between them.
 #include "Handles.h"
-#include "Trapped.h"
 #include "WindowSystem.h"
 #include "basBootloader.h"
 #include "basUtils.h"
@@ -16,10 +15,6 @@ constexpr std::int32_t DOWNLOAD_START = 4, DOWNLOAD_BLOCK = 5, DOWNLOAD_END = 6;
 constexpr std::int32_t LARGEST_BLOCK_SIZE = 4096;
 constexpr int BLOCK_POLLS = 4;
 constexpr std::uint32_t PAUSE_BETWEEN_BLOCK_POLLS = 20; // ms
-
-std::uint32_t Bits(std::int32_t value) {
-    return static_cast<std::uint32_t>(value);
-}
 
 void Append(ByteArray& bytes, std::int32_t value) {
     bytes.resize(bytes.size() + 4);
@@ -102,9 +97,9 @@ std::int32_t PollBlock(std::int32_t handle, const BootloaderRequest& request, st
     return answer.echo == blockNumber ? SUCCESS : WRONG_BLOCK;
 }
 
-// What the caller hears of a block that was given up: the target's status before the wrong echo.
+// The result for a block that was given up: the target's status takes precedence over a wrong echo.
 std::int32_t ReasonForGivingUp(const BlockAnswer& answer, std::int32_t blockNumber) {
-    if (answer.status == SUCCESS) // never to be taken for one
+    if (answer.status == SUCCESS) // a status of 1 must not look like a success
         return INVALID_HANDLE_ERROR;
     if (answer.status != 0)
         return answer.status;
@@ -146,7 +141,7 @@ std::int32_t SendBlock(std::int32_t handle, std::int32_t blockNumber, std::int32
     return PollForBlock(handle, request, blockNumber);
 }
 
-// A load goes on without the mutex: half a flash is worse than a shell that loses an answer.
+// A load continues without the mutex: half a flash is worse than a shell that loses an answer.
 void TakeTransactionMutex() {
     StatusDisplay(LEVEL_MUTEX, "DownloadBlock taking the Transaction Mutex...");
     const std::uint32_t waitResult =
@@ -169,59 +164,67 @@ void ReleaseTransactionMutex() {
 
 std::int32_t DownloadStart(std::int32_t handle, const DownloadAnnouncement& announcement, std::int32_t& maxBlockSize,
                            std::int32_t timeOutMs, const CommandProgress* progress) {
-    return Trapped("DownloadStart", [&] {
-        BootloaderRequest request = StartRequest(announcement);
-        BootloaderResponse response;
-        // Under handle 0 every target on the bus would erase its flash.
-        const std::int32_t result = handle == 0
-                                        ? INVALID_HANDLE_ERROR
-                                        : SessionLayerTransaction(handle, request, response, timeOutMs, progress);
-        if (result != SUCCESS) {
-            StatusDisplay(LEVEL_TRACE, "DownloadStart failed: Transaction failed, code {}", result);
-            return result;
-        }
-        if (response.NumQuadlets != 1) {
-            StatusDisplay(LEVEL_TRACE, "DownloadStart failure: expected 4 operands, received {}", response.NumQuadlets);
-            return FAILED;
-        }
-        return TakeMaxBlockSize(response, maxBlockSize);
-    });
+    return platform::ResultOf(
+        [&] {
+            BootloaderRequest request = StartRequest(announcement);
+            BootloaderResponse response;
+            // Under handle 0 every target on the bus would erase its flash.
+            const std::int32_t result = handle == 0
+                                            ? INVALID_HANDLE_ERROR
+                                            : SessionLayerTransaction(handle, request, response, timeOutMs, progress);
+            if (result != SUCCESS) {
+                StatusDisplay(LEVEL_TRACE, "DownloadStart failed: Transaction failed, code {}", result);
+                return result;
+            }
+            if (response.NumQuadlets != 1) {
+                StatusDisplay(LEVEL_TRACE, "DownloadStart failure: expected 4 operands, received {}",
+                              response.NumQuadlets);
+                return FAILED;
+            }
+            return TakeMaxBlockSize(response, maxBlockSize);
+        },
+        LogFailure("DownloadStart"));
 }
 
 std::int32_t DownloadBlock(std::int32_t handle, std::int32_t blockNumber, std::int32_t address, std::int32_t numBytes,
                            ByteArray& data) {
-    return Trapped("DownloadBlock", [&] {
-        if (handle <= 0) {
-            StatusDisplay(LEVEL_ERROR, "DownloadBlock failed, INVALID_HANDLE_ERROR");
-            return INVALID_HANDLE_ERROR;
-        }
-        TakeTransactionMutex();
-        return Finally([&] { return SendBlock(handle, blockNumber, address, numBytes, data); },
-                       ReleaseTransactionMutex);
-    });
+    return platform::ResultOf(
+        [&] {
+            if (handle <= 0) {
+                StatusDisplay(LEVEL_ERROR, "DownloadBlock failed, INVALID_HANDLE_ERROR");
+                return INVALID_HANDLE_ERROR;
+            }
+            TakeTransactionMutex();
+            return platform::Finally([&] { return SendBlock(handle, blockNumber, address, numBytes, data); },
+                                     ReleaseTransactionMutex);
+        },
+        LogFailure("DownloadBlock"));
 }
 
 std::int32_t DownloadEnd(std::int32_t handle, std::int32_t& crc, std::int32_t& crcValidity, std::int32_t timeOutMs,
                          const CommandProgress* progress) {
-    return Trapped("DownloadEnd", [&] {
-        BootloaderRequest request;
-        request.CommandCode = DOWNLOAD_END;
-        BootloaderResponse response;
-        const std::int32_t result = handle == 0
-                                        ? INVALID_HANDLE_ERROR
-                                        : SessionLayerTransaction(handle, request, response, timeOutMs, progress);
-        if (result != SUCCESS) {
-            StatusDisplay(LEVEL_TRACE, "DownloadEnd failed: Transaction failed, code {}", result);
-            return result;
-        }
-        if (response.NumQuadlets != 2) {
-            StatusDisplay(LEVEL_TRACE, "DownloadEnd failure: expected 8 operands, received {}", response.NumQuadlets);
-            return FAILED;
-        }
-        crc = basUtils::ByteArrayToLong(response.Operands, 0);
-        crcValidity = basUtils::ByteArrayToLong(response.Operands, 4);
-        return SUCCESS;
-    });
+    return platform::ResultOf(
+        [&] {
+            BootloaderRequest request;
+            request.CommandCode = DOWNLOAD_END;
+            BootloaderResponse response;
+            const std::int32_t result = handle == 0
+                                            ? INVALID_HANDLE_ERROR
+                                            : SessionLayerTransaction(handle, request, response, timeOutMs, progress);
+            if (result != SUCCESS) {
+                StatusDisplay(LEVEL_TRACE, "DownloadEnd failed: Transaction failed, code {}", result);
+                return result;
+            }
+            if (response.NumQuadlets != 2) {
+                StatusDisplay(LEVEL_TRACE, "DownloadEnd failure: expected 8 operands, received {}",
+                              response.NumQuadlets);
+                return FAILED;
+            }
+            crc = basUtils::ByteArrayToLong(response.Operands, 0);
+            crcValidity = basUtils::ByteArrayToLong(response.Operands, 4);
+            return SUCCESS;
+        },
+        LogFailure("DownloadEnd"));
 }
 
 } // namespace basBootloader

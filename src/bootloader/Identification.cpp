@@ -1,5 +1,4 @@
 #include "CodePage.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
@@ -86,7 +85,7 @@ bool DebuggerAnswers(const Device& device, std::int32_t timeOutMs) {
     return false;
 }
 
-// Takes the fields one behind the other out of the 104 bytes.
+// Takes one field after the other out of the 104 bytes.
 class RegisterReader {
 public:
     RegisterReader(const ByteArray& bytes, bool bigEndian) : bytes_(bytes), bigEndian_(bigEndian) {}
@@ -130,9 +129,9 @@ BootloaderInfoRegisters DecodeInfoRegisters(const ByteArray& bytes, bool bigEndi
     take(info.DebuggerTime);
     take(info.DebuggerID);
     take(info.DebuggerVersion);
-    // The version tells the byte order of the rest, so it is little-endian itself on every target.
+    // The version gives the byte order of the rest, so it is itself little-endian on every target.
     info.ProtocolVersion = basUtils::ByteArrayToLong(bytes, 8);
-    if (!bigEndian) { // two little-endian quadlets; in memory the most significant byte stands first
+    if (!bigEndian) { // two little-endian quadlets; in memory the most significant byte comes first
         std::reverse(info.GUID.begin(), info.GUID.begin() + 4);
         std::reverse(info.GUID.begin() + 4, info.GUID.end());
     }
@@ -171,11 +170,11 @@ bool VerifyCompatibility(const BootloaderInfoRegisters& info) {
 }
 
 bool CheckForDebugSupport(const Device& device, std::int32_t timeOutMs) {
-    return Trapped("CheckForDebugSupport", [&] { return DebuggerAnswers(device, timeOutMs) ? SUCCESS : FAILED; }) ==
-           SUCCESS;
+    return platform::ResultOf([&] { return DebuggerAnswers(device, timeOutMs) ? SUCCESS : FAILED; },
+                              LogFailure("CheckForDebugSupport")) == SUCCESS;
 }
 
-// Unlike a bootloader, a debugger is only found behind a minimal config ROM.
+// Unlike a bootloader, a debugger has a minimal config ROM.
 bool CheckForDebugger(const Device& device) {
     if (!basConfigRom::ConfigRomIsMinimal(device.ConfigRom) || !CheckForDebugSupport(device, DEBUGGER_TIMEOUT))
         return false;

@@ -1,7 +1,6 @@
 // The named items of a target's persistent store. A name or a value that doesn't fit into one
 // exchange goes in several passes, which carry an offset into each.
 #include "CodePage.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -15,11 +14,7 @@ constexpr std::int32_t READ_KEY = 18, WRITE_KEY = 19;
 constexpr std::int32_t KEY_PAYLOAD_BYTES = 128;        // of a value, in one pass
 constexpr std::int32_t LONGEST_NAME_BESIDE_VALUE = 36; // a longer rest runs over into the Request Buffer
 
-std::uint32_t Bits(std::int32_t value) {
-    return static_cast<std::uint32_t>(value);
-}
-
-// A key's name on its way to the target.
+// A key's name, sent in passes.
 class NamePasses {
 public:
     NamePasses(const std::string& keyName, std::int32_t mostQuadlets) : bytes_(platform::AnsiFromText(keyName)) {
@@ -29,12 +24,12 @@ public:
     }
     bool IsEmpty() const { return Last() == 0; }
     std::int32_t Quadlets() const { return quadlets_; }
-    // What is still to be sent, with the terminating 0: that alone once the name is through.
+    // Bytes still to be sent, with the terminating 0: that alone once the whole name is sent.
     std::int32_t Rest() const { return Last() + 1 - Offset(); }
     bool IsThrough() const { return offset_ > Last(); }
     void Advance() { offset_ = Offset() + quadlets_ * 4; }
 
-    // The operands of the next pass; `valueWords` stand between the name's two words and the name.
+    // The next pass; `valueWords` come between the name's two words and the name.
     BootloaderRequest Request(std::int32_t code, std::initializer_list<std::int32_t> valueWords) const {
         BootloaderRequest request;
         request.CommandCode = code;
@@ -92,7 +87,7 @@ ReadKeyAnswer DecodeReadKeyAnswer(const ByteArray& operands) {
             basUtils::ByteArrayToLong(operands, 8), basUtils::ByteArrayToLong(operands, 12)};
 }
 
-// Sizes that can be: nothing is allocated or read by others.
+// Nothing is allocated or read for impossible sizes.
 bool IsSound(const ReadKeyAnswer& answer, const std::string& keyName, std::int32_t sizeBefore) {
     if (answer.SizeOfKeyData < 1)
         StatusDisplay(LEVEL_ERROR, "ReadKey: size of key data for key '{}' is 0!", keyName);
@@ -118,7 +113,7 @@ std::int32_t FetchPart(std::int32_t handle, std::int32_t size, ByteArray& part) 
     return SUCCESS;
 }
 
-// A target that still has a name to take sends something behind the value's end; that is dropped.
+// A target that hasn't the whole name yet sends bytes beyond the value's end; they are dropped.
 void Place(const ByteArray& part, std::int32_t offset, std::int32_t sizeOfKeyData, ByteArray& data) {
     data.resize(static_cast<std::size_t>(sizeOfKeyData) + 1);
     const std::int32_t fits = std::min(static_cast<std::int32_t>(part.size()), sizeOfKeyData - offset);
@@ -205,29 +200,30 @@ std::int32_t WriteInPasses(std::int32_t handle, const std::string& keyName, cons
     }
     if (answer.SizeOfKeyData >= 0 && answer.SizeOfKeyData <= length)
         return SUCCESS;
-    // More passes have nothing to send that would bring it there.
+    // Further passes have nothing to send.
     StatusDisplay(LEVEL_ERROR, "WriteKey failure: the target holds {} bytes of key '{}', {} were sent",
                   answer.SizeOfKeyData, keyName, length);
     return FAILED;
 }
 
-// The frame of both: what is refused before anything goes out, and the trap.
-template <class Passes> std::int32_t Guarded(const char* procedure, std::int32_t handle, Passes&& passes) {
-    if (handle == 0) {
+bool IsTarget(const char* procedure, std::int32_t handle) {
+    if (handle == 0)
         StatusDisplay(LEVEL_ERROR, "{} failed, INVALID_HANDLE_ERROR", procedure);
-        return INVALID_HANDLE_ERROR;
-    }
-    return Trapped(procedure, passes);
+    return handle != 0;
 }
 
 } // namespace
 
 std::int32_t ReadKey(std::int32_t handle, const std::string& keyName, ByteArray& data) {
-    return Guarded("ReadKey", handle, [&] { return ReadInPasses(handle, keyName, data); });
+    return IsTarget("ReadKey", handle)
+               ? platform::ResultOf([&] { return ReadInPasses(handle, keyName, data); }, LogFailure("ReadKey"))
+               : INVALID_HANDLE_ERROR;
 }
 
 std::int32_t WriteKey(std::int32_t handle, const std::string& keyName, const ByteArray& data) {
-    return Guarded("WriteKey", handle, [&] { return WriteInPasses(handle, keyName, data); });
+    return IsTarget("WriteKey", handle)
+               ? platform::ResultOf([&] { return WriteInPasses(handle, keyName, data); }, LogFailure("WriteKey"))
+               : INVALID_HANDLE_ERROR;
 }
 
 } // namespace basBootloader

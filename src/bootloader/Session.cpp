@@ -1,8 +1,7 @@
 // One exchange: the request goes out as one block write, the response is polled with block reads
-// and told from an earlier one by its command ID. All words of both headers are little-endian, for
+// and distinguished from an earlier one by its command ID. All words of both headers are little-endian on
 // every target.
 #include "Handles.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -16,13 +15,9 @@ namespace {
 
 constexpr std::uint32_t REQUEST = 0x1000, REQUEST_BUFFER = 0x1040, RESPONSE = 0x9000, RESPONSE_BUFFER = 0x9040;
 constexpr std::int32_t HEADER_BYTES = 8, RESPONSE_BYTES = 40, MAX_RESPONSE_QUADLETS = 14;
-constexpr std::int32_t RESET_DEVICE = 2;                                  // the one command that needs no answer
+constexpr std::int32_t RESET_DEVICE = 2;                                  // the only command that needs no answer
 constexpr std::int32_t COMMAND_ID_LIMIT = 32767;                          // neither this nor 0 is ever sent
 constexpr std::uint32_t PAUSE_AFTER_READ = 10, PAUSE_BETWEEN_POLLS = 100; // ms
-
-std::uint32_t Bits(std::int32_t value) {
-    return static_cast<std::uint32_t>(value);
-}
 
 bas1394::Address1394 RegisterAddress(std::uint32_t offset) {
     return {globals.RegisterBase.AddressHigh, globals.RegisterBase.AddressLow + offset};
@@ -32,8 +27,8 @@ bool IsNode(const Device& device) {
     return device.NodeNum >= 0 && device.NodeNum <= LAST_NODE;
 }
 
-// A record for all nodes at once, on the driver of this computer's own entry. While a bus reset
-// leaves no such entry, the driver that carries transactions is the one in use.
+// A record for all nodes at once, on the driver of this computer's own entry. After a bus reset there may be no such
+// entry yet; then it is the driver that carries transactions.
 Device BroadcastDevice() {
     Device broadcast;
     broadcast.Driver = "vdev";
@@ -113,7 +108,7 @@ bool TakeTransactionMutex(const BootloaderRequest& request) {
                   "CurrentThreadId={})...",
                   request.CommandCode, request.CommandID, globals.TransactionMutex, platform::GetCurrentThreadId());
     const std::uint32_t waitResult =
-        platform::WaitForSingleObject(globals.TransactionMutex, static_cast<std::uint32_t>(globals.MutexWaitTime));
+        platform::WaitForSingleObject(globals.TransactionMutex, Bits(globals.MutexWaitTime));
     if (waitResult != platform::WAIT_OBJECT_0) {
         StatusDisplay(LEVEL_ERROR, "Function SessionLayerTransaction failed to take the Transaction Mutex, code={}",
                       waitResult);
@@ -151,7 +146,7 @@ std::int32_t PollOnce(std::int32_t handle, const BootloaderRequest& request, Boo
         StatusDisplay(LEVEL_WARNING, "Transaction failed: GetResponse returned error code {} (0x{:X})", result,
                       Bits(result));
     }
-    // A target that is resetting need not answer, and a reset is never repeated.
+    // A target that is resetting need not answer, and a reset isn't repeated.
     return request.CommandCode == RESET_DEVICE ? SUCCESS : result;
 }
 
@@ -178,7 +173,7 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
             return result;
         const float elapsed = basApp::ElapsedMilliseconds(startCount);
         platform::Sleep(PAUSE_BETWEEN_POLLS);
-        // Taken before the turn: a box may stay open in it for as long as it likes, and the answer is there by then.
+        // Measured before the turn: a box may stay open in it for any time, and the answer is there by then.
         const bool timeIsUp = basApp::ElapsedMilliseconds(startCount) >= static_cast<float>(timeOutMs);
         const bool abandoned = progress && progress->abandoned && progress->abandoned();
         if (progress)
@@ -192,7 +187,7 @@ std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& reque
 
 void TurnInExchange(std::int32_t handle, const std::function<void()>& turn) {
     globals.AwaitedHandles.push_back(handle);
-    Finally(
+    platform::Finally(
         [&] {
             turn();
             return SUCCESS;
@@ -209,25 +204,27 @@ bool AnswerAwaited(std::int32_t handle) {
 }
 
 std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request) {
-    return Trapped("SendRequest", [&] {
-        if (handle < 0) {
-            StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid device handle: {}", handle);
-            return FAILED;
-        }
-        if (Refused("SendRequest", handle))
-            return FAILED;
-        std::optional<Device> broadcast;
-        const Device& device = handle == 0 ? broadcast.emplace(BroadcastDevice()) : GetNodeNum(handle);
-        if (handle != 0 && !IsNode(device)) {
-            StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid nodenum ({}) for device handle {}",
-                          device.NodeNum, handle);
-            return FAILED;
-        }
-        if (!ProtocolVersionFor(handle, request.ProtocolVersion))
-            return FAILED;
-        request.CommandID = NextCommandID();
-        return WriteRequest(device, request);
-    });
+    return platform::ResultOf(
+        [&] {
+            if (handle < 0) {
+                StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid device handle: {}", handle);
+                return FAILED;
+            }
+            if (Refused("SendRequest", handle))
+                return FAILED;
+            std::optional<Device> broadcast;
+            const Device& device = handle == 0 ? broadcast.emplace(BroadcastDevice()) : GetNodeNum(handle);
+            if (handle != 0 && !IsNode(device)) {
+                StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid nodenum ({}) for device handle {}",
+                              device.NodeNum, handle);
+                return FAILED;
+            }
+            if (!ProtocolVersionFor(handle, request.ProtocolVersion))
+                return FAILED;
+            request.CommandID = NextCommandID();
+            return WriteRequest(device, request);
+        },
+        LogFailure("SendRequest"));
 }
 
 std::int32_t GetResponse(std::int32_t handle, BootloaderResponse& response) {
@@ -292,7 +289,7 @@ std::int32_t SessionLayerTransaction(std::int32_t handle, BootloaderRequest& req
         progress->start(timeOutMs / 100);
     if (!TakeTransactionMutex(request))
         return FAILED;
-    return Finally(
+    return platform::Finally(
         [&] {
             const std::int32_t lastCommand = globals.LastCommandID;
             const std::int32_t result = SendRequest(handle, request);

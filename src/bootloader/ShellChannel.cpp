@@ -1,9 +1,8 @@
 // The characters of a target's console, fetched by polling. Each generation of the protocol has its
-// own way; only this file knows which.
+// own way, which is known to this file only.
 #include "CodePage.h"
 #include "Handles.h"
 #include "ShellWire.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -16,12 +15,8 @@ namespace {
 constexpr std::int32_t READ_SHELL_CHARACTERS = 8, WRITE_SHELL_CHARACTERS = 9;
 constexpr std::size_t LONGEST_CHUNK = 128;
 constexpr std::int32_t NO_SUCH_TARGET = 0;
-constexpr std::int32_t LONGEST_TEXT_IN_CHUNKS = 65536; // some five seconds in which no window has a turn
-constexpr float PAUSE_BETWEEN_DIRECT_WRITES = 20.0F;   // ms; nothing tells that a target has taken one
-
-std::uint32_t Bits(std::int32_t value) {
-    return static_cast<std::uint32_t>(value);
-}
+constexpr std::int32_t LONGEST_TEXT_IN_CHUNKS = 65536; // takes some five seconds, without turns for the windows
+constexpr float PAUSE_BETWEEN_DIRECT_WRITES = 20.0F;   // ms; a target doesn't acknowledge one
 
 void SetToNothing(ByteArray& data) {
     data.assign(1, 0);
@@ -41,13 +36,13 @@ template <class Steps>
 std::int32_t WithTargetListMutex(const char* procedure, std::int32_t timedOutLevel, Steps&& steps) {
     StatusDisplay(LEVEL_MUTEX, "{} is taking the TargetList mutex", procedure);
     const std::uint32_t waitResult =
-        platform::WaitForSingleObject(globals.TargetListMutex, static_cast<std::uint32_t>(globals.MutexWaitTime));
+        platform::WaitForSingleObject(globals.TargetListMutex, Bits(globals.MutexWaitTime));
     if (waitResult != platform::WAIT_OBJECT_0) {
         StatusDisplay(timedOutLevel, "{} failed: Timed out waiting for TargetList mutex, code {}", procedure,
                       waitResult);
         return LIST_MUTEX_TIMED_OUT;
     }
-    return Finally(steps, [procedure] {
+    return platform::Finally(steps, [procedure] {
         if (platform::ReleaseMutex(globals.TargetListMutex))
             StatusDisplay(LEVEL_MUTEX, "{} released the TargetList Mutex.", procedure);
         else
@@ -62,7 +57,7 @@ const BootloaderTarget* FindTarget(std::int32_t handle) {
 
 // --- Reading by command 8 ---
 
-// The exchange; false when that is all, with what it comes to in `result`.
+// The exchange. False when there is nothing to fetch; then `result` is the result of the reading.
 bool AskForCharacters(std::int32_t handle, BootloaderResponse& response, std::int32_t& result) {
     BootloaderRequest request;
     request.CommandCode = READ_SHELL_CHARACTERS;
@@ -76,7 +71,7 @@ bool AskForCharacters(std::int32_t handle, BootloaderResponse& response, std::in
     return response.NumQuadlets > 0;
 }
 
-// The waiting characters; in the Response Buffer they are only until the next request.
+// The waiting characters, which the Response Buffer holds only until the next request.
 std::int32_t FetchCharacters(std::int32_t handle, std::int32_t received, ByteArray& characters) {
     if (received < 0 || received > BULK_BUFFER_BYTES) {
         StatusDisplay(LEVEL_WARNING, "ReadShellCharacters failed: the target announces {} characters, it can have {}",
@@ -104,7 +99,7 @@ void LogAnswer(const ShellAnswer& answer, std::size_t size) {
                       Bits(answer.MaxPayload), answer.NumBytesCopied, answer.TxCharCount);
 }
 
-std::int32_t FetchBehindNotice(std::int32_t handle, const ShellAnswer& answer, ByteArray& data) {
+std::int32_t FetchAfterNotice(std::int32_t handle, const ShellAnswer& answer, ByteArray& data) {
     ByteArray characters;
     const std::int32_t result = FetchCharacters(handle, answer.Received, characters);
     if (result != SUCCESS) {
@@ -144,7 +139,7 @@ std::int32_t ReadByBriefAnswer(std::int32_t handle, ByteArray& data) {
 
 // --- Reading the ring ---
 
-// The header as it stands now, or with the ring behind it.
+// The present header, with the ring unless `ringSize` is 0.
 std::int32_t ReadRing(std::int32_t handle, bool bigEndian, std::int32_t ringSize, ByteArray& block,
                       ShellRingHeader& header) {
     const std::int32_t result = ReadResponseBuffer(handle, SHELL_RING_HEADER_BYTES + ringSize, block);
@@ -220,7 +215,7 @@ std::int32_t WriteInChunks(std::int32_t handle, const ByteArray& data) {
     return result;
 }
 
-// A text that comes too soon overwrites the one before it: an arrow key is three writes in a row.
+// A text that comes too early overwrites the one before it: an arrow key is three writes in a row.
 void LetTheLastTextBeTaken() {
     if (globals.LastDirectWrite == 0)
         return;
@@ -283,65 +278,71 @@ std::int32_t ReadShellCharacters(std::int32_t handle, ByteArray& data, bool wrap
         StatusDisplay(LEVEL_ERROR, "ReadShellCharacters failed, INVALID_HANDLE_ERROR");
         return INVALID_HANDLE_ERROR;
     }
-    const std::int32_t result = Trapped("ReadShellCharacters", [&] {
-        return WithTargetListMutex("ReadShellCharacters", LEVEL_ERROR,
-                                   [&] { return ReadByGeneration(handle, data, wrapNotices); });
-    });
+    const std::int32_t result = platform::ResultOf(
+        [&] {
+            return WithTargetListMutex("ReadShellCharacters", LEVEL_ERROR,
+                                       [&] { return ReadByGeneration(handle, data, wrapNotices); });
+        },
+        LogFailure("ReadShellCharacters"));
     if (result != SUCCESS)
         SetToNothing(data);
     return result;
 }
 
 std::int32_t ReadShellCharacters_Ver1(std::int32_t handle, ByteArray& data) {
-    return Trapped("ReadShellCharacters_Ver1", [&] {
-        if (!FindTarget(handle))
-            return NO_SUCH_TARGET;
-        BootloaderResponse response;
-        std::int32_t result = FAILED;
-        if (!AskForCharacters(handle, response, result))
-            return result;
-        const ShellAnswer answer = DecodeShellAnswer(response.Operands);
-        TellLost(handle, answer.CharactersLost);
-        if (response.Operands.size() < 4)
-            StatusDisplay(LEVEL_WARNING,
-                          "ReadShellCharacters: the target indicates that there is {} quadlets returned but the "
-                          "payload is empty.",
-                          response.NumQuadlets);
-        if (answer.Received <= 0)
-            return result;
-        LogAnswer(answer, response.Operands.size());
-        return answer.CharactersLost > 0 ? FetchBehindNotice(handle, answer, data) : FetchAll(handle, answer, data);
-    });
+    return platform::ResultOf(
+        [&] {
+            if (!FindTarget(handle))
+                return NO_SUCH_TARGET;
+            BootloaderResponse response;
+            std::int32_t result = FAILED;
+            if (!AskForCharacters(handle, response, result))
+                return result;
+            const ShellAnswer answer = DecodeShellAnswer(response.Operands);
+            TellLost(handle, answer.CharactersLost);
+            if (response.Operands.size() < 4)
+                StatusDisplay(LEVEL_WARNING,
+                              "ReadShellCharacters: the target indicates that there is {} quadlets returned but the "
+                              "payload is empty.",
+                              response.NumQuadlets);
+            if (answer.Received <= 0)
+                return result;
+            LogAnswer(answer, response.Operands.size());
+            return answer.CharactersLost > 0 ? FetchAfterNotice(handle, answer, data) : FetchAll(handle, answer, data);
+        },
+        LogFailure("ReadShellCharacters_Ver1"));
 }
 
 std::int32_t ReadShellCharacters_Ver2(std::int32_t handle, ByteArray& data, bool wrapNotices) {
-    return Trapped("ReadShellCharacters_Ver2", [&] {
-        const BootloaderTarget* target = FindTarget(handle);
-        if (!target)
-            return FAILED;
-        const bool bigEndian = target->Info.ProtocolVersion == BIG_ENDIAN_PROTOCOL;
-        ByteArray block;
-        ShellRingHeader header;
-        std::int32_t result = ReadRing(handle, bigEndian, 0, block, header);
-        if (result != SUCCESS || header.Head == globals.OldHead)
-            return result;
-        const std::int32_t mask = header.Mask;
-        if (!IsUsable(header, mask))
-            return FAILED;
-        result = ReadRing(handle, bigEndian, header.RingSize(), block, header);
-        if (result != SUCCESS)
-            return result;
-        if (!IsUsable(header, mask))
-            return FAILED;
-        ShellNews news = TakeShellNews(block, header, globals.OldHead, wrapNotices);
-        globals.OldHead = header.Head;
-        TellNews(handle, header, news);
-        if (news.NumNewBytes > 0) {
-            data = std::move(news.Characters);
-            UnpadCharacter(data, bigEndian);
-        }
-        return SUCCESS;
-    });
+    return platform::ResultOf(
+        [&] {
+            const BootloaderTarget* target = FindTarget(handle);
+            if (!target)
+                return FAILED;
+            const bool bigEndian = target->Info.ProtocolVersion == BIG_ENDIAN_PROTOCOL;
+            ByteArray block;
+            ShellRingHeader header;
+            std::int32_t result = ReadRing(handle, bigEndian, 0, block, header);
+            if (result != SUCCESS || header.Head == globals.OldHead)
+                return result;
+            const std::int32_t mask = header.Mask;
+            if (!IsUsable(header, mask))
+                return FAILED;
+            result = ReadRing(handle, bigEndian, header.RingSize(), block, header);
+            if (result != SUCCESS)
+                return result;
+            if (!IsUsable(header, mask))
+                return FAILED;
+            ShellNews news = TakeShellNews(block, header, globals.OldHead, wrapNotices);
+            globals.OldHead = header.Head;
+            TellNews(handle, header, news);
+            if (news.NumNewBytes > 0) {
+                data = std::move(news.Characters);
+                UnpadCharacter(data, bigEndian);
+            }
+            return SUCCESS;
+        },
+        LogFailure("ReadShellCharacters_Ver2"));
 }
 
 std::int32_t LongestShellText(std::int32_t handle) {
@@ -354,10 +355,12 @@ std::int32_t WriteShellCharacters(std::int32_t handle, const ByteArray& data) {
         StatusDisplay(LEVEL_ERROR, "WriteShellCharacters failed, INVALID_HANDLE_ERROR");
         return INVALID_HANDLE_ERROR;
     }
-    return Trapped("WriteShellCharacters", [&] {
-        return WithTargetListMutex("WriteShellCharacters", LEVEL_TRACE,
-                                   [&] { return WriteByGeneration(handle, data); });
-    });
+    return platform::ResultOf(
+        [&] {
+            return WithTargetListMutex("WriteShellCharacters", LEVEL_TRACE,
+                                       [&] { return WriteByGeneration(handle, data); });
+        },
+        LogFailure("WriteShellCharacters"));
 }
 
 } // namespace basBootloader

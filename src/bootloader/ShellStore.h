@@ -1,5 +1,4 @@
-// What a target's console has printed so far, as far back as it is kept, for a terminal that is
-// opened later.
+// What a target's console has printed, for a terminal that is opened later.
 #pragma once
 
 #include "Bytes.h"
@@ -20,13 +19,13 @@ struct ShellMark {
     bool StartsOver = false; // the device restarted
 };
 
-// A circular store. Unused places hold 0, which is how a store that has wrapped is told from one
+// A circular store. Unused places hold 0, which distinguishes a store that has wrapped from one
 // that hasn't; a character 0 is therefore kept as a blank.
 struct ShellStore {
     ByteArray ShellBuffer;             // SHELL_BUFFER_SIZE bytes once created
     std::int32_t ShellBufferCount = 0; // place of the next character
     std::uint64_t Printed = 0;         // characters ever stored
-    std::vector<ShellMark> Marks;      // in their order; those within the store
+    std::vector<ShellMark> Marks;      // oldest first; only those within the store
 
     void Create() { ShellBuffer.resize(SHELL_BUFFER_SIZE); }
 
@@ -40,7 +39,7 @@ struct ShellStore {
         }
     }
 
-    // Marks where the console has come so far.
+    // Marks the present end of the output.
     void AddMark(std::string text, bool startsOver) {
         constexpr std::size_t MOST = 100;
         std::erase_if(Marks, [this](const ShellMark& mark) { return Printed - mark.At > SHELL_BUFFER_SIZE; });
@@ -49,7 +48,7 @@ struct ShellStore {
         Marks.push_back({Printed, std::move(text), startsOver});
     }
 
-    // The pieces to show, oldest first: none, one or two.
+    // The pieces to show, oldest first: up to two.
     std::vector<ByteArray> History() const {
         std::vector<ByteArray> pieces;
         const auto position =

@@ -9,7 +9,7 @@ namespace basBootloader {
 namespace {
 
 constexpr std::int32_t HEAD_BITS = 0xFFFF;
-constexpr std::int32_t FAR_BACK = 0x8000; // a head that advanced this far has rather begun anew
+constexpr std::int32_t FAR_BACK = 0x8000; // a head that seems to have advanced this far has restarted
 constexpr const char* WRAP_NOTICE = "\r\n *** BUFFER WRAP *** \r\n";
 
 template <class Record> struct Field {
@@ -29,13 +29,13 @@ std::int32_t Number(const ByteArray& bytes, std::int32_t offset, std::int32_t wi
     return basUtils::ByteArrayToLong(bytes, offset, offset + width - 1, bigEndian);
 }
 
-// `count` characters from a position of the ring on; both lie inside it.
+// `count` characters from a position in the ring, all inside it.
 void AppendFromRing(ByteArray& characters, const ByteArray& block, std::int32_t position, std::int32_t count) {
     const auto from = block.begin() + SHELL_RING_HEADER_BYTES + position;
     characters.insert(characters.end(), from, from + count);
 }
 
-// Characters that a head passed over unseen when it fell back in its 16 bits.
+// Characters that were overwritten unread when the head wrapped in its 16 bits.
 std::int32_t PassedOver(std::int32_t head, std::int32_t oldHead) {
     const std::int32_t advanced = (head - oldHead) & HEAD_BITS;
     return advanced < FAR_BACK ? advanced : head;

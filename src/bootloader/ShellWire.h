@@ -1,4 +1,4 @@
-// What crosses the wire of the shell channel, as records. Pure: no bus, no log, no state.
+// The records of the shell channel on the wire. Pure: no bus, no log, no state.
 #pragma once
 
 #include "Bytes.h"
@@ -10,7 +10,7 @@ namespace basBootloader {
 
 inline constexpr std::int32_t BULK_BUFFER_BYTES = 2048; // of the Request Buffer and the Response Buffer, each
 
-// --- Protocol 1: the answer to command 8. Both byte orders in one block are as targets send it. ---
+// --- Protocol 1: the answer to command 8. Targets mix both byte orders in one block. ---
 
 struct ShellAnswer {
     std::int32_t Received = 0; // bytes waiting in the Response Buffer
@@ -21,7 +21,7 @@ struct ShellAnswer {
 };
 // Fields that the operands don't reach are 0.
 ShellAnswer DecodeShellAnswer(const ByteArray& operands);
-// What stands in the text where the target had no room left.
+// The text for a place where the target had no room left.
 std::string ShellOverflowNotice(std::int32_t charactersLost);
 
 // --- Protocols 2 and 0x2000000: a ring in the Response Buffer; the fields of its header have the target's order ---
@@ -34,16 +34,16 @@ struct ShellRingHeader {
     std::int32_t Head = 0; // counts all characters in 16 bits; the last one lies at Head AND Mask
 
     std::int32_t RingSize() const { return Mask + 1; }
-    // A power of two that one read brings, header and all.
+    // A power of two; the ring and its header fit into one read.
     bool IsSound() const;
 };
 // At least SHELL_RING_HEADER_BYTES bytes.
 ShellRingHeader DecodeShellRingHeader(const ByteArray& block, bool bigEndian);
 
 struct ShellNews {
-    std::int32_t NumNewBytes = 0; // by the heads; below 1: nothing is handed over
+    std::int32_t NumNewBytes = 0; // by the heads; below 1: nothing new
     bool Overflow = false;        // the target has overrun the host
-    std::int32_t Lost = 0;        // characters that nobody will see
+    std::int32_t Lost = 0;        // characters that were overwritten unread
     ByteArray Characters;
 };
 // `block` is a sound header and its whole ring.

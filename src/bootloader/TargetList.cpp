@@ -1,7 +1,6 @@
-// The host's memory of every compatible node met since start. A bus reset renumbers all nodes; a
+// The list of every compatible node met since start. A bus reset renumbers all nodes; a
 // target keeps its record and its handle, and only the node number in it changes.
 #include "Handles.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 #include "basConfigRom.h"
 #include "basUtils.h"
@@ -17,15 +16,7 @@ constexpr std::array<std::uint8_t, 8> NULL_GUID{};
 constexpr std::int32_t CREATED_STATE = 2;
 constexpr bas1394::Address1394 ANNOUNCEMENTS{0xFFFF, 0xC8029000};
 
-void ReportFailureResumingNext(const platform::Failure& failure) {
-    StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in basBootloader.BuildBootloaderDeviceList.  Resuming next...",
-                  failure.Number, failure.Description);
-}
-
-void ReportFailureOfCreation(const platform::Failure& failure) {
-    StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in basBootloader.CreateBootloaderDevice", failure.Number,
-                  failure.Description);
-}
+constexpr const char* RESUMING = ".  Resuming next...";
 
 // --- Discovery of one node ---
 
@@ -51,11 +42,11 @@ bool IdentifiesItself(const Device& device, BootloaderInfoRegisters& info) {
     if (result != SUCCESS)
         StatusDisplay(LEVEL_WARNING,
                       "BuildBootloaderDeviceList warning: failed to read info registers for node {}, code {}(0x{:X})",
-                      device.NodeNum, result, static_cast<std::uint32_t>(result));
+                      device.NodeNum, result, Bits(result));
     return result == SUCCESS;
 }
 
-// Gives the node its record, new or old, and makes ready for loading. True when it can be loaded.
+// Gives the node its record, new or old, and prepares it for loading. True when it can be loaded.
 bool EnterTarget(const Device& device, const BootloaderInfoRegisters& info) {
     if (info.GUID == NULL_GUID)
         StatusDisplay(LEVEL_WARNING, "BuildBootloaderDeviceList: null GUID in info registers for Node #{}",
@@ -81,7 +72,7 @@ bool EnterTarget(const Device& device, const BootloaderInfoRegisters& info) {
 }
 
 Findings ExamineNode(const Device& device, std::int32_t& compatibleNodes) {
-    platform::ResumeNext next{ReportFailureResumingNext};
+    platform::ResumeNext next{LogFailure("BuildBootloaderDeviceList", RESUMING)};
     Findings findings;
     next([&] {
         if (device.NodeNum == bas1394::globals.LocalHostNode) {
@@ -136,7 +127,7 @@ void RunGuidPasses() {
 
 // --- The list ---
 
-// A first record with a null GUID counts as the empty one, so that its place is taken.
+// A first record with a null GUID counts as the empty one and is replaced.
 void AppendTarget() {
     if (globals.TargetList.front().Info.GUID == NULL_GUID) {
         globals.TargetList.assign(1, BootloaderTarget{});
@@ -151,8 +142,7 @@ void AppendTarget() {
 
 bool TakeTargetListMutex() {
     StatusDisplay(LEVEL_MUTEX, "BusResetHandler is taking the TargetList mutex");
-    if (platform::WaitForSingleObject(globals.TargetListMutex, static_cast<std::uint32_t>(globals.MutexWaitTime)) ==
-        platform::WAIT_OBJECT_0)
+    if (platform::WaitForSingleObject(globals.TargetListMutex, Bits(globals.MutexWaitTime)) == platform::WAIT_OBJECT_0)
         return true;
     StatusDisplay(LEVEL_TRACE, "BusResetHandler failed: Timed out waiting for TargetList mutex");
     return false;
@@ -190,23 +180,25 @@ void Discover() {
 } // namespace
 
 std::int32_t BusResetHandler() {
-    return Trapped("BusResetHandler", [] {
-        globals.DiscoveryInterrupted = true;
-        globals.DiscoveryComplete = false;
-        ForgetNodeNumbers();
-        AllocateAnnouncementRange();
-        if (!TakeTargetListMutex())
-            return LIST_MUTEX_TIMED_OUT;
-        return Finally(
-            [] {
-                Discover();
-                return SUCCESS;
-            },
-            ReleaseTargetListMutex);
-    });
+    return platform::ResultOf(
+        [] {
+            globals.DiscoveryInterrupted = true;
+            globals.DiscoveryComplete = false;
+            ForgetNodeNumbers();
+            AllocateAnnouncementRange();
+            if (!TakeTargetListMutex())
+                return LIST_MUTEX_TIMED_OUT;
+            return platform::Finally(
+                [] {
+                    Discover();
+                    return SUCCESS;
+                },
+                ReleaseTargetListMutex);
+        },
+        LogFailure("BusResetHandler"));
 }
 
-// Not between the blocks of a load either: whatever else the target hears then can only disturb it.
+// Not between the blocks of a load either: any other request could disturb the target.
 bool TakeOwedDiscovery() {
     if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress)
         return false;
@@ -231,7 +223,7 @@ std::int32_t BuildBootloaderDeviceList() {
         }
         TellFindings(nodes[index].NodeNum, findings);
     }
-    platform::ResumeNext next{ReportFailureResumingNext};
+    platform::ResumeNext next{LogFailure("BuildBootloaderDeviceList", RESUMING)};
     next([] {
         if (hooks.nodesChanged)
             hooks.nodesChanged();
@@ -243,7 +235,7 @@ std::int32_t BuildBootloaderDeviceList() {
 }
 
 std::int32_t FindBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info) {
-    if (globals.TargetList.front().Handle == 0) // nothing but the empty record
+    if (globals.TargetList.front().Handle == 0) // only the empty record
         return -1;
     const auto found = std::ranges::find_if(globals.TargetList, [&](const BootloaderTarget& target) {
         return target.Info.GUID == info.GUID && target.Device.Driver == device.Driver;
@@ -255,10 +247,10 @@ std::int32_t FindBootloaderDevice(const Device& device, const BootloaderInfoRegi
 }
 
 std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRegisters& info) {
-    platform::ResumeNext next{ReportFailureOfCreation};
+    platform::ResumeNext next{LogFailure("CreateBootloaderDevice", "")};
     StatusDisplay(LEVEL_TRACE, "CreateBootloaderDevice for node #{}", device.NodeNum);
     StatusDisplay(LEVEL_TRACE, "CreateBootloaderDevice: checking & redimensioning arrays...");
-    if (!next(AppendTarget)) // the last record is another target's
+    if (!next(AppendTarget)) // the last record belongs to another target
         return -1;
     BootloaderTarget& target = globals.TargetList.back();
     StatusDisplay(LEVEL_TRACE, "CreateBootloaderDevice: allocating shell buffer...");

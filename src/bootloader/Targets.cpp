@@ -1,7 +1,6 @@
-// Handles and the lookups by which everyone above reaches a target. Plain walks over the list:
-// nothing in them can fail, except the reading of a handle that comes as text.
+// Handles, and the look-ups through which the layers above reach a target. Plain walks over the list:
+// only the parsing of a handle given as text can fail.
 #include "CodePage.h"
-#include "Trapped.h"
 #include "basBootloader.h"
 
 #include <algorithm>
@@ -52,14 +51,16 @@ std::int32_t GetDeviceHandle(const Device& device) {
 std::int32_t GetDeviceHandleFromGuid(const std::array<std::uint8_t, 8>& guid,
                                      const std::optional<std::string>& excludeHandle) {
     std::int32_t handle = 0;
-    Trapped("GetDeviceHandleFromGuid", [&] {
-        const std::int32_t excluded = excludeHandle ? platform::NumberFromText(*excludeHandle) : 0;
-        const auto found = std::ranges::find_if(globals.TargetList, [&](const BootloaderTarget& target) {
-            return target.Info.GUID == guid && !(excludeHandle && target.Handle == excluded);
-        });
-        handle = found == globals.TargetList.end() ? 0 : found->Handle;
-        return SUCCESS;
-    });
+    platform::ResultOf(
+        [&] {
+            const std::int32_t excluded = excludeHandle ? platform::NumberFromText(*excludeHandle) : 0;
+            const auto found = std::ranges::find_if(globals.TargetList, [&](const BootloaderTarget& target) {
+                return target.Info.GUID == guid && !(excludeHandle && target.Handle == excluded);
+            });
+            handle = found == globals.TargetList.end() ? 0 : found->Handle;
+            return SUCCESS;
+        },
+        LogFailure("GetDeviceHandleFromGuid"));
     return handle;
 }
 

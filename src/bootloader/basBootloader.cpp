@@ -1,7 +1,6 @@
 #include "basBootloader.h"
 
 #include "Handles.h"
-#include "Trapped.h"
 
 namespace basBootloader {
 
@@ -56,11 +55,6 @@ const char* FirmwareImageTypeLookup(std::int32_t imageType) {
     default:
         return "Invalid";
     }
-}
-
-void ReportFailure(const char* procedure, const platform::Failure& failure) {
-    StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in basBootloader.{}.  Exiting...", failure.Number, failure.Description,
-                  procedure);
 }
 
 } // namespace basBootloader

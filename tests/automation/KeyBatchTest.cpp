@@ -97,7 +97,7 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     }
 }
 
-// The moment and the program's name differ from run to run.
+// Time and program name vary from run to run.
 std::string Comparable(std::string text) {
     const std::string name = std::filesystem::path(platform::ExecutablePath()).filename().string();
     text = std::regex_replace(text, std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"), "TIME");
@@ -173,7 +173,7 @@ TEST(KeyBatch, WorksOnNoneOfTheDevicesThatShareAnId) {
 
 TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
     const std::string removal = "DumpKeyBatchOutput: failed to remove existing file";
-    // The batch, what is said, a part of the report: empty when there is none.
+    // The batch, a message, a part of the report; empty when no report is written.
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"",
          "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ", ""},
@@ -217,20 +217,20 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
     }
 }
 
-// Counts runs of two writes and a read, of a value and a name of several passes.
+// Runs two writes and a read, with a value and a name that take several passes.
 class KeyBatchSweep : public testing::Test {
 protected:
-    // With these faults and a bus reset behind so many transactions, 0 for none. The transactions that there were.
-    std::uint64_t Run(const std::string& faults, std::uint64_t resetBehind) {
-        SCOPED_TRACE(faults + std::to_string(resetBehind));
+    // With these faults and a bus reset after so many transactions, 0 for no reset. Returns the count of transactions.
+    std::uint64_t Run(const std::string& faults, std::uint64_t resetAfter) {
+        SCOPED_TRACE(faults + std::to_string(resetAfter));
         const std::string value(300, 'v'), name(60, 'N');
         HeadlessProgram program(BusOfTwo(faults), LEVEL_ERROR);
         program.Write("b.txt", "write 000F1B0000000001 A a.txt\nwrite 000F1B0000000002 " + name +
                                    " short.txt\nread 000F1B0000000001 MODEL m.txt");
         program.Write("a.txt", value);
         program.Write("short.txt", std::string("short"));
-        if (resetBehind != 0)
-            SimulatorResetAfter(resetBehind);
+        if (resetAfter != 0)
+            SimulatorResetAfter(resetAfter);
         EXPECT_TRUE(program.Run("/R b.txt")) << "the program hangs";
         const std::string report = program.Read("b.out.txt");
         const auto check = [&](const std::string& key, const char* file, const std::string& content) {

@@ -1,5 +1,5 @@
-// A session at a target's console, over and over, with a bus reset behind each of its transactions
-// in turn. No character comes twice; one that is missing has been told of.
+// A session at a target's console, over and over, with a bus reset after each of its transactions
+// in turn. No character comes twice; a missing one has been reported.
 #include "HeadlessProgram.h"
 
 #include "Levels.h"
@@ -15,7 +15,7 @@ namespace {
 
 struct Outcome {
     std::string text, lastLine; // all that was read; what the last line brought
-    bool toldLoss = false;
+    bool lossReported = false;
     std::uint64_t start = 0, end = 0; // of the session but its last line, in transactions
 };
 
@@ -29,15 +29,15 @@ struct Terminal {
           readsOnce(protocol == 1 || protocol == 3) {
         program.Run("", 3000);
         handle = basBootloader::globals.TargetList.front().Handle;
-        basBootloader::hooks.shellCharactersLost = [this](std::int32_t, std::int32_t) { outcome.toldLoss = true; };
+        basBootloader::hooks.shellCharactersLost = [this](std::int32_t, std::int32_t) { outcome.lossReported = true; };
     }
     void Type(const std::string& line) {
-        for (int i = 0; i < 50; ++i) { // a user types on when it is certain that nothing went out
+        for (int i = 0; i < 50; ++i) { // a user repeats what certainly wasn't sent
             const std::uint64_t before = SimulatorTransactions();
             if (basBootloader::WriteShellCharacters(handle, {line.begin(), line.end()}) == 1)
                 break;
             if (SimulatorTransactions() != before) {
-                outcome.toldLoss = true;
+                outcome.lossReported = true;
                 break;
             }
             program.Pass(50);
@@ -50,7 +50,7 @@ struct Terminal {
         const std::uint64_t before = SimulatorTransactions();
         ByteArray data;
         if (basBootloader::ReadShellCharacters(handle, data, true) != 1)
-            outcome.toldLoss |= readsOnce && SimulatorTransactions() != before; // a ring can be read again
+            outcome.lossReported |= readsOnce && SimulatorTransactions() != before; // a ring can be read again
         else if (data != ByteArray{0})
             outcome.text.append(data.begin(), data.end());
     }
@@ -67,7 +67,7 @@ Outcome Session(std::int32_t protocol, const std::string& faults) {
     for (const char* line : {"help\r", "flood 12\r", "vfr\b\bersion\r", "flood 7\r"})
         terminal.Type(line);
     outcome.end = SimulatorTransactions();
-    terminal.Type("\r"); // a fault that waits for one more write has had it
+    terminal.Type("\r"); // for a fault that waits for one more write
     terminal.program.Pass(3000);
     terminal.Poll();
     const std::size_t before = outcome.text.size();
@@ -83,11 +83,11 @@ bool IsPartOf(const std::string& text, const std::string& whole) {
     return at == text.size();
 }
 
-TEST(ShellSweep, ABusResetBehindAnyTransactionDoublesNothingAndLosesNothingUntold) {
-    int runs = 0, told = 0;
+TEST(ShellSweep, ABusResetAfterAnyTransactionDoublesNothingAndReportsEachLoss) {
+    int runs = 0, losses = 0;
     for (const std::int32_t protocol : {1, 2, 0x2000000, 3}) {
         const Outcome undisturbed = Session(protocol, "");
-        ASSERT_FALSE(undisturbed.toldLoss);
+        ASSERT_FALSE(undisturbed.lossReported);
         ASSERT_NE(undisturbed.text.find("line 12\r\n> vfr\b \b\b \bersion\r\n"), std::string::npos);
         // Between two transactions, into the next read, into the next write.
         for (const char* where : {"", R"("operation": "read", )", R"("operation": "write", )"})
@@ -95,14 +95,14 @@ TEST(ShellSweep, ABusResetBehindAnyTransactionDoublesNothingAndLosesNothingUntol
                 const std::string fault = fmt::format(R"({{{}"afterTransactions": {}, "do": "busReset"}})", where, k);
                 SCOPED_TRACE(testing::Message() << "protocol " << protocol << ", " << fault);
                 const Outcome outcome = Session(protocol, fault);
-                told += outcome.toldLoss;
-                EXPECT_TRUE(outcome.toldLoss || outcome.text == undisturbed.text) << outcome.text;
+                losses += outcome.lossReported;
+                EXPECT_TRUE(outcome.lossReported || outcome.text == undisturbed.text) << outcome.text;
                 EXPECT_TRUE(IsPartOf(outcome.text, undisturbed.text)) << outcome.text;
                 EXPECT_EQ(outcome.lastLine, undisturbed.lastLine) << "the session is dead";
             }
     }
-    EXPECT_GT(told, 0) << "the trouble doesn't happen";
-    std::cout << runs << " sessions with a bus reset, " << told << " of them told of a loss\n";
+    EXPECT_GT(losses, 0) << "the trouble doesn't happen";
+    std::cout << runs << " sessions with a bus reset, " << losses << " of them reported a loss\n";
 }
 
 } // namespace

@@ -46,7 +46,7 @@ TEST_F(StrictDevice, TakesEveryByteOfAnArrowKeyInEachProtocol) {
     }
 }
 
-TEST_F(StrictDevice, HasItsLossToldWhereACountReadsAsNone) {
+TEST_F(StrictDevice, HasItsLossReportedWhereACountReadsAsZero) {
     Start({OfProtocol("3")});
     std::int32_t lost = 0;
     basBootloader::hooks.shellCharactersLost = [&](std::int32_t, std::int32_t count) { lost += count; };

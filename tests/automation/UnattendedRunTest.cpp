@@ -52,7 +52,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
     const struct {
         const char* commandLine;
         std::string target, faults, changes;
-        ByteArray application, config, bootloader; // the flash behind the run
+        ByteArray application, config, bootloader; // the flash after the run
         const char* message;
     } rows[] = {
         {"/D both.twd", app, "", " 2 4 5 5 5 6 4 5 6 13 17", IMAGE, CNE, {}, DONE},
@@ -65,7 +65,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
         {"/G 0011223344556677 /B boot.twd", boot, "", " 4 5 6 17", {}, {}, CNE, DONE},
         {"/A", boot, noParameters, identity, {}, CNE, {}, HARMLESS},
         {"/G 0011223344556677", boot, noParameters, " 12 10(3322110077665544) 17", {}, {}, {}, HARMLESS},
-        {"/D fw\\app.twd /R none.txt", app, "", " 2", {}, {}, {}, "NONE.TXT"}, // the batch's result ends it
+        {"/D fw\\app.twd /R none.txt", app, "", " 2", {}, {}, {}, "NONE.TXT"}, // the batch's result ends the run
         {"/D fw\\app.twd /S", app, "", " 2 4 5 5 5 6 17", IMAGE, {}, {}, "File not found: xdg-open"},
     };
     for (const auto& row : rows) {
@@ -80,7 +80,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
         EXPECT_EQ(program.Flash(0, "bootloader"), row.bootloader);
         EXPECT_TRUE(program.Said(row.message));
         EXPECT_TRUE(program.standardError.empty());
-        const bool alone = std::strlen(row.commandLine) == 2; // /A and /F have a status file of their own
+        const bool alone = std::strlen(row.commandLine) == 2; // /A and /F have their own status file
         EXPECT_NE(program.Read("1394_WRITE_STATUS/1394_write_status.txt").empty(), alone);
         EXPECT_EQ(program.Read("script-data/1394_write_status.txt").empty(), alone);
         const bool loadedCne = row.application == CNE || row.config == CNE || row.bootloader == CNE;
@@ -90,7 +90,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
     }
 }
 
-TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
+TEST(UnattendedRun, BadInputIsReportedAndReachesNoDevice) {
     constexpr const char *GUID = "0011223344556677", *MAC = "001122334455",
                          *NO_CNE_END = "CUT.TWD\" can't be loaded: its CNE reaches outside the file, which is cut off";
     const std::tuple<const char*, Files, const char*> rows[] = {
@@ -121,9 +121,9 @@ TEST(UnattendedRun, BadInputIsToldAndReachesNoDevice) {
         }
 }
 
-TEST(UnattendedRun, WorksOnOneDeviceThatIsMeantAndNoOther) {
+TEST(UnattendedRun, WorksOnTheOneDeviceThatIsMeantAndNoOther) {
     constexpr const char* GONE = R"({"node": 1, "command": 15, "do": "unplug"})";
-    // The last is the node that is loaded, 9 for none.
+    // The last column is the node that is loaded; 9: no node.
     const std::tuple<std::string, std::vector<const char*>, const char*, const char*, std::uint32_t> rows[] = {
         {"/D junk.twd", {}, "", "There are no targets on the 1394 bus that", 9},
         {"/D fw\\app.twd", {FIRST, SECOND}, "", "There are 2 targets on the 1394 bus that", 9},
@@ -152,7 +152,7 @@ TEST(UnattendedRun, WorksOnOneDeviceThatIsMeantAndNoOther) {
     }
 }
 
-TEST(UnattendedRun, WaitsForFourTicksInARowAndAnewAfterEachReset) {
+TEST(UnattendedRun, WaitsForFourTicksInARowAndAgainAfterEachReset) {
     HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
     program.Run("", 3000);
     basAutomation::InitializeCommandLineOptions();
@@ -169,7 +169,7 @@ TEST(UnattendedRun, WaitsForFourTicksInARowAndAnewAfterEachReset) {
     EXPECT_EQ(ends, " 12 10(3322110077665544) 17");
 }
 
-// Two files that differ in case alone are two files: the one that was typed, or none.
+// Two files whose names differ only in case are two files: the name that was typed decides, and no other is opened.
 TEST(UnattendedRun, OpensAFileAsItWasTyped) {
     const std::tuple<const char*, ByteArray, ByteArray, const char*> rows[] = {
         {"/D app.twd /B App.twd", IMAGE, CNE, "Successfully programmed image from APP.TWD to the device."},
@@ -196,7 +196,7 @@ TEST(UnattendedRun, OpensAFileAsItWasTyped) {
     }
 }
 
-TEST(UnattendedRun, EndsInOrderOnASignalAndSaysWhatTheDeviceIsLeftWith) {
+TEST(UnattendedRun, EndsInOrderOnASignalAndReportsTheStateOfTheDevice) {
     const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
         {"BuildBootloaderDeviceList completed", "bootloader", "/D both.twd", "", "out.  No device was changed."},
         {"in application mode.", "application", "/D both.twd", " 2", "reset into its bootloader, nothing was written"},

@@ -19,7 +19,7 @@ protected:
 TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
     const struct {
         std::function<std::int32_t()> call;
-        const char* request;     // behind version and ID: code, count, operands
+        const char* request;     // after version and ID: code, count, operands
         std::uint8_t quadlets;   // of a good answer
         std::int32_t failed;     // result when the target doesn't answer
         const char* failure;     // logged then

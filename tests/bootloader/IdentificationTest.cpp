@@ -1,4 +1,4 @@
-// What the info registers tell of a node, in every protocol.
+// The info registers of a node, in every protocol.
 #include "TargetScript.h"
 
 using namespace testing_support;
@@ -78,7 +78,7 @@ TEST_F(Identification, ShowsAPrivateBuildByItsTwentyFourBits) {
 }
 
 TEST_F(Identification, RecognisesADebuggerByItsAnswer) {
-    for (std::size_t wrong = 0; wrong < 9; ++wrong) { // byte by byte, then none
+    for (std::size_t wrong = 0; wrong < 9; ++wrong) { // each byte, then the right answer
         target.debuggerAnswer = Bytes("01 01 00 00 80 80 01 00 00");
         target.debuggerAnswer[wrong] ^= 0x40;
         library.transactions.clear();

@@ -12,7 +12,7 @@ const std::string LONG_NAME(75, 'n'); // 40 bytes a pass are just enough for two
 
 class Keys : public OneTarget {
 protected:
-    // A target that hands a value over in parts of 128, behind its end a 0, and takes any.
+    // A target that hands over a value in parts of 128 with a 0 after its end, and accepts any.
     void Serve(const ByteArray& value) {
         onRequest = [this, value] {
             const ByteArray request = LastRequest();
@@ -85,7 +85,7 @@ TEST_F(Keys, EveryFailedTransactionEndsTheWork) {
             std::size_t k = 0;
             library.result = [&](std::size_t i) { return i == k ? Code(code) : 1; };
             for (; library.transactions.clear(), work() != 1; ++k) {
-                EXPECT_EQ(library.transactions.size(), k + 1) << "goes on behind a failure";
+                EXPECT_EQ(library.transactions.size(), k + 1) << "goes on after a failure";
                 bas1394::globals.BusResetPending = false;
             }
             EXPECT_GE(k, 8u) << "a failure passes for a success";

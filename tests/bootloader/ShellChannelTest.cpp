@@ -106,7 +106,7 @@ TEST_F(ShellChannel, TakesFromARingWhatItsHeadHasPassed) {
         {"overrun", 0, 15, 40, 1, 24, "IJKLMNOP" + WRAP + "ABCDEFGHI", "Overflow: loss of 24 bytes"},
         {"a little back", 20, 15, 10, 1, 0, "FGHIJK", ""},
         {"past 65535", 65530, 15, 4, 1, 10, NOTHING, ""},
-        {"begun anew", 1000, 15, 9, 1, 9, NOTHING, ""},
+        {"restarted", 1000, 15, 9, 1, 9, NOTHING, ""},
         {"no power of two", 1, 14, 9, -1, 0, NOTHING, "7 ReadShellCharacters failed: no usable ring (mask=14, head=9)"},
         {"the largest mask", 1, 65535, 9, -1, 0, NOTHING, "no usable ring"},
         {"more than a read", 1, 2047, 9, -1, 0, NOTHING, "no usable ring"},
@@ -165,7 +165,7 @@ TEST_F(ShellChannel, SendsTextAsEachGenerationTakesIt) {
     EXPECT_EQ((clock.Now() - before) / 1'000'000, 20) << "a text on top of one that nobody has taken yet";
     library.result = [](std::size_t k) { return k == 3 ? 121 : 1; };
     EXPECT_EQ(Write(1, std::string(300, 'x')), -1);
-    EXPECT_EQ(library.transactions.size(), 4u) << "goes on behind a failed chunk";
+    EXPECT_EQ(library.transactions.size(), 4u) << "goes on after a failed chunk";
     EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
 }
 

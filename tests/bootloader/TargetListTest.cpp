@@ -11,7 +11,7 @@ constexpr const char *FIRST = "00 0F 1B 00 00 00 00 01", *SECOND = "00 0F 1B 00 
 
 class TargetList : public TargetsTest {
 protected:
-    // Node numbers in the order given, this computer behind them; then what a bus reset does.
+    // Nodes in the given order and this computer after them; then a bus reset.
     std::int32_t discover(const std::vector<const char*>& guids) {
         Nodes(guids.size());
         for (std::size_t i = 0; i < guids.size(); ++i)
@@ -109,7 +109,7 @@ TEST_F(TargetList, StopsAtAnotherBusReset) {
     EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
 }
 
-TEST_F(TargetList, GoesOnBehindANodeThatFailsAndLooksForADebuggerBehindAMinimalRom) {
+TEST_F(TargetList, GoesOnAfterANodeThatFailsAndLooksForADebuggerWithAMinimalRom) {
     Nodes(4);
     bas1394::globals.DeviceTable[0].ConfigRom.RawData = Bytes("01 00 0A 27");
     targets[0].debuggerAnswer = Bytes("01 01 00 00 80 80 01 00");

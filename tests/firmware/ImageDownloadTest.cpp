@@ -1,4 +1,4 @@
-// The loading of a section: what the target is sent, what the user reads.
+// The loading of a section: the requests to the target, the messages to the user.
 #include "ImageDownload.h"
 #include "HeadlessProgram.h"
 #include "PackageBuilder.h"
@@ -69,7 +69,7 @@ TEST_F(ImageDownload, AnnouncesWhatThePackageSays) {
     EXPECT_EQ(requests.front(), "040a03000000" + dateAndTime + idAndVersion + "0000002010000000bebafeca");
 }
 
-TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndTellsItsRateAndProgress) {
+TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndReportsRateAndProgress) {
     std::string steps;
     Start(R"(, "eraseMs": 0, "checkMs": 0)");
     progress = [&](const LoadProgress& at) {
@@ -85,7 +85,7 @@ TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndTellsItsRateAndProg
 
 TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
     const struct {
-        const char *faults, *sent, *text; // sent: the codes, with a letter for the number of a block
+        const char *faults, *sent, *text; // sent: the command codes, each block's with a letter for its number
         const char* moreOfTheTarget = "";
     } rows[] = {
         {"", "04 05a 05b 06", "Successfully loaded new ", R"(, "eraseMs": 39000, "checkMs": 69000)"},
@@ -114,20 +114,20 @@ TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
     }
 }
 
-// A second device without a GUID comes up in its bootloader, with bus resets and an announcement, while the first one
-// erases.
+// While the first device erases, a second one without a GUID comes up in its bootloader, with bus resets and an
+// announcement.
 TEST_F(ImageDownload, LosesNothingThatHappensDuringTheErase) {
     program =
         std::make_unique<HeadlessProgram>(Bus({Target("000F1B0000000001", "bootloader"),
                                                Target("0000000000000000", "application", R"(, "announce": true)")}));
     program->Run("", 3000);
     program->messages.clear();
-    ResetDevice(globals.TargetList.at(1).Handle, RESET_INTO_BOOTLOADER);
+    ASSERT_EQ(ResetDevice(globals.TargetList.at(1).Handle, RESET_INTO_BOOTLOADER), 1);
     globals.TargetList[0].DebugGUID.assign(8, 0); // as if it had to be set
     std::int32_t size = 0;
     const CommandProgress turns{{}, {}, platform::DoEvents};
     EXPECT_EQ(DownloadStart(globals.TargetList[0].Handle, {.Length = 16}, size, 40000, &turns), 1);
-    EXPECT_FALSE(program->Said("Broadcasted halt command.")) << "on top of a request that awaits its answer";
+    EXPECT_FALSE(program->Said("Broadcasted halt command.")) << "although a request awaits its answer";
     EXPECT_NE(globals.TargetList[1].DebugGUID, ByteArray(8)) << "skipped because of the first one";
     basApp::globals.DownloadInProgress = true; // the blocks would follow
     program->Pass(1000);
@@ -136,7 +136,7 @@ TEST_F(ImageDownload, LosesNothingThatHappensDuringTheErase) {
     program->Pass(3000);
     EXPECT_TRUE(program->Said("Broadcasted halt command."));
     EXPECT_EQ(globals.TargetList[0].DebugGUID, (ByteArray{0, 0x0F, 0x1B, 0, 0, 0, 0, 1}))
-        << "discovery didn't come by again";
+        << "discovery wasn't repeated";
     EXPECT_EQ(std::ranges::count(program->messages, LEVEL_ERROR, &testing_support::Message::level), 0);
 }
 
@@ -181,7 +181,7 @@ TEST_F(ImageDownload, SendsNothingOfAPackageThatReachesOutsideItsFile) {
     }
 }
 
-TEST_F(ImageDownload, RefusesHardwareThatThePackageIsNotMeantForUnlessTold) {
+TEST_F(ImageDownload, RefusesHardwareThatThePackageIsNotMeantForUnlessOverridden) {
     Start();
     const ByteArray package = PackageBuilder().image(ADDRESS, Pattern(4)).number(0x20, 18).bytes();
     for (const bool overridden : {false, true}) {

@@ -188,7 +188,7 @@ TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
         QCoreApplication::processEvents();
         ByteArray characters;
         if (platform::QueryPerformanceCounter() >= due && browser->LoadInProgress() && !std::exchange(read, true))
-            basBootloader::ReadShellCharacters(browser->hDevice(), characters, false);
+            std::ignore = basBootloader::ReadShellCharacters(browser->hDevice(), characters, false);
     };
     for (int delay = 0; delay < 1000; delay += 50) { // the erase takes 800 ms
         SCOPED_TRACE(delay);

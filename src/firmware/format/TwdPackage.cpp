@@ -26,7 +26,7 @@ TwdSection DecodeSection(const ByteArray& data, std::int32_t offset) {
             ByteArrayToLong(data, offset + 12)};
 }
 
-// A text ends at its first NUL; a field that begins with one is left whole and shows as nothing.
+// A text ends at its first NUL; a field that begins with one is kept whole and shows as nothing.
 std::string DecodeInfoText(const ByteArray& infoBytes) {
     const auto nul = std::find(infoBytes.begin(), infoBytes.end(), 0);
     const std::size_t length =
@@ -58,7 +58,7 @@ void LogOfModule(const std::string& text, std::int32_t level) {
     StatusDisplay(level, "{}", text);
 }
 
-auto ReportTo(const Log& log) {
+auto LogFailure(const Log& log) {
     return [log](const platform::Failure& failure) {
         log(fmt::format("Error #{}: {} in LoadTWD", failure.Number, failure.Description), LEVEL_ERROR);
     };
@@ -67,7 +67,7 @@ auto ReportTo(const Log& log) {
 bool ReadPackageFile(const platform::FileName& file, ByteArray& bytes, std::int64_t limit, const Log& log,
                      const basUtils::ReadProgress* progress = nullptr) {
     std::int32_t result = -1;
-    platform::Attempt([&] { result = basUtils::ReadFileBytes(file.Typed, bytes, limit, progress); }, ReportTo(log));
+    platform::Attempt([&] { result = basUtils::ReadFileBytes(file.Typed, bytes, limit, progress); }, LogFailure(log));
     if (result == 1)
         return true;
     log(fmt::format("Load TWD error: failed to load file '{}' into memory.", file), LEVEL_ERROR);
@@ -106,10 +106,7 @@ void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header) {
             DecodeFields(data, header);
             header.FileData = std::move(data);
         },
-        [](const platform::Failure& failure) {
-            StatusDisplay(LEVEL_WARNING, "ERROR #{}: {} in basBootloader.ByteArrayToTwdStruct.  Exiting...",
-                          failure.Number, failure.Description);
-        });
+        LogFailure("ByteArrayToTwdStruct"));
 }
 
 bool IsTwdValid(const TwdHeader& header) {
@@ -118,7 +115,7 @@ bool IsTwdValid(const TwdHeader& header) {
 
 void LoadTWDHeader(const platform::FileName& file, TwdHeader& header) {
     header = {};
-    platform::ResumeNext next{ReportTo(LogOfModule)};
+    platform::ResumeNext next{LogFailure(LogOfModule)};
     ByteArray bytes;
     bool read = false;
     next([&] { read = ReadPackageFile(file, bytes, HEADER_READ_LIMIT, LogOfModule); });
@@ -131,10 +128,10 @@ void LoadTWDHeader(const platform::FileName& file, TwdHeader& header) {
     header = {};
 }
 
-// The first bytes are looked at before a file that may be large and of another kind is read whole.
+// Checks the first bytes before it reads the whole file, which may be large and of another kind.
 bool ReadTwd(const platform::FileName& file, TwdHeader& header, const TwdReading& reading) {
     header = {};
-    platform::ResumeNext next{ReportTo(reading.log)};
+    platform::ResumeNext next{LogFailure(reading.log)};
     TwdHeader parsed;
     bool valid = false;
     next([&] { valid = ReadAndParse(file, HEADER_READ_LIMIT, parsed, reading.log); });
@@ -157,9 +154,8 @@ void LoadTWD(const platform::FileName& file, TwdHeader& header) {
         return;
     StatusDisplay(LEVEL_USER,
                   "TWD version:  software id = {} (0x{:X}),  software version = {} (0x{:X}),  date/time = {} {}",
-                  header.SoftwareID, static_cast<std::uint32_t>(header.SoftwareID), header.SoftwareVersion,
-                  static_cast<std::uint32_t>(header.SoftwareVersion), FormatTwdDate(header.ImageDate),
-                  FormatTwdTime(header.ImageTime));
+                  header.SoftwareID, Bits(header.SoftwareID), header.SoftwareVersion, Bits(header.SoftwareVersion),
+                  FormatTwdDate(header.ImageDate), FormatTwdTime(header.ImageTime));
 }
 
 bool LiesInside(const TwdSection& section, std::int64_t fileSize) {

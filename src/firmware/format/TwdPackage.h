@@ -32,8 +32,8 @@ struct TwdHeader {
     std::int32_t Reserved3 = 0;
     TwdSection Image1, Image2, Cne;
     ByteArray InfoBytes;               // 256 bytes
-    std::string InfoText;              // UTF-8, up to the first NUL behind the first position
-    ByteArray FileData = ByteArray(1); // what was read, index 0 at file offset 0, one 0 behind the end
+    std::string InfoText;              // UTF-8, up to the first NUL after the first byte
+    ByteArray FileData = ByteArray(1); // what was read, index 0 at file offset 0, one 0 after the end
 };
 
 struct NamedSection {
@@ -48,13 +48,13 @@ inline constexpr NamedSection SECTIONS[] = {
 
 inline constexpr std::int32_t PRIVATE_BUILD = 0x00FFFFFF;
 
-// An empty header when there are fewer than 353 bytes (the header and the 0 behind a file); only
+// An empty header when there are fewer than 353 bytes (the header and the 0 after a file); only
 // Magic when that is wrong. Never reads beyond `data`.
 void ByteArrayToTwdStruct(ByteArray data, TwdHeader& header);
-bool IsTwdValid(const TwdHeader& header);
+[[nodiscard]] bool IsTwdValid(const TwdHeader& header);
 // The header alone: FileData holds the first 1001 bytes at most.
 void LoadTWDHeader(const platform::FileName& file, TwdHeader& header);
-// How the whole package is read, for the two places that do it.
+// How the whole package is read.
 struct TwdReading {
     std::int64_t limit = 0; // bytes 0 to limit are read; 0: all of them
     const basUtils::ReadProgress* progress = nullptr;
@@ -63,24 +63,24 @@ struct TwdReading {
 };
 // True for a valid package; otherwise the header is empty.
 bool ReadTwd(const platform::FileName& file, TwdHeader& header, const TwdReading& reading);
-// The whole package, told by the module. Magic tells whether it worked.
+// The whole package, with the module's messages. Magic shows whether it worked.
 void LoadTWD(const platform::FileName& file, TwdHeader& header);
 
-// Whether a section lies within a file of so many bytes; one that isn't there always does.
-bool LiesInside(const TwdSection& section, std::int64_t fileSize);
+// Whether a section lies within a file of so many bytes; an absent one always does.
+[[nodiscard]] bool LiesInside(const TwdSection& section, std::int64_t fileSize);
 // The first section that doesn't, null when all do. Such a package is cut off or damaged, and
-// nothing of it may be loaded: the target erases before the first byte is missed.
-const NamedSection* FirstOutside(const TwdHeader& header, std::int64_t fileSize);
+// nothing of it may be loaded: the target erases before the missing bytes are noticed.
+[[nodiscard]] const NamedSection* FirstOutside(const TwdHeader& header, std::int64_t fileSize);
 // Reads a package without a message. Why it can't be loaded, as the end of "because ...": "it can't
 // be read", "its CNE reaches outside the file"; empty when it can.
-std::string PackageFault(const std::string& path, TwdHeader& header);
+[[nodiscard]] std::string PackageFault(const std::string& path, TwdHeader& header);
 
 std::string FormatVersion(std::int32_t version);                    // 0x01020304 gives 1.2.3.4
 std::string FormatTwdDate(const std::array<std::uint8_t, 8>& date); // 2002-08-31
 std::string FormatTwdTime(const std::array<std::uint8_t, 8>& time); // 15:25:03 utc
-// The local time "17:25:03" of both; "00:00:00" where it can't be told.
+// The local time "17:25:03" of both; "00:00:00" where it isn't known.
 std::string FormatLocalTime(const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time);
-// "2002-08-31 15:25:03 utc / 17:25:03 (local)"; without the local part where it can't be told.
+// "2002-08-31 15:25:03 utc / 17:25:03 (local)"; without the local part where it isn't known.
 std::string FormatDateTime(const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time);
 
 } // namespace basBootloader

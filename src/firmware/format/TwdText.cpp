@@ -1,5 +1,5 @@
 // Text forms of versions, dates and times, for packages and info registers alike. No digit is
-// checked: whatever a field holds is cut up the same way.
+// checked: any content is cut up the same way.
 #include "CodePage.h"
 #include "TwdPackage.h"
 #include "basApp.h"
@@ -16,7 +16,7 @@ std::string Cut(const Field& field, std::size_t first, std::size_t count) {
     return platform::TextFromAnsi(field.data() + first, count);
 }
 
-// A value that no calendar field can hold stays one that makes no date.
+// A value beyond any calendar field stays an invalid date.
 std::uint16_t CalendarField(const Field& field, std::size_t first, std::size_t count) {
     constexpr std::uint16_t NO_DATE = 0xFFFF;
     const double value = platform::LeadingNumber(Cut(field, first, count));
@@ -37,7 +37,7 @@ platform::SystemTime SystemTimeFromTwd(const Field& date, const Field& time) {
 } // namespace
 
 std::string FormatVersion(std::int32_t version) {
-    const auto bits = static_cast<std::uint32_t>(version);
+    const std::uint32_t bits = Bits(version);
     return fmt::format("{}.{}.{}.{}", bits >> 24, bits >> 16 & 0xFF, bits >> 8 & 0xFF, bits & 0xFF);
 }
 

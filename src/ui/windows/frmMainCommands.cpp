@@ -17,6 +17,8 @@
 
 #include <fmt/format.h>
 
+#include <tuple>
+
 using namespace basBootloader;
 
 namespace {
@@ -245,7 +247,7 @@ void frmMain::mnuSetMACaddress_Click() {
             return;
         ByteArray mac = ParseHex("0000" + text, GUID_BYTES);
         basUtils::ChangeEndian(mac);
-        ProgramMAC(handle, mac);
+        std::ignore = ProgramMAC(handle, mac); // a failure is in the log
     };
     platform::Attempt(change, [this](const platform::Failure& f) {
         StatusDisplay(LEVEL_ERROR, "Error #{}: {} in SetMACaddress.  Exiting abnormally...", f.Number, f.Description);
