@@ -247,7 +247,7 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
     Pick("both.twd");
     EXPECT_TRUE(browser->lblDetail->text().contains("damaged"));
     Q_EMIT browser->ListView1->itemDoubleClicked(browser->ListView1->currentItem(), 0);
-    EXPECT_FALSE(WasTold("Beginning download of 'both.twd'")) << "what its button doesn't";
+    EXPECT_FALSE(WasTold("Failed to copy 0x388 byte block")) << "what its button doesn't";
     ByteArray built = Package(IMAGE);
     program->Write("packages/both.twd", built);
     Pick("both.twd");
