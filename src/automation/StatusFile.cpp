@@ -6,6 +6,7 @@
 #include "basAutomation.h"
 #include "basUtils.h"
 
+#include <tuple>
 #include <utility>
 
 namespace basAutomation {
@@ -63,7 +64,7 @@ std::int32_t ExecuteAndWait(const std::string& command, std::int32_t /*windowSty
     std::uint32_t exitCode = platform::STILL_ACTIVE;
     do {
         platform::DoEvents();
-        platform::WaitForSingleObject(process.value, POLL_TIME);
+        std::ignore = platform::WaitForSingleObject(process.value, POLL_TIME);
         if (!platform::GetExitCodeProcess(process.value, exitCode))
             return -1;
     } while (exitCode == platform::STILL_ACTIVE);

@@ -6,6 +6,8 @@
 #include "basApp.h"
 #include "clsDbManager.h"
 
+#include <tuple>
+
 using platform::IgnoreFailure;
 using platform::ResumeNext;
 
@@ -139,7 +141,7 @@ std::int32_t clsDbManager::CompactDatabase() {
             }
             // In place: a program with another lock folder may open the file right now, and its changes would be lost
             // in a file that is then replaced.
-            platform::Database::Compact(store::LiveDatabase());
+            std::ignore = platform::Database::Compact(store::LiveDatabase()); // one in use stays as it is
             result = 1;
         },
         LogFailure("clsDbManager.CompactDatabase.  EXITING ABNORMALLY."));

@@ -60,7 +60,7 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         });
         onRequest = [&] {
             locked = platform::ReleaseMutex(globals.TransactionMutex);
-            platform::WaitForSingleObject(globals.TransactionMutex, 0);
+            std::ignore = platform::WaitForSingleObject(globals.TransactionMutex, 0);
         };
         const std::int64_t before = clock.Now();
         ByteArray payload(8);

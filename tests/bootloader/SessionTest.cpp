@@ -80,7 +80,8 @@ TEST_F(Session, SpeaksToEachProtocolVersion) {
 }
 
 TEST_F(Session, SendsNothingWhileAnotherHoldsTheMutex) {
-    std::thread([] { platform::WaitForSingleObject(globals.TransactionMutex, 0); }).join(); // and never gives it back
+    const auto take = [] { return platform::WaitForSingleObject(globals.TransactionMutex, 0); };
+    std::thread(take).join(); // never released
     EXPECT_EQ(transact(15), -1);
     EXPECT_TRUE(library.transactions.empty());
 }

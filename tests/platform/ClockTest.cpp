@@ -10,13 +10,13 @@ namespace {
 
 constexpr std::int64_t SECOND = 1'000'000'000;
 
-// Local time by the rules given.
+// Sets the local time zone.
 void UseZone(const char* rules) {
     setenv("TZ", rules, 1);
     tzset();
 }
 
-TEST(TimeZones, TellTheirStateAndConvertByTheRulesOfTheDateGiven) {
+TEST(TimeZones, ReportTheirStateAndConvertByTheRulesOfTheGivenDate) {
     platform::testing::VirtualClock clock;
     constexpr std::int64_t SUMMER = 1'030'795'200 * SECOND, WINTER = 1'041'379'200 * SECOND;
     const std::tuple<const char*, std::int64_t, std::uint32_t> cases[] = {{"CET-1CEST,M3.5.0,M10.5.0/3", SUMMER, 2},

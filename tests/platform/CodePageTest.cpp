@@ -3,7 +3,7 @@
 
 namespace {
 
-TEST(TheCodePage, BringsEveryByteBackAndLetsBrokenTextThrough) {
+TEST(TheCodePage, RoundTripsEveryByteAndPassesInvalidUtf8Unchanged) {
     ByteArray all;
     for (int byte = 0; byte < 256; ++byte)
         all.push_back(std::uint8_t(byte));
@@ -25,7 +25,7 @@ TEST(TheCodePage, BringsEveryByteBackAndLetsBrokenTextThrough) {
         EXPECT_EQ(platform::AnsiFromText(text), TextBytes(ansi)) << name;
 }
 
-TEST(Numbers, AreReadFromTheFrontOfAText) {
+TEST(Numbers, AreReadFromTheStartOfAText) {
     const std::pair<const char*, double> cases[] = {
         {"", 0},        {"12 rows", 12}, {"  -7.5x", -7.5}, {"1 2", 12}, {"+3", 3},  {"x1", 0},   {".5", .5},
         {"1.2.3", 1.2}, {"--1", 0},      {"-", 0},          {"3,14", 3}, {"inf", 0}, {"0x10", 0}, {"7-1", 7}};
@@ -33,7 +33,7 @@ TEST(Numbers, AreReadFromTheFrontOfAText) {
         EXPECT_EQ(platform::LeadingNumber(text), number) << text;
 }
 
-TEST(Numbers, AreWholeTextsOf32BitsOrAFailure) {
+TEST(Numbers, FillTheWholeTextAndFit32BitsOrRaiseAFailure) {
     const std::pair<const char*, double> cases[] = {
         {" 42 ", 42}, {"+42", 42},  {"-2147483648", -2147483648.0}, {"2147483647", 2147483647}, {"2.5", 2},
         {"3.5", 4},   {"1e3", 1000}};

@@ -18,7 +18,7 @@ protected:
     const std::string path = folder.file("db1.mdb");
 };
 
-TEST_F(ADatabase, EditsOnlyTheFieldsThatWereSetOfTheCurrentRow) {
+TEST_F(ADatabase, EditsOnlyTheCurrentRowAndItsChangedFields) {
     platform::Database database(path);
     database.Execute("INSERT INTO tblSettings VALUES ('a', '1'), ('b', NULL), ('b', '3')");
     const auto rows = database.OpenRecordset("SELECT * FROM tblSettings WHERE ((strKeyName = 'b'))");
@@ -38,7 +38,7 @@ TEST_F(ADatabase, EditsOnlyTheFieldsThatWereSetOfTheCurrentRow) {
     EXPECT_EQ(database.OpenRecordset("SELECT * FROM tblSettings")->RecordCount(), 1);
 }
 
-TEST_F(ADatabase, RunsNothingButOneSelection) {
+TEST_F(ADatabase, RunsOnlyASingleSelection) {
     platform::Database database(path);
     database.Execute("INSERT INTO tblStatus VALUES (1, 'kept')");
     for (const char* query :
@@ -47,12 +47,12 @@ TEST_F(ADatabase, RunsNothingButOneSelection) {
           "SELECT * FROM tblStatus WHERE ((Message = ''; DROP TABLE tblStatus; --'))"})
         EXPECT_EQ(FailureOf([&] { database.OpenRecordset(query); }), 3000) << query;
     const auto rows = database.OpenRecordset("SELECT * FROM tblStatus");
-    EXPECT_EQ(rows->Text("message"), "kept"); // names of fields are case-blind
+    EXPECT_EQ(rows->Text("message"), "kept"); // field names are case-insensitive
     EXPECT_EQ(FailureOf([&] { rows->Field("strNothing"); }), 3000);
-    EXPECT_EQ(FailureOf([&] { rows->SetField("Level", std::int64_t{1}); }), 3000); // no row was begun
+    EXPECT_EQ(FailureOf([&] { rows->SetField("Level", std::int64_t{1}); }), 3000); // no edit has begun
 }
 
-TEST_F(ADatabase, HasEveryAcknowledgedRowAfterAKill) {
+TEST_F(ADatabase, KeepsEveryAcknowledgedRowAfterAKill) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const pid_t child = fork();
@@ -80,7 +80,7 @@ TEST_F(ADatabase, HasEveryAcknowledgedRowAfterAKill) {
     platform::Database database(path);
     const auto rows = database.OpenRecordset("SELECT * FROM tblSettings");
     EXPECT_GE(rows->RecordCount(), acknowledged);
-    EXPECT_LE(rows->RecordCount(), acknowledged + 1); // one may have been stored and not yet told
+    EXPECT_LE(rows->RecordCount(), acknowledged + 1); // one may have been stored but not acknowledged
     rows->MoveLast();
     EXPECT_EQ(rows->Text("strKeyName"), std::to_string(rows->RecordCount() - 1));
 }

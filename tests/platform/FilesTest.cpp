@@ -13,12 +13,12 @@
 
 namespace {
 
-TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
+TEST(FindingFiles, AllowsWildcardsOnlyInTheLastComponent) {
     const TestFolder folder;
     for (const char* name : {"b.TWD", "a[1].twd", "noend", "abcabd"})
         platform::WriteFileAtomically(folder.file(name), TextBytes("12345"));
     platform::MakeDirectories(folder.file("Sub/Deep"));
-    // Each with what it finds, "" for nothing.
+    // Pattern and match, "" for none.
     const std::pair<const char*, const char*> cases[] = {
         {"*.twd", "a[1].twd"}, {"?.twd", "b.TWD"}, {"A[1].TWD", "a[1].twd"},
         {"*.*", "Sub"},        {"no*d", "noend"},  {"*ab?", "abcabd"},
@@ -33,7 +33,7 @@ TEST(FindingFiles, TakesWildcardsInTheLastComponentOnly) {
     EXPECT_FALSE(platform::FindFirstFileA(""));
 }
 
-TEST(Files, HaveEachLineOnDiskInTheCodePageAtOnceOrFailWithTheClassicNumbers) {
+TEST(Files, ReachTheDiskLineByLineInTheCodePageOrFailWithTheClassicNumbers) {
     const TestFolder folder;
     platform::OutputFile output(folder.file("file"));
     output.WriteLine("Gr\xC3\xBC\xC3\x9F x");
@@ -47,7 +47,7 @@ TEST(Files, HaveEachLineOnDiskInTheCodePageAtOnceOrFailWithTheClassicNumbers) {
     EXPECT_EQ(read(folder.path()), 75);
 }
 
-// Without a reader or writer at the other end a plain open would wait for ever.
+// A plain open would wait for ever for the other end.
 TEST(Files, AreNeverPipesOrDevices) {
     const TestFolder folder;
     const std::string pipe = folder.file("pipe"), file = folder.file("file");
@@ -64,7 +64,7 @@ TEST(Files, AreNeverPipesOrDevices) {
     }
 }
 
-TEST(ReplacingAFile, KeepsItsModeAndLeavesItAloneOnAFailure) {
+TEST(ReplacingAFile, KeepsItsModeAndAfterAFailureItsContent) {
     const TestFolder folder;
     const std::string source = folder.file("Source"), target = folder.file("Target");
     platform::WriteFileAtomically(source, TextBytes("new"));
@@ -86,14 +86,14 @@ TEST(ReplacingAFile, KeepsItsModeAndLeavesItAloneOnAFailure) {
     EXPECT_EQ(platform::ReadWholeFile(target), TextBytes("new"));
     EXPECT_EQ(folder.Status("Target").st_mode & 0777, 0640u);
     const std::filesystem::directory_iterator files(folder.path());
-    EXPECT_EQ(std::distance(begin(files), end(files)), 2); // no draft stays behind
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2); // no draft is left
 }
 
-TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
+TEST(ReplacingAFile, FollowsOnlyTheUsersOwnLinksAndRemovesDraftsOfKilledProcesses) {
     const TestFolder folder;
     const std::string kept = folder.file("kept"), own = folder.file("own"), second = folder.file("second");
     const auto draft = [&](int i) { return folder.file(fmt::format(".hoistline-{}-{}.new", getpid(), i)); };
-    platform::WriteFileAtomically(kept, TextBytes("kept")); // the folder counts as cleared from here on
+    platform::WriteFileAtomically(kept, TextBytes("kept")); // from now on the folder counts as cleared
     std::filesystem::create_symlink("kept", own);
     std::filesystem::create_symlink(kept, draft(0)); // planted where the next draft is expected
     platform::WriteFileAtomically(own, TextBytes("by the link"));
@@ -109,7 +109,7 @@ TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
     }
     EXPECT_FALSE(std::filesystem::exists(folder.file("victim")));
     EXPECT_EQ(platform::ReadWholeFile(kept), TextBytes("by the link"));
-    std::filesystem::create_symlink("/dev/null", folder.file("sink")); // as /dev/stdout is one: the system's
+    std::filesystem::create_symlink("/dev/null", folder.file("sink")); // a link of the system's, like /dev/stdout
     EXPECT_EQ(FailureOf([&] { platform::OutputFile output(folder.file("sink")); }), 75);
     EXPECT_TRUE(std::filesystem::is_symlink(folder.file("sink")));
 
@@ -126,8 +126,8 @@ TEST(ReplacingAFile, FollowsNoLinkButTheUsersOwnAndClearsUpAfterAKill) {
     EXPECT_TRUE(std::filesystem::exists(killed.file("model.txt.new1")));
 }
 
-// Only root can make files of others, so elsewhere this has nothing to look at.
-TEST(ReplacingAFile, LeavesItToItsOwnerAndRefusesTheLinkOfAnother) {
+// Only root can create files for other users.
+TEST(ReplacingAFile, KeepsItsOwnerAndRefusesAnotherUsersLink) {
     if (geteuid() != 0)
         GTEST_SKIP();
     const TestFolder folder;
@@ -149,7 +149,7 @@ TEST(ReplacingAFile, LeavesItToItsOwnerAndRefusesTheLinkOfAnother) {
     EXPECT_EQ(platform::ReadWholeFile(folder.file("roots")), TextBytes("root's"));
 }
 
-TEST(Modules, HaveTheirOwnFileNamesAndAReasonWhenTheyDoNotLoad) {
+TEST(Modules, HaveTheirOwnFileNamesAndReportWhyTheyDoNotLoad) {
     EXPECT_EQ(platform::ModuleFileName("Twl1394api.dll"), "Twl1394api.so");
     EXPECT_EQ(platform::ModuleFileName("a.b/Lib.DLL"), "a.b/Lib.so");
     EXPECT_EQ(platform::ModuleFileName("a.b/Lib"), "a.b/Lib");

@@ -14,16 +14,16 @@ namespace {
 constexpr const char* NAME = "Tarnwell/Transaction";
 constexpr std::uint32_t TAKEN = 0, TIMED_OUT = 258;
 
-platform::Handle theirs = 0; // the mutex of that name as a peer has it open
+platform::Handle theirs = 0; // the peer's handle of that mutex
 
-// What a peer does with it.
+// A peer's orders.
 const auto Open = [] { return (theirs = platform::OpenMutexA(0x1F0001, true, NAME)) != 0; };
 const auto Take = [] { return platform::WaitForSingleObject(theirs, 0) == TAKEN; };
 const auto Release = [] { return platform::ReleaseMutex(theirs); };
 const auto Close = [] { return platform::CloseHandle(theirs); };
 
-// A second process that carries out one order at a time. It has to start before this process opens
-// the mutex: a fork shares what is open already.
+// Another process that carries out one order at a time. It has to start before this process opens the mutex: a fork
+// inherits what is open.
 class Peer {
 public:
     Peer() {
@@ -38,7 +38,7 @@ public:
         Kill();
         close(ends_[0]);
     }
-    // The order is at one address in both processes.
+    // The order has the same address in both processes.
     bool Does(bool (*order)()) {
         char answer = 0;
         return write(ends_[0], &order, sizeof order) > 0 && read(ends_[0], &answer, 1) == 1 && answer;
@@ -71,7 +71,7 @@ protected:
     platform::testing::VirtualClock clock;
 };
 
-TEST_F(ANamedMutex, IsThereAsLongAsSomeProcessHasItOpen) {
+TEST_F(ANamedMutex, ExistsWhileSomeProcessHasItOpen) {
     Peer peer;
     EXPECT_FALSE(peer.Does(Open));
     const platform::Handle mutex = platform::CreateMutexA(false, NAME);
@@ -84,7 +84,7 @@ TEST_F(ANamedMutex, IsThereAsLongAsSomeProcessHasItOpen) {
     EXPECT_EQ(platform::OpenMutexA(0x1F0001, true, NAME), 0);
 }
 
-TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesUntilItIsReleasedOrItsOwnerDies) {
+TEST_F(ANamedMutex, HasOneOwnerAmongAllProcessesUntilItIsReleasedOrTheOwnerDies) {
     Peer peer;
     const platform::Handle mutex = platform::CreateMutexA(true, NAME);
     const platform::Handle second = platform::OpenMutexA(0x1F0001, true, NAME);
@@ -127,7 +127,7 @@ TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
     platform::ReleaseSingleInstance();
 }
 
-TEST_F(ANamedMutex, LiesWhereOnlyItsUserCanWriteAndNamesAFileThatCannotBeUsed) {
+TEST_F(ANamedMutex, HasItsFileWhereOnlyItsUserCanWriteAndReportsOneThatCannotBeUsed) {
     namespace fs = std::filesystem;
     const std::string open = folder.file("open"), link = folder.file("link"), own = folder.file("own/locks"),
                       file = folder.file("file");

@@ -3,7 +3,7 @@
 
 namespace {
 
-// A stand-in for the desktop's composer writes down each argument and ends in a given way.
+// A stand-in for the desktop's composer, which records its arguments and ends in a given way.
 class Composer : public ::testing::Test {
 protected:
     Composer() { platform::WriteFileAtomically(report, TextBytes("content")); }
@@ -28,11 +28,11 @@ protected:
                       kept = folder.file("HoistlineApp/mail/log it's.mdb");
 };
 
-TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStaysUnlessItIsCancelledOrFails) {
+TEST_F(Composer, GetsTheMailAsArgumentsAndACopyThatStaysUnlessItIsCancelledOrFails) {
     EXPECT_EQ(Send("exit 130"), 32001);
     EXPECT_EQ(Send("exit 4"), 32002);
     EXPECT_FALSE(std::filesystem::exists(kept));
-    // A window that stays open, here until this test's folder is gone.
+    // A window that stays open until this test's folder is removed.
     EXPECT_EQ(Send("while [ -d '" + folder.path() + "' ]; do sleep 0.1; done", 0), 0);
     EXPECT_TRUE(std::filesystem::exists(kept));
     EXPECT_EQ(Send(""), 0);
@@ -44,7 +44,7 @@ TEST_F(Composer, GetsTheMailAsArgumentsAndAFileThatStaysUnlessItIsCancelledOrFai
     EXPECT_EQ(Send(""), 53); // nothing to attach
     setenv("PATH", "/proc", 1);
     EXPECT_FALSE(platform::ComposerMail().SessionExists());
-    EXPECT_FALSE(platform::CurrentMail().SessionExists()); // without the service there is none either
+    EXPECT_FALSE(platform::CurrentMail().SessionExists()); // nor without the service
 }
 
 } // namespace

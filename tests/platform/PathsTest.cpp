@@ -19,16 +19,16 @@ protected:
     TestFolder folder;
 };
 
-TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
+TEST_F(Paths, MeanWhatExistsRegardlessOfCaseAndSeparator) {
     const std::pair<std::string, std::string> cases[] = {
         {"Data/App.TWD", "Data/App.TWD"},
         {"data\\app.twd", "Data/App.TWD"},
         {".\\DATA\\\\inner\\", "./Data/Inner"},
         {"data\\..\\DATA\\app.twd", "Data/../Data/App.TWD"},
-        {"data/readme", "Data/readme"}, // the exact name goes first
+        {"data/readme", "Data/readme"}, // the exact name comes first
         {"FW/ONE.TWD", "fw/one.twd"},   // the folder in which the rest is found
         {"Fw/one.twd", "fw/one.twd"},
-        {"ambig/two.TWD", "ambig/Two.twd"}, // what is spelled as it stands hides the others
+        {"ambig/two.TWD", "ambig/Two.twd"}, // a component in its exact spelling hides the others
         {"data\\New Folder\\x.txt", "Data/New Folder/x.txt"},
         {"data\\app.twd\\below", "Data/App.TWD/below"},
         {"C:" + folder.path() + "\\data", folder.file("Data")},
@@ -41,7 +41,7 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
         EXPECT_EQ(platform::ResolvePath(path), resolved) << path.substr(0, 80);
     for (const char* several : {"data/ReadMe", "Ambig/two.TWD", "Ambig\\new.txt"})
         EXPECT_EQ(FailureOf([&] { platform::ReadWholeFile(several); }), 52) << several;
-    EXPECT_TRUE(platform::FindFirstFileA("data/ReadMe")); // something is there
+    EXPECT_TRUE(platform::FindFirstFileA("data/ReadMe")); // one of them
     EXPECT_FALSE(platform::FindFirstFileA("Ambig/none"));
     platform::WriteFileAtomically("data\\NEW.txt", TextBytes("x"));
     EXPECT_TRUE(std::filesystem::exists(folder.file("Data/NEW.txt")));
@@ -50,7 +50,7 @@ TEST_F(Paths, MeanWhatIsThereWithoutRegardToCaseAndSeparator) {
     EXPECT_EQ(FailureOf([] { platform::ChangeDirectory("none"); }), 76);
 }
 
-TEST(AProgramDirectory, IsSeededWithWhatItLacksAndWithTheLibraryOfTheExecutable) {
+TEST(AProgramDirectory, ReceivesWhatItLacksAndTheExecutablesLibrary) {
     const TestFolder installed, user;
     for (const char* name : {"Twl1394api.so", "simulated-bus.json", "docs/guide.md"})
         installed.Put(name, "theirs");
@@ -60,7 +60,7 @@ TEST(AProgramDirectory, IsSeededWithWhatItLacksAndWithTheLibraryOfTheExecutable)
     EXPECT_EQ(user.Content("app/Twl1394api.so"), "theirs");
     EXPECT_EQ(user.Content("app/simulated-bus.json"), "mine");
     EXPECT_EQ(user.Content("app/docs/guide.md"), "theirs");
-    EXPECT_FALSE(platform::FindFirstFileA(user.file("app/db1_clean.mdb"))); // nothing to copy, no harm done
+    EXPECT_FALSE(platform::FindFirstFileA(user.file("app/db1_clean.mdb"))); // nothing to copy
 }
 
 } // namespace

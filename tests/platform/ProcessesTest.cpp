@@ -5,7 +5,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-// Runs on the real clock: the children are real.
+// On the real clock, since the children are real.
 std::uint32_t ExitCodeOf(const std::string& command) {
     std::uint32_t exitCode = 0;
     const platform::Handle process = platform::OpenProcess(1024, false, platform::Shell(command));
@@ -30,7 +30,7 @@ TEST(CommandTexts, BecomeAProgramAndItsArguments) {
         EXPECT_EQ(platform::CommandArguments(command), arguments) << command;
 }
 
-TEST(Commands, RunWithoutAShellAndGiveTheirExitCodeOrTheReasonWhyNot) {
+TEST(Commands, RunWithoutAShellAndReturnTheirExitCodeOrReportWhyTheyDoNotStart) {
     const TestFolder folder;
     EXPECT_EQ(ExitCodeOf("sh -c \"exit 7\""), 7u);
     EXPECT_EQ(ExitCodeOf("sh -c \"kill -9 $$\""), 137u);

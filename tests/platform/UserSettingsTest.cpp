@@ -10,7 +10,7 @@ protected:
     const std::string file = folder.file("HoistlineApp/settings.json");
 };
 
-TEST_F(UserSettings, ComeBackBySectionAndKey) {
+TEST_F(UserSettings, AreStoredBySectionAndKey) {
     EXPECT_EQ(platform::GetUserSetting("Global", "Path", "default"), "default");
     EXPECT_TRUE(platform::SaveUserSetting("Global", "Path", "a\"b\\c"));
     EXPECT_TRUE(platform::SaveUserSetting("Other", "Path", ""));
@@ -18,7 +18,7 @@ TEST_F(UserSettings, ComeBackBySectionAndKey) {
     EXPECT_EQ(platform::GetUserSetting("Other", "Path", "default"), "");
 }
 
-TEST_F(UserSettings, SurviveAnUnreadableFileAndPutItAside) {
+TEST_F(UserSettings, SurviveAnUnreadableFileAndKeepACopyOfIt) {
     platform::MakeDirectories(folder.file("HoistlineApp"));
     for (const char* broken : {"{\"Global\": ", "[1, 2]", "", "\xFF"}) {
         platform::WriteFileAtomically(file, TextBytes(broken));

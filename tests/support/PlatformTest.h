@@ -1,4 +1,4 @@
-// Small things that tests of every layer need.
+// Helpers for the tests of every layer.
 #pragma once
 
 #include "Bytes.h"
@@ -14,7 +14,7 @@ inline ByteArray TextBytes(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-// An environment variable of a test.
+// An environment variable, set while this exists.
 class Variable {
 public:
     Variable(const char* name, const std::string& value) : name_(name), before_(getenv(name) ? getenv(name) : "") {

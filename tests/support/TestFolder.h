@@ -1,4 +1,4 @@
-// A folder of a test's own, with files put into it and read from it byte by byte.
+// A temporary folder whose files a test writes and reads as bytes.
 #pragma once
 
 #include "TemporaryDirectory.h"
@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 struct TestFolder : platform::testing::TemporaryDirectory {
-    // With the folders above it.
+    // Creates the folders above it as well.
     void Put(const std::string& name, const std::string& content) const {
         std::filesystem::create_directories(std::filesystem::path(file(name)).parent_path());
         std::ofstream(file(name), std::ios::binary) << content;

@@ -1,4 +1,4 @@
-// What Files.cpp, FileWriting.cpp and Database.cpp share: nobody else's.
+// Internal to Files.cpp, FileWriting.cpp and Database.cpp.
 #pragma once
 
 #include <string>
@@ -12,10 +12,10 @@ namespace platform {
 [[noreturn]] void RaiseFileError(int error, const std::string& path);
 // Failure 75 for a folder, pipe, socket or device.
 void RequireRegularFile(const struct stat& status, const std::string& path);
-// The same without opening it, which is left to the database engine: a second descriptor that is
-// closed takes the engine's locks along. Failure 53 or 76 when there is nothing.
+// The same without opening the file: closing another descriptor of a database would drop the engine's locks. Failure 53
+// or 76 if it doesn't exist.
 void RequireRegularFile(const std::string& path);
-// Opens without waiting for anybody at the other end.
+// Never blocks waiting for the other end of a pipe.
 int OpenDescriptor(const std::string& path, int flags, unsigned mode = 0);
 struct stat StatusOf(int descriptor, const std::string& path);
 // Opens a regular file for reading.

@@ -1,5 +1,5 @@
-// The writing half of Files.h. New files come into being under O_EXCL | O_NOFOLLOW: what already
-// lies under the name, a link above all, is never written through.
+// The writing half of Files.h. New files are created with O_EXCL | O_NOFOLLOW, so that nothing already there under the
+// name, least of all a link, is written to.
 #include "CodePage.h"
 #include "Failure.h"
 #include "FileAccess.h"
@@ -20,7 +20,7 @@ namespace platform {
 namespace {
 
 constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
-constexpr unsigned NEW_FILE_MODE = 0666; // less the umask
+constexpr unsigned NEW_FILE_MODE = 0666; // before the umask
 constexpr unsigned PRIVATE_MODE = 0600;
 constexpr int LONGEST_CHAIN = 8; // of links
 constexpr int MOST_DRAFTS = 100; // of one process in one folder
@@ -48,8 +48,8 @@ bool LinkStatus(const std::string& path, struct stat& status) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// Where a link leads that the user has made himself, or root has; anybody else's is refused, since
-// it may lead to a file that only this user can write.
+// The target of a link that this user or root has made; anybody else's is refused, since it may lead to a file that
+// only this user can write.
 std::string FollowOwnLinks(std::string path) {
     struct stat status {};
     for (int links = 0; links < LONGEST_CHAIN; ++links) {
@@ -62,7 +62,7 @@ std::string FollowOwnLinks(std::string path) {
     RaiseFileError(ELOOP, path);
 }
 
-// What can't be kept, for want of the right, is left: the content matters more.
+// Without the right to, it leaves the owner as it is: the content matters more.
 void SetOwner(int descriptor, uid_t owner, gid_t group) {
     if (fchown(descriptor, owner, group) != 0)
         static_cast<void>(fchown(descriptor, uid_t(-1), group) == 0);
@@ -73,14 +73,14 @@ void KeepOwnerAndMode(int descriptor, const struct stat& old) {
     fchmod(descriptor, old.st_mode & 0777);
 }
 
-// What root makes in a user's folder is that user's, who could not write it in a later run otherwise.
+// What root creates in a user's folder goes to that user, who couldn't write it in a later run otherwise.
 void GiveToOwnerOfFolder(int descriptor, const std::string& path) {
     struct stat folder {};
     if (geteuid() == 0 && stat(FolderOf(path).c_str(), &folder) == 0 && folder.st_uid != 0)
         SetOwner(descriptor, folder.st_uid, folder.st_gid);
 }
 
-// A draft is locked as long as somebody fills it, so one that can be locked was left by a kill.
+// A draft is locked while somebody writes it, so one that can be locked was left by a killed process.
 void RemoveIfStale(const std::string& draft) {
     struct stat status {};
     if (!LinkStatus(draft, status) || !S_ISREG(status.st_mode) || status.st_uid != geteuid())
@@ -90,7 +90,7 @@ void RemoveIfStale(const std::string& draft) {
         unlink(draft.c_str());
 }
 
-// Once for each folder: it may be a large one.
+// Once per folder, which may be large.
 void RemoveStaleDrafts(const std::string& folder) {
     if (!globals.sweptFolders.insert(fs::absolute(folder).string()).second)
         return;
@@ -102,7 +102,7 @@ void RemoveStaleDrafts(const std::string& folder) {
     }
 }
 
-// The new file beside the one that it is to replace; removed unless it has taken that one's place.
+// The new file, in the folder of the file that it will replace; removed unless it has replaced it.
 class Draft {
 public:
     Draft(const std::string& target, unsigned mode) : file_(-1) {
@@ -123,14 +123,14 @@ public:
     Draft& operator=(const Draft&) = delete;
 
     int Number() const { return file_.number; }
-    // False when `mayReplace` is not set and there is a file of that name by now.
+    // False if `mayReplace` isn't set and a file of that name exists by now.
     bool Place(const std::string& target, bool mayReplace) {
         if (fsync(file_.number) != 0)
             RaiseFileError(errno, target);
         int result = renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), mayReplace ? 0 : RENAME_NOREPLACE);
         if (result != 0 && errno == EEXIST && !mayReplace)
             return false;
-        if (result != 0 && errno == EINVAL) // a file system that can only replace
+        if (result != 0 && errno == EINVAL) // a file system without RENAME_NOREPLACE
             result = rename(path_.c_str(), target.c_str());
         if (result != 0)
             RaiseFileError(errno, target);
@@ -139,7 +139,7 @@ public:
     }
 
 private:
-    // False when the name is taken, or when somebody has found the file stale before it was locked.
+    // False if the name is taken, or somebody removed the file as stale before it was locked.
     bool Begin(unsigned mode, const std::string& target) {
         const int descriptor = open(path_.c_str(), NEW_FILE | O_CLOEXEC, mode);
         if (descriptor < 0 && errno != EEXIST)
@@ -156,8 +156,8 @@ private:
     std::string path_;
 };
 
-// Fills a new file and puts it in the place of `path`; on a failure `path` is as it was. False when
-// `mayReplace` is not set and there is a file of that name.
+// Fills a new file and replaces `named` by it; after a failure the old file is unchanged. False if `mayReplace` isn't
+// set and a file of that name exists.
 template <class Fill> bool ReplaceFile(const std::string& named, bool mayReplace, Fill fill) {
     const std::string path = FollowOwnLinks(named);
     struct stat old {};
@@ -167,7 +167,7 @@ template <class Fill> bool ReplaceFile(const std::string& named, bool mayReplace
     if (exists)
         RequireRegularFile(old, path);
     if (exists && !MayWrite(path))
-        RaiseFileError(errno, path); // a rename would take the place of a write-protected file too
+        RaiseFileError(errno, path); // a rename would replace a write-protected file as well
     Draft draft(path, exists ? PRIVATE_MODE : NEW_FILE_MODE);
     fill(draft.Number());
     if (exists)
@@ -203,8 +203,8 @@ int OpenExistingFile(const std::string& path, int flags) {
     return file.Release();
 }
 
-// A file in place is emptied and keeps owner and mode. One that has other names, by a link of either
-// kind, may be anybody's: the name goes, and a new file takes it.
+// An existing file is emptied and keeps owner and mode. One with other names, by a link of either kind, may be
+// anybody's: a new file takes its name.
 int OpenAnew(const std::string& path) {
     struct stat old {};
     if (!LinkStatus(path, old))
@@ -212,7 +212,7 @@ int OpenAnew(const std::string& path) {
     if (S_ISLNK(old.st_mode) || (S_ISREG(old.st_mode) && old.st_nlink > 1)) {
         struct stat target {};
         if (stat(path.c_str(), &target) == 0)
-            RequireRegularFile(target, path); // the link of a device, /dev/stdout, say, is the system's
+            RequireRegularFile(target, path); // a link to a device, such as /dev/stdout, is the system's
         if (unlink(path.c_str()) != 0)
             RaiseFileError(errno, path);
         Descriptor file(OpenNewFile(path));

@@ -32,7 +32,7 @@ bool Matches(std::string_view pattern, std::string_view name) {
             ++p;
             ++n;
         } else if (star != std::string_view::npos) {
-            p = star + 1; // the star takes one character more
+            p = star + 1; // the star takes one more character
             n = ++retry;
         } else {
             return false;
@@ -87,7 +87,7 @@ void RequireRegularFile(const std::string& path) {
     RequireRegularFile(status, path);
 }
 
-// The first look spares a device or the writer of a pipe the opening, the second is the one that counts.
+// Checked first because opening a device or pipe may have effects, and again because the file may have been replaced.
 int OpenToRead(const std::string& path) {
     RequireRegularFile(path);
     Descriptor file(OpenDescriptor(path, O_RDONLY));

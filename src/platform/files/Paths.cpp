@@ -25,7 +25,7 @@ constexpr const char* LIBRARY = "Twl1394api.so";
 
 struct Globals {
     std::string fixed;   // of UseProgramDirectory
-    std::string program; // found, "" before the first question
+    std::string program; // as found, "" before the first use
 } globals;
 
 std::vector<std::string> Components(const std::string& path) {
@@ -45,19 +45,19 @@ std::string Below(const std::string& folder, const std::string& name) {
     return folder.empty() || folder.back() == '/' ? folder + name : folder + '/' + name;
 }
 
-// Not whether it can be opened: what can't even be looked at is left to the opening.
+// Also true if it can't be examined: opening it reports why.
 bool IsThere(const std::string& path) {
     std::error_code error;
     return fs::symlink_status(path, error).type() != fs::file_type::not_found;
 }
 
-// Looks for all paths that a list of components may mean.
+// Finds all paths that a list of components may mean.
 class Search {
 public:
     explicit Search(const std::vector<std::string>& components) : components_(components) {}
 
-    // Those of the first `count` components below `folder`, from number `index` on. A component
-    // in its exact spelling hides its other spellings wherever the rest is found below it.
+    // Those of the components from `index` up to `count`, below `folder`. The exact spelling of a component hides its
+    // other spellings if the rest of the path is found below it.
     std::vector<std::string> Below(const std::string& folder, std::size_t index, std::size_t count) {
         if (index == count)
             return {folder};
@@ -78,7 +78,7 @@ private:
     std::vector<std::string> OtherSpellings(const std::string& folder, const std::string& name) {
         std::vector<std::string> names;
         if (++foldersRead_ > MOST_FOLDERS_READ)
-            return names; // links that lead back could make this endless
+            return names; // circular links could make this endless
         const std::string wanted = LowerCase(name);
         std::error_code error;
         for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
@@ -101,7 +101,7 @@ bool StartsWithDrive(const std::string& path) {
            ((path[0] >= 'a' && path[0] <= 'z') || (path[0] >= 'A' && path[0] <= 'Z'));
 }
 
-// By the account where the environment doesn't tell: never a folder that others may write.
+// From the user database if HOME isn't set: never a folder that others can write.
 std::string HomeFolder() {
     const char* home = std::getenv("HOME");
     if (home != nullptr && home[0] == '/')
@@ -110,13 +110,13 @@ std::string HomeFolder() {
     return account != nullptr ? account->pw_dir : "/";
 }
 
-// For root too, whom only a read-only file system refuses.
+// For root as well, to whom only a read-only file system denies it.
 bool CanBeWritten(const std::string& directory) {
     return access(directory.c_str(), W_OK) == 0;
 }
 
-// The library has to fit the executable; the other files are the user's once they are there.
-// Through a new file and a rename, since another process may have the old one loaded.
+// The library must match the executable; the other files belong to the user once they exist. It is replaced as a whole,
+// since another process may have the old one loaded.
 void RefreshLibrary(const std::string& from, const std::string& to) {
     const bool same = FindFirstFileA(to) && ReadWholeFile(from) == ReadWholeFile(to);
     if (!same)
@@ -145,7 +145,7 @@ std::vector<std::string> PathsMeant(const std::string& path) {
         exact = Below(exact, component);
     if (IsThere(exact))
         return {exact};
-    // As much of it as is there; the rest keeps its spelling.
+    // As much of it as exists; the rest keeps its spelling.
     std::vector<std::string> meant{start};
     std::size_t found = 0;
     for (; found < components.size(); ++found) {
@@ -171,7 +171,7 @@ std::string Quoted(const std::vector<std::string>& paths) {
     return fmt::format("\"{}\"", fmt::join(paths, "\", \""));
 }
 
-// What can't be copied is missed, and told, by who needs it.
+// Whoever needs a file that couldn't be copied reports it as missing.
 void SeedProgramDirectory(const std::string& from, const std::string& to) {
     ResumeNext next{IgnoreFailure};
     next([&] { fs::create_directories(to); });

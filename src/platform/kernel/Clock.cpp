@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <tuple>
 
 #include <sched.h>
 
@@ -13,8 +14,8 @@ constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 constexpr std::int64_t UNITS_PER_SECOND = 10'000'000;         // of a FileTime
 constexpr std::int64_t SECONDS_1601_TO_1970 = 11'644'473'600; // leap days included
 
-// The kernel ends a sleep 60 to 200 microseconds late. A load sleeps 10 ms for each block, so that
-// this would be a hundredth or two of its time: the end of a sleep is waited out awake.
+// The kernel ends a sleep 60 to 200 microseconds late. A load sleeps 10 ms per block, so this would cost it one or two
+// per cent: the last part of a sleep is a busy wait.
 constexpr std::int64_t WAKE_UP_LATENESS = 200'000;
 
 class RealClock : public Clock {
@@ -90,7 +91,7 @@ bool FileTimeToSystemTime(FileTime fileTime, SystemTime& systemTime) {
 
 SystemTime GetSystemTime() {
     SystemTime systemTime;
-    FileTimeToSystemTime(FileTimeFromUnix(CurrentClock().CalendarNow()), systemTime);
+    std::ignore = FileTimeToSystemTime(FileTimeFromUnix(CurrentClock().CalendarNow()), systemTime);
     return systemTime;
 }
 
@@ -109,7 +110,7 @@ std::uint32_t GetTimeZoneInformation() {
         return TIME_ZONE_ID_INVALID;
     if (calendar.tm_isdst > 0)
         return TIME_ZONE_ID_DAYLIGHT;
-    // A zone changes between the two when any month of the year has daylight saving time.
+    // Daylight saving time in any month of the year means that the zone has it.
     for (int month = 0; month < 12; ++month) {
         tm probe{};
         probe.tm_year = calendar.tm_year;

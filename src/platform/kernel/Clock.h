@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// Where time comes from. The real one is the default; tests put a virtual one in its place.
+// The source of time. The real one is the default; tests replace it with a virtual one.
 class Clock {
 public:
     virtual ~Clock() = default;
@@ -16,7 +16,7 @@ public:
     virtual void Sleep(std::int64_t nanoseconds) = 0;
 };
 
-// Null puts the real clock back. The caller keeps ownership.
+// Null restores the real clock. The caller keeps ownership.
 void UseClock(Clock* clock);
 Clock& CurrentClock();
 
@@ -24,7 +24,7 @@ inline constexpr std::int64_t COUNTER_FREQUENCY = 1'000'000'000; // ticks per se
 
 std::int64_t QueryPerformanceFrequency();
 std::int64_t QueryPerformanceCounter();
-// Gives the window system no turn.
+// The window system gets no turn meanwhile.
 void Sleep(std::uint32_t milliseconds);
 
 // The eight 16-bit fields of the platform's calendar time.
@@ -33,21 +33,21 @@ struct SystemTime {
     bool operator==(const SystemTime&) const = default;
 };
 
-// 100 ns units since 1601-01-01 UTC, -1 for "none".
+// 100 ns units since 1601-01-01 UTC; -1 if there is none.
 using FileTime = std::int64_t;
 FileTime FileTimeFromUnix(std::int64_t nanosecondsSince1970);
 // False for a negative time.
-bool FileTimeToSystemTime(FileTime fileTime, SystemTime& systemTime);
+[[nodiscard]] bool FileTimeToSystemTime(FileTime fileTime, SystemTime& systemTime);
 SystemTime GetSystemTime(); // UTC
 SystemTime GetLocalTime();
 
-// The present state of the local zone.
-inline constexpr std::uint32_t TIME_ZONE_ID_UNKNOWN = 0; // the zone doesn't change between the two
+// The current state of the local time zone.
+inline constexpr std::uint32_t TIME_ZONE_ID_UNKNOWN = 0; // the zone has no daylight saving time
 inline constexpr std::uint32_t TIME_ZONE_ID_STANDARD = 1;
 inline constexpr std::uint32_t TIME_ZONE_ID_DAYLIGHT = 2;
 inline constexpr std::uint32_t TIME_ZONE_ID_INVALID = 0xFFFFFFFF;
 std::uint32_t GetTimeZoneInformation();
-// By the rules of the local zone at that time. False for fields that make no date.
-bool SystemTimeToTzSpecificLocalTime(const SystemTime& utcTime, SystemTime& localTime);
+// By the rules of the local zone at that time. False if the fields aren't a valid date.
+[[nodiscard]] bool SystemTimeToTzSpecificLocalTime(const SystemTime& utcTime, SystemTime& localTime);
 
 } // namespace platform

@@ -1,5 +1,5 @@
-// Message boxes and their kin. The program's are windows; tests script the answers; without
-// either, a box is a line on standard error and every question is declined.
+// Message boxes and other dialogs. The program shows windows, and tests script the answers; without either, a box is a
+// line on standard error and every question is declined.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ class Dialogs {
 public:
     virtual ~Dialogs() = default;
     virtual void MessageBox(const std::string& text, const std::string& caption) = 0; // an OK button
-    // The same for what is no warning.
+    // The same for something that isn't a warning.
     virtual void Inform(const std::string& text, const std::string& caption) { MessageBox(text, caption); }
     virtual bool YesNo(const std::string& text, const std::string& caption) = 0; // true for yes
     // Empty when cancelled.
@@ -19,7 +19,7 @@ public:
     virtual std::string SaveFile(const std::string& title, const std::string& first, const std::string& filter) = 0;
 };
 
-void UseDialogs(Dialogs* dialogs); // null puts the plain one back
+void UseDialogs(Dialogs* dialogs); // null restores the plain ones
 Dialogs& CurrentDialogs();
 
 } // namespace platform

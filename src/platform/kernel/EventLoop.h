@@ -18,7 +18,7 @@ namespace platform {
 class EventLoop : public WindowSystem {
 public:
     EventLoop();           // becomes the current window system
-    ~EventLoop() override; // puts the plain one back
+    ~EventLoop() override; // restores the plain one
     // Ready descriptors, posted calls, due timers. A call that fails leaves the rest for the next turn.
     void Turn() override;
     void Post(std::function<void()> call) override;

@@ -16,8 +16,8 @@ namespace platform {
 
 namespace {
 
-// The lock file of a named mutex. Byte 0 is locked by the owner, byte 1 shared by everybody who
-// has the mutex open; the system gives both back when a process ends, however it ends.
+// The lock file of a named mutex. The owner locks byte 0, and everybody who has the mutex open shares a lock of byte 1;
+// the system releases both when a process ends, however it ends.
 class LockFile {
 public:
     explicit LockFile(const std::string& name) {
@@ -39,7 +39,7 @@ public:
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
 
-    // Why there is no lock to be had; empty when there is.
+    // Why the file can't be locked; empty when it can.
     const std::string& Trouble() const { return trouble_; }
     bool TryOwn() { return Lock(F_WRLCK, OWNER); }
     void Disown() { Lock(F_UNLCK, OWNER); }
@@ -52,7 +52,7 @@ public:
 private:
     static constexpr off_t OWNER = 0, USERS = 1;
 
-    // With the machine's name: homes may be shared between machines, and each has a bus of its own.
+    // With the machine's name: machines may share a home, but each has a bus of its own.
     static std::string FileNameOf(std::string name) {
         char host[256] = "";
         gethostname(host, sizeof host - 1);
@@ -93,7 +93,7 @@ private:
     bool manualReset_, signalled_;
 };
 
-// One object for all handles of one name in this process, so that its owner can take it again.
+// One object for all handles of a name in this process, so that its owner can take it again by any of them.
 class Mutex : public KernelObject {
 public:
     explicit Mutex(std::unique_ptr<LockFile> file) : file_(std::move(file)) {}
@@ -119,7 +119,7 @@ public:
 
 private:
     std::mutex guard_;
-    std::unique_ptr<LockFile> file_; // none for an unnamed mutex
+    std::unique_ptr<LockFile> file_; // null for an unnamed mutex
     std::uint32_t owner_ = 0;
     int count_ = 0;
 };
@@ -211,7 +211,7 @@ std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) {
 }
 
 bool CloseHandle(Handle handle) {
-    // The last handle of a mutex takes its lock file along, and with it the ownership.
+    // Without a handle left, a mutex closes its lock file, which ends the ownership.
     const std::lock_guard guard(globals.guard);
     return globals.objects.erase(handle) == 1;
 }

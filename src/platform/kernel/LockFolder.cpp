@@ -13,7 +13,7 @@ namespace {
 
 constexpr mode_t WRITABLE_BY_OTHERS = S_IWGRP | S_IWOTH;
 
-// The home folder that the system's table of users names.
+// The home folder according to the system's user database.
 std::string HomeOfUser() {
     passwd entry{};
     passwd* found = nullptr;

@@ -1,4 +1,4 @@
-// Where the lock files of this user lie.
+// Where the lock files of this user are.
 #pragma once
 
 #include <string>
@@ -6,16 +6,16 @@
 
 namespace platform {
 
-// A folder that can serve: this user's, and nobody else may write into it.
+// A folder of this user that nobody else can write to.
 bool IsPrivateFolder(const std::string& path);
 
-// The first of these that is a private folder or could be made one; empty when none is. One that is there and isn't
-// private is left as it is: another user may have put it there.
+// The first of these that is a private folder or could be created as one; empty if there is none. An existing folder
+// that isn't private is left as it is: another user may have created it.
 std::string FirstPrivateFolder(const std::vector<std::string>& candidates);
 
-// The folder of all processes of this user on this machine, however they were started: neither HOME nor the session's
-// XDG_RUNTIME_DIR decides, since a job that the system starts has others. An XDG_RUNTIME_DIR that isn't the session's
-// is meant (tests, sandboxes). Empty when there is none.
+// The same for all processes of this user on this machine, however they were started: neither HOME nor the session's
+// XDG_RUNTIME_DIR decides, since they differ in a job that the system starts. Any other XDG_RUNTIME_DIR was set on
+// purpose (tests, sandboxes) and is used. Empty if there is no private folder.
 std::string LockFolder();
 
 } // namespace platform

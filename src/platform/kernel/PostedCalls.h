@@ -1,4 +1,4 @@
-// Calls that other threads have left for the window thread.
+// Calls that any thread leaves for the window thread.
 #pragma once
 
 #include <deque>
@@ -11,8 +11,8 @@ class PostedCalls {
 public:
     void Add(std::function<void()> call);
     bool Empty() const;
-    // Runs what was posted before this call, in order. A turn inside a call goes on with the rest,
-    // and a call that fails leaves the rest for the next turn.
+    // Runs what has been posted so far, in order. A turn inside a call continues with the rest, and a call that fails
+    // leaves the rest for the next turn.
     void Run();
 
 private:

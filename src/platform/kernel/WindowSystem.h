@@ -9,7 +9,7 @@
 
 namespace platform {
 
-// A repeating timer that ticks only while the window system has a turn. Off when made.
+// A repeating timer that ticks only in turns of the window system. Initially off.
 class Timer {
 public:
     virtual ~Timer() = default;
@@ -41,7 +41,7 @@ public:
     virtual void Beep() = 0;
 };
 
-// Null puts the plain one back (posted calls only; its timers never tick, its watches never call).
+// Null restores the plain one (posted calls only; its timers never tick, its watches never call).
 void UseWindowSystem(WindowSystem* windowSystem);
 WindowSystem& CurrentWindowSystem();
 

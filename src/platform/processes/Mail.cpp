@@ -7,13 +7,15 @@
 
 #include <fmt/format.h>
 
+#include <tuple>
+
 namespace platform {
 
 namespace {
 
 constexpr const char* COMPOSER = "xdg-email";
-// The composer's own codes are 1 to 6, all of them failures, and it can't tell what becomes of the
-// mail in the window. 130 is what a program gives that the user has interrupted (128 + SIGINT).
+// The composer's own codes, 1 to 6, are failures; none says what happens to the mail in the window. 130 (128 + SIGINT)
+// is the exit code of a program that the user has interrupted.
 constexpr std::uint32_t COMPOSER_INTERRUPTED = 130;
 
 class NoMail : public Mail {
@@ -39,8 +41,8 @@ bool MayStandInAddressList(char character) {
     return letterOrDigit || std::string_view("-._~@,").find(character) != std::string_view::npos;
 }
 
-// RFC 6068. Whatever the user has typed stays an address: as a bare argument it might read as an
-// option, or be refused for want of an "@" before anybody could mend it.
+// RFC 6068. The composer might take a bare argument for an option, or refuse one that lacks an "@" before the user can
+// correct it.
 std::string MailtoUri(const std::string& addresses) {
     std::string uri = "mailto:";
     for (const char character : addresses)
@@ -94,14 +96,14 @@ void ComposerMail::Send() {
     try {
         Compose(Command(kept));
     } catch (...) {
-        if (!kept.empty()) // nobody is going to read it
+        if (!kept.empty()) // nobody will read it
             Attempt([&] { DeleteFile(kept); }, IgnoreFailure);
         throw;
     }
 }
 
-// The mail program may read the file long after the composer has ended, so it gets one that stays:
-// until the next mail puts another in its place.
+// The mail program may read the file long after the composer has ended, so it gets a copy that stays until the next
+// mail replaces it.
 std::string ComposerMail::KeepAttachment() const {
     const std::string folder = JoinPath(UserFolder("XDG_CACHE_HOME", ".cache"), "mail");
     MakeDirectories(folder);
@@ -127,8 +129,8 @@ std::vector<std::string> ComposerMail::Command(const std::string& attachment) co
 void ComposerMail::Compose(const std::vector<std::string>& command) const {
     const Handle composer = OpenProcess(PROCESS_QUERY_INFORMATION, false, Start(command));
     std::uint32_t exitCode = STILL_ACTIVE;
-    WaitForSingleObject(composer, longestWait_);
-    GetExitCodeProcess(composer, exitCode);
+    std::ignore = WaitForSingleObject(composer, longestWait_); // the exit code says whether it has ended
+    std::ignore = GetExitCodeProcess(composer, exitCode);
     CloseHandle(composer);
     if (exitCode == COMPOSER_INTERRUPTED)
         Raise(MAIL_CANCELLED, "The user cancelled the mail", COMPOSER);

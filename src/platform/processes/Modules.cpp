@@ -11,7 +11,7 @@ namespace platform {
 namespace {
 
 struct Globals {
-    std::string lastError; // of the last load that failed
+    std::string lastError; // of the last failed load
 } globals;
 
 } // namespace
@@ -25,9 +25,9 @@ std::string ModuleFileName(const std::string& name) {
 Module LoadLibraryA(const std::string& path) {
     std::string file = ResolvePath(ModuleFileName(path));
     if (file.find('/') == std::string::npos)
-        file = "./" + file; // never whatever the system's search path holds, never the program itself
+        file = "./" + file; // neither from the system's search path nor the program itself
     struct stat status {};
-    if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) { // a pipe would be waited for
+    if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) { // opening a pipe would block
         globals.lastError = "not a regular file: " + file;
         return nullptr;
     }

@@ -29,7 +29,7 @@ constexpr const char* OPEN_IN_EDITOR = "cmd /c start notepad.exe ";
 constexpr const char* OPEN = "cmd /c start ";
 constexpr const char* DESKTOP_OPENER = "xdg-open";
 
-// A process that Shell has started, or (id 0) a command that is over already.
+// A started process, or (id 0) a command that has finished already.
 class Process : public KernelObject {
 public:
     explicit Process(pid_t id, std::uint32_t exitCode = STILL_ACTIVE) : id_(id), exitCode_(exitCode) {}
@@ -48,7 +48,7 @@ private:
 
 struct Globals {
     std::map<std::int32_t, std::shared_ptr<Process>> started; // by process id
-    std::int32_t lastInProcess = 0;                           // counts down: no process has such an id
+    std::int32_t lastInProcess = 0;                           // counts down: no process has a negative id
 } globals;
 
 bool StartsWith(const std::string& text, const char* start) {
@@ -84,7 +84,7 @@ std::vector<std::string> SplitAtBlanks(const std::string& command) {
     return arguments;
 }
 
-// Ended processes that nobody has a handle of leave no zombies.
+// Ended processes without a handle don't remain as zombies.
 void Reap() {
     std::erase_if(globals.started,
                   [](const auto& entry) { return entry.second.use_count() == 1 && entry.second->TryWait(); });
@@ -110,8 +110,7 @@ std::int32_t RunMakeFolder(const std::string& folder) {
     return globals.lastInProcess;
 }
 
-// Nobody waits for a viewer: the command is over when the viewer has been started, and a thread
-// collects what becomes of it.
+// Nobody waits for a viewer: the command has finished once the viewer has started, and a thread reaps the process.
 std::int32_t RunOpener(const std::vector<std::string>& arguments) {
     const pid_t id = Spawn(arguments);
     std::thread([id] { waitpid(id, nullptr, 0); }).detach();

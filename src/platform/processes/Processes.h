@@ -1,4 +1,4 @@
-// Starting other programs, without a shell in between.
+// Starting other programs, without a shell.
 #pragma once
 
 #include "Handles.h"
@@ -9,21 +9,21 @@
 
 namespace platform {
 
-// What a command text of the platform of old means here: the program and its arguments.
+// A command text as program and arguments. Those of another system's shell are translated:
 //   "cmd /c mkdir X"               make the folder X and those above it (done in-process)
 //   "cmd /c start notepad.exe X"   open X with the desktop's viewer (xdg-open)
 //   "cmd /c start X"               the same
 // Anything else is split at blanks, with double quotes protecting them.
 std::vector<std::string> CommandArguments(const std::string& command);
 
-// Starts it; the process id, or a failure 53. For mkdir an id whose exit code is at hand.
+// Starts the program and returns its process id; failure 53 if that fails. A mkdir has finished by then.
 std::int32_t Shell(const std::string& command);
-// The same for a program (looked for on the PATH) with arguments that are passed on as they are.
+// The same for a program, searched for on the PATH, whose arguments are passed on unchanged.
 std::int32_t Start(const std::vector<std::string>& programAndArguments);
 bool IsOnPath(const std::string& program);
-// A handle that WaitForSingleObject and GetExitCodeProcess take; 0 when the id isn't one of Shell.
-Handle OpenProcess(std::uint32_t desiredAccess, bool inheritHandle, std::int32_t processId);
-// STILL_ACTIVE while it runs. False for a handle that isn't a process.
-bool GetExitCodeProcess(Handle process, std::uint32_t& exitCode);
+// A handle for WaitForSingleObject and GetExitCodeProcess; 0 if the id isn't from Shell or Start.
+[[nodiscard]] Handle OpenProcess(std::uint32_t desiredAccess, bool inheritHandle, std::int32_t processId);
+// STILL_ACTIVE while it runs. False if the handle isn't that of a process.
+[[nodiscard]] bool GetExitCodeProcess(Handle process, std::uint32_t& exitCode);
 
 } // namespace platform

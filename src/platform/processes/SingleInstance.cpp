@@ -7,7 +7,7 @@ namespace platform {
 namespace {
 
 struct Globals {
-    Handle claim = 0; // the mutex that says that this process is the one
+    Handle claim = 0; // the mutex that this process holds as the only instance
 } globals;
 
 } // namespace
@@ -17,7 +17,7 @@ bool ClaimSingleInstance(const std::string& name) {
         return true;
     const Handle mutex = CreateMutexA(false, "instance-" + name);
     if (mutex == 0)
-        return true; // nowhere to keep a lock: better a second instance than none
+        return true; // no place for a lock: better a second instance than none
     if (WaitForSingleObject(mutex, 0) != WAIT_OBJECT_0) {
         CloseHandle(mutex);
         return false;

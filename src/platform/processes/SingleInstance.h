@@ -4,8 +4,8 @@
 
 namespace platform {
 
-// True when this process is the first of this user with that name; the claim ends with the process.
-bool ClaimSingleInstance(const std::string& name);
+// True if this is the only process of this user with that claim, which lasts until the process ends or releases it.
+[[nodiscard]] bool ClaimSingleInstance(const std::string& name);
 void ReleaseSingleInstance();
 
 } // namespace platform

@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <map>
 #include <sys/file.h>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,8 +25,8 @@ namespace {
 
 constexpr int BUSY_TIMEOUT = 2000;  // ms
 constexpr int OPEN_TIMEOUT = 10000; // ms: another program may be shrinking the file on a slow disk
-// Folding the write-ahead log into the file is the only step that waits for the disk: every 8192
-// pages instead of every 1000, a log of 8 MB at most with the store's small pages.
+// Merging the write-ahead log into the file is the only step that waits for the disk. Every 8192 pages instead of every
+// 1000: with the store's small pages that is a log of at most 8 MB.
 constexpr const char* WRITE_AHEAD =
     "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA wal_autocheckpoint = 8192";
 
@@ -54,7 +55,7 @@ std::string WhyNotWritable(const std::string& path) {
     return MayWrite(path) ? "it is read only" : std::strerror(errno);
 }
 
-// Where the engine itself doesn't wait for other programs. False when they took too long.
+// For steps in which the engine itself doesn't wait for other programs. False if they took too long.
 template <class Attempted> bool Persist(Attempted attempt) {
     constexpr int STEP = 10; // ms
     for (int waited = 0; waited < OPEN_TIMEOUT; waited += STEP) {
@@ -76,11 +77,11 @@ void BeginWriteAhead(sqlite3* connection) {
         RaiseEngine(connection);
 }
 
-// Keeps every other program waiting that makes a database in the same folder.
+// Makes every other program wait that creates a database in the same folder.
 class FolderLock {
 public:
     explicit FolderLock(const std::string& path) : folder_(OpenDescriptor(FolderOf(path), O_RDONLY | O_DIRECTORY)) {
-        // A file system without such locks is no obstacle.
+        // A file system without such locks doesn't prevent anything.
         if (!Persist([&] { return flock(folder_.number, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }))
             Raise(PERMISSION_DENIED, "Another program has locked the folder of " + path);
     }
@@ -91,7 +92,7 @@ private:
 
 using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
 
-// One statement and nothing behind it.
+// A single statement.
 Statement Prepare(sqlite3* connection, const std::string& text) {
     sqlite3_stmt* statement = nullptr;
     const char* tail = nullptr;
@@ -104,7 +105,7 @@ Statement Prepare(sqlite3* connection, const std::string& text) {
     return owner;
 }
 
-// The statement again from its start.
+// The statement, ready to run again.
 sqlite3_stmt* Fresh(const Statement& statement) {
     sqlite3_reset(statement.get());
     sqlite3_clear_bindings(statement.get());
@@ -134,7 +135,7 @@ FieldValue ColumnValue(sqlite3_stmt* statement, int column) {
     }
 }
 
-// The word behind FROM.
+// The word after FROM.
 std::string TableOf(const std::string& query) {
     const std::string upper = UpperCase(query);
     const std::size_t from = upper.find(" FROM ");
@@ -157,7 +158,7 @@ struct Recordset::Impl {
           fetch(Prepare(database, "SELECT * FROM " + Quoted(table) + " WHERE rowid = ?1")),
           erase(Prepare(database, "DELETE FROM " + Quoted(table) + " WHERE rowid = ?1")),
           insert(nullptr, &sqlite3_finalize) {
-        // The rows are known by their rowid, values are fetched when asked for.
+        // Only the row IDs are read; values are fetched on demand.
         const Statement select = Prepare(database, "SELECT rowid, " + query.substr(std::string("SELECT ").size()));
         int code = SQLITE_ROW;
         while ((code = sqlite3_step(select.get())) == SQLITE_ROW)
@@ -303,7 +304,7 @@ Database::Database(const std::string& path) {
     RequireRegularFile(resolved);
     connection_ = Open(resolved, SQLITE_OPEN_READWRITE).release();
     try {
-        // Reads the first page, so that a file that isn't a database is told at once.
+        // Reads the first page, so that opening fails if the file isn't a database.
         Run(connection_, "SELECT count(*) FROM sqlite_master");
         if (sqlite3_db_readonly(connection_, "main") != 0)
             whyNotUpdatable_ = WhyNotWritable(resolved);
@@ -348,8 +349,8 @@ bool Database::Compact(const std::string& path) {
     RequireRegularFile(resolved);
     const Connection connection = Open(resolved, SQLITE_OPEN_READWRITE);
     sqlite3_busy_timeout(connection.get(), 0);
-    // Held from the first statement that writes to the closing: a program that opened the file between
-    // the two would know rows by numbers that the second changes.
+    // The lock is held from the first write until the file is closed: VACUUM changes row IDs, which a program that
+    // opened the file in between would already have read.
     Run(connection.get(), "PRAGMA locking_mode = EXCLUSIVE");
     for (const char* statement : {"PRAGMA journal_mode = DELETE", "BEGIN EXCLUSIVE; COMMIT", "VACUUM"}) {
         if (sqlite3_exec(connection.get(), statement, nullptr, nullptr, nullptr) == SQLITE_OK)
@@ -368,7 +369,7 @@ void Database::CreateFrom(const std::string& from, const std::string& path) {
         return;
     for (const char* suffix : {"-wal", "-shm", "-journal"})
         remove((resolved + suffix).c_str());
-    CopyToNewFile(from, path);
+    std::ignore = CopyToNewFile(from, path); // one that exists by now is another program's
 }
 
 void Database::Create(const std::string& path, const std::string& statements) {

@@ -1,6 +1,6 @@
-// The database engine: a file, a query text into a record set, rows added, edited and deleted.
-// SQLite; write-ahead log, so that a kill at any instant leaves a database that opens with every
-// update that had returned. Failures: 3000 with the engine's words.
+// The database engine, SQLite: a query gives a record set, whose rows can be added, edited and deleted. It uses a
+// write-ahead log: after a kill at any moment the database opens with every update that had returned. Failures: 3000
+// with the engine's description.
 #pragma once
 
 #include <cstdint>
@@ -17,18 +17,17 @@ using FieldValue = std::variant<std::monostate, std::int64_t, std::string>; // n
 
 class Database;
 
-// The rows of one query of the form "SELECT * FROM <table> [WHERE ...]", which must stay a single
-// statement. The current row is the first after opening.
+// The rows of a query "SELECT * FROM <table> [WHERE ...]", a single statement. The first row is current initially.
 class Recordset {
 public:
     ~Recordset();
     bool AtEnd() const;
     void MoveFirst();
     void MoveLast();
-    // Field of the current row. Failure for an unknown name.
+    // A field of the current row. Failure for an unknown name.
     FieldValue Field(const std::string& name) const;
     std::string Text(const std::string& name) const; // "" for null
-    // Starts a new row, or an edit of the current one; SetField, then Update stores it.
+    // Begins a new row or an edit of the current one; after SetField, Update stores it.
     void AddNew();
     void Edit();
     void SetField(const std::string& name, FieldValue value);
@@ -45,26 +44,26 @@ private:
 
 class Database {
 public:
-    // Opens an existing file, shared, read and write. Failure when it isn't there or isn't one.
+    // Opens an existing file for reading and writing, shared. Failure if it doesn't exist or isn't a database.
     explicit Database(const std::string& path);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
-    // Where only a lock of another program stood in the way, this tries again.
+    // If only another program's lock prevented writing, this tries again.
     bool Updatable();
-    // In the system's words, for one that can be read only; else "".
+    // The system's reason if it can only be read; else "".
     const std::string& WhyNotUpdatable() const { return whyNotUpdatable_; }
     std::unique_ptr<Recordset> OpenRecordset(const std::string& query);
-    // Runs statements that give no rows.
+    // Runs statements that return no rows.
     void Execute(const std::string& statements);
 
-    // Shrinks the file in place, where owner, mode and whoever opens it meanwhile stay what they are.
-    // False, with nothing done, while anybody has it open.
-    static bool Compact(const std::string& path);
-    // Makes the missing file `path` a copy of `from`; one that another program makes first stays. What
-    // a killed program left of an earlier file of that name goes: the engine would put it into this one.
+    // Shrinks the file in place, which keeps owner and mode and is safe for whoever opens it meanwhile. False, with
+    // nothing done, while anybody has it open.
+    [[nodiscard]] static bool Compact(const std::string& path);
+    // Creates `path` as a copy of `from` unless another program does so first. What a killed program left of an earlier
+    // file of that name is removed: the engine would merge it into this one.
     static void CreateFrom(const std::string& from, const std::string& path);
-    // A new file with these statements run.
+    // Creates the file and runs the statements in it.
     static void Create(const std::string& path, const std::string& statements);
 
 private:

@@ -22,7 +22,7 @@ std::string SettingsFile() {
     return JoinPath(UserFolder("XDG_CONFIG_HOME", ".config"), "settings.json");
 }
 
-// Null when there is no file, discarded when it isn't one of settings.
+// Null if there is no file, discarded if it doesn't hold settings.
 json ReadSettings() {
     json settings;
     Attempt(
@@ -36,7 +36,7 @@ json ReadSettings() {
     return settings;
 }
 
-// An unreadable store is put aside, not thrown away.
+// An unreadable file is copied before it is replaced.
 json SettingsToChange() {
     json settings = ReadSettings();
     if (settings.is_discarded())

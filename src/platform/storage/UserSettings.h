@@ -1,16 +1,16 @@
-// The per-user settings store of the operating system: a JSON file in the user's configuration
-// folder (XDG_CONFIG_HOME or ~/.config, then HoistlineApp/settings.json), replaced atomically.
+// The per-user settings: a JSON file in the user's configuration folder, replaced atomically
+// (HoistlineApp/settings.json in XDG_CONFIG_HOME or ~/.config).
 #pragma once
 
 #include <string>
 
 namespace platform {
 
-// The default when there is no such value or no readable store.
+// `defaultValue` if there is no such value or no readable file.
 std::string GetUserSetting(const std::string& section, const std::string& key, const std::string& defaultValue);
-// False when it could not be stored.
+// False if it couldn't be stored.
 bool SaveUserSetting(const std::string& section, const std::string& key, const std::string& value);
-// For tests: another file; empty undoes it.
+// For tests: uses another file; empty undoes it.
 void UseUserSettingsFile(const std::string& path);
 
 } // namespace platform

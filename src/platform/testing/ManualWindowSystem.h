@@ -15,7 +15,7 @@ namespace platform::testing {
 class ManualWindowSystem : public WindowSystem {
 public:
     ManualWindowSystem();           // becomes the current one
-    ~ManualWindowSystem() override; // puts the plain one back
+    ~ManualWindowSystem() override; // restores the plain one
     // Ready descriptors (which a test makes so, by a write, say), posted calls, `eachTurn`, due timers.
     void Turn() override;
     void Post(std::function<void()> call) override;
@@ -24,8 +24,8 @@ public:
                                                                    std::function<void()> call) override;
     void Beep() override { ++beeps; }
 
-    // The message loop: turns, and between them sleeps to the next due timer, until `done` is
-    // true or that much time has passed. True when done.
+    // The message loop: turns, and between them sleeps until the next timer is due, until `done` is true (then true) or
+    // that much time has passed.
     bool RunUntil(const std::function<bool()>& done, std::int64_t milliseconds);
 
     std::function<void()> eachTurn; // what else has a turn, such as the events of a toolkit

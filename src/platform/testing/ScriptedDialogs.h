@@ -1,4 +1,4 @@
-// Dialogs whose answers a test lays down beforehand.
+// Dialogs that a test answers in advance.
 #pragma once
 
 #include "Dialogs.h"
@@ -22,7 +22,7 @@ public:
         std::string text, caption, first;
     };
     std::vector<Shown> shown;        // every dialog, in order
-    std::deque<std::string> answers; // "yes" or "no", or the text; none left: no, empty
+    std::deque<std::string> answers; // "yes" or "no", or a text; then always no, or empty
 };
 
 } // namespace platform::testing

@@ -1,4 +1,4 @@
-// A mail facility that writes down what is asked of it and sends nothing.
+// A mail service that records the calls and sends nothing.
 #pragma once
 
 #include "Failure.h"
@@ -30,12 +30,12 @@ public:
             Raise(sendFails, "scripted");
     }
 
-    bool session = false;       // one is there already
-    bool signsOn = true;        // SignOn brings one about
-    std::int32_t sendFails = 0; // the number of Send's failure, 0 for none
-    std::string steps;          // each with "; " behind it
+    bool session = false;       // there is one already
+    bool signsOn = true;        // SignOn opens one
+    std::int32_t sendFails = 0; // the failure number of Send; 0: it succeeds
+    std::string steps;          // each followed by "; "
     std::string attachment;
-    ByteArray sent; // what the attachment held at Send
+    ByteArray sent; // the content of the attachment at Send
 };
 
 } // namespace platform::testing

@@ -4,7 +4,7 @@
 
 namespace platform::testing {
 
-// A folder of its own for one test, removed with everything in it.
+// A new folder, removed with everything in it.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();

@@ -26,7 +26,7 @@ void VirtualClock::Sleep(std::int64_t nanoseconds) {
         due_.erase(first);
         call();
     }
-    now_ = std::max(now_, end); // a call may have slept beyond it
+    now_ = std::max(now_, end); // a call may have slept past it
 }
 
 void VirtualClock::CallAt(std::int64_t due, std::function<void()> call) {

@@ -1,4 +1,4 @@
-// Time that passes only when told to.
+// Time that passes only while somebody sleeps.
 #pragma once
 
 #include "Clock.h"
@@ -11,11 +11,11 @@ namespace platform::testing {
 class VirtualClock : public Clock {
 public:
     VirtualClock();           // becomes the current clock
-    ~VirtualClock() override; // puts the real one back
+    ~VirtualClock() override; // restores the real one
     std::int64_t Now() override { return now_; }
     std::int64_t CalendarNow() override { return calendarStart_ + now_; }
     void Sleep(std::int64_t nanoseconds) override;
-    // Calls `call` while time passes `due` (at once at the next passing of time if it lies behind).
+    // Runs `call` as time passes `due`, or in the next sleep if `due` is in the past.
     void CallAt(std::int64_t due, std::function<void()> call);
     void SetCalendar(std::int64_t nanosecondsSince1970);
 

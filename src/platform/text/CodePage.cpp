@@ -35,7 +35,7 @@ void AppendUtf8(std::string& text, std::uint32_t character) {
     }
 }
 
-// The character at `at` and how many bytes it takes; 0 bytes for broken UTF-8.
+// The character at `at` and its length in bytes; 0 bytes for invalid UTF-8.
 std::pair<std::uint32_t, std::size_t> DecodeUtf8(std::string_view text, std::size_t at) {
     const auto byte = [&](std::size_t i) { return std::uint8_t(text[i]); };
     const std::uint8_t lead = byte(at);
@@ -52,7 +52,7 @@ std::pair<std::uint32_t, std::size_t> DecodeUtf8(std::string_view text, std::siz
             return {0, 0};
         character = character << 6 | (byte(at + i) & 0x3F);
     }
-    constexpr std::array<std::uint32_t, 5> SMALLEST{0, 0, 0x80, 0x800, 0x10000}; // less is over-long
+    constexpr std::array<std::uint32_t, 5> SMALLEST{0, 0, 0x80, 0x800, 0x10000}; // smaller ones are over-long
     const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
     if (character < SMALLEST[length] || surrogate || character > 0x10FFFF)
         return {0, 0};
@@ -133,7 +133,7 @@ double LeadingNumber(std::string_view text) {
         number += c;
     }
     double value = 0;
-    std::from_chars(number.data(), number.data() + number.size(), value); // knows no locale
+    std::from_chars(number.data(), number.data() + number.size(), value); // independent of the locale
     return value;
 }
 
@@ -148,7 +148,7 @@ std::int32_t NumberFromText(std::string_view text) {
         Raise(TYPE_MISMATCH, DescriptionOf(TYPE_MISMATCH));
     if (error == std::errc::result_out_of_range || value < -2147483648.5 || value >= 2147483647.5)
         Raise(OVERFLOW_FAILURE, DescriptionOf(OVERFLOW_FAILURE));
-    return std::int32_t(std::nearbyint(value)); // halves to even
+    return std::int32_t(std::nearbyint(value)); // halves go to the even neighbour
 }
 
 } // namespace platform

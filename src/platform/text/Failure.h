@@ -1,5 +1,5 @@
-// The one kind of run-time failure of the program, and the only vocabulary for it: Attempt, ResumeNext, ResultOf and
-// Finally. Each module adds one reporter, LogFailure(procedure), which they all take.
+// The only kind of run-time failure in the program, and its vocabulary: Attempt, ResumeNext, ResultOf and Finally. They
+// take a reporter; each module has one, LogFailure(procedure).
 #pragma once
 
 #include <cstdint>
@@ -37,15 +37,15 @@ struct Failure : std::exception {
 
 [[noreturn]] void Raise(std::int32_t number, std::string description, std::string source = {});
 
-// The number for an errno, and the words that go with a number.
+// The failure number for an errno, and the description of a number.
 std::int32_t NumberOfError(int error);
 std::string DescriptionOf(std::int32_t number);
 
-// The exception being handled as a Failure: itself, or the nearest number for one of the
-// language's library (bad_alloc 7, out_of_range 9, invalid_argument 5, file system errors by errno).
+// The exception being handled, as a Failure. Those of the standard library get the nearest number (bad_alloc 7,
+// out_of_range 9, invalid_argument 5, file system errors by errno).
 Failure CurrentFailure();
 
-// Runs `step`; a failure goes to `report` instead of the caller. True when the step ran to its end.
+// Runs `step`; a failure goes to `report` instead of the caller. True if there was none.
 template <class Step, class Report> bool Attempt(Step&& step, Report&& report) {
     try {
         step();
@@ -56,8 +56,8 @@ template <class Step, class Report> bool Attempt(Step&& step, Report&& report) {
     }
 }
 
-// "Goes on with the next statement": each call runs one statement, and a failure in it is
-// reported and the next call runs all the same.
+// For procedures that continue with the next statement after a failure: each call runs one statement and reports its
+// failure.
 //   ResumeNext next{[](const Failure& f) { StatusDisplay(LEVEL_ERROR, ...); }};
 //   next([&] { first(); });
 //   next([&] { second(); });
@@ -72,15 +72,14 @@ private:
     Report report_;
 };
 
-// The result code of `steps`. After a failure, which is reported, it is -1: work that broke off is never taken for
-// work that succeeded.
+// The result code of `steps`, or -1 after a failure, which is reported.
 template <class Steps, class Report> std::int32_t ResultOf(Steps&& steps, Report&& report) {
     std::int32_t result = -1;
     Attempt([&] { result = steps(); }, std::forward<Report>(report));
     return result;
 }
 
-// The result of `steps`; `giveBack` runs after it on every path.
+// The result code of `steps`; `giveBack` runs after them on every path.
 template <class Steps, class GiveBack> std::int32_t Finally(Steps&& steps, GiveBack&& giveBack) {
     std::int32_t result = -1;
     try {
@@ -93,7 +92,7 @@ template <class Steps, class GiveBack> std::int32_t Finally(Steps&& steps, GiveB
     return result;
 }
 
-// For procedures that go on without a word.
+// The reporter of procedures that ignore failures silently.
 inline constexpr auto IgnoreFailure = [](const Failure&) {};
 
 } // namespace platform

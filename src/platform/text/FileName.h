@@ -1,5 +1,5 @@
-// A file of which messages show another spelling than the one that was typed: the command line is
-// worked on in capitals, and only the typed spelling tells "App.twd" from "app.twd".
+// A file name that messages show in another spelling than the one that was typed: the command line is processed in
+// capitals, and only the typed spelling distinguishes "App.twd" from "app.twd".
 #pragma once
 
 #include <fmt/format.h>
