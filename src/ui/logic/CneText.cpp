@@ -12,8 +12,7 @@ namespace {
 
 constexpr std::string_view CUT = "\r\n*** The text is cut here: the data goes on. ***\r\n";
 
-// How many bytes the line end at `at` takes: a NUL is one, and so are a CR and LF of the data; 0 for
-// any other byte.
+// The length of the line end at `at`, which is a NUL or CR LF; 0 for any other byte.
 std::size_t LineEndAt(const ByteArray& bytes, std::size_t at) {
     if (at >= bytes.size())
         return 0;
@@ -37,7 +36,7 @@ public:
         ++lineLength_;
     }
 
-    // The first of a pair stands on a line of its own, the second behind it.
+    // The first string of a pair starts a line, the second follows it.
     void LineEnd() {
         const bool beforeKey = lineEnds_++ % 2 == 0;
         if (depth_ > 0 && !beforeKey)
@@ -61,7 +60,7 @@ private:
     }
 
     ByteArray ansi_;
-    std::int64_t depth_ = 0; // of groups; below 0 where more are closed than were opened
+    std::int64_t depth_ = 0; // of groups; negative if more were closed than opened
     std::size_t lineEnds_ = 0, lineLength_ = 0;
 };
 
@@ -78,8 +77,8 @@ std::string TextOf(const ByteArray& cne) {
             continue;
         }
         at += lineEnd;
-        // A bracket between two line ends joins the line before; its second line end then isn't the
-        // first of another such three.
+        // A bracket between two line ends belongs to the line before; the second line end then doesn't begin another
+        // such group of three.
         const bool closes = at < cne.size() && cne[at] == ']';
         if (const std::size_t second = closes ? LineEndAt(cne, at + 1) : 0; second > 0) {
             writer.Byte(']');

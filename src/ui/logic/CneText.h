@@ -10,11 +10,11 @@
 
 namespace cneText {
 
-// Deeper groups are indented as those of this depth.
+// Deeper groups are indented like those of this depth.
 inline constexpr std::size_t DEEPEST_INDENT = 64;
-// Characters of a text; behind the line that passes them stands that the text was cut.
+// In characters; a text ends after the line that exceeds this, with a note that it was cut.
 inline constexpr std::size_t LONGEST_TEXT = 4 << 20;
-// Characters of a line; a longer one goes on in the next. No view lays out a line of megabytes.
+// In characters; a longer line goes on in the next, since no view can lay out a line of megabytes.
 inline constexpr std::size_t LONGEST_LINE = 16384;
 
 // Inside a group a line for each pair, "key=value", indented by depth. Line ends are CR LF.

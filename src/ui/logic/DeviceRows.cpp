@@ -133,7 +133,7 @@ void FillPanelFromTarget(Panel& panel, const BootloaderTarget& target) {
                                    FormatVersion(info.HardwareVersion));
 }
 
-// Of a row that isn't a target's.
+// For a row without a target.
 std::string WhyNobodyCanCommand(const Device& device) {
     if (IsLocalHost(device))
         return "This row is the computer itself.  Pick a device.";

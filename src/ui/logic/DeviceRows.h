@@ -25,13 +25,13 @@ enum ColumnNumber : std::size_t { DRIVER, NODE, ID, STATE, MANUFACTURER, MODEL, 
 
 struct Row {
     std::array<std::string, COLUMNS> text;
-    bool running = false;       // a target in state 2: the selection is brought along
-    std::int32_t badState = -1; // a state that a target can't have, to be logged; else -1
+    bool running = false;       // a target in state 2: the selection follows it
+    std::int32_t badState = -1; // an invalid target state, to be logged; otherwise -1
 };
 Row RowOf(const Device& device);
 
-// What to do when the bus shows nothing to work on, and where that leads: "#" and a command of the device window,
-// or a page of the user guide. Empty while the bus is being read, or when it does.
+// What to do if the bus has no device to work on. A link's target is "#" and a command of the device window, or a page
+// of the user guide. Empty while the bus is being read, and if there is a device.
 struct Hint {
     struct Link {
         std::string caption, target;
@@ -41,20 +41,20 @@ struct Hint {
 };
 Hint HintOfBus();
 
-// The words of a cell that there is room for, from the first on: a version before its date, a date before its time.
-// The first word stays in any case.
+// As many of a cell's words as there is room for, at least the first: a version rather than its date, a date rather
+// than its time.
 std::string WordsThatFit(const std::string& text, const std::function<bool(const std::string&)>& fits);
 
-// Whether the ID column's text is worth remembering as the selected one: 16 hexadecimal digits less
-// blanks, not all zero, and beginning with one of 0 to 9.
+// Whether the text of the ID column is remembered as the selection: 16 hexadecimal digits apart from blanks, not all
+// zero, the first one 0 to 9.
 bool IsMemorableId(const std::string& idColumn);
 
-// Twips (15 to a pixel) of each column; a width that isn't above 0 leaves a column alone.
+// A column's width in twips (15 to a pixel); one that isn't above 0 leaves the column as it is.
 std::int32_t ColumnWidth(std::int32_t gridWidthTwips, double share);
 
 inline constexpr const char* PICK_A_DEVICE = "Pick a device in the list first.";
 
-// The panel. Every text is set; an empty panel is Panel{} .
+// The texts of the panel; Panel{} is an empty one.
 struct Panel {
     std::string lblDriver = "Driver: ";
     std::string lblNode = "Node: ";
@@ -67,9 +67,9 @@ struct Panel {
     std::string lblBootloaderGuidInfo = "ID (InfoReg):    ";
     std::string lblBootloaderGuidGet = "ID (Bootloader): ";
     std::string txtApplicationImageVersion, txtDebugMonitorVersion, txtBootloaderVersion;
-    bool targetBehindRow = false;   // shell, resets, factory defaults
-    bool bootloaderRunning = false; // the bootloader menu, the firmware updates
-    // Why these commands are off, and what to do about it; empty where they aren't.
+    bool targetBehindRow = false;   // enables shell, resets, factory defaults
+    bool bootloaderRunning = false; // enables the bootloader menu and firmware updates
+    // Why these commands are disabled, and what to do about it; empty if they aren't.
     std::string whyNoTarget = PICK_A_DEVICE, whyNoBootloader = PICK_A_DEVICE;
 };
 // `targetIndex` is the index in the target list, -1 for none.

@@ -1,4 +1,4 @@
-// What the memory viewer decides, without a widget: how many bytes a line holds, and what is looked for.
+// What the memory viewer decides, without a widget: how many bytes a line holds, and what is found.
 #pragma once
 
 #include "Bytes.h"
@@ -11,19 +11,19 @@
 
 namespace hexDump {
 
-// Bytes a line for a text box of that width in twips: multiples of 4, at least 4.
+// Bytes per line for a text box of that width in twips: a multiple of 4, at least 4.
 std::int32_t ColumnsOfWidth(std::int32_t width);
 
-// What a text to find stands for: its characters and, when it reads as bytes in hex ("0A 1B", "0x0a1b"),
-// those too. No empty ones.
+// The byte strings that a search text matches: its characters and, if it reads as hex ("0A 1B", "0x0a1b"), those bytes.
+// Never an empty one.
 std::vector<ByteArray> SoughtBytes(std::string_view text);
 
 struct Range {
-    std::size_t begin = 0, end = 0; // behind the last
+    std::size_t begin = 0, end = 0; // after the last
     bool operator==(const Range&) const = default;
 };
-// The first place from `start` on where one of them stands, then from the beginning again; backward, the
-// last place that begins before `start`, then from the end again.
+// The first occurrence of any of them from `start` on, then from the beginning again; backward, the last one that
+// begins before `start`, then from the end again.
 std::optional<Range> Find(const ByteArray& bytes, const std::vector<ByteArray>& sought, std::size_t start,
                           bool backward = false);
 

@@ -19,7 +19,7 @@ constexpr std::int32_t FLASH_WRITE_FAILED = -3; // a target's status
 constexpr const char* UNTOUCHED = "  The device was left as it was.";
 constexpr const char* WITHOUT_IMAGE = "  The old image is gone: load again before the device is restarted.";
 
-// What a device says of a block itself, unlike the codes of the layers below and of a missing answer.
+// A device's own verdict on a block, unlike the codes of the layers below and of a missing answer.
 bool IsStatusOfDevice(std::int32_t code) {
     using namespace basBootloader;
     constexpr std::int32_t NOT_THE_DEVICES[] = {FAILED,
@@ -36,7 +36,7 @@ bool IsStatusOfDevice(std::int32_t code) {
     return std::ranges::find(NOT_THE_DEVICES, code) == std::end(NOT_THE_DEVICES);
 }
 
-// The load never got as far as the device; empty for the other failures.
+// Failures before the device was involved; empty for the others.
 std::string CauseBefore(DownloadFailure::Stage stage) {
     using Stage = DownloadFailure::Stage;
     switch (stage) {
@@ -113,7 +113,7 @@ std::string Bar(const LoadProgress& progress, double elapsedMilliseconds, bool f
     std::string text = fmt::format("{} of {} bytes", progress.bytes, progress.length);
     if (progress.bytes <= 0 || elapsedMilliseconds <= 0)
         return text;
-    const double rate = static_cast<double>(progress.bytes) / elapsedMilliseconds; // bytes a ms are kB a second
+    const double rate = static_cast<double>(progress.bytes) / elapsedMilliseconds; // bytes per ms, or kB per second
     return text + fmt::format(", {:.1f} kB/s, {:.0f} s left", rate,
                               static_cast<double>(progress.length - progress.bytes) / rate / 1000);
 }

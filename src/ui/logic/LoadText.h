@@ -1,5 +1,4 @@
-// What the firmware browser says of a load beside its fixed texts: the phase while it runs, and the cause
-// where it has failed.
+// What the firmware browser says about a load: the phase while it runs, and the cause of a failure.
 #pragma once
 
 #include "ImageDownload.h"
@@ -11,13 +10,13 @@ namespace loadText {
 
 // The line below the status while a load runs. `sentAgain`: blocks that needed more than one try so far.
 std::string Phase(const basBootloader::LoadProgress& progress, std::int32_t sentAgain, bool failed);
-// On the bar: "erasing flash, 3 s", "65536 of 131072 bytes, 53.8 kB/s, 2 s left". The time is that of the step.
+// On the bar: "erasing flash, 3 s", "65536 of 131072 bytes, 53.8 kB/s, 2 s left". The time is that of the current step.
 std::string Bar(const basBootloader::LoadProgress& progress, double elapsedMilliseconds, bool failed);
 // The line below the status when a load has succeeded.
 inline constexpr const char* GOOD_CRC =
     "CRC good: the device has compared what it holds now with the CRC of the package.";
-// Why a load has failed and what to do, empty without a failure. `onTheBus`: whether the target is still there;
-// `busReset`: whether a bus reset that came meanwhile is still to be looked into.
+// Why a load has failed and what to do; empty without a failure. `onTheBus`: whether the target is still there;
+// `busReset`: whether a bus reset has occurred that isn't handled yet.
 std::string Cause(const basBootloader::DownloadFailure& failure, bool onTheBus, bool busReset);
 
 } // namespace loadText

@@ -68,8 +68,7 @@ std::string Misfit(const TwdHeader& header, const BootloaderTarget& target, bool
 void Describe(View& view, const TwdHeader& header, const BootloaderTarget* target, std::int32_t handle,
               bool overrideHardware, std::int64_t fileSize) {
     using namespace basBootloader;
-    view.lblSoftwareInfo =
-        "Info Text: " + header.InfoText.substr(0, header.InfoText.find('\0')); // NULs show as nothing
+    view.lblSoftwareInfo = "Info Text: " + header.InfoText.substr(0, header.InfoText.find('\0')); // NULs aren't shown
     view.lblSoftwareID = "Software ID: " + DecimalAndHex(header.SoftwareID);
     view.lblSoftwareBuiltOn =
         fmt::format("Build date: {} {} / {}(local)", FormatTwdDate(header.ImageDate), FormatTwdTime(header.ImageTime),

@@ -11,7 +11,7 @@
 
 namespace packageText {
 
-// The labels and what can be done. The default is what stands there before a file is picked.
+// The labels and the available commands. The defaults apply until a file is picked.
 struct View {
     std::string lblFilename = "Filename: <none selected>";
     std::string lblSoftwareID = "Software ID: <unknown>";
@@ -21,7 +21,7 @@ struct View {
     std::string lblSoftwareInfo = "Software Info: <unknown>";
     std::string lblPath, lblCompatibleHardware, lblVendorCompatibility;
     std::string lblPackagesIncluded = "Package included: <no image selected>";
-    // Why a command isn't available; where nothing stands, it is.
+    // Why a command isn't available; empty if it is.
     std::string noImage = "Pick a package first.", noConfig = noImage, noView = noImage;
     const std::string& noBoth() const { return noImage.empty() ? noConfig : noImage; }
     std::string detail; // the line below the status: why nothing of the file can be loaded
@@ -35,7 +35,7 @@ void Describe(View& view, const TwdHeader& header, const BootloaderTarget* targe
 // The view of a file that isn't a package or can't be read.
 void DescribeNoPackage(View& view);
 
-// The most that the browser reads of a package.
+// The browser reads at most this many bytes of a package.
 inline constexpr std::int64_t READ_LIMIT = 10'000'000;
 
 // The file list: "2026-11-24 15:30:00 (local)" or "... utc", "123 kB", "overflow" from 4 GB on.

@@ -7,7 +7,7 @@ namespace places {
 
 namespace {
 
-// A tmpfs is none of them: what the system keeps in one lies in its own folders.
+// Not tmpfs: those that the system uses are below its own folders.
 constexpr std::string_view NOT_FOR_FILES[] = {
     "autofs",     "binfmt_misc", "bpf",      "cgroup",     "cgroup2",     "configfs", "debugfs",
     "devpts",     "devtmpfs",    "efivarfs", "fuse.lxcfs", "fuse.portal", "fusectl",  "fuse.gvfsd-fuse",

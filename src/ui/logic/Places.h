@@ -5,7 +5,7 @@
 
 namespace places {
 
-// Whether a mount can hold a user's files: not the system's own folders, nor what only looks like a file system.
+// Whether a mount can hold a user's files, unlike the system's own folders and pseudo file systems.
 bool HoldsUserFiles(std::string_view mountPoint, std::string_view fileSystemType);
 
 } // namespace places

@@ -8,7 +8,7 @@ namespace shellEscapes {
 namespace {
 
 constexpr std::uint8_t BELL = 7, CANCEL = 24, SUBSTITUTE = 26, ESCAPE = 27, BLANK = 32, DELETE = 127;
-constexpr std::size_t LONGEST_STRING = 1024; // a window title; what goes on longer is text
+constexpr std::size_t LONGEST_STRING = 1024; // enough for a window title; anything longer is text
 constexpr unsigned LARGEST_NUMBER = 9999;
 constexpr std::string_view STRINGS = "]PX^_"; // OSC, DCS, SOS, PM, APC
 

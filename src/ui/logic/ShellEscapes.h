@@ -1,6 +1,6 @@
-// The escape sequences in a console's output, byte by byte: a sequence may be cut anywhere and may be
-// endless, it never takes more memory than this. Sequences as in ECMA-48; the bytes 128 to 159 are
-// characters here, since consoles print in an 8-bit code page.
+// Parses the escape sequences in a console's output byte by byte, in constant memory: a sequence may be cut anywhere
+// and may be endless. Sequences as in ECMA-48; the bytes 128 to 159 are characters here, since consoles print in an
+// 8-bit code page.
 #pragma once
 
 #include <array>
@@ -13,16 +13,16 @@ struct Sequence {
     bool control = false;                        // ESC [ ... (CSI); else ESC and one character
     bool unusual = false;                        // with a private marker, an intermediate or a colon in it
     std::uint8_t final = 0;                      // the character that says what it does
-    std::array<std::uint16_t, 16> parameters{};  // 9999 at most each; more of them are left out
-    std::size_t count = 0;                       // of parameters that stand there
-    std::size_t Number(std::size_t index) const; // a parameter that is missing or 0 stands for 1
+    std::array<std::uint16_t, 16> parameters{};  // 9999 at most each; further ones are ignored
+    std::size_t count = 0;                       // of parameters present
+    std::size_t Number(std::size_t index) const; // a parameter that is missing or 0 counts as 1
 };
 
 class Parser {
 public:
     enum class Found { Nothing, Character, WholeSequence };
-    // Whether the byte belongs to the text, ends a sequence, or neither. Strings (ESC ] and others) are passed
-    // over; a control character within a sequence ends it, so that a device that starts over in one is read.
+    // Whether the byte belongs to the text, ends a sequence, or neither. Strings (ESC ] and others) are skipped. A
+    // control character within a sequence ends it, so that output is read again after a restart in the middle of one.
     Found Take(std::uint8_t byte);
     bool InText() const { return state_ == State::Text; }
     const Sequence& Last() const { return sequence_; }

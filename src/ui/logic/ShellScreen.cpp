@@ -110,7 +110,7 @@ void ShellScreen::Paint(Line& line, std::size_t from, std::size_t to) const {
 void ShellScreen::LineFeed() {
     returned_ = false;
     if (!addressed_) {
-        Changed(cursor_.line); // its row may be followed by one now
+        Changed(cursor_.line); // another row may follow it now
         lines_.emplace_back();
         cursor_ = {EndLine() - 1, 0};
         own_.returnIsLeft = false;
@@ -133,8 +133,8 @@ void ShellScreen::Return() {
     ++own_.position;
 }
 
-// A backspace takes what its own block has added; when nothing of that is left it reaches further back,
-// but only as far as it has come below where the block began.
+// A backspace removes what its own block has added. When nothing of that is left it reaches further back, but only when
+// it goes further below the block's start than any before it.
 void ShellScreen::RubOut() {
     if (addressed_) {
         cursor_.column -= std::min<std::size_t>(cursor_.column, 1);

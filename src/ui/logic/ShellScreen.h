@@ -1,10 +1,9 @@
-// A terminal's screen without a window: what console output makes of its lines. Pure, and bounded
-// whatever a device sends.
+// A terminal's screen without a window: turns console output into lines. Bounded whatever a device sends.
 //
-// Text is added at the end, and a backspace takes away what stands before it, as far back as it goes;
-// a carriage return without a line feed does nothing. A line that a device edits with escape sequences
-// (cursor, erase) is a terminal's line until the next new one: there a backspace and a carriage return
-// move the cursor, and characters replace others.
+// Text is added at the end, and a backspace removes the character before it, as far back as there are any; a carriage
+// return without a line feed does nothing. A line that a device edits with escape sequences (cursor, erase) behaves
+// like a terminal's until the next line: there a backspace and a carriage return move the cursor, and characters
+// overwrite others.
 #pragma once
 
 #include "Bytes.h"
@@ -31,10 +30,10 @@ public:
     };
     struct Line {
         std::string text;          // the device's 8-bit characters
-        std::vector<Style> styles; // one a character; none at the end for those without a style
+        std::vector<Style> styles; // one per character; none for trailing characters without a style
         Style StyleAt(std::size_t column) const { return column < styles.size() ? styles[column] : Style{}; }
     };
-    // Lines have numbers that last: the first one is 0, also when it is no longer kept.
+    // Line numbers are permanent: the first line is 0, even if it is no longer kept.
     struct Place {
         std::int64_t line = 0;
         std::size_t column = 0;
@@ -49,11 +48,11 @@ public:
         std::string text;
     };
 
-    // A single 0 changes nothing, any other is shown as a blank.
+    // A block of a single 0 changes nothing; any other 0 is shown as a blank.
     void Write(const ByteArray& block);
-    // After it no escape sequence is carried on; with `startsOver` no style either.
+    // Ends an unfinished escape sequence; with `startsOver` also the style.
     void AddMark(const std::string& text, bool startsOver);
-    // What cursor addresses count in: cells a line, lines.
+    // The screen to which cursor addresses refer, in cells and lines.
     void SetSize(std::size_t columns, std::size_t rows);
     // Lines kept; 0 keeps every line.
     void SetScrollBack(std::size_t lines);
@@ -65,16 +64,16 @@ public:
     Place Cursor() const { return cursor_; }
     // The first line since the device cleared the screen; the lines above are kept, but out of view.
     std::int64_t ClearedTo() const { return floor_; }
-    // The first line that has changed since this was asked last.
+    // The first line that has changed since the last call.
     std::int64_t TakeChanged();
     std::string Text() const; // a LF between two lines
 
 private:
     using Sequence = shellEscapes::Sequence;
-    // What this block has added, for the rule of its backspaces.
+    // What the current block has added, which limits its backspaces.
     struct Own {
         std::size_t characters = 0;
-        bool returnIsLeft = false; // a backspace has taken the LF of a line end, the next one takes its CR
+        bool returnIsLeft = false; // a backspace has removed the LF of a line end, the next one removes its CR
         std::int64_t position = 0, lowest = 0;
     };
 
@@ -100,8 +99,8 @@ private:
     void RestoreCursor();
     void Paint(Line& line, std::size_t from, std::size_t to) const;
 
-    std::int64_t Top() const; // of what cursor addresses reach
-    Line& CursorLine();       // made if need be
+    std::int64_t Top() const; // first line that cursor addresses reach
+    Line& CursorLine();       // created if necessary
     Place End() const { return {EndLine() - 1, lines_.back().text.size()}; }
     void Changed(std::int64_t line) { changed_ = std::min(changed_, line); }
     void KeepMarksWithin();
@@ -115,6 +114,6 @@ private:
     Own own_;
     Place cursor_, saved_; // the saved one's line counts from Top()
     Style style_;
-    bool addressed_ = false; // the cursor's line is a terminal's; else the cursor is at the end of all
-    bool returned_ = false;  // a CR has come that hasn't done anything yet
+    bool addressed_ = false; // the cursor's line is a terminal's; otherwise the cursor is at the very end
+    bool returned_ = false;  // a CR has arrived that has had no effect yet
 };

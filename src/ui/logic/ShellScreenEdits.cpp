@@ -1,12 +1,12 @@
-// What escape sequences do to the screen: cursor, erasing, colours. The codes are those of ECMA-48 and
-// xterm; sequences that aren't here are left out.
+// What escape sequences do to the screen: cursor, erasing, colours. The codes are those of ECMA-48 and xterm; other
+// sequences are ignored.
 #include "ShellScreen.h"
 
 #include <algorithm>
 
 namespace {
 
-// Of a colour of three parts 0 to 255 in xterm's table, whose colours 16 to 231 are a cube of six steps.
+// The nearest colour, of parts 0 to 255, in xterm's table, whose colours 16 to 231 are a cube of six steps.
 std::int16_t InCube(unsigned red, unsigned green, unsigned blue) {
     const auto step = [](unsigned part) { return (std::min(part, 255U) * 5 + 127) / 255; };
     return std::int16_t(16 + 36 * step(red) + 6 * step(green) + step(blue));
@@ -70,7 +70,7 @@ ShellScreen::Line& ShellScreen::CursorLine() {
     return lines_[std::size_t(cursor_.line - first_)];
 }
 
-// A line that is longer than the screen is wide keeps the cursor that is in it.
+// In a line that is longer than the screen is wide the cursor may stay beyond its edge.
 void ShellScreen::MoveTo(std::int64_t line, std::size_t column) {
     const std::int64_t top = Top();
     cursor_.line = std::clamp(line, top, top + std::int64_t(rows_) - 1);
@@ -113,8 +113,8 @@ void ShellScreen::EraseInScreen(std::size_t which) {
     KeepMarksWithin();
 }
 
-// What was on the screen stays above it, so that a device can't take back what it has printed. Marks that nothing has
-// followed yet come along: a device that restarts often clears the screen first.
+// The old text stays above the screen, so that a device can't take back what it has printed. Marks that nothing has
+// followed yet move along: a device that restarts often clears the screen first.
 void ShellScreen::Clear() {
     const std::int64_t row = cursor_.line - Top();
     const Place before = End();

@@ -1,4 +1,4 @@
-// What a terminal sends for a paste: pure.
+// What a terminal sends for a paste.
 #pragma once
 
 #include <string>

@@ -17,7 +17,7 @@ struct LevelLook {
     bool wholeRow;
 };
 
-// Colours of at least 4.5 to 1 on white and on the dark greys of desktop themes.
+// A contrast of at least 4.5 to 1 on white and on the dark greys of desktop themes.
 constexpr std::array<LevelLook, LEVELS> LOOKS{{
     {LEVEL_DETAIL, 0x6A6A6A, 0xA6A6A6, {0, 0, 0.35, 0}, false},    // a dot
     {LEVEL_MUTEX, 0x6F5A8C, 0xB9A3DB, {4, 45, 0.6, 0}, false},     // a small square

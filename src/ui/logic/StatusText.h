@@ -8,7 +8,7 @@
 
 namespace statusText {
 
-// A filled shape, the same for everybody who can't tell the colours apart.
+// A filled shape, for users who can't tell the colours apart.
 struct Mark {
     int sides;     // of a regular polygon, 0 for a circle
     int degrees;   // by which its first corner is turned clockwise from the right
@@ -19,9 +19,9 @@ struct Mark {
 struct Look {
     std::uint32_t colour; // 0xRRGGBB
     Mark mark;
-    bool wholeRow; // the colour is the row's, not that of the level alone
+    bool wholeRow; // the colour is that of the whole row, not just of the level
 };
-// Of the level's number, on light paper or on dark; a number without a name looks like the level below it.
+// On a light or dark background; a level without a name looks like the one below it.
 Look LookOf(std::int32_t level, bool dark);
 
 // The levels that have a name and a look, ascending.
@@ -35,7 +35,7 @@ std::string FilterText(std::int32_t level);
 std::string NumberText(std::int32_t index);
 // How many rows the filters leave.
 std::string CountText(int shown, int total);
-// In a grid without rows: why there are none; empty when there is nothing to say.
+// Why a grid has no rows; empty if it has some, or if there is nothing to say.
 std::string Hint(std::int32_t index, int shown, int total);
 
 } // namespace statusText

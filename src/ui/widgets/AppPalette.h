@@ -1,10 +1,10 @@
-// Colours that a desktop's dark theme may have left as they are on paper.
+// Corrects colours that a desktop's dark theme may have left as for a light background.
 #pragma once
 
 class QPalette;
 
-// Whether what is written on lies dark under it.
+// Whether the background of texts is dark.
 bool IsDark(const QPalette& palette);
 
-// Links and hints of a palette that can be read on its background.
+// The palette with links and hints that can be read on its background.
 QPalette ReadablePalette(QPalette palette);

@@ -1,5 +1,4 @@
-// Small things that every window needs: our text as Qt's, a control with its given name, a menu item with
-// what it does.
+// Small helpers that every window needs.
 #pragma once
 
 #include "Guarded.h"
@@ -17,7 +16,7 @@ inline QString Q(std::string_view text) {
     return QString::fromUtf8(text.data(), qsizetype(text.size()));
 }
 
-// A tooltip that is wrapped, whatever its text looks like; none for an empty text.
+// A tool tip that wraps and takes its text literally; none for an empty text.
 inline QString WrappedTip(std::string_view text) {
     return text.empty() ? QString() : "<qt>" + Q(text).toHtmlEscaped() + "</qt>";
 }
@@ -27,7 +26,7 @@ template <class Widget> Widget* Named(Widget* widget, const char* name) {
     return widget;
 }
 
-// An item view in which a click beside the rows leaves the picked one picked: commands still work on it.
+// An item view in which a click outside the rows keeps the selection, since commands still work on it.
 template <class View> class KeepsItsRow : public View {
 public:
     using View::View;

@@ -31,7 +31,7 @@ DeviceGrid::DeviceGrid(QWidget* parent) : KeepsItsRow(parent), lblHint(Named(new
     lblHint->setWordWrap(true);
     lblHint->setAlignment(Qt::AlignCenter);
     lblHint->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
-    lblHint->setContextMenuPolicy(Qt::NoContextMenu); // the grid's
+    lblHint->setContextMenuPolicy(Qt::NoContextMenu); // so that the grid's own opens
     lblHint->hide();
 }
 
@@ -45,7 +45,7 @@ void DeviceGrid::setHint(const deviceRows::Hint& hint, std::function<void(const 
         links << QString("<a href=\"%1\">%2</a>").arg(Q(link.target), Q(link.caption));
     const QString text = Q(hint.text).toHtmlEscaped() + "<br>" + links.join(" &nbsp; ");
     if (hint.text.empty() && lblHint->hasFocus())
-        setFocus(); // while the bus is read, say: not any other control
+        setFocus(); // rather than an arbitrary control
     lblHint->setVisible(!hint.text.empty());
     if (lblHint->text() != text) // the link that has the focus keeps it
         lblHint->setText(text);

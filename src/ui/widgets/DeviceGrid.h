@@ -1,4 +1,4 @@
-// The list of devices: a grid that says what to do next in the space that its rows leave, with links that lead there.
+// The list of devices: a grid with a hint and links below its rows that say what to do next.
 #pragma once
 
 #include "Controls.h"
@@ -12,9 +12,9 @@
 class DeviceGrid : public KeepsItsRow<QTableWidget> {
 public:
     explicit DeviceGrid(QWidget* parent);
-    // `follow` is given a link's target. A hint without a text goes away.
+    // `follow` receives a link's target. A hint without a text is hidden.
     void setHint(const deviceRows::Hint& hint, std::function<void(const QString& target)> follow);
-    // The column in which what there is no room for goes word by word.
+    // The column whose text is shortened word by word where there is too little room.
     void setColumnOfWords(int column);
 
     QLabel* lblHint; // Tab goes from link to link

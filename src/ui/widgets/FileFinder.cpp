@@ -24,7 +24,7 @@ void DriveListBox::Fill() {
 void DriveListBox::ShowPlaceOf(const QString& folder) {
     const QString shown = currentData().toString();
     if (currentText() == "Home" && (folder + '/').startsWith(shown + '/'))
-        return; // chosen by its name, rather than by the mount below it
+        return; // chosen by its name; not replaced by the mount that contains it
     if (const int place = findData(QStorageInfo(folder).rootPath()); place >= 0)
         setCurrentIndex(place);
 }
@@ -33,7 +33,7 @@ DirListBox::DirListBox(QWidget* parent) : QTreeView(parent) {
     setHeaderHidden(true);
     setIndentation(fontMetrics().averageCharWidth() * 2);
     header()->setStretchLastSection(false);
-    header()->setSectionResizeMode(QHeaderView::ResizeToContents); // deep folders are scrolled to, not cut
+    header()->setSectionResizeMode(QHeaderView::ResizeToContents); // deep folders are scrolled to, not cut off
     for (QScrollBar* bar : {verticalScrollBar(), horizontalScrollBar()})
         connect(bar, &QScrollBar::actionTriggered, this, [this] { following_ = false; });
 }
@@ -60,7 +60,7 @@ void DirListBox::KeepInView() {
     const QRect at = visualRect(currentIndex());
     if (!at.isValid() || at.top() < 0 || at.bottom() > viewport()->height())
         scrollTo(currentIndex(), QAbstractItemView::PositionAtCenter);
-    // Across, that would show the middle of the widest name, where this one may have no text.
+    // Horizontally that would show the middle of the widest name, where this one may have no text.
     QScrollBar* across = horizontalScrollBar();
     across->setValue(across->value() + visualRect(currentIndex()).left() - viewport()->width() / 3);
 }
@@ -80,7 +80,7 @@ FileListBox::FileListBox(QWidget* parent) : Hinted(parent) {
     setRootIsDecorated(false);
     setUniformRowHeights(true);
     header()->setSectionsClickable(true);
-    header()->setStretchLastSection(false); // it never gets narrower than it was made
+    header()->setStretchLastSection(false); // such a section never becomes narrower
     header()->setSortIndicatorShown(true);
 }
 
@@ -89,7 +89,7 @@ int FileListBox::WidthFor(const QString& text) const {
     return fontMetrics().horizontalAdvance(text) + 4 * margin;
 }
 
-// The view would make its first row the current one: a file that nobody has picked.
+// The view would make its first row current, a file that nobody has picked.
 void FileListBox::focusInEvent(QFocusEvent* event) {
     if (currentIndex().isValid())
         return Hinted::focusInEvent(event);
@@ -98,7 +98,7 @@ void FileListBox::focusInEvent(QFocusEvent* event) {
     setCurrentItem(nullptr);
 }
 
-// A half of the width, a quarter and the rest; the time is never cut, though, nor pushed out of the list.
+// Half of the width, a quarter and the rest; but the time is never cut off or pushed out of the list.
 void FileListBox::resizeEvent(QResizeEvent* event) {
     Hinted::resizeEvent(event);
     const int space = viewport()->width();

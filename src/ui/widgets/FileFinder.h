@@ -7,19 +7,18 @@
 #include <QTreeView>
 #include <QTreeWidget>
 
-// The mounted places.
 class DriveListBox : public QComboBox {
     Q_OBJECT
 public:
     using QComboBox::QComboBox;
-    // The user's own place, and the mounts that can hold files of a user.
+    // Lists the home folder and the mounts that can hold a user's files.
     void Fill();
-    // Shows the place that a folder is in.
+    // Selects the place that a folder is in.
     void ShowPlaceOf(const QString& folder);
 };
 
-// The folders below a place. A folder that was opened comes from the disk after a while, and is sorted once more
-// then; it is kept in view until the user moves the view.
+// The folders below a place. An opened folder is read from the disk and sorted with a delay; it is kept in view until
+// the user moves the view.
 class DirListBox : public QTreeView {
     Q_OBJECT
 public:
@@ -36,13 +35,13 @@ private:
     bool following_ = false;
 };
 
-// The files of a folder; says what to do where there is none. The focus alone picks no file.
+// The files of a folder, or a hint if there are none. The focus alone picks no file.
 class FileListBox : public Hinted<QTreeWidget> {
     Q_OBJECT
 public:
     enum Column { FILENAME, UPDATED, SIZE };
     explicit FileListBox(QWidget* parent);
-    // Wide enough for that text in a cell.
+    // The width at which a cell shows all of the text.
     int WidthFor(const QString& text) const;
 
 protected:

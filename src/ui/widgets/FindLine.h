@@ -1,4 +1,4 @@
-// The line in which the user of a window types what to find in it.
+// The line in which the user types what to find in a window.
 #pragma once
 
 #include <QLineEdit>
@@ -9,12 +9,12 @@
 
 class FindLine : public QLineEdit {
 public:
-    // Goes to the next place of a text that isn't empty, or to the one before; false when there is none.
+    // Goes to the next (or previous) occurrence of a text that isn't empty; false if there is none.
     using Find = std::function<bool(const QString& text, bool backward)>;
 
-    // A line beside `view`, whose window is still its outermost one and gets the keys: Ctrl+F puts the cursor
-    // into the line, Enter and F3 find, with Shift backward, and Escape goes back to the view. `nowhere` is
-    // what a message box says when there is none, with a "%1" for the text.
+    // A line beside `view`, whose current top-level window gets the keys: Ctrl+F puts the cursor into the line, Enter
+    // and F3 find, with Shift backward, and Escape returns to the view. `nowhere` is the text of the message box if
+    // nothing is found, with "%1" for what was sought.
     FindLine(QWidget* view, const QString& hint, Find find, const QString& nowhere);
     void FindNext(bool backward = false);
     // Makes room for a line that is hidden, before Ctrl+F puts the cursor into it.
@@ -32,7 +32,7 @@ private:
     QString nowhere_;
 };
 
-// A Find of a text window, around its end.
+// Finds in a text widget, wrapping around at its end.
 template <class Edit> bool FindInText(Edit* edit, const QString& text, bool backward) {
     const auto flags = backward ? QTextDocument::FindBackward : QTextDocument::FindFlags();
     if (edit->find(text, flags))

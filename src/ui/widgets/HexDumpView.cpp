@@ -15,7 +15,7 @@ namespace {
 
 constexpr int MARGIN = 4; // pixels left of the text
 
-// A line as it is painted: what would break it or take no room shows as a dot.
+// A line as it is painted: characters that would break it or take no room show as dots.
 QString Visible(const std::string& line) {
     constexpr char16_t SOFT_HYPHEN = 0xAD, DOT = 0xB7;
     QString text = QString::fromStdString(line);
@@ -115,7 +115,7 @@ bool HexDumpView::find(const std::vector<ByteArray>& sought, bool backward) {
 void HexDumpView::SetScrollRanges() {
     verticalScrollBar()->setRange(0, std::max(0, lineCount() - LinesInView()));
     verticalScrollBar()->setPageStep(LinesInView());
-    // Addresses may grow longer down the dump, so the widest line is one in its middle or at its end.
+    // Addresses may get longer further down, so the first line need not be the widest.
     const int widest = bytes_.empty() ? 0 : int(14 + 4 * columns_);
     const int width = MARGIN + widest * fontMetrics().averageCharWidth();
     horizontalScrollBar()->setRange(0, std::max(0, width - viewport()->width()));
@@ -164,7 +164,7 @@ void HexDumpView::PaintLine(QPainter& painter, int line, int left, int top) cons
         PaintFound(painter, line, text, left, top);
 }
 
-// The digits of the bytes found, in the other colours, so that they stand out in their line.
+// The digits of the bytes found, in inverse colours, so that they stand out in their line.
 void HexDumpView::PaintFound(QPainter& painter, int line, const QString& text, int left, int top) const {
     const std::size_t lineStart = std::size_t(line) * columns_;
     const std::size_t from = std::max(found_->begin, lineStart), to = std::min(found_->end, lineStart + columns_);

@@ -1,5 +1,5 @@
-// The text of a hex dump, of which only the lines in view are ever made: 16 MB open at once. Lines
-// can be selected with mouse and keys, and copied.
+// A hex dump, of which only the lines in view are ever formatted, so that 16 MB open at once. Lines can be selected
+// with mouse and keys, and copied.
 #pragma once
 
 #include "Bytes.h"
@@ -18,18 +18,18 @@ public:
 
     void setBytes(ByteArray bytes, std::uint32_t startAddress); // draws it
     const ByteArray& bytes() const { return bytes_; }
-    // Bytes a line, at least 1. What stands at the top stays there.
+    // Bytes per line, at least 1. The top line stays at the top.
     void setColumns(std::int32_t columns);
 
     int lineCount() const;
     std::string text() const { return LinesText(0, lineCount()); } // all of the dump
     std::string selectedText() const;
-    void selectLines(int first, int last); // the last is where the keys go on
+    void selectLines(int first, int last); // keys continue from the last
     void selectAll();
     void copy();
 
-    // The next place after the one found last (backward: before it), or else from the top line or the
-    // selected one: selected and in view. False when there is none.
+    // Selects the next occurrence after the last one found (backward: before it), or else from the selected or top line
+    // on, and brings it into view. False if there is none.
     bool find(const std::vector<ByteArray>& sought, bool backward = false);
 
 protected:

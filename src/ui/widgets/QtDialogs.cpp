@@ -18,7 +18,7 @@ QtDialogs::~QtDialogs() {
 
 namespace {
 
-constexpr int PROMPT_CHARACTERS = 72; // to a line
+constexpr int PROMPT_CHARACTERS = 72; // per line
 
 // GUIDs and MAC addresses aren't broken across lines: people compare them by eye before they say yes.
 QString Unbroken(const std::string& text) {
@@ -54,7 +54,7 @@ std::string QtDialogs::InputBox(const std::string& prompt, const std::string& ti
     QInputDialog dialog(QApplication::activeWindow());
     dialog.setWindowTitle(Q(title));
     dialog.setLabelText(Unbroken(prompt).remove('\r'));
-    dialog.setTextValue(Q(first)); // makes the label
+    dialog.setTextValue(Q(first)); // creates the label
     for (QLabel* label : dialog.findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);

@@ -4,11 +4,11 @@
 
 class QWidget;
 
-// Message boxes and their kin as windows, over the active window.
+// Message boxes and other dialogs over the active window.
 class QtDialogs : public platform::Dialogs {
 public:
     QtDialogs();           // becomes the current service
-    ~QtDialogs() override; // puts the plain one back
+    ~QtDialogs() override; // restores the plain one
     void MessageBox(const std::string& text, const std::string& caption) override;
     void Inform(const std::string& text, const std::string& caption) override;
     bool YesNo(const std::string& text, const std::string& caption) override;

@@ -6,7 +6,7 @@
 class QtWindowSystem : public platform::WindowSystem {
 public:
     QtWindowSystem();           // becomes the current one
-    ~QtWindowSystem() override; // puts the plain one back
+    ~QtWindowSystem() override; // restores the plain one
     void Turn() override;
     void Post(std::function<void()> call) override;
     [[nodiscard]] std::unique_ptr<platform::Timer> MakeTimer(std::function<void()> tick) override;

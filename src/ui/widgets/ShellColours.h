@@ -8,9 +8,9 @@
 
 struct ShellColours {
     QColor text;
-    QColor background; // not valid: the window's own
+    QColor background; // if not valid, the window's own
 };
 
-// A text colour that the window's background would swallow is made lighter or darker, so that light and dark
-// palettes show all of them. A background of the device's own keeps the colours as they are.
+// A text colour with too little contrast to the window's background is made lighter or darker. On a background that
+// the device has set, colours stay as they are.
 ShellColours ColoursOf(const ShellScreen::Style& style, const QPalette& palette);

@@ -27,7 +27,7 @@ constexpr Key KEYS[] = {
     {Qt::Key_F9, '~', 20},  {Qt::Key_F10, '~', 21}, {Qt::Key_F11, '~', 23},   {Qt::Key_F12, '~', 24},
 };
 
-// 1, and more for Shift, Alt and Ctrl.
+// As xterm encodes them.
 int ModifierNumber(Qt::KeyboardModifiers modifiers) {
     return 1 + (modifiers.testFlag(Qt::ShiftModifier) ? 1 : 0) + (modifiers.testFlag(Qt::AltModifier) ? 2 : 0) +
            (modifiers.testFlag(Qt::ControlModifier) ? 4 : 0);

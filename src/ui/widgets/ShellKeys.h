@@ -7,10 +7,10 @@
 
 namespace shellKeys {
 
-// The characters of a text key; with Alt after an ESC. A control letter has no text on every window system.
+// The characters of a text key, after an ESC if Alt is held. Some window systems supply no text for control letters.
 ByteArray Characters(const QKeyEvent& event);
-// The sequence of an arrow, Home, End, Page or F key as xterm sends it, with the modifiers held; an arrow counts
-// them only with Alt. Empty for other keys.
+// The sequence of an arrow, Home, End, Page or F key as xterm sends it, with its modifiers; those of an arrow count
+// only if Alt is among them. Empty for other keys.
 ByteArray NamedKey(const QKeyEvent& event);
 bool IsArrow(const QKeyEvent& event);
 

@@ -1,5 +1,4 @@
-// A terminal's log file: what the device printed, as it came, with honest marks where the bus was
-// reset or characters were lost.
+// A terminal's log file: the device's output, unchanged, with marks where the bus was reset or characters were lost.
 #pragma once
 
 #include "Files.h"
@@ -10,7 +9,7 @@
 
 class ShellLog {
 public:
-    // Opens (or goes on with) the file; failure when it can't be written.
+    // Opens the file, appending to an existing one. Raises a failure if it can't be written.
     ShellLog(std::string path, bool timestamps);
     const std::string& path() const { return path_; }
     void setTimestamps(bool timestamps) { timestamps_ = timestamps; }

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::int32_t SHOW_INTERVAL = 80; // ms between two paintings of a flood: fewer, larger ones are cheaper
+constexpr std::int32_t SHOW_INTERVAL = 80; // ms between two paintings during a flood
 constexpr std::int32_t DRAG_INTERVAL = 50; // ms between two steps of scrolling
 constexpr std::uint8_t PASTE = 22;         // Control V
 constexpr double SMALLEST_TEXT = 4;        // points
@@ -43,7 +43,7 @@ ShellTerminal::ShellTerminal(QWidget* parent)
     font.setKerning(false);
     setFont(font);
     setFocusPolicy(Qt::StrongFocus);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // one that comes and goes would break the lines anew
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // one that comes and goes would rewrap the lines
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     viewport()->setBackgroundRole(QPalette::Base);
     viewport()->setAutoFillBackground(true);
@@ -113,7 +113,7 @@ int ShellTerminal::RowsInView() const {
     return std::max(1, viewport()->height() / lineHeight_);
 }
 
-// The lines are broken anew; the one at the top stays there, or the last one in view.
+// Wraps the lines again; the top line stays at the top, or the last one in view.
 void ShellTerminal::Measure() {
     const bool follow = Follows();
     const std::int64_t top = rowCounts_.empty() ? 0 : Locate(verticalScrollBar()->value()).line;
@@ -155,7 +155,7 @@ void ShellTerminal::ShowNow() {
     tmrShowText_->setEnabled(false);
     lastShown_ = platform::QueryPerformanceCounter();
     const bool follow = Follows();
-    const std::int64_t before = RowsBefore(screen_.FirstLine()); // rows that have gone, in the old counts
+    const std::int64_t before = RowsBefore(screen_.FirstLine()); // rows dropped at the top, by the old counts
     CountRows();
     SetScrollRange(follow, verticalScrollBar()->value() - before);
 }
@@ -189,13 +189,13 @@ void ShellTerminal::SetScrollRange(bool follow, std::int64_t top) {
     viewport()->update();
 }
 
-// By the rows that were counted last.
+// By the last row counts.
 std::int64_t ShellTerminal::RowsBefore(std::int64_t line) const {
     const std::int64_t end = std::clamp<std::int64_t>(line - countedFrom_, 0, std::int64_t(rowCounts_.size()));
     return std::accumulate(rowCounts_.begin(), rowCounts_.begin() + end, std::int64_t(0));
 }
 
-// From the end, where the view is most of the time.
+// Searches from the end, where the view is most of the time.
 ShellTerminal::RowPlace ShellTerminal::Locate(std::int64_t row) const {
     std::int64_t line = std::int64_t(rowCounts_.size()), start = rows_;
     while (line > 0 && start > std::max<std::int64_t>(row, 0))

@@ -1,6 +1,5 @@
-// The terminal's text: shows a console's output as its screen has it, painting the lines in view only, and
-// turns keys into the bytes that a console expects. It shows no typed character by itself; the device echoes
-// them, where the screen's cursor is.
+// The terminal's view: paints the visible lines of a console's screen and turns keys into the bytes that a console
+// expects. It doesn't show typed characters; the device echoes them at the screen's cursor.
 #pragma once
 
 #include "Bytes.h"
@@ -22,16 +21,16 @@ class ShellTerminal : public QAbstractScrollArea {
 public:
     explicit ShellTerminal(QWidget* parent);
 
-    // What a key sends: one byte, 22 for a paste of the clipboard. Arrows come as their escape sequences.
+    // A byte that a key sends, 22 for a paste of the clipboard. Arrows send their escape sequences byte by byte.
     std::function<void(std::uint8_t keyAscii)> keyPress;
-    // What goes out in one piece: another key's sequence, a text that was pasted with the mouse.
+    // Sent in one piece: the sequence of any other key, text that was pasted with the mouse.
     std::function<void(const ByteArray& sequence)> sendSequence;
     std::function<void(const QString& text)> sendText;
 
     void ShowOutput(const ByteArray& block);
-    // A line of its own where the text has come so far, which isn't text.
+    // A remark on a line of its own after the output so far; it isn't part of the text.
     void ShowMark(const std::string& text, bool startsOver);
-    // Puts a text in place of all there is.
+    // Replaces all of the text.
     void Replace(const QString& text);
     QString toPlainText() const;
     int blockCount() const { return int(screen_.EndLine() - screen_.FirstLine()); }
@@ -49,7 +48,7 @@ public:
     void selectAll();
     QAction *mnuCopy, *mnuPaste, *mnuSelectAll;
 
-    // A line below the text, which isn't the device's; an empty one goes.
+    // A line below the text that isn't the device's; an empty one is hidden.
     void setNotice(const QString& text);
     QString Notice() const { return notice_->text(); }
 
@@ -76,7 +75,7 @@ private:
     };
 
     void BuildActions();
-    void Refresh(); // after a change, soon
+    void Refresh(); // soon after a change
     void ShowNow();
     void CountRows();
     void SetScrollRange(bool follow, std::int64_t top);
@@ -110,7 +109,7 @@ private:
     int lineHeight_ = 16;
     Place anchor_, head_; // of the selection
     QPoint dragged_;
-    quint64 doubleClickAt_ = 0; // its event's time in ms, until the next click: a third one takes the line
+    quint64 doubleClickAt_ = 0; // time of the event in ms, 0 after the next click; a third click selects the line
     QLabel* notice_;
     int scrollBack_ = 0;
     std::int64_t lastShown_ = 0; // performance counter

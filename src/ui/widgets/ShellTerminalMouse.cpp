@@ -1,5 +1,5 @@
-// What the mouse does in the terminal: selects, and pastes with its middle button. It never moves the place
-// where the device's echo appears.
+// The mouse in the terminal: it selects, and pastes with its middle button. It never moves the cursor, where the
+// device's echo appears.
 #include "ShellTerminal.h"
 
 #include <QApplication>
@@ -77,7 +77,7 @@ void ShellTerminal::ScrollToMouse() {
     ExtendTo(dragged_);
 }
 
-// The window system's selection, where there is one, is what a middle click pastes.
+// A middle click pastes the window system's selection, where there is one.
 void ShellTerminal::mouseReleaseEvent(QMouseEvent* event) {
     QClipboard* clipboard = QApplication::clipboard();
     if (event->button() == Qt::LeftButton) {

@@ -1,4 +1,4 @@
-// How the terminal is painted: the rows in view, marks among them, and the cursor.
+// Paints the terminal: the visible rows, marks among them, and the cursor.
 #include "CodePage.h"
 #include "Controls.h"
 #include "ShellColours.h"
@@ -27,7 +27,7 @@ void ShellTerminal::paintEvent(QPaintEvent*) {
     RowPlace at = Locate(verticalScrollBar()->value());
     const std::int64_t end = std::min(screen_.EndLine(), countedFrom_ + std::int64_t(rowCounts_.size()));
     for (int top = 0; at.line < end && top < viewport()->height(); ++at.line, at.row = 0) {
-        if (at.line < screen_.FirstLine()) // gone since the rows were counted
+        if (at.line < screen_.FirstLine()) // dropped since the rows were counted
             continue;
         const std::vector<shellRows::Row> rows = RowsOf(at.line);
         const int first = top - int(at.row) * lineHeight_;
@@ -41,7 +41,7 @@ void ShellTerminal::paintEvent(QPaintEvent*) {
     }
 }
 
-// Runs of one look; characters that a font may not have in its own width are placed one by one.
+// Runs of one style at once; characters that a font may lack in its fixed width are placed one by one.
 void ShellTerminal::PaintRow(QPainter& painter, std::int64_t line, const shellRows::Row& row, int top) const {
     const ShellScreen::Line& shown = screen_.LineAt(line);
     const auto [from, to] = std::minmax(anchor_, head_);
@@ -86,7 +86,7 @@ void ShellTerminal::PaintMark(QPainter& painter, const ShellScreen::Mark& mark, 
     painter.drawLine(textLeft + width + 2 * MARGIN, middle, viewport()->width() - MARGIN, middle);
 }
 
-// Where the device's next character appears; filled while keys go there.
+// Where the device's next character appears; filled while the terminal has the focus.
 void ShellTerminal::PaintCursor(QPainter& painter, const std::vector<shellRows::Row>& rows, int top) const {
     const ShellScreen::Place cursor = screen_.Cursor();
     std::size_t at = rows.size() - 1;

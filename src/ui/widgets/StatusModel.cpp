@@ -23,7 +23,7 @@ QPixmap MarkPixmap(const statusText::Look& look, int size, const QColor& paper) 
     painter.setBrush(QColor(QRgb(look.colour)));
     const statusText::Mark& mark = look.mark;
     const double radius = mark.radius * size / 2;
-    // A triangle's middle lies below that of the box around it.
+    // A triangle's centre is below that of the box around it.
     const QPointF middle(size / 2.0, size / 2.0 + (mark.degrees == -90 ? radius / 6 : 0));
     QPolygonF corners;
     for (int corner = 0; corner < mark.sides; ++corner) {
@@ -51,9 +51,9 @@ QPixmap MarkPixmap(const statusText::Look& look, int size, const QColor& paper) 
 QIcon LevelIcon(std::int32_t level, bool dark) {
     QIcon icon;
     const statusText::Look look = statusText::LookOf(level, dark), picked{0xFFFFFF, look.mark, look.wholeRow};
-    for (const int size : {12, 16, 24, 32, 48}) { // of screens of one, two and three pixels to the point
+    for (const int size : {12, 16, 24, 32, 48}) { // for screens with one, two and three pixels per point
         icon.addPixmap(MarkPixmap(look, size, dark ? Qt::black : Qt::white));
-        icon.addPixmap(MarkPixmap(picked, size, Qt::black), QIcon::Selected); // its own colour drowns there
+        icon.addPixmap(MarkPixmap(picked, size, Qt::black), QIcon::Selected); // its own colour would be lost there
     }
     return icon;
 }

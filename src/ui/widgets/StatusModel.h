@@ -1,5 +1,5 @@
-// The rows of a status window: at most 500 with the heading, the oldest go first. Its filter hides rows and
-// removes none.
+// The rows of a status window: at most 500 with the heading, of which the oldest are dropped first. The filter hides
+// rows without removing them.
 #pragma once
 
 #include <QAbstractTableModel>
@@ -35,7 +35,7 @@ public:
     // Appends in one step and drops what goes beyond the maximum (the heading counts).
     void append(std::vector<Row> rows);
     void clear();
-    void setDark(bool dark); // the paper under the rows
+    void setDark(bool dark); // the background of the rows
     const Row& row(int index) const { return rows_[std::size_t(index)]; }
 
 private:
@@ -44,14 +44,14 @@ private:
     std::deque<Row> rows_;
     int maximumRowCount_;
     bool dark_ = false;
-    mutable std::map<std::int32_t, QIcon> icons_; // by level, made when first shown
+    mutable std::map<std::int32_t, QIcon> icons_; // by level, created when first shown
 };
 
 class StatusFilter : public QSortFilterProxyModel {
     Q_OBJECT
 public:
     explicit StatusFilter(StatusModel& model) : model_(model) { setSourceModel(&model); }
-    void setFilter(std::int32_t lowestLevel, const QString& module); // an empty module: all of them
+    void setFilter(std::int32_t lowestLevel, const QString& module); // an empty module means all
     bool hides() const { return lowestLevel_ > 0 || !module_.isEmpty(); }
 
 protected:

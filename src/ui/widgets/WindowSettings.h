@@ -1,5 +1,5 @@
-// What windows store: through the program's store, or, while there is none, the platform's
-// per-user settings with the same names.
+// Settings of the windows: in the program's store or, without one, in the platform's per-user settings under the same
+// names.
 #pragma once
 
 #include <functional>
@@ -18,7 +18,7 @@ extern Hooks hooks;
 
 bool HasStore();
 std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue);
-// A stored truth value: "0" and "False", in any case, are off.
+// A stored flag: "0" and "False" in any spelling are off.
 bool GetFlag(const std::string& section, const std::string& key, const std::string& defaultValue);
 void Save(const std::string& section, const std::string& key, const std::string& value);
 void Remove(const std::string& section, const std::string& key);

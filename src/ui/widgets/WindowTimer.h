@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-// A window's timer: a Qt object of its given name, on the window system's clock.
+// A window's timer: a named Qt object on the window system's clock.
 class WindowTimer : public QObject {
     Q_OBJECT
 public:

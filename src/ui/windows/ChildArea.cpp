@@ -26,8 +26,8 @@ void ChildArea::RememberFocus(QWidget* control) {
             focus_[at] = control;
 }
 
-// The area takes the focus from the window that was active and gives it to the first control of this one. What
-// had it before gets it back after that, unless a click has chosen already.
+// The base class gives the focus to the window's first control. Afterwards the control that had it before gets it
+// back, unless a click has already chosen one.
 void ChildArea::Activated(QMdiSubWindow* frame) {
     if (frame == nullptr)
         return;
@@ -55,7 +55,7 @@ void ChildArea::ActivateLatest(const QMdiSubWindow* besides) {
 void ChildArea::Leave(const QMdiSubWindow* frame) {
     if (frame == nullptr || frame != activeSubWindow())
         return;
-    setOption(DontMaximizeSubWindowOnActivation); // a maximized one takes that along
+    setOption(DontMaximizeSubWindowOnActivation); // otherwise the next window would take over a maximized state
     ActivateLatest(frame);
     setOption(DontMaximizeSubWindowOnActivation, false);
 }
@@ -70,8 +70,8 @@ void ChildArea::Step(int by) {
         setActiveSubWindow(frames[(at + by + frames.size()) % frames.size()]);
 }
 
-// The area watches the whole application. Its own way with Ctrl+Tab doesn't skip windows that are off, and
-// knows none of a key that reaches nothing but the parent.
+// The base class filters the events of the whole application. Its own Ctrl+Tab doesn't skip disabled windows, and
+// ignores a key that reaches only the parent.
 bool ChildArea::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
         return QMdiArea::eventFilter(watched, event);

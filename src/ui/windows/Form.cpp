@@ -51,7 +51,7 @@ layout::Rectangle Form::place() {
 
 void Form::setPlace(const layout::Rectangle& place) {
     if (isMaximizedForm() || isMinimizedForm())
-        return; // the area sees to it, and its frame knows the place that it goes back to
+        return; // the area manages it, and its frame remembers the place to return to
     place_ = place;
     frame()->setGeometry(PixelsOf(place));
 }
@@ -72,9 +72,9 @@ void Form::showForm() {
     frame()->show();
 }
 
-// A window that was just shown is painted some turns later, and only from then on repaints at once.
+// A window that has just been shown is first painted some turns later; only from then on does it repaint at once.
 void Form::WaitUntilSeen() {
-    constexpr int TURNS = 50, BETWEEN = 10; // half a second at most, of which a desktop needs a tenth
+    constexpr int TURNS = 50, BETWEEN = 10; // half a second at most; a desktop needs a tenth of that
     const auto seen = [this] { return windowHandle() != nullptr && windowHandle()->isExposed(); };
     for (int turn = 0; turn < TURNS && !seen(); ++turn) {
         platform::DoEvents();
@@ -102,7 +102,7 @@ void Form::showModal(QWidget* owner, const std::function<void()>& onceSeen) {
 }
 
 void Form::fitClient(int width, int height) {
-    resize(width, height); // a hidden frame doesn't lay out what it holds
+    resize(width, height); // a hidden frame doesn't lay out its contents
     QWidget* outer = frame();
     if (outer == this)
         return;
@@ -127,7 +127,7 @@ Form::Stay::~Stay() {
 }
 
 bool Form::closesLater(QWidget* wanted) {
-    if (stays_ > 0 && (!wanted_ || wanted->isWindow())) // the program takes the window along
+    if (stays_ > 0 && (!wanted_ || wanted->isWindow())) // closing the program closes the window too
         wanted_ = wanted;
     return stays_ > 0;
 }
@@ -143,7 +143,7 @@ void Form::closeEvent(QCloseEvent* event) {
             windows::globals.parent->mdiArea->Leave(qobject_cast<QMdiSubWindow*>(frame()));
     };
     if (staysInItsSlot())
-        leave(); // it hides itself
+        leave(); // before Form_Unload hides it
     Form_Unload();
     leave();
     if (!staysInItsSlot())

@@ -17,8 +17,8 @@ class clsLayoutManager;
 class Form : public QWidget {
     Q_OBJECT
 public:
-    // A procedure that gives turns holds one, so that its window isn't closed under it: whoever wanted
-    // that is closed when the last one goes.
+    // Held by a procedure that processes events, so that its window isn't destroyed meanwhile: a request to close it
+    // is carried out when the last one ends.
     class Stay {
     public:
         explicit Stay(Form& form) : form_(form) { ++form_.stays_; }
@@ -29,39 +29,39 @@ public:
     private:
         Form& form_;
     };
-    // False when nothing holds the window; else `wanted`, it or the whole program, is closed later.
+    // False when nothing holds the window. Otherwise `wanted`, this window or the whole program, is closed later.
     bool closesLater(QWidget* wanted);
 
     Form(const char* name, const QString& caption);
     ~Form() override;
 
     virtual void Form_Load() {}
-    // Unloads the window: Form_Unload, then it is gone at the next turn.
+    // Runs Form_Unload; the window is deleted at the next turn.
     void Unload();
 
     bool unloaded() const { return unloaded_; }
 
-    // The menus that the parent shows while this window is active; none: the parent's own.
+    // The menus that the parent shows while this window is active; if empty, the parent's own.
     virtual std::vector<QMenu*> menus() { return {}; }
 
-    // Keys with Ctrl are the window's, too: its frame and the area around it leave them alone.
+    // Whether keys with Ctrl go to the window as well, rather than to its frame and the area around it.
     virtual bool takesAllKeys() const { return false; }
 
     // What tells it from others of its caption in a list of windows; empty where the caption does.
     virtual QString whichOne() const { return {}; }
 
     QWidget* frame();
-    // As it was set, if it still stands there to the pixel: what scales it again and again loses nothing.
+    // As last set, while the window is still there to the pixel, so that repeated scaling loses nothing.
     layout::Rectangle place();
-    void setPlace(const layout::Rectangle& place); // nothing while it is maximized or minimized
+    void setPlace(const layout::Rectangle& place); // does nothing while maximized or minimized
     bool isMaximizedForm();
     bool isMinimizedForm();
-    // Not while it is maximized or minimized, nor in an unattended run, where nobody has arranged it and
-    // the screen may be none.
+    // False while maximized or minimized, and in an unattended run, where nobody has arranged the window and there may
+    // be no screen.
     bool hasPlaceToKeep();
     void showForm();
-    // As a dialog over `owner`, until it is unloaded. `onceSeen` runs when the window is on the screen;
-    // a wish to close the window waits until its end.
+    // Shows the window as a dialog over `owner` until it is unloaded. `onceSeen` runs when the window is on the screen;
+    // a request to close the window waits until it has finished.
     void showModal(QWidget* owner, const std::function<void()>& onceSeen = {});
     // Sizes the frame so that the client area holds these pixels.
     void fitClient(int width, int height);
@@ -70,7 +70,7 @@ public:
 protected:
     virtual void Form_Resize() {}
     virtual void Form_Unload() {}
-    // A window that stays in memory, hidden, when it is unloaded.
+    // Whether the window stays in memory, hidden, after it is unloaded.
     virtual bool staysInItsSlot() const { return false; }
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -81,12 +81,12 @@ private:
     layout::Rectangle place_; // as it was set last
     bool unloaded_ = false;
     int stays_ = 0;
-    QPointer<QWidget> wanted_; // closed behind the last stay
+    QPointer<QWidget> wanted_; // closed after the last Stay
 };
 
-// Adds a context menu and the copy shortcut to a view, so that its selected rows can be copied
-// as lines of tab-separated columns: as they are, or as a table below the headings. A table can also be copied
-// whole; where more than one row can be picked, all of them can be.
+// Adds a context menu and the copy shortcut to a view. Its selected rows are copied as lines of tab-separated columns,
+// in a table below the headings. A table can also be copied whole; in a view with multiple selection all rows can be
+// selected.
 class QAbstractItemView;
 enum class CopyAs { Rows, Table };
 void MakeCopyable(QAbstractItemView* view, CopyAs as = CopyAs::Rows);

@@ -99,7 +99,7 @@ void MDIForm1::BuildMenus() {
 void MDIForm1::ShowMenusOfActiveChild() {
     const QMdiSubWindow* active = mdiArea->activeSubWindow();
     auto* form = active == nullptr ? nullptr : qobject_cast<Form*>(active->widget());
-    // A window that is off gives no commands either.
+    // A disabled window offers no commands either.
     std::vector<QMenu*> menus = form == nullptr || !form->isEnabled() ? std::vector<QMenu*>() : form->menus();
     if (menus.empty())
         menus = {mnuFile2, mnuView2, mnuWindow, mnuHelp2};
@@ -110,14 +110,14 @@ void MDIForm1::ShowMenusOfActiveChild() {
     }
 }
 
-// Esc in an open menu gives the keys back to the window. Qt would leave them in the menu bar, with nothing
-// highlighted: what is typed at a terminal next would choose commands, Command, Reset among them.
+// Esc in an open menu returns the focus to the window. Qt would leave it in the menu bar, with nothing highlighted:
+// what is typed into a terminal next would choose commands, such as Command, Reset.
 bool MDIForm1::eventFilter(QObject* watched, QEvent* event) {
     auto* menu = qobject_cast<QMenu*>(watched);
     if (menu == nullptr || event->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(event)->key() != Qt::Key_Escape)
         return QMainWindow::eventFilter(watched, event);
     menu->close();
-    if (menuBar()->hasFocus()) // the user had gone there first, by Alt alone
+    if (menuBar()->hasFocus()) // the user got there with Alt alone
         QCoreApplication::sendEvent(menuBar(), event);
     return true;
 }
@@ -131,14 +131,14 @@ int MDIForm1::ClientWidth() const {
 
 void MDIForm1::AddChild(Form* form) {
     QMdiSubWindow* frame = mdiArea->addSubWindow(form);
-    frame->setAttribute(Qt::WA_DeleteOnClose, false); // the form sees to its frame
+    frame->setAttribute(Qt::WA_DeleteOnClose, false); // the form deletes its frame
     frame->hide();
-    // Not Ctrl+W, which in a terminal rubs out a word: typed beside one it would close the device window,
-    // and with it the program.
+    // Not Ctrl+W, which deletes a word in a terminal: typed in the wrong window it would close the device window, and
+    // the program with it.
     for (QAction* action : frame->actions() + frame->systemMenu()->actions())
         if (action->shortcuts().contains(QKeySequence(Qt::CTRL | Qt::Key_W)))
             action->setShortcut(Qt::CTRL | Qt::Key_F4);
-    // Not where the area finds most room: a step right and down of the window before.
+    // One step right of and below the previous window, rather than where the area finds most room.
     constexpr int STEP = 24, STEPS = 8;
     const int step = STEP * int(mdiArea->subWindowList().size() % STEPS);
     frame->move(step, step);
@@ -184,7 +184,7 @@ void MDIForm1::MDIForm_Load() {
     windows::globals.main = main;
     AddChild(main);
     main->Form_Load();
-    resize(ABOUT_DESIGNED); // a window manager finds a place for the size that is shown first
+    resize(ABOUT_DESIGNED); // a window manager places the window by the size first shown
     show();
     const auto fitHeight = [this](std::int32_t childTwips) {
         resize(width(), height() - layout::Pixels(ClientHeight()) + layout::Pixels(childTwips));
@@ -204,7 +204,7 @@ void MDIForm1::MDIForm_Load() {
     status->setPlace({0, place.Top + place.Height, place.Width, status->place().Height});
     status->showForm();
     fitHeight(place.Height + status->place().Height);
-    resize(size().expandedTo(SmallestSize())); // an earlier session may have left a lower one
+    resize(size().expandedTo(SmallestSize())); // an earlier session may have stored a smaller one
     ArrangeChildren(1);
     const QSize designed = size();
     VerifyFormPosition();
@@ -216,7 +216,7 @@ void MDIForm1::MDIForm_Load() {
     mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(main->frame()));
 }
 
-// Tiled beside one status window the device window isn't cut, where the screen has room for that.
+// Tiled with one status window, the device window isn't cut off, provided that the screen has room.
 QSize MDIForm1::SmallestSize() const {
     const QSize device = windows::globals.main->SmallestFrame();
     const QSize border = size() - mdiArea->maximumViewportSize();
@@ -225,7 +225,7 @@ QSize MDIForm1::SmallestSize() const {
 
 void MDIForm1::VerifyFormPosition() {
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    // The title bar has to fit on the screen as well; while it starts a window doesn't know how high its own is.
+    // The title bar has to fit on the screen as well; at the start a window doesn't know its height yet.
     const QSize border =
         (frameGeometry().size() - size()).expandedTo({0, style()->pixelMetric(QStyle::PM_TitleBarHeight)});
     const QSize outer = size() + border;
@@ -237,7 +237,7 @@ void MDIForm1::VerifyFormPosition() {
     if (fitting != size())
         resize(fitting);
     if (const QPoint at(layout::Pixels(place.Left), layout::Pixels(place.Top)); at != pos())
-        move(at); // with the frame, as pos() is: its title bar stays on the screen
+        move(at); // including the frame, like pos(), so that the title bar stays on the screen
 }
 
 void MDIForm1::VerifyFormPosition(Form* child) const {
@@ -272,7 +272,7 @@ void MDIForm1::ArrangeChildren(int mode) {
             const auto places = layout::Tile(ClientWidth(), ClientHeight(), forms.size() - 1);
             for (std::size_t i = 0; i < forms.size(); ++i) {
                 if (forms[i]->isMaximizedForm())
-                    forms[i]->frame()->showNormal(); // tiled windows stand side by side
+                    forms[i]->frame()->showNormal(); // or it would cover the others
                 forms[i]->setPlace(places[i]);
             }
             return;
@@ -339,8 +339,8 @@ void MDIForm1::closeEvent(QCloseEvent* event) {
     MDIForm_Unload();
 }
 
-// The next start adds up the stored heights of the device window and of one status window. The shares of the
-// others would be lost, and the parent would come up lower from session to session.
+// The next start adds up the stored heights of the device window and of one status window. Without this the shares of
+// further status windows would be lost, and the parent would shrink from session to session.
 void MDIForm1::ShareHeightAsAtStart() {
     std::vector<Form*> arranged{windows::globals.main};
     for (frmStatus* status : windows::globals.statusWindows)
@@ -355,7 +355,7 @@ void MDIForm1::ShareHeightAsAtStart() {
         arranged[i]->frame()->hide();
     ArrangeChildren(1);
     for (std::size_t i = 2; i < arranged.size(); ++i)
-        arranged[i]->setPlace(arranged[1]->place()); // they all are stored under one name
+        arranged[i]->setPlace(arranged[1]->place()); // all of them are stored under one name
 }
 
 void MDIForm1::MDIForm_Unload() {
@@ -371,7 +371,7 @@ void MDIForm1::MDIForm_Unload() {
     for (frmStatus*& slot : windows::globals.statusWindows)
         if (frmStatus* status = std::exchange(slot, nullptr))
             status->Unload();
-    for (QMdiSubWindow* frame : mdiArea->subWindowList()) // ROMs, viewers, help: each keeps its place
+    for (QMdiSubWindow* frame : mdiArea->subWindowList()) // ROMs, viewers, help: each stores its place
         frame->close();
     if (windows::hooks.shutdownApplication)
         windows::hooks.shutdownApplication();

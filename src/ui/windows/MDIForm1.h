@@ -22,21 +22,21 @@ public:
     void MDIForm_Resize();
     // 1 tiles the main and the status windows, 2 scales them with the client area.
     void ArrangeChildren(int mode);
-    // A strip above the children that says so from here on.
+    // Shows the text in a strip above the children from now on.
     void ShowNotice(const QString& text);
     void ShowHelp(const QString& url, const QString& title);
-    void ShowGuide(const QString& page); // one of the user guide, such as "index.html"
+    void ShowGuide(const QString& page); // of the user guide, such as "index.html"
     void VerifyFormPosition();
-    void VerifyFormPosition(Form* child) const; // that it is in view in the area
+    void VerifyFormPosition(Form* child) const; // moves it into view in the area
 
     // Puts a window into a frame of its own. The caller loads and shows it.
     void AddChild(Form* form);
     void ShowMenusOfActiveChild();
-    // A new, loaded firmware browser in the first empty slot of its list: the slot, or -1.
+    // Loads a new firmware browser into the first empty slot of its list: the slot, or -1.
     std::int32_t CreateDownloadWindow();
-    // Shows it with all of it in view, as far as it fits into the area.
+    // Shows it, all of it in view as far as it fits into the area.
     void ShowChild(Form* form);
-    // In view and active, also when it was minimized.
+    // Shows and activates it, even if it was minimized.
     void BringForward(QMdiSubWindow* frame);
 
     void mnuStatusWindow_Click();
@@ -65,9 +65,9 @@ protected:
 private:
     void BuildMenus();
     void MDIForm_Unload();
-    // Of the area for the children, in twips, whether or not it shows scroll bars.
     QSize SmallestSize() const;
     void ShareHeightAsAtStart();
+    // Of the area for the children, in twips, whether or not it shows scroll bars.
     int ClientHeight() const;
     int ClientWidth() const;
 

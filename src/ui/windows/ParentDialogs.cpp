@@ -47,7 +47,7 @@ constexpr LevelDialog DLL_LEVEL{"DLL Message Level",
                                 "Please enter the new level of messages from the 1394 DLL (1 to 15).  ",
                                 "DllMessageLevel", LEVEL_FATAL, ".  1394 DLL Debug level unchanged."};
 
-// Asks, and gives an accepted number to `accept`. Text that isn't a number is a failure 13.
+// Asks for a level and passes an accepted one to `accept`. Text that isn't a number raises failure 13.
 void AskForLevel(const LevelDialog& dialog, const std::string& first, const std::function<void(std::int32_t)>& accept) {
     const std::string answer = platform::CurrentDialogs().InputBox(LevelPrompt(dialog.question), dialog.title, first);
     if (answer.empty())
@@ -62,7 +62,7 @@ void AskForLevel(const LevelDialog& dialog, const std::string& first, const std:
     windowSettings::Save(GLOBAL_SECTION, dialog.key, std::to_string(number));
 }
 
-// The status window that the level is meant for; null, with a box, when there is none.
+// The status window that the level is for; null, after a message box, if there is none.
 frmStatus* WindowForLevel(MDIForm1* parent) {
     const QMdiSubWindow* active = parent->mdiArea->activeSubWindow();
     if (auto* status = active == nullptr ? nullptr : qobject_cast<frmStatus*>(active->widget()))

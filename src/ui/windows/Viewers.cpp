@@ -9,14 +9,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 void ShowCneData(const ByteArray& cne, std::uint32_t startAddress, const std::string& fileName) {
     auto& list = windows::globals.memoryWindows;
-    const auto empty = std::find(list.begin(), list.end(), nullptr);
-    const auto slot = std::size_t(empty - list.begin());
-    if (empty == list.end())
-        list.push_back(nullptr);
+    const std::size_t slot = windows::EmptySlot(list);
     auto* memory = new frmViewMemory;
     list[slot] = memory;
     memory->Index = std::int16_t(slot);

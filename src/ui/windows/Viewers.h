@@ -1,4 +1,4 @@
-// The CNE data of a package before the user's eyes.
+// Shows the CNE data of a package.
 #pragma once
 
 #include "Bytes.h"

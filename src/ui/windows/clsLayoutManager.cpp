@@ -13,7 +13,7 @@
 
 namespace {
 
-// Qt's classes as the keeper's kinds of control. The first that a widget inherits decides.
+// Qt classes and the kinds of control that they count as; the first one that a widget inherits applies.
 struct Kind {
     const char* qtClass;
     const char* controlType;
@@ -40,7 +40,7 @@ layout::Rectangle GeometryOf(const QWidget* control) {
     return {control->x(), control->y(), control->width(), control->height()};
 }
 
-// The controls of a window in the order of their making; parts that Qt puts inside them aren't.
+// The controls of a window in the order of their creation, without the parts that Qt creates inside them.
 std::vector<QWidget*> ControlsOf(Form* form) {
     std::vector<QWidget*> controls;
     for (QWidget* widget : form->findChildren<QWidget*>())

@@ -25,11 +25,11 @@ public:
     void SetLayoutForm(Form* form);
     std::int32_t SaveLayout();    // 1, or -1 when nothing was saved
     std::int32_t RestoreLayout(); // 1, or -1
-    std::int32_t ResetLayout();   // forgets the stored place, back to the design size
+    std::int32_t ResetLayout();   // deletes the stored place and returns to the design size
     std::int32_t ResizeForm();    // fits the controls to the window
     void VerifyFormPosition(Form* form);
 
-    // The kind of control that a widget is to the keeper ("TextBox"), empty for any other.
+    // The kind of control that a widget counts as ("TextBox"); empty if the keeper ignores it.
     static std::string ControlType(const QWidget* widget);
 
 private:

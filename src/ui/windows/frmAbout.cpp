@@ -56,5 +56,5 @@ void frmAbout::Form_Load() {
     set(lblDataPath, "Data Path: " + platform::CurrentDirectory());
     set(lblBuildDate,
         "Build Date: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(executable), "yyyy-mm-dd hh:nn:ss utc"));
-    setFixedHeight(layout()->heightForWidth(width())); // a hint for labels that wrap leaves gaps
+    setFixedHeight(layout()->heightForWidth(width())); // the size hint of wrapped labels leaves gaps
 }

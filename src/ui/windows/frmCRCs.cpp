@@ -38,7 +38,7 @@ protected:
     void focusInEvent(QFocusEvent* event) override {
         QLabel::focusInEvent(event);
         if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
-            setSelection(0, int(text().size())); // shows which row has the keys
+            setSelection(0, int(text().size())); // shows which row has the focus
     }
 
 private:
@@ -125,7 +125,7 @@ void frmCRCs::ReadCRCs() {
         label->setText(QString::fromStdString(text));
         label->repaint(); // a device that is busy with its application takes seconds for each
     };
-    const Stay stay(*this); // an answer that comes in quadlets gives turns
+    const Stay stay(*this); // reading an answer by quadlets processes events
     QApplication::setOverrideCursor(Qt::WaitCursor);
     for (const Line& line : lines)
         line.label->setEnabled(false); // what it says isn't the device's answer yet

@@ -1,4 +1,4 @@
-// The CRCs of the firmware images on a target, as the target tells them.
+// The CRCs of the firmware images on a target, as the target reports them.
 #pragma once
 
 #include "Form.h"
@@ -22,7 +22,7 @@ public:
     void Form_Load() override;
 
     std::int32_t hDevice() const { return hDevice_; }
-    void setHDevice(std::int32_t handle); // asks the target: returns when all four answers are in
+    void setHDevice(std::int32_t handle); // asks the target; returns when all four answers have arrived
     bool AlwaysOnTop() const { return chkAlwaysOnTop->isChecked(); }
     void setAlwaysOnTop(bool onTop) { chkAlwaysOnTop->setChecked(onTop); }
     std::string GetCrcText(std::int32_t imageType) const;
@@ -32,7 +32,7 @@ public:
     QGroupBox* Frame2;
     QLineEdit* txtDeviceDetails;
     QLabel *lblApplicationCRC, *lblBootloaderCRC, *lblDebuggerCRC, *lblCNE_CRC;
-    QLabel* lblProgress; // which answer is awaited
+    QLabel* lblProgress; // which answer it is waiting for
 
 protected:
     void Form_Resize() override;

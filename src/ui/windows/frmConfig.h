@@ -13,7 +13,7 @@
 #include <utility>
 
 class RichTextBox : public QPlainTextEdit {
-    Q_OBJECT // the layout keeper goes by the name
+    Q_OBJECT // the layout keeper needs the class name
         public : using QPlainTextEdit::QPlainTextEdit;
 };
 

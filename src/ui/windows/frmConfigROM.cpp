@@ -32,7 +32,7 @@ enum CheckColumn { ADDRESS, VERDICT, FINDING, COLUMNS };
 constexpr int GAP = 6;
 constexpr double TREE_SHARE = 0.6; // of the frame's height while the checks are shown
 
-// The address in front of a row's text, or empty for a row without an address or without a quadlet.
+// The address at the start of a row's text; empty for a row without an address or without a quadlet.
 std::string AddressText(const std::string& rowText) {
     return rowText.starts_with("0x") && rowText.size() > 13 ? rowText.substr(0, 10) : "";
 }
@@ -172,7 +172,7 @@ void frmConfigROM::ShowChecks() {
     lstChecks->clear();
     lstChecks->setHeaderLabels(
         {"Address", "Verdict", QString::fromStdString("Checks: " + basConfigRom::SummaryText(findings_))});
-    std::multimap<std::string, const basConfigRom::RomFinding*> worth; // a mark in the tree
+    std::multimap<std::string, const basConfigRom::RomFinding*> marked; // in the tree
     QList<QTreeWidgetItem*> checks;
     for (const basConfigRom::RomFinding& finding : findings_) {
         auto* item =
@@ -182,7 +182,7 @@ void frmConfigROM::ShowChecks() {
         item->setToolTip(FINDING, item->text(FINDING));
         checks << item;
         if (finding.Severity != basConfigRom::Verdict::Good)
-            worth.emplace(AddressText(finding), &finding);
+            marked.emplace(AddressText(finding), &finding);
     }
     lstChecks->addTopLevelItems(checks);
     for (int column = 0; column < COLUMNS; ++column) {
@@ -190,11 +190,11 @@ void frmConfigROM::ShowChecks() {
         lstChecks->setColumnWidth(column, lstChecks->columnWidth(column) + 2 * GAP);
     }
     for (std::size_t i = 0; i < items_.size(); ++i) {
-        const auto [from, to] = worth.equal_range(AddressText(rows_.Rows[i].Text));
+        const auto [from, to] = marked.equal_range(AddressText(rows_.Rows[i].Text));
         QString tip;
         for (auto at = from; at != to; ++at)
             tip += (tip.isEmpty() ? "" : "\n") + QString::fromStdString(at->second->Text);
-        // A blank one where there is no mark, so that the columns of the rows line up.
+        // A blank icon where there is no mark, so that the columns of the rows line up.
         const auto severity = from != to ? from->second->Severity : basConfigRom::Verdict::Good;
         items_[i]->setIcon(0, shown ? VerdictIcon(severity, lstChecks->iconSize()) : QIcon());
         items_[i]->setToolTip(0, shown ? tip : QString());
@@ -204,7 +204,7 @@ void frmConfigROM::ShowChecks() {
     ArrangeChecks();
 }
 
-// The tree gives a share of its place to the checks.
+// The tree gives a share of its area to the checks.
 void frmConfigROM::ArrangeChecks() {
     if (layout_)
         layout_->ResizeForm();
@@ -216,7 +216,7 @@ void frmConfigROM::ArrangeChecks() {
     lstChecks->setGeometry(all.x(), all.y() + tree + GAP, all.width(), all.height() - tree - GAP);
 }
 
-// The row of the finding's quadlet, or without one the last row before it, which isn't selected.
+// Selects the row of the finding's quadlet. Without such a row it only scrolls to the last one before it.
 void frmConfigROM::GoToRowOf(const QTreeWidgetItem* check) {
     if (check == nullptr)
         return;
@@ -225,7 +225,7 @@ void frmConfigROM::GoToRowOf(const QTreeWidgetItem* check) {
     std::string nearest;
     for (std::size_t i = 0; i < items_.size(); ++i) {
         const std::string row = AddressText(rows_.Rows[i].Text);
-        if (row > nearest && row <= address) { // of equal length, so the order of letters is that of numbers
+        if (row > nearest && row <= address) { // of equal length, so text order is numeric order
             nearest = row;
             before = items_[i];
         }

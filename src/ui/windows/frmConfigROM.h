@@ -1,5 +1,5 @@
-// The config ROM of one node as a tree: a picture of the moment in which the node was set. What
-// its checks found is below it when somebody asks.
+// The config ROM of one node as a tree, a snapshot of the moment at which the node was set. The findings of its checks
+// are listed below it on request.
 #pragma once
 
 #include "ConfigRomText.h"
@@ -33,7 +33,7 @@ public:
     QTreeWidget* trvConfigRomAppleFormat;
     QTreeWidget* lstChecks; // has no name, so that the layout keeper leaves it alone
     QPushButton *cmdClose, *cmdCopyConfigRomToClipboard, *cmdSaveToDisk;
-    QCheckBox* chkChecks; // off: rows, copied and saved text are as if there were no checks
+    QCheckBox* chkChecks; // while off, rows, copied and saved text contain no checks
 
 protected:
     void Form_Resize() override;

@@ -33,7 +33,7 @@ private:
     QToolButton* Button(const char* caption, const char* keys, QStyle::StandardPixmap icon);
     // On the page, then on the other pages of its folder, then from the other end of the page.
     bool Find(const QString& text, bool backward);
-    // From the page after (or before) the shown one around to the one on its other side.
+    // In order, starting after (or before) the shown page and wrapping around.
     std::vector<QUrl> OtherPages(bool backward) const;
 
     std::unique_ptr<clsLayoutManager> layout_;

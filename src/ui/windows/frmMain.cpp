@@ -25,15 +25,15 @@ namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
-constexpr int CELL_MARGINS = 10;                  // pixels, of both sides
-constexpr std::int32_t HINT_DELAY = 500;          // ms, for a start after which no bus is read
+constexpr int CELL_MARGINS = 10;                  // pixels, both sides together
+constexpr std::int32_t HINT_DELAY = 500;          // ms, in case no bus is read at the start
 
 } // namespace
 
 frmMain::frmMain() : Form("frmMain", "Available Devices") {
     BuildControls();
     BuildMenus();
-    setFocusProxy(mfgDevices); // the keys of this window are those of the list, unless one goes elsewhere
+    setFocusProxy(mfgDevices); // keys go to the list by default
     tmrBusReset = new WindowTimer(this, "tmrBusReset", BUS_INTERVAL, bas1394::BusResetHandlerThread);
     tmrIncomingData = new WindowTimer(this, "tmrIncomingData", BUS_INTERVAL, bas1394::IncomingDataThreadHandler);
     tmrAutomationScheduler =
@@ -43,7 +43,7 @@ frmMain::frmMain() : Form("frmMain", "Available Devices") {
     StartBusTimers();
 }
 
-// The design layout, in lines of the present font; the layout keeper stretches it from there.
+// The design layout, in lines of the current font; the layout keeper scales it.
 void frmMain::BuildControls() {
     const int line = fontMetrics().height() + 6;
     const int gap = 6;
@@ -177,7 +177,7 @@ void frmMain::Form_Load() {
         action->setEnabled(false);
 }
 
-// All controls are scaled alike, so the one that has least to spare in the design decides.
+// All controls are scaled alike, so the one with the least room to spare in the design is decisive.
 void frmMain::FindSmallestFrame() {
     double wide = 0, high = 0;
     const auto needs = [&](const QWidget* control, const QSize& least) {
@@ -213,14 +213,14 @@ void frmMain::Form_Resize() {
 
 void frmMain::ResizeMFG() {
     const std::int32_t gridWidth = layout::Twips(mfgDevices->width());
-    // No driver name, node number or state may fall short of its text; the two widest columns give what that takes.
+    // Driver name, node number and state always fit; the two widest columns give up the room for that.
     const auto textWidth = [this](const char* text) { return fontMetrics().horizontalAdvance(text) + CELL_MARGINS; };
     std::array<int, deviceRows::COLUMNS> least{};
     least[deviceRows::DRIVER] = textWidth("vdev");
     least[deviceRows::NODE] = textWidth("63");
     least[deviceRows::STATE] = textWidth("Bootloader Running");
     int taken = 0;
-    for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) { // the last one has the rest
+    for (std::size_t column = 0; column + 1 < deviceRows::COLUMNS; ++column) { // the last one takes the rest
         const int share = layout::Pixels(deviceRows::ColumnWidth(gridWidth, deviceRows::COLUMN_TABLE[column].share));
         int width = share;
         if (column == deviceRows::MANUFACTURER || column == deviceRows::MODEL)
@@ -315,7 +315,7 @@ void frmMain::FollowHint(const QString& target) {
     }
 }
 
-// The current row moves down with each running target until it stands on the remembered ID.
+// The current row moves down with each running target until it reaches the remembered ID.
 void frmMain::BringSelectionAlong() {
     const int last = mfgDevices->rowCount() - 1;
     const int current = mfgDevices->currentRow();
@@ -366,14 +366,14 @@ void frmMain::AppendDebugSpew(const std::string& text) {
 void frmMain::txtDebugSpew_Change() {
     const std::string text = std::exchange(debugSpew_, {});
     if (text.empty())
-        return; // emptying the box comes back here
+        return; // the call that clear() below causes
     if (mnuShowDllMessages->isChecked())
         for (const std::string& line : bas1394::TakeDebugLines(text))
             basDebug::StatusDisplay(line, basDebug::GetLevelNumber("DLL DEBUG SPEW"), "");
     txtDebugSpew->clear();
 }
 
-// The parent goes with this window; when it may not go now, it says so.
+// Closing this window closes the parent, which says why if it can't close now.
 void frmMain::closeEvent(QCloseEvent* event) {
     if (!windows::LoadInProgress() && !windows::ParentClosesLater())
         return Form::closeEvent(event);

@@ -38,7 +38,7 @@ public:
     void StartBusTimers();
     // The library's debug text lands in the hidden box, which is emptied line by line.
     void AppendDebugSpew(const std::string& text);
-    // This window's own path of the message log: every status window, and a clock of its own.
+    // This window's own path to the message log: every status window, and a clock of its own.
     template <class... Arguments>
     void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
         StatusDisplayText(level, fmt::format(text, std::forward<Arguments>(arguments)...));
@@ -51,7 +51,7 @@ public:
     void mfgDevices_RowColChange();
     void RememberSelectedId();
 
-    // The smallest size of the frame in which no caption is cut.
+    // The smallest size of the frame in which no caption is cut off.
     QSize SmallestFrame() const { return smallestFrame_; }
 
     std::string SelectedId; // ID column of the row that the user last picked
@@ -64,7 +64,7 @@ public:
     QLabel *lblApplicationImageVersion, *lblDebugMonitorVersion, *lblBootloaderVersion;
     QLineEdit *txtApplicationImageVersion, *txtDebugMonitorVersion, *txtBootloaderVersion;
     QPushButton *cmdUpdateApplicationImage, *cmdUpdateDebugMonitor, *cmdUpdateBootloader;
-    QLabel* lblWhyNot; // why commands are off that need a bootloader
+    QLabel* lblWhyNot; // why the commands that need a bootloader are disabled
     QPlainTextEdit* txtDebugSpew;
     WindowTimer *tmrBusReset, *tmrIncomingData, *tmrAutomationScheduler, *tmrHint;
 
@@ -96,7 +96,7 @@ private:
     void FollowHint(const QString& target);
     void BuildContextMenu(); // frmMainMenus.cpp
     void FindSmallestFrame();
-    void ShowPanel(const deviceRows::Panel& panel); // frmMainPanel.cpp, with all that follows from it
+    void ShowPanel(const deviceRows::Panel& panel); // frmMainPanel.cpp
     void ShowReasons();
     void BringSelectionAlong();
     void txtDebugSpew_Change();
@@ -124,8 +124,8 @@ private:
     void mnuSendErrorReport_Click();
 
     std::unique_ptr<clsLayoutManager> layout_;
-    deviceRows::Panel panel_; // as it is shown
+    deviceRows::Panel panel_; // what is shown
     QSize smallestFrame_;
-    std::string debugSpew_;       // the box's text with its line ends as they came
+    std::string debugSpew_;       // the box's text with its original line ends
     std::int64_t startCount_ = 0; // performance counter at this window's first message
 };

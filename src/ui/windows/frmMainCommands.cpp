@@ -29,7 +29,7 @@ bool IsUsable(std::int16_t node) {
     return node >= 0 && node <= LAST_NODE;
 }
 
-// "00 11 22": the parsed bytes of what the user typed. Failure for anything but that many bytes.
+// The bytes of what the user typed ("00 11 22"). Raises a failure unless there are `count` of them.
 ByteArray ParseHex(const std::string& text, std::size_t count) {
     ByteArray bytes;
     if (basUtils::HexString2Ascii(text, bytes) != 1 || bytes.size() != count)

@@ -8,7 +8,7 @@
 
 #include <utility>
 
-// Beside a command that is off, and in the panel, where nobody has to point at it.
+// As a tool tip of the disabled commands and in the panel, where it is visible without pointing at anything.
 void frmMain::ShowReasons() {
     const std::string busy = isEnabled() ? ""
                              : basApp::globals.PerformUnattendedOperations
@@ -38,7 +38,7 @@ void frmMain::ShowPanel(const deviceRows::Panel& panel) {
     };
     for (const auto& [label, text] : labels) {
         label->setText(Q(*text));
-        label->setToolTip(label->text()); // there may be more of it than there is room
+        label->setToolTip(label->text()); // it may be longer than the label
     }
     const std::pair<QLineEdit*, const std::string*> boxes[] = {
         {txtApplicationImageVersion, &panel.txtApplicationImageVersion},

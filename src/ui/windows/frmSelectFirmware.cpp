@@ -84,7 +84,7 @@ void frmSelectFirmware::BuildControls() {
     BuildDownloadControls(width);
 }
 
-// The status has room for two lines, what stands below it for one or two; the bar is below both.
+// The status and the detail below it have room for two lines each; the bar is below both.
 void frmSelectFirmware::BuildDownloadControls(int width) {
     const int gap = 6, line = fontMetrics().height() + 8, twoLines = 2 * fontMetrics().height() + 4;
     const int first = line - 2, barTop = first + 2 * twoLines, frameHeight = barTop + line + gap - 2;

@@ -1,5 +1,5 @@
-// The firmware browser: picks a package for one target, tells what it says of itself and whether it
-// fits, and loads it. While one is open the device window is off.
+// The firmware browser: picks a package for one target, shows what it contains and whether it fits, and loads it.
+// While a browser is open the device window is disabled.
 #pragma once
 
 #include "Failure.h"
@@ -35,7 +35,7 @@ public:
     std::int32_t FirmwareType() const { return firmwareType_; }
     void setFirmwareType(std::int32_t imageType);
     std::int32_t hDevice() const { return hDevice_; }
-    void setHDevice(std::int32_t handle); // behind setFirmwareType
+    void setHDevice(std::int32_t handle); // after setFirmwareType
     std::int16_t SlotNumber = 0;          // in the list of firmware windows
 
     // Opens a folder in Dir1 and lists its packages.
@@ -43,7 +43,7 @@ public:
     // Opens the file's folder and picks the file; false when it isn't listed there.
     bool SelectFile(const std::string& path);
     bool LoadInProgress() const { return loading_; }
-    // Answers somebody who wants to close this window or the program in the middle of a load.
+    // The answer to an attempt to close this window or the program during a load.
     void TellLoadInProgress();
     // To the log, and up to ERROR also to the status label.
     void StatusDisplay(const std::string& text, std::int32_t level = LEVEL_TRACE);
@@ -83,10 +83,10 @@ private:
         });
     }
 
-    // What labels and buttons are set by, and what is loaded: never a row as it stands at another moment.
+    // The file that labels, buttons and loads refer to, rather than the list's current row, which may change.
     struct PickedFile {
-        std::string folder, name; // the folder with its separator; no name without a picked file
-        ByteArray head;           // its first bytes as they were shown; empty when they couldn't be read
+        std::string folder, name; // the folder ends with a separator; the name is empty if none is picked
+        ByteArray head;           // its first bytes as shown; empty if they couldn't be read
         packageText::View view;
         std::string path() const { return folder + name; }
         bool isStill(const ByteArray& bytes) const;
@@ -122,20 +122,20 @@ private:
 
     std::int32_t firmwareType_ = -1; // image type
     std::int32_t hDevice_ = 0;
-    bool AlwaysLoadConfig = false; // nothing else hangs on it
+    bool AlwaysLoadConfig = false; // nothing else depends on it
     PickedFile picked_;
     std::string prompt_;    // the status that asks for a file
-    std::string told_;      // the picked file while the status tells what became of a load; else empty
-    std::string cause_;     // why the last load has failed
-    std::string note_;      // the answer to an attempt to close in the middle of a load
-    std::string beginning_; // the status while blocks go out
+    std::string told_;      // the picked file while the status shows the outcome of a load; else empty
+    std::string cause_;     // why the last load failed
+    std::string note_;      // the answer to an attempt to close during a load
+    std::string beginning_; // the status while blocks are sent
     basBootloader::DownloadFailure failure_;
     basBootloader::LoadProgress progress_; // as last reported
     std::int32_t sentAgain_ = 0;           // blocks that needed more than one try
     std::string folder_;                   // shown in Dir1, with a separator at its end
     bool loading_ = false;
     bool reading_ = false;          // the picked file's header
-    bool ending_ = false;           // what waited in the queue meets a load that is through
+    bool ending_ = false;           // a load has finished, and queued input is processed
     std::int64_t stepStart_ = 0;    // performance counter at the beginning of the load's step
     std::int64_t lastProgress_ = 0; // the same, when the bar was last set
     int sortColumn_ = 0;

@@ -1,4 +1,4 @@
-// The firmware browser's file finder: place, folder, files, and paths that come by drop, typed or pasted.
+// The firmware browser's file finder: places, folders, files, and paths that are dropped, typed or pasted.
 
 #include "Controls.h"
 #include "Dialogs.h"
@@ -22,7 +22,7 @@
 namespace {
 
 using enum FileListBox::Column;
-constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, where its text isn't
+constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, if not by its text
 
 class FileItem : public QTreeWidgetItem {
 public:
@@ -71,7 +71,7 @@ void frmSelectFirmware::BuildFileFinder() {
     connect(Dir1, &QTreeView::activated, this, open);
     connect(txtFolder, &QLineEdit::returnPressed, this, [this] { OpenPath(txtFolder->text()); });
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmSelectFirmware::ListView1_ColumnClick);
-    // Reading gives turns, and the view isn't through with its own change of row yet.
+    // Reading processes events, and the view hasn't finished its own change of row yet.
     const auto pick = [this] {
         Pick();
         QMetaObject::invokeMethod(this, &frmSelectFirmware::ReadPicked, Qt::QueuedConnection);
@@ -79,10 +79,10 @@ void frmSelectFirmware::BuildFileFinder() {
     connect(ListView1, &QTreeWidget::currentItemChanged, this, [pick](QTreeWidgetItem* item) {
         if (item == nullptr)
             return;
-        item->setSelected(true); // also when it only became the current one: the buttons work on it
+        item->setSelected(true); // even if it only became the current one: the buttons work on it
         pick();
     });
-    // The row that is current already: its file may be another one by now.
+    // The row that is already current: its file may have changed.
     connect(ListView1, &QTreeWidget::itemClicked, this, pick);
     connect(ListView1, &QTreeWidget::itemDoubleClicked, this, &frmSelectFirmware::ListView1_DblClick);
     connect(watcher_, &QFileSystemWatcher::directoryChanged, this, &frmSelectFirmware::Dir1_Change);
@@ -152,7 +152,7 @@ bool frmSelectFirmware::SelectFile(const std::string& path) {
     if (found.isEmpty())
         return false;
     {
-        const QSignalBlocker quiet(ListView1); // it is picked below, also when it was current already
+        const QSignalBlocker quiet(ListView1); // it is picked below, even if it was already current
         ListView1->setCurrentItem(found.first());
     }
     ListView1_ItemClick();
@@ -185,7 +185,7 @@ void frmSelectFirmware::OpenPath(QString path) {
     const std::string name = given.absoluteFilePath().toStdString();
     if (!path.isEmpty() && given.isDir()) {
         setFolder(name);
-        Detail(picked_.view.detail); // an earlier path that was none is forgotten
+        Detail(picked_.view.detail); // without the message about an earlier invalid path
     } else if (!given.isFile() || !SelectFile(name)) {
         return Detail(fmt::format("'{}' is neither a folder nor a package file (*.twd, *.bin).", path.toStdString()));
     }

@@ -28,8 +28,8 @@ namespace {
 constexpr const char* MODULE = "frmSelectFirmware";
 constexpr std::uint32_t PAUSE_AFTER_LOAD = 200;         // ms
 constexpr std::int64_t PROGRESS_INTERVAL = 200'000'000; // ns
-constexpr std::int32_t UNIT_KILOBYTES = 128;            // a unit of a reader's progress
-constexpr std::size_t SMALLEST_PACKAGE = 98;            // what isn't even this was not read
+constexpr std::int32_t UNIT_KILOBYTES = 128;            // in one unit of a reader's progress
+constexpr std::size_t SMALLEST_PACKAGE = 98;            // anything shorter wasn't read
 
 double MillisecondsSince(std::int64_t count) {
     return double(platform::QueryPerformanceCounter() - count) / 1e6;
@@ -40,13 +40,13 @@ double MillisecondsSince(std::int64_t count) {
 void frmSelectFirmware::EnableCommands(bool enabled) {
     for (QPushButton* button : {cmdClose, cmdPreferences})
         button->setEnabled(enabled);
-    if (!enabled) // a click on the file sets the others again
+    if (!enabled) // picking a file sets the others again
         for (QPushButton* button : {cmdLoadConfig, cmdLoadSelected, cmdLoadImageAndConfig, cmdViewConfig})
             button->setEnabled(false);
 }
 
-// In words beside the bar, rather than in a box that would hold up the load until somebody answers it. Nothing
-// is said once the load is through: whoever clicked meanwhile meant the load.
+// Beside the bar, rather than in a box that would hold up the load until somebody answers it. Nothing is said once the
+// load has finished: the click was made while it ran.
 void frmSelectFirmware::TellLoadInProgress() {
     if (ending_)
         return;
@@ -55,15 +55,14 @@ void frmSelectFirmware::TellLoadInProgress() {
     platform::Beep();
 }
 
-// To the log, and what has a low level or none also to the status label.
 void frmSelectFirmware::StatusDisplay(const std::string& text, std::int32_t level) {
     if (level <= LEVEL_ERROR)
         Status(text);
     basDebug::Display(MODULE, level, "{}", text);
 }
 
-// What the three load buttons share. `load` is true for a success, behind which the list of devices
-// is rebuilt. What is picked is taken once: the list can be clicked while the load runs.
+// What the three load buttons share. After a success, for which `load` returns true, the list of devices is rebuilt.
+// The picked file is copied once, since the list can be clicked while the load runs.
 template <class Load>
 void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& beginning, Load load) {
     if (reading_ || std::exchange(loading_, true))
@@ -99,9 +98,9 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     ListView1->setFocus(); // where the next package is picked
 }
 
-// What was clicked while blocks went out meets a load that is at its end.
+// Processes what was clicked while blocks were sent, now that the load has finished.
 void frmSelectFirmware::MeetWhatWaits() {
-    constexpr int TURNS = 3; // what a turn posts comes in the next one
+    constexpr int TURNS = 3; // what a turn posts arrives in the next one
     ending_ = true;
     for (int turn = 0; turn < TURNS; ++turn)
         platform::DoEvents();
@@ -171,14 +170,14 @@ void frmSelectFirmware::ListView1_DblClick() {
 }
 
 std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const PickedFile& picked) {
-    // The bar shows the time-out passing; the turn repaints.
+    // The bar shows how much of the time-out has passed; the turn repaints it.
     const CommandProgress erasing{[this](std::int32_t maximum) { pgbReadFile->setRange(0, maximum); },
                                   [this](std::int32_t value) {
                                       pgbReadFile->setValue(value);
                                       ShowBar();
                                   },
                                   [] { platform::DoEvents(); }};
-    // The bar is full; only its text goes on. No turn: what is clicked has waited since the first block.
+    // The bar is full; only its text changes. No turn: clicks have been waiting since the first block.
     const CommandProgress checking{{}, [this](std::int32_t) { ShowBar(); }, [this] { PaintWindow(); }};
     DownloadStyle style;
     style.hardwareIdInHex = true;
@@ -211,7 +210,7 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
     return result;
 }
 
-// Painting a bar behind each of a thousand blocks costs a fifth of the load's time.
+// Painting a bar after each of a thousand blocks costs a fifth of the load's time.
 bool frmSelectFirmware::IsProgressDue(const LoadProgress& progress) {
     const std::int64_t now = platform::QueryPerformanceCounter();
     const bool due =
@@ -221,13 +220,13 @@ bool frmSelectFirmware::IsProgressDue(const LoadProgress& progress) {
     return due;
 }
 
-// The bar's text by the time that has passed in the present step.
+// The bar's text, by the time that has passed in the current step.
 void frmSelectFirmware::ShowBar() {
     const bool failed = failure_.stage != DownloadFailure::Stage::None;
     pgbReadFile->setFormat(Q(loadText::Bar(progress_, MillisecondsSince(stepStart_), failed)));
 }
 
-// A retried block's message gives way to the line before it as soon as the block is through: the load goes on.
+// The message about a retried block gives way to the line before it as soon as the block has succeeded.
 void frmSelectFirmware::TrackRetries(const LoadProgress& progress) {
     if (progress.step == LoadProgress::Step::Erasing) {
         sentAgain_ = 0;
@@ -238,15 +237,14 @@ void frmSelectFirmware::TrackRetries(const LoadProgress& progress) {
         Status(beginning_);
 }
 
-// Between two blocks no turn does it. What has changed is painted, and the whole window is put on the screen again,
-// since a display forgets what a minimized window showed.
+// Paints what has changed, since no turn does so between two blocks. The whole window is put on the screen again,
+// because a display forgets what a minimized window showed.
 void frmSelectFirmware::PaintWindow() {
     window()->repaint();
     if (QBackingStore* painted = window()->backingStore())
         painted->flush(window()->rect());
 }
 
-// Bar and line tell the phase.
 void frmSelectFirmware::ShowProgress(const LoadProgress& progress) {
     using Step = LoadProgress::Step;
     const bool stepIsNew = progress.step != progress_.step, triesAreNew = progress.tries != progress_.tries;
@@ -307,7 +305,7 @@ void frmSelectFirmware::cmdPreferences_Click() {
 
 void frmSelectFirmware::cmdViewConfig_Click() {
     const Stay stay(*this);
-    const PickedFile picked = picked_; // the focus alone can pick another one
+    const PickedFile picked = picked_; // a change of focus can pick another one
     const auto view = [&] {
         ListView1->setFocus();
         TwdHeader package;

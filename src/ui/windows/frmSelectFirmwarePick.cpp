@@ -16,7 +16,7 @@
 namespace {
 
 constexpr const char* MODULE = "frmSelectFirmware";
-constexpr std::int64_t HEADER_LIMIT = 512; // what a click reads
+constexpr std::int64_t HEADER_LIMIT = 512; // bytes that a click reads
 
 } // namespace
 
@@ -25,10 +25,10 @@ void frmSelectFirmware::ListView1_ItemClick() {
     ReadPicked();
 }
 
-// The row becomes the picked file, of which nothing is known yet. Gives no turn.
+// The current row becomes the picked file, whose header isn't read yet. Processes no events.
 void frmSelectFirmware::Pick() {
     if (loading_)
-        return; // the load has this window's labels
+        return; // the labels show the load
     const QTreeWidgetItem* item = ListView1->currentItem();
     picked_ = {};
     picked_.folder = folder_;
@@ -43,11 +43,11 @@ void frmSelectFirmware::Pick() {
     }
 }
 
-// Reads the picked file's header. That gives turns, in which another file can be picked: then that one is
-// read too, and nothing of the earlier one is shown.
+// Reads the picked file's header. That processes events, in which another file can be picked: then that one is read
+// too, and nothing of the earlier one is shown.
 void frmSelectFirmware::ReadPicked() {
     if (loading_ || std::exchange(reading_, true))
-        return; // the read that gives the present turn goes on with what is picked by then
+        return; // the read in progress goes on with whatever is picked by then
     const Stay stay(*this);
     Guard("ListView1_ItemClick", [this] {
         const std::string status = lblStatus->text().toStdString();
@@ -128,7 +128,7 @@ void frmSelectFirmware::ShowPicked() {
     Detail(view.detail);
 }
 
-// Whether a package begins as the picked file did when labels and buttons were set by it.
+// Whether a package still begins with the bytes by which labels and buttons were set.
 bool frmSelectFirmware::PickedFile::isStill(const ByteArray& bytes) const {
     return !head.empty() && bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
 }

@@ -33,7 +33,7 @@ frmSelectFirmwarePreferences::frmSelectFirmwarePreferences(QWidget* owner) : QDi
     chkOverrideHardwareCompatibility =
         add(column, new QCheckBox("&Override Hardware ID Incompatibility"), "chkOverrideHardwareCompatibility");
     cmdClose = add(column, new QPushButton("&Close"), "cmdClose");
-    cmdClose->setDefault(true); // Enter and Escape close the dialog, also on a box
+    cmdClose->setDefault(true); // Enter and Escape close the dialog, even on a check box
 
     connect(chkAlwaysLoadConfig, &QCheckBox::clicked, this,
             [](bool checked) { windowSettings::Save(SECTION, "AlwaysLoadConfig", checked ? "1" : "0"); });
@@ -60,7 +60,7 @@ bool frmSelectFirmwarePreferences::Form_Load() {
 
 std::int32_t frmSelectFirmwarePreferences::GetDefaultDownloadBehavior() {
     const double stored = platform::LeadingNumber(windowSettings::Get(SECTION, "DefaultLoadBehavior", "0"));
-    return stored == 1 || stored == 2 ? std::int32_t(stored) : 0; // anything else is as good as none
+    return stored == 1 || stored == 2 ? std::int32_t(stored) : 0; // anything else counts as missing
 }
 
 void frmSelectFirmwarePreferences::SetDefaultDownloadBehavior(std::int32_t behavior) {

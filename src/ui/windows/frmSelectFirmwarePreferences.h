@@ -13,7 +13,7 @@ class frmSelectFirmwarePreferences : public QDialog {
     Q_OBJECT
 public:
     explicit frmSelectFirmwarePreferences(QWidget* owner);
-    // False without a settings store: there is nothing to prefer then.
+    // False without a settings store, in which preferences could be kept.
     bool Form_Load();
 
     // What a double-click on a package does: 0 image and config, 1 image, 2 config.

@@ -38,7 +38,6 @@ std::int32_t NumberSetting(const char* key, std::int32_t lowest, std::int32_t de
     return number < lowest ? defaultValue : number;
 }
 
-// A lamp: green while a read succeeds.
 QPixmap Lamp(const QColor& colour) {
     QPixmap picture(20, 20);
     picture.fill(Qt::transparent);
@@ -170,7 +169,7 @@ bool frmShell::IsCommandKey(const QKeyEvent& event) const {
                        [&](const QAction* action) { return action->shortcut() == keys; });
 }
 
-// Every other key goes to the device; the frame would close the window with some of them.
+// Every other key goes to the device; some of them would make the frame close the window.
 bool frmShell::event(QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride && !IsCommandKey(*static_cast<QKeyEvent*>(event))) {
         event->accept();
@@ -181,9 +180,9 @@ bool frmShell::event(QEvent* event) {
 
 void frmShell::keyPressEvent(QKeyEvent* event) {
     if (txtShell->hasFocus())
-        event->ignore(); // it comes from there
+        event->ignore(); // it was passed on from there
     else
-        txtShell->keyPressEvent(event); // not sent, or an unwanted one would come back for ever
+        txtShell->keyPressEvent(event); // called directly: a sent event that isn't accepted would come back for ever
 }
 
 bool frmShell::eventFilter(QObject* watched, QEvent* event) {
@@ -218,9 +217,9 @@ void frmShell::setCurrentHandle(std::int32_t handle) {
     RefreshDeviceList();
 }
 
-// No two windows stay on one target.
+// No two windows show the same target.
 void frmShell::CloseOthersOn(std::int32_t handle) {
-    const std::vector<Form*> list = windows::globals.shellWindows; // closing changes it
+    const std::vector<Form*> list = windows::globals.shellWindows; // a copy, since closing changes the list
     for (Form* form : list) {
         auto* other = qobject_cast<frmShell*>(form);
         if (other != nullptr && other != this && other->CurrentHandle() == handle)
@@ -240,7 +239,7 @@ void frmShell::ShowNoTarget(const QString& text) {
     cmbDeviceDetails->setEditText(text);
 }
 
-// One line for each target, each with a handle by which it can be chosen, and the present one selected.
+// One line per target, with the handle by which it can be chosen; the current one is selected.
 void frmShell::ShowTargets() {
     const QSignalBlocker quiet(cmbDeviceDetails);
     cmbDeviceDetails->clear();
@@ -299,7 +298,7 @@ void frmShell::cmbDeviceDetails_Click() {
     });
 }
 
-// Tells of a target that can't be polled, and rebuilds the window once when it went.
+// Reports a target that can't be polled; rebuilds the window whenever that changes.
 bool frmShell::HasUsableNode() {
     const std::int16_t node = basBootloader::GetNodeNum(currentHandle_).NodeNum;
     const bool usable = currentHandle_ != 0 && node >= 0 && node <= LAST_NODE;
@@ -330,10 +329,11 @@ void frmShell::ReadPasses() {
     bool more = true;
     for (int pass = 0; more && pass < PASSES_PER_TICK; ++pass) {
         if (pass > 0)
-            platform::DoEvents(); // a flood leaves the other windows their turn
+            platform::DoEvents(); // other windows get a turn even during a flood
         if (unloaded() || currentHandle_ == 0)
             return;
-        if (bas1394::globals.HandlingBusReset) // whose console it would be isn't known yet, nor where its mark belongs
+        if (bas1394::globals
+                .HandlingBusReset) // it isn't known yet whose console it would be, nor where its mark belongs
             return;
         more = ReadOnce();
     }

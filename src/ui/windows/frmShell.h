@@ -1,5 +1,5 @@
 // A terminal on one target at a time: polls the target's console, shows what comes back, sends the
-// user's keys, and carries a menu of bootloader commands.
+// user's keys, and offers a menu of bootloader commands.
 #pragma once
 
 #include "Form.h"
@@ -33,7 +33,7 @@ public:
 
     std::int32_t Index = 0; // slot in the list of shell windows
     std::int32_t CurrentHandle() const { return currentHandle_; }
-    // Closes every other window on that target, empties the text, shows the target's history.
+    // Switches to a target: closes every other window on it, clears the text, shows the target's history.
     void setCurrentHandle(std::int32_t handle);
     bool Connected() const { return !imgConnected->isHidden(); }
     void setConnected(bool connected);
@@ -41,9 +41,9 @@ public:
     void setAlwaysOnTop(bool onTop) { mnuAlwaysOnTop->setChecked(onTop); }
     void RefreshDeviceList();
 
-    // A bus reset is over: the combo tells the present nodes, text and log get a mark.
+    // After a bus reset: the combo lists the present nodes, and text and log get a mark.
     void BusWasReset();
-    // The device dropped so many characters before they could be read.
+    // The device dropped `count` characters before they could be read.
     void CharactersLost(std::int32_t count);
 
     void txtShell_KeyPress(std::uint8_t keyAscii);
@@ -107,9 +107,9 @@ private:
     std::int32_t currentHandle_ = 0;
     bool targetWasValid_ = false; // at the last tick
     bool absent_ = false;         // a finished bus reset left it without a node
-    bool bootloader_ = false;     // it ran its bootloader
-    bool polling_ = false;        // a tick gives turns and must not run inside itself
-    QString wanted_;              // text looked for last
+    bool bootloader_ = false;     // it ran its bootloader at the last bus reset
+    bool polling_ = false;        // a tick processes events and must not be nested
+    QString wanted_;              // text last searched for
     std::unique_ptr<ShellLog> log_;
     std::unique_ptr<clsLayoutManager> layout_;
 };

@@ -42,7 +42,7 @@ void frmShell::ShowHistory(const ShellStore& store) {
         txtShell->ShowMark(mark->Text, mark->StartsOver);
 }
 
-// Not once more when nothing was printed since: a restart alone may take several bus resets.
+// Not repeated if nothing was printed since the last one: a restart alone may cause several bus resets.
 void frmShell::Mark(const std::string& what, bool startsOver) {
     BootloaderTarget* target = TargetOf(currentHandle_);
     if (target == nullptr)

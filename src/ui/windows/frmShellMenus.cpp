@@ -29,7 +29,7 @@ void TellFailure(std::int32_t level, const char* text, std::int32_t code) {
         basDebug::Display(MODULE, level, "{}{}", text, code);
 }
 
-// A number that the user gave, or `otherwise`.
+// A number entered by the user; `otherwise` if there is none.
 std::int32_t AskNumber(const char* prompt, const char* title, std::int32_t present, std::int32_t otherwise) {
     const std::string answer = platform::CurrentDialogs().InputBox(prompt, title, std::to_string(present));
     if (!basUtils::IsNumericText(answer))

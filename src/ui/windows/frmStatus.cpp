@@ -54,7 +54,7 @@ void frmStatus::MakeGrid() {
     mfgStatus->setModel(&shown_);
     mfgStatus->setSelectionBehavior(QAbstractItemView::SelectRows);
     mfgStatus->setWordWrap(false);
-    mfgStatus->setTabKeyNavigation(false); // Tab leads on to the strip
+    mfgStatus->setTabKeyNavigation(false); // Tab moves on to the strip
     const int line = fontMetrics().height();
     mfgStatus->setIconSize({line - 3, line - 3});
     mfgStatus->horizontalHeader()->setHighlightSections(false);
@@ -125,7 +125,7 @@ void frmStatus::MakeMenu() {
         action->setShortcut(key);
         action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
         connect(action, &QAction::triggered, this, chosen);
-        addAction(action); // so that its keys work in all of the window
+        addAction(action); // so that its keys work in the whole window
         mfgStatus->addAction(action);
         return action;
     };
@@ -192,7 +192,7 @@ void frmStatus::PostMessage(std::string_view strMessage, float sngElapsedTime, s
             pending_.push_back(
                 {{Q(basDebug::FormatRunTime(std::int64_t(sngElapsedTime))), Q(level), Q(strModule), Q(strMessage)},
                  priority});
-            // Work that gives no turn still shows its messages as they come.
+            // Work that processes no events still shows its messages as they arrive.
             const std::int64_t now = platform::QueryPerformanceCounter();
             if (now - lastShown_ >= SHOW_INTERVAL * 1'000'000LL) {
                 ShowPendingRows();
@@ -220,8 +220,8 @@ void frmStatus::ShowPendingRows() {
     if (follows)
         mfgStatus->scrollToBottom();
     else
-        bar->setValue(top.isValid() ? top.row() : 0); // what is read stays where it is
-    followsNewest_ = atNewest;                        // rows that went at the top moved the bar, not the user
+        bar->setValue(top.isValid() ? top.row() : 0); // the rows being read stay in place
+    followsNewest_ = atNewest;                        // rows dropped at the top moved the bar, not the user
     ShowCount();
 }
 
@@ -316,7 +316,7 @@ void frmStatus::Form_Resize() {
     mfgStatus->setGeometry(0, 0, width(), strip_->isHidden() ? height() : std::max(0, left));
     strip_->setGeometry(0, left, width(), line);
     FitStrip();
-    // Not the viewport's width: before it is first shown a table hasn't laid itself out.
+    // Not the viewport's width: a table isn't laid out before it is first shown.
     const int available =
         width() - mfgStatus->verticalScrollBar()->sizeHint().width() - 2 * mfgStatus->frameWidth() - 7;
     SizeColumns(available);
@@ -359,7 +359,7 @@ void frmStatus::Form_Unload() {
     tmrShowRows_->setEnabled(false);
     pending_.clear();
     SaveLayout();
-    frame()->hide(); // so that the arranging of the others stops counting it
+    frame()->hide(); // so that arranging the others no longer counts it
     MDIForm1* parent = windows::globals.parent;
     if (parent == nullptr)
         return;

@@ -27,7 +27,7 @@ public:
     QString whichOne() const override { return WindowIndex == 0 ? QString() : QString::number(WindowIndex + 1); }
     std::int32_t SaveLayout();    // 1, or -1 when nothing was saved
     std::int32_t RestoreLayout(); // 1
-    // `priority` 0 counts as a message without a level and becomes 5. Painted in batches.
+    // A `priority` of 0 means no level and becomes 5. Rows are painted in batches.
     void PostMessage(std::string_view strMessage, float sngElapsedTime, std::int32_t& priority,
                      std::string_view strModule);
     // For this window's own failures, which can't go through the message log.
@@ -38,10 +38,10 @@ public:
 
     QGroupBox* fraApplicationStatus;
     Hinted<QTableView>* mfgStatus;
-    // The strip below the grid. What finds no room in a narrow window is hidden; the grid's menu has it.
+    // The strip below the grid. Controls that don't fit a narrow window are hidden; the grid's menu offers the same.
     QLabel *lblNumber = nullptr, *lblCount = nullptr;
     FindLine* txtFind;
-    QComboBox *cmbLevel = nullptr, *cmbModule = nullptr; // which rows are shown; all of them stay in the window
+    QComboBox *cmbLevel = nullptr, *cmbModule = nullptr; // filters; hidden rows stay in the window
     QCheckBox* chkHold = nullptr;                        // new rows don't move the view
     QToolButton *cmdSave = nullptr, *cmdClear = nullptr;
 

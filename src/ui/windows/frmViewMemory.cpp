@@ -51,8 +51,8 @@ void frmViewMemory::setByteData(ByteArray bytes) {
     txtNodeMemory->setBytes(std::move(bytes), StartAddress);
 }
 
-// A line to type in that shrank and grew with the window couldn't be read in a small one: it keeps its
-// height, the dump takes what is left.
+// A find line that scaled with the window couldn't be read in a small one: it keeps its height, and the dump takes the
+// rest.
 void frmViewMemory::KeepFindLine() {
     const int line = txtFind->lineHeight(), top = fraBounding->height() - line - GAP;
     for (QWidget* control : {static_cast<QWidget*>(txtFind), static_cast<QWidget*>(cmdClose)})

@@ -20,7 +20,7 @@ public:
     void Form_Load() override;
 
     std::uint32_t StartAddress = 0; // of the first byte; set before ByteData
-    std::int32_t ColumnCount = 4;   // bytes a line
+    std::int32_t ColumnCount = 4;   // bytes per line
     std::int16_t Index = 0;         // slot in the list of memory viewers
     const ByteArray& ByteData() const { return txtNodeMemory->bytes(); }
     void setByteData(ByteArray bytes); // draws them
