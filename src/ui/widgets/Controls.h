@@ -1,16 +1,11 @@
 // Small helpers that every window needs.
 #pragma once
 
-#include "Guarded.h"
-
-#include <QAction>
 #include <QItemSelectionModel>
 #include <QString>
 
-#include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 inline QString Q(std::string_view text) {
     return QString::fromUtf8(text.data(), qsizetype(text.size()));
@@ -36,10 +31,3 @@ protected:
         return index.isValid() ? View::selectionCommand(index, event) : QItemSelectionModel::NoUpdate;
     }
 };
-
-// A failure that gets as far as the item is logged under its name: out of Qt it would end the program.
-inline void OnChoice(QAction* item, const char* module, std::function<void()> click) {
-    QObject::connect(item, &QAction::triggered, item, [=, click = std::move(click)] {
-        Guarded(module, (item->objectName().toStdString() + "_Click").c_str(), click);
-    });
-}

@@ -1,8 +1,8 @@
 #include "HexDumpView.h"
 
+#include "Menus.h"
 #include "basUtils.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
@@ -35,15 +35,8 @@ HexDumpView::HexDumpView(QWidget* parent) : QAbstractScrollArea(parent) {
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setBackgroundRole(QPalette::Base);
     viewport()->setAutoFillBackground(true);
-    const auto item = [this](const QString& caption, QKeySequence::StandardKey key, auto done) {
-        auto* action = new QAction(caption, this);
-        action->setShortcut(key);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        connect(action, &QAction::triggered, this, done);
-        addAction(action);
-    };
-    item(tr("Copy"), QKeySequence::Copy, &HexDumpView::copy);
-    item(tr("Select All"), QKeySequence::SelectAll, &HexDumpView::selectAll);
+    AddContextItem(this, "Copy", QKeySequence::Copy, [this] { copy(); });
+    AddContextItem(this, "Select All", QKeySequence::SelectAll, [this] { selectAll(); });
     setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 

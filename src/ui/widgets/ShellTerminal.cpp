@@ -3,6 +3,7 @@
 #include "Clock.h"
 #include "CodePage.h"
 #include "Controls.h"
+#include "Menus.h"
 #include "ShellKeys.h"
 
 #include <QApplication>
@@ -60,18 +61,10 @@ ShellTerminal::ShellTerminal(QWidget* parent)
 }
 
 void ShellTerminal::BuildActions() {
-    const auto item = [this](const char* name, const char* caption, QKeyCombination key, auto done) {
-        auto* action = new QAction(QString::fromLatin1(caption), this);
-        action->setObjectName(name);
-        action->setShortcut(key);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        connect(action, &QAction::triggered, this, done);
-        addAction(action);
-        return action;
-    };
-    mnuCopy = item("mnuCopy", "&Copy", Qt::CTRL | Qt::SHIFT | Qt::Key_C, &ShellTerminal::copy);
-    mnuPaste = item("mnuPaste", "&Paste", Qt::CTRL | Qt::SHIFT | Qt::Key_V, &ShellTerminal::paste);
-    mnuSelectAll = item("mnuSelectAll", "Select &All", Qt::CTRL | Qt::SHIFT | Qt::Key_A, &ShellTerminal::selectAll);
+    mnuCopy = Named(AddContextItem(this, "&Copy", Qt::CTRL | Qt::SHIFT | Qt::Key_C, [this] { copy(); }), "mnuCopy");
+    mnuPaste = Named(AddContextItem(this, "&Paste", Qt::CTRL | Qt::SHIFT | Qt::Key_V, [this] { paste(); }), "mnuPaste");
+    mnuSelectAll = Named(AddContextItem(this, "Select &All", Qt::CTRL | Qt::SHIFT | Qt::Key_A, [this] { selectAll(); }),
+                         "mnuSelectAll");
     mnuCopy->setEnabled(false);
     setContextMenuPolicy(Qt::ActionsContextMenu);
 }

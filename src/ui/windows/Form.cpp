@@ -2,12 +2,12 @@
 
 #include "Clock.h"
 #include "MDIForm1.h"
+#include "Menus.h"
 #include "WindowSystem.h"
 #include "Windows.h"
 #include "basApp.h"
 
 #include <QAbstractItemView>
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
@@ -185,20 +185,14 @@ QString TextOf(const QAbstractItemView* view, const QModelIndexList& rows, CopyA
 } // namespace
 
 void MakeCopyable(QAbstractItemView* view, CopyAs as) {
-    const auto add = [view](const char* caption, QKeySequence::StandardKey key, auto triggered) {
-        auto* action = new QAction(QObject::tr(caption), view);
-        action->setShortcut(key);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        QObject::connect(action, &QAction::triggered, view, triggered);
-        view->addAction(action);
+    const auto copy = [view, as](const QModelIndexList& rows) {
+        QApplication::clipboard()->setText(TextOf(view, rows, as));
     };
-    add("Copy", QKeySequence::Copy,
-        [view, as] { QApplication::clipboard()->setText(TextOf(view, SelectedRows(view), as)); });
+    AddContextItem(view, "Copy", QKeySequence::Copy, [view, copy] { copy(SelectedRows(view)); });
     if (as == CopyAs::Table)
-        add("Copy All Rows", QKeySequence::UnknownKey,
-            [view, as] { QApplication::clipboard()->setText(TextOf(view, AllRows(view), as)); });
+        AddContextItem(view, "Copy All Rows", {}, [view, copy] { copy(AllRows(view)); });
     if (view->selectionMode() != QAbstractItemView::SingleSelection)
-        add("Select All", QKeySequence::SelectAll, [view] { view->selectAll(); });
+        AddContextItem(view, "Select All", QKeySequence::SelectAll, [view] { view->selectAll(); });
     view->setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 

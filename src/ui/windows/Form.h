@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Layout.h"
+#include "LogFailure.h"
 
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -66,6 +67,7 @@ public:
     // Sizes the frame so that the client area holds these pixels.
     void fitClient(int width, int height);
     std::string nameText() const { return objectName().toStdString(); }
+    auto LogFailure(const char* procedure) const { return ::LogFailure(nameText(), procedure); }
 
 protected:
     virtual void Form_Resize() {}

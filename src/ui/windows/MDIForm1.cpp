@@ -1,10 +1,10 @@
 #include "MDIForm1.h"
 
-#include "Controls.h"
 #include "Dialogs.h"
 #include "Form.h"
-#include "Guarded.h"
 #include "Layout.h"
+#include "LogFailure.h"
+#include "Menus.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
@@ -26,12 +26,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 namespace {
 
-constexpr const char* MODULE = "MDIForm1";
+constexpr const char* MODULE = "MDIForm1"; // also the section of its settings
+constexpr const char* AUTO_SCALE_KEY = "AutoScaleChildForms";
 constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
@@ -59,40 +59,27 @@ MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)), lblNotice(new QLabel(this))
 }
 
 void MDIForm1::BuildMenus() {
-    const auto menu = [this](const char* name, const char* caption) {
-        auto* made = new QMenu(QString::fromLatin1(caption), this);
-        made->setObjectName(name);
-        return made;
-    };
-    const auto item = [this](QMenu* in, const char* name, const char* caption, auto click) {
-        QAction* action = in->addAction(QString::fromLatin1(caption));
-        action->setObjectName(name);
-        OnChoice(action, "MDIForm1", std::bind_front(click, this));
-        return action;
-    };
-    mnuFile2 = menu("mnuFile2", "&File");
-    mnuExit = item(mnuFile2, "mnuExit", "E&xit", &MDIForm1::mnuExit_Click);
-    mnuView2 = menu("mnuView2", "&View");
-    mnuStatusWindow = item(mnuView2, "mnuStatusWindow", "&Status Window", &MDIForm1::mnuStatusWindow_Click);
-    mnuDebugLoggingLevel =
-        item(mnuView2, "mnuDebugLoggingLevel", "Debug &Logging Level", &MDIForm1::mnuDebugLoggingLevel_Click);
-    mnuDebugMessageLevel =
-        item(mnuView2, "mnuDebugMessageLevel", "Debug &Message Level", &MDIForm1::mnuDebugMessageLevel_Click);
-    mnuWindow = menu("mnuWindow", "&Window");
-    space = mnuWindow->addSeparator();
-    space->setObjectName("space");
-    connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
-    mnuAutoScaleChildren = item(mnuWindow, "mnuAutoScaleChildren", "&Auto-Scale Children", [this](MDIForm1*) {
-        mnuAutoScaleChildren->toggle(); // the click itself flips the mark below
+    const auto autoScale = [this] {
+        mnuAutoScaleChildren->toggle(); // undoes what the click did; the next line flips the mark
         mnuAutoScaleChildren_Click();
-    });
-    mnuAutoScaleChildren->setCheckable(true);
-    mnuTile = item(mnuWindow, "mnuTile", "&Tile", &MDIForm1::mnuTile_Click);
-    mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [](MDIForm1*) {});
-    mnuHelp2 = menu("mnuHelp2", "&Help");
-    mnuUserGuide = item(mnuHelp2, "mnuUserGuide", "&User Guide", &MDIForm1::mnuUserGuide_Click);
-    mnuReleaseNotes = item(mnuHelp2, "mnuReleaseNotes", "&Release Notes", &MDIForm1::mnuReleaseNotes_Click);
-    mnuAbout = item(mnuHelp2, "mnuAbout", "&About", &MDIForm1::mnuAbout_Click);
+    };
+    mnuFile2 = MakeMenu(this, "mnuFile2", "&File", {{&mnuExit, "mnuExit", "E&xit", [this] { mnuExit_Click(); }}});
+    mnuView2 = MakeMenu(this, "mnuView2", "&View",
+                        {{&mnuStatusWindow, "mnuStatusWindow", "&Status Window", [this] { mnuStatusWindow_Click(); }},
+                         {&mnuDebugLoggingLevel, "mnuDebugLoggingLevel", "Debug &Logging Level",
+                          [this] { mnuDebugLoggingLevel_Click(); }},
+                         {&mnuDebugMessageLevel, "mnuDebugMessageLevel", "Debug &Message Level",
+                          [this] { mnuDebugMessageLevel_Click(); }}});
+    mnuWindow = MakeMenu(this, "mnuWindow", "&Window",
+                         {Separator("space"),
+                          Checkable({&mnuAutoScaleChildren, "mnuAutoScaleChildren", "&Auto-Scale Children", autoScale}),
+                          {&mnuTile, "mnuTile", "&Tile", [this] { mnuTile_Click(); }},
+                          {&mnuCascade, "mnuCascade", "&Cascade"}});
+    connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
+    mnuHelp2 = MakeMenu(this, "mnuHelp2", "&Help",
+                        {{&mnuUserGuide, "mnuUserGuide", "&User Guide", [this] { mnuUserGuide_Click(); }},
+                         {&mnuReleaseNotes, "mnuReleaseNotes", "&Release Notes", [this] { mnuReleaseNotes_Click(); }},
+                         {&mnuAbout, "mnuAbout", "&About", [this] { mnuAbout_Click(); }}});
     ShowMenusOfActiveChild();
 }
 
@@ -171,7 +158,7 @@ void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
     if (!basApp::globals.StoreNotice.empty())
         ShowNotice(QString::fromStdString(basApp::globals.StoreNotice));
-    mnuAutoScaleChildren->setChecked(windowSettings::GetFlag("MDIForm1", "AutoScaleChildForms", "1"));
+    mnuAutoScaleChildren->setChecked(windowSettings::GetFlag(MODULE, AUTO_SCALE_KEY, "1"));
     setWindowTitle(
         QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version)"
                                            " (ORV Custom Build)",
@@ -263,7 +250,7 @@ void MDIForm1::ArrangeChildren(int mode) {
     frmMain* main = windows::globals.main;
     if (main == nullptr)
         return;
-    Guarded(MODULE, "ArrangeChildren", [&] {
+    const auto arrange = [&] {
         std::vector<Form*> forms{main};
         for (frmStatus* status : windows::globals.statusWindows)
             if (status != nullptr && status->isVisible())
@@ -282,7 +269,8 @@ void MDIForm1::ArrangeChildren(int mode) {
                                                    lastClientHeight_));
         lastClientHeight_ = ClientHeight();
         lastClientWidth_ = ClientWidth();
-    });
+    };
+    platform::Attempt(arrange, LogFailure(MODULE, "ArrangeChildren"));
 }
 
 void MDIForm1::mnuAutoScaleChildren_Click() {
@@ -311,17 +299,16 @@ void MDIForm1::mnuStatusWindow_Click() {
 }
 
 std::int32_t MDIForm1::CreateDownloadWindow() {
-    std::int32_t result = -1;
-    Guarded(MODULE, "CreateDownloadWindow", [&] {
+    const auto create = [this] {
         const std::size_t slot = windows::EmptySlot(windows::globals.firmwareWindows);
         auto* browser = new frmSelectFirmware;
         windows::globals.firmwareWindows[slot] = browser;
         AddChild(browser);
         browser->Form_Load();
         browser->SlotNumber = std::int16_t(slot);
-        result = std::int32_t(slot);
-    });
-    return result;
+        return std::int32_t(slot);
+    };
+    return platform::ResultOf(create, LogFailure(MODULE, "CreateDownloadWindow"));
 }
 
 // A target in the middle of a load would be left without an image.

@@ -54,8 +54,8 @@ public:
     ChildArea* mdiArea;
     QLabel* lblNotice; // hidden while there is nothing to say
     QMenu *mnuFile2, *mnuView2, *mnuWindow, *mnuHelp2;
-    QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *space, *mnuAutoScaleChildren,
-        *mnuTile, *mnuCascade, *mnuUserGuide, *mnuReleaseNotes, *mnuAbout;
+    QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *mnuAutoScaleChildren, *mnuTile,
+        *mnuCascade, *mnuUserGuide, *mnuReleaseNotes, *mnuAbout;
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

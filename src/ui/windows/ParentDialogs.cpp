@@ -3,8 +3,9 @@
 #include "CodePage.h"
 #include "Dialogs.h"
 #include "Form.h"
-#include "Guarded.h"
+#include "LogFailure.h"
 #include "MDIForm1.h"
+#include "SettingKeys.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "bas1394.h"
@@ -20,7 +21,7 @@
 
 namespace {
 
-constexpr const char* GLOBAL_SECTION = "Global";
+constexpr const char* MODULE = "MDIForm1";
 
 std::string LevelPrompt(const char* question) {
     std::string prompt = std::string(question) + "A lower number means more messages.";
@@ -39,13 +40,13 @@ struct LevelDialog {
 
 constexpr LevelDialog LOGGING_LEVEL{"Debug Logging Level",
                                     "Please enter the new level of messages to add to the debug log (1 to 15).  ",
-                                    "DebugLoggingLevel", LEVEL_NONE, ".  Debug Logging Level unchanged."};
+                                    settingKeys::DEBUG_LOGGING_LEVEL, LEVEL_NONE, ".  Debug Logging Level unchanged."};
 constexpr LevelDialog MESSAGE_LEVEL{"Message Level",
                                     "Please enter the new level of messages to view on the screen (1 to 15).  ",
-                                    "DebugMessageLevel", LEVEL_FATAL, ".  Message Level unchanged."};
+                                    settingKeys::DEBUG_MESSAGE_LEVEL, LEVEL_FATAL, ".  Message Level unchanged."};
 constexpr LevelDialog DLL_LEVEL{"DLL Message Level",
                                 "Please enter the new level of messages from the 1394 DLL (1 to 15).  ",
-                                "DllMessageLevel", LEVEL_FATAL, ".  1394 DLL Debug level unchanged."};
+                                settingKeys::DLL_MESSAGE_LEVEL, LEVEL_FATAL, ".  1394 DLL Debug level unchanged."};
 
 // Asks for a level and passes an accepted one to `accept`. Text that isn't a number raises failure 13.
 void AskForLevel(const LevelDialog& dialog, const std::string& first, const std::function<void(std::int32_t)>& accept) {
@@ -59,7 +60,7 @@ void AskForLevel(const LevelDialog& dialog, const std::string& first, const std:
         return;
     }
     accept(number);
-    windowSettings::Save(GLOBAL_SECTION, dialog.key, std::to_string(number));
+    windowSettings::Save(settingKeys::GLOBAL_SECTION, dialog.key, std::to_string(number));
 }
 
 // The status window that the level is for; null, after a message box, if there is none.
@@ -88,41 +89,46 @@ frmStatus* WindowForLevel(MDIForm1* parent) {
 } // namespace
 
 void MDIForm1::mnuDebugLoggingLevel_Click() {
-    Guarded("MDIForm1", "mnuDebugLoggingLevel_Click", [] {
+    const auto ask = [] {
         AskForLevel(LOGGING_LEVEL, std::to_string(basApp::globals.DebugLoggingLevel),
                     [](std::int32_t level) { basApp::globals.DebugLoggingLevel = level; });
-    });
+    };
+    platform::Attempt(ask, LogFailure(MODULE, "mnuDebugLoggingLevel_Click"));
 }
 
 void MDIForm1::mnuDebugMessageLevel_Click() {
-    Guarded("MDIForm1", "mnuDebugMessageLevel_Click", [this] {
+    const auto ask = [this] {
         frmStatus* window = WindowForLevel(this);
         if (window == nullptr)
             return;
         AskForLevel(MESSAGE_LEVEL, std::to_string(window->MessageLevel),
                     [window](std::int32_t level) { window->MessageLevel = basApp::globals.DebugMessageLevel = level; });
-    });
+    };
+    platform::Attempt(ask, LogFailure(MODULE, "mnuDebugMessageLevel_Click"));
 }
 
 void MDIForm1::mnuDllMessageLevel_Click() {
-    Guarded("MDIForm1", "mnuDllMessageLevel_Click", [] {
-        AskForLevel(DLL_LEVEL, windowSettings::Get(GLOBAL_SECTION, "DllMessageLevel", "7"), [](std::int32_t level) {
-            basApp::globals.DllMessageLevel = level;
-            bas1394::SetDllMessageLevel(level);
-        });
-    });
+    const auto ask = [] {
+        AskForLevel(DLL_LEVEL, windowSettings::Get(settingKeys::GLOBAL_SECTION, settingKeys::DLL_MESSAGE_LEVEL, "7"),
+                    [](std::int32_t level) {
+                        basApp::globals.DllMessageLevel = level;
+                        bas1394::SetDllMessageLevel(level);
+                    });
+    };
+    platform::Attempt(ask, LogFailure(MODULE, "mnuDllMessageLevel_Click"));
 }
 
 void MDIForm1::mnuDefault1394TransactionTimeout_Click() {
     static constexpr const char* CAPTION = "Invalid Time Setting";
     constexpr std::int32_t LONGEST = 3000; // ms
-    Guarded("MDIForm1", "mnuDefault1394TransactionTimeout_Click", [] {
+    const auto ask = [] {
         auto& globals = basApp::globals;
         const std::string answer = platform::CurrentDialogs().InputBox(
-            "Please enter the new value for the default 1394 transaction timeout (in milliseconds).  Note: a value of "
+            "Please enter the new value for the default 1394 transaction timeout (in milliseconds).  Note: a value "
+            "of "
             "0 causes the 1394 function calls to be made synchronously.",
             "Transaction Timeout Time",
-            windowSettings::Get(GLOBAL_SECTION, "Default1394TransactionTimeout",
+            windowSettings::Get(settingKeys::GLOBAL_SECTION, settingKeys::DEFAULT_TRANSACTION_TIMEOUT,
                                 std::to_string(globals.Default1394TransactionTimeout)));
         if (answer.empty())
             return;
@@ -138,6 +144,8 @@ void MDIForm1::mnuDefault1394TransactionTimeout_Click() {
             return;
         }
         globals.Default1394TransactionTimeout = globals.CurrentTransactionTimeout = number;
-        windowSettings::Save(GLOBAL_SECTION, "Default1394TransactionTimeout", std::to_string(number));
-    });
+        windowSettings::Save(settingKeys::GLOBAL_SECTION, settingKeys::DEFAULT_TRANSACTION_TIMEOUT,
+                             std::to_string(number));
+    };
+    platform::Attempt(ask, LogFailure(MODULE, "mnuDefault1394TransactionTimeout_Click"));
 }

@@ -113,23 +113,31 @@ std::int32_t clsLayoutManager::ResizeForm() {
     return 1;
 }
 
+void clsLayoutManager::SaveEdges(Form* form) {
+    const auto edges = EdgesOf(form);
+    for (std::size_t i = 0; i < EDGES.size(); ++i)
+        windowSettings::Save(form->nameText(), EDGES[i], std::to_string(edges[i]));
+}
+
+layout::Rectangle clsLayoutManager::StoredPlace(Form* form) {
+    auto edges = EdgesOf(form);
+    for (std::size_t i = 0; i < EDGES.size(); ++i)
+        edges[i] = platform::NumberFromText(windowSettings::Get(form->nameText(), EDGES[i], std::to_string(edges[i])));
+    const auto [top, left, bottom, right] = edges;
+    return layout::FromEdges(top, left, bottom, right);
+}
+
 std::int32_t clsLayoutManager::SaveLayout() {
     if (!layoutForm_->hasPlaceToKeep())
         return -1;
-    const auto edges = EdgesOf(layoutForm_);
-    for (std::size_t i = 0; i < EDGES.size(); ++i)
-        windowSettings::Save(layoutForm_->nameText(), EDGES[i], std::to_string(edges[i]));
+    SaveEdges(layoutForm_);
     return 1;
 }
 
 std::int32_t clsLayoutManager::RestoreLayout() {
-    auto edges = EdgesOf(layoutForm_);
-    for (std::size_t i = 0; i < EDGES.size(); ++i)
-        edges[i] =
-            platform::NumberFromText(windowSettings::Get(layoutForm_->nameText(), EDGES[i], std::to_string(edges[i])));
+    const layout::Rectangle stored = StoredPlace(layoutForm_);
     VerifyFormPosition(layoutForm_);
-    const auto [top, left, bottom, right] = edges;
-    layoutForm_->setPlace(layout::FromEdges(top, left, bottom, right));
+    layoutForm_->setPlace(stored);
     ResizeForm();
     return 1;
 }

@@ -29,6 +29,10 @@ public:
     std::int32_t ResizeForm();    // fits the controls to the window
     void VerifyFormPosition(Form* form);
 
+    // The edges of a window's frame in its settings, in pixels. A missing one is as it is now.
+    static void SaveEdges(Form* form);
+    static layout::Rectangle StoredPlace(Form* form);
+
     // The kind of control that a widget counts as ("TextBox"); empty if the keeper ignores it.
     static std::string ControlType(const QWidget* widget);
 

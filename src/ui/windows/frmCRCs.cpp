@@ -1,7 +1,6 @@
 #include "frmCRCs.h"
 
 #include "Controls.h"
-#include "Guarded.h"
 #include "Windows.h"
 #include "basBootloader.h"
 #include "frmMain.h"
@@ -83,7 +82,7 @@ frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
 void frmCRCs::Form_Load() {
     fitClient(Frame2->geometry().right() + 9, cmdClose->geometry().bottom() + 9);
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded("frmCRCs", "Form_Load", [this] { layout_->SetLayoutForm(this); });
+    platform::Attempt([this] { layout_->SetLayoutForm(this); }, LogFailure("Form_Load"));
 }
 
 void frmCRCs::Form_Resize() {

@@ -1,7 +1,5 @@
 #include "frmConfig.h"
 
-#include "Guarded.h"
-
 frmConfig::frmConfig()
     : Form("frmConfig", ""), RTB1(new RichTextBox(this)),
       txtFind(new FindLine(
@@ -19,7 +17,7 @@ frmConfig::frmConfig()
 void frmConfig::Form_Load() {
     fitClient(RTB1->width(), RTB1->height() + txtFind->lineHeight());
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded("frmConfig", "Form_Load", [this] { layout_->SetLayoutForm(this); }); // restores the layout too
+    platform::Attempt([this] { layout_->SetLayoutForm(this); }, LogFailure("Form_Load")); // restores the layout too
     QFont font("Courier New", 8);
     font.setStyleHint(QFont::Monospace);
     RTB1->setFont(font);

@@ -28,6 +28,13 @@ constexpr const char* RULE = "**************************************************
 
 constexpr const char* MODULE = "frmConfigROM";
 
+// This window's reporter; `rest` follows the description.
+auto LogError(const char* rest) {
+    return [rest](const platform::Failure& f) {
+        basDebug::Display(MODULE, LEVEL_ERROR, "ERROR #{}: {}{}", f.Number, f.Description, rest);
+    };
+}
+
 enum CheckColumn { ADDRESS, VERDICT, FINDING, COLUMNS };
 constexpr int GAP = 6;
 constexpr double TREE_SHARE = 0.6; // of the frame's height while the checks are shown
@@ -110,9 +117,7 @@ frmConfigROM::frmConfigROM()
 }
 
 void frmConfigROM::Form_Load() {
-    platform::ResumeNext next([](const platform::Failure& f) {
-        basDebug::Display(MODULE, LEVEL_ERROR, "ERROR #{}: {}.  Resuming next...", f.Number, f.Description);
-    });
+    platform::ResumeNext next(LogError(".  Resuming next..."));
     fitClient(fraConfigRomAppleFormat->geometry().right() + 7, cmdClose->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
     next([this] { layout_->SetLayoutForm(this); });
@@ -141,9 +146,7 @@ void frmConfigROM::setNodeNum(std::int32_t nodeNum) {
         }
         findings_ = basConfigRom::CheckConfigRom(rom);
     };
-    platform::Attempt(render, [](const platform::Failure& f) {
-        basDebug::Display(MODULE, LEVEL_ERROR, "ERROR #{}: {} in frmConfigROM.NodeNum", f.Number, f.Description);
-    });
+    platform::Attempt(render, LogError(" in frmConfigROM.NodeNum"));
     ShowRows();
     ShowChecks();
 }
@@ -279,10 +282,7 @@ void frmConfigROM::cmdSaveToDisk_Click() {
         for (const std::string& line : Lines())
             file.WriteLine(line);
     };
-    platform::Attempt(save, [](const platform::Failure& f) {
-        basDebug::Display(MODULE, LEVEL_ERROR, "ERROR #{}: {} in cmdSaveToDisk.  Aborting operation...", f.Number,
-                          f.Description);
-    });
+    platform::Attempt(save, LogError(" in cmdSaveToDisk.  Aborting operation..."));
 }
 
 void frmConfigROM::Form_Resize() {

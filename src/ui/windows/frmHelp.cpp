@@ -1,6 +1,5 @@
 #include "frmHelp.h"
 
-#include "Guarded.h"
 #include "basDebug.h"
 
 #include <QDir>
@@ -39,10 +38,11 @@ QToolButton* frmHelp::Button(const char* caption, const char* keys, QStyle::Stan
 void frmHelp::Form_Load() {
     fitClient(fontMetrics().averageCharWidth() * 100, fontMetrics().height() * 34);
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded("frmHelp", "Form_Load", [this] {
+    const auto restore = [this] {
         layout_->SetLayoutForm(this);
         layout_->VerifyFormPosition(this);
-    });
+    };
+    platform::Attempt(restore, LogFailure("Form_Load"));
     Form_Resize(); // the bottom line keeps its height
 }
 

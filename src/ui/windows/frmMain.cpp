@@ -25,8 +25,9 @@ namespace {
 
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
-constexpr int CELL_MARGINS = 10;                  // pixels, both sides together
-constexpr std::int32_t HINT_DELAY = 500;          // ms, in case no bus is read at the start
+constexpr const char* REMOVE_DRIVER_KEY = "RemoveDriverOnShutdown";
+constexpr int CELL_MARGINS = 10;         // pixels, both sides together
+constexpr std::int32_t HINT_DELAY = 500; // ms, in case no bus is read at the start
 
 } // namespace
 
@@ -159,16 +160,12 @@ void frmMain::SetUpGrid() {
 void frmMain::Form_Load() {
     if (MDIForm1* parent = windows::globals.parent)
         mnuAutoScaleChildren->setChecked(parent->mnuAutoScaleChildren->isChecked());
-    mnuRemove1394VirtualDriverOnShutdown->setChecked(
-        windowSettings::GetFlag(nameText(), "RemoveDriverOnShutdown", "0"));
+    mnuRemove1394VirtualDriverOnShutdown->setChecked(windowSettings::GetFlag(nameText(), REMOVE_DRIVER_KEY, "0"));
     SetUpGrid();
     fitClient(fraDeviceList->geometry().right() + 1 + fraDeviceList->x(), fraSelectedDevice->geometry().bottom() + 7);
     FindSmallestFrame();
     layout_ = std::make_unique<clsLayoutManager>();
-    platform::Attempt([this] { layout_->SetLayoutForm(this); },
-                      [this](const platform::Failure& f) {
-                          StatusDisplay(LEVEL_ERROR, "Error #{}: {} in Form_Load", f.Number, f.Description);
-                      });
+    platform::Attempt([this] { layout_->SetLayoutForm(this); }, ShowFailure("Form_Load"));
     ClearDeviceDetails();
     platform::DoEvents();
     txtDebugSpew->clear();

@@ -89,12 +89,16 @@ protected:
 
 private:
     void StatusDisplayText(std::int32_t level, const std::string& text, std::string_view module = {});
+    // Logs a failure on this window's own path.
+    auto ShowFailure(const char* procedure) {
+        return [this, procedure](const platform::Failure& f) {
+            StatusDisplay(LEVEL_ERROR, "Error #{}: {} in {}", f.Number, f.Description, procedure);
+        };
+    }
     void BuildControls();
-    void BuildMenus(); // frmMainMenus.cpp
     void SetUpGrid();
     void ShowHint();
     void FollowHint(const QString& target);
-    void BuildContextMenu(); // frmMainMenus.cpp
     void FindSmallestFrame();
     void ShowPanel(const deviceRows::Panel& panel); // frmMainPanel.cpp
     void ShowReasons();
@@ -103,6 +107,16 @@ private:
     std::string CellText(int column) const; // of the current row
     Device DeviceOfCurrentRow() const;
     std::string InvalidNodeText() const;
+
+    // Menus (frmMainMenus.cpp).
+    void BuildMenus();
+    void BuildViewMenu();
+    void BuildCommandMenu();
+    void BuildBootloaderMenu();
+    void BuildApplicationExpertMenu();
+    void BuildWindowMenu();
+    void BuildHelpMenu();
+    void BuildContextMenu();
 
     // Commands (frmMainCommands.cpp).
     std::int32_t GetSelectedBootloaderHandle();

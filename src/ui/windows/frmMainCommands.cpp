@@ -1,7 +1,6 @@
 // The commands of the device window for the device of the grid's current row.
 
 #include "Dialogs.h"
-#include "Guarded.h"
 #include "KeyBatch.h"
 #include "MDIForm1.h"
 #include "Windows.h"
@@ -55,7 +54,7 @@ std::int32_t frmMain::GetSelectedBootloaderHandle() {
 }
 
 void frmMain::UpdateImage(std::int32_t imageType) {
-    Guarded("frmMain", "UpdateImage", [&] { OpenBrowser(imageType); });
+    platform::Attempt([&] { OpenBrowser(imageType); }, LogFailure("UpdateImage"));
 }
 
 void frmMain::OpenBrowser(std::int32_t imageType) {
@@ -90,7 +89,7 @@ void frmMain::mnuLaunchShell_Click() {
         platform::CurrentDialogs().MessageBox(InvalidNodeText(), basApp::TITLE);
         return;
     }
-    Guarded("frmMain", "cmdLaunchShell", [&] { LaunchShell(device); });
+    platform::Attempt([&] { LaunchShell(device); }, LogFailure("cmdLaunchShell"));
 }
 
 // Brings the shell window on that device forward, or opens one in the first empty slot.
@@ -222,10 +221,7 @@ void frmMain::mnuSetBootloaderGUID_Click() {
         }
         rescan();
     };
-    platform::Attempt(change, [this](const platform::Failure& f) {
-        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in SetBootloaderGUID.  Exiting abnormally...", f.Number,
-                      f.Description);
-    });
+    platform::Attempt(change, ShowFailure("SetBootloaderGUID.  Exiting abnormally..."));
 }
 
 void frmMain::mnuSetMACaddress_Click() {
@@ -249,9 +245,7 @@ void frmMain::mnuSetMACaddress_Click() {
         basUtils::ChangeEndian(mac);
         std::ignore = ProgramMAC(handle, mac); // a failure is in the log
     };
-    platform::Attempt(change, [this](const platform::Failure& f) {
-        StatusDisplay(LEVEL_ERROR, "Error #{}: {} in SetMACaddress.  Exiting abnormally...", f.Number, f.Description);
-    });
+    platform::Attempt(change, ShowFailure("SetMACaddress.  Exiting abnormally..."));
 }
 
 void frmMain::mnuInitializePersistentParameters_Click() {

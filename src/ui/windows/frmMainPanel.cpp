@@ -61,32 +61,29 @@ void frmMain::ClearDeviceDetails() {
 }
 
 void frmMain::DrawScreen() {
-    platform::Attempt(
-        [this] {
-            const Device device = DeviceOfCurrentRow();
-            const bool remote =
-                device.NodeNum >= 0 && device.NodeNum <= LAST_NODE && device.NodeNum != bas1394::globals.LocalHostNode;
-            const std::int32_t handle = remote ? basBootloader::GetDeviceHandle(device) : 0;
-            const std::int32_t index = handle > 0 ? basBootloader::GetDeviceIndex(handle) : -1;
-            if (handle > 0 && index < 0)
-                StatusDisplay(LEVEL_WARNING, "WARNING: no handle to device with bus node #{}", device.NodeNum);
-            const deviceRows::Panel panel = deviceRows::PanelOf(device, index);
-            ShowPanel(panel);
-            if (panel.targetBehindRow)
-                for (QAction* action : {mnuFactoryDefaults, mnuLaunchShell, mnuReset, mnuResetToBootloader})
-                    action->setEnabled(true);
-            if (panel.bootloaderRunning) {
-                for (QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateBootloader, cmdUpdateDebugMonitor})
-                    button->setEnabled(true);
-                for (QAction* action :
-                     {mnuUpdateApplicationFirmware, mnuUpdateBootloaderFirmware, mnuUpdateDebuggerFirmware})
-                    action->setEnabled(true);
-                mnuBootloader->setEnabled(true);
-            }
-            if (handle > 0)
-                basBootloader::CloseBootloaderDevice(handle);
-        },
-        [this](const platform::Failure& f) {
-            StatusDisplay(LEVEL_ERROR, "Error #{}: {} in DrawScreen", f.Number, f.Description);
-        });
+    const auto draw = [this] {
+        const Device device = DeviceOfCurrentRow();
+        const bool remote =
+            device.NodeNum >= 0 && device.NodeNum <= LAST_NODE && device.NodeNum != bas1394::globals.LocalHostNode;
+        const std::int32_t handle = remote ? basBootloader::GetDeviceHandle(device) : 0;
+        const std::int32_t index = handle > 0 ? basBootloader::GetDeviceIndex(handle) : -1;
+        if (handle > 0 && index < 0)
+            StatusDisplay(LEVEL_WARNING, "WARNING: no handle to device with bus node #{}", device.NodeNum);
+        const deviceRows::Panel panel = deviceRows::PanelOf(device, index);
+        ShowPanel(panel);
+        if (panel.targetBehindRow)
+            for (QAction* action : {mnuFactoryDefaults, mnuLaunchShell, mnuReset, mnuResetToBootloader})
+                action->setEnabled(true);
+        if (panel.bootloaderRunning) {
+            for (QPushButton* button : {cmdUpdateApplicationImage, cmdUpdateBootloader, cmdUpdateDebugMonitor})
+                button->setEnabled(true);
+            for (QAction* action :
+                 {mnuUpdateApplicationFirmware, mnuUpdateBootloaderFirmware, mnuUpdateDebuggerFirmware})
+                action->setEnabled(true);
+            mnuBootloader->setEnabled(true);
+        }
+        if (handle > 0)
+            basBootloader::CloseBootloaderDevice(handle);
+    };
+    platform::Attempt(draw, ShowFailure("DrawScreen"));
 }

@@ -2,16 +2,16 @@
 
 #include "CodePage.h"
 #include "Controls.h"
-#include "Guarded.h"
 #include "MDIForm1.h"
 #include "Paths.h"
+#include "SettingKeys.h"
 #include "UserSettings.h"
-#include "WindowSettings.h"
 #include "WindowSystem.h"
 #include "Windows.h"
 #include "basApp.h"
 #include "basBootloader.h"
 #include "basUtils.h"
+#include "frmSelectFirmwarePreferences.h"
 
 #include <QCloseEvent>
 
@@ -22,6 +22,7 @@
 namespace {
 
 constexpr const char* MODULE = "frmSelectFirmware";
+constexpr const char* DEFAULT_FOLDER_KEY = "DefaultFirmwarePath"; // per user
 
 } // namespace
 
@@ -111,16 +112,18 @@ void frmSelectFirmware::Form_Load() {
     windows::EnableMainWindow(false);
     setFirmwareType(-1);
     hDevice_ = 0;
-    AlwaysLoadConfig = windowSettings::Get(MODULE, "AlwaysLoadConfig", "0") == "1";
+    AlwaysLoadConfig = frmSelectFirmwarePreferences::AlwaysLoadConfig();
     ShowPicked();
     fitClient(fraProperties->geometry().right() + 7, fraDownloadControls->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded(MODULE, "Form_Load", [this] {
+    const auto restore = [this] {
         layout_->SetLayoutForm(this);
         layout_->VerifyFormPosition(this);
-    });
+    };
+    platform::Attempt(restore, LogFailure("Form_Load"));
     Drive1->Fill();
-    std::string folder = platform::GetUserSetting("Global", "DefaultFirmwarePath", platform::CurrentDirectory());
+    std::string folder =
+        platform::GetUserSetting(settingKeys::GLOBAL_SECTION, DEFAULT_FOLDER_KEY, platform::CurrentDirectory());
     if (!basApp::DirectoryExists(folder))
         folder = platform::CurrentDirectory();
     setFolder(folder);
@@ -129,7 +132,7 @@ void frmSelectFirmware::Form_Load() {
 
 void frmSelectFirmware::Form_Unload() {
     basBootloader::CloseBootloaderDevice(hDevice_);
-    platform::SaveUserSetting("Global", "DefaultFirmwarePath", folder_);
+    platform::SaveUserSetting(settingKeys::GLOBAL_SECTION, DEFAULT_FOLDER_KEY, folder_);
     layout_.reset(); // saves the layout
     platform::DoEvents();
     windows::EnableMainWindow(true);
@@ -176,7 +179,7 @@ void frmSelectFirmware::setFirmwareType(std::int32_t imageType) {
 
 void frmSelectFirmware::setHDevice(std::int32_t handle) {
     using namespace basBootloader;
-    Guard("hDevice_PropertyLet", [&] {
+    const auto set = [&] {
         if (hDevice_ > 0 && hDevice_ != handle) {
             if (CloseBootloaderDevice(hDevice_) != SUCCESS)
                 basDebug::Display(MODULE, LEVEL_ERROR,
@@ -207,7 +210,8 @@ void frmSelectFirmware::setHDevice(std::int32_t handle) {
                              ? fmt::format("Select new {} Image for device {}', h/w model ID={}",
                                            FirmwareImageTypeLookup(firmwareType_), guid, target.Info.HardwareModelID)
                              : fmt::format("TWD File Browser - Cannot Load - Invalid Image Type: {}", firmwareType_)));
-    });
+    };
+    platform::Attempt(set, ShowFailure("hDevice_PropertyLet"));
     if (ListView1->currentItem() != nullptr)
         ListView1_ItemClick();
 }

@@ -2,7 +2,6 @@
 // While a browser is open the device window is disabled.
 #pragma once
 
-#include "Failure.h"
 #include "FileFinder.h"
 #include "Form.h"
 #include "ImageDownload.h"
@@ -76,11 +75,11 @@ private:
     void ListView1_DblClick();
     void Status(const std::string& text);
     void Detail(const std::string& text); // below the status: phase, cause, what is wrong with a file
-    // As Guarded, with the failure on the status label too.
-    template <class Body> void Guard(const char* procedure, Body body) {
-        platform::Attempt(body, [&](const platform::Failure& f) {
+    // Like LogFailure, and shows the failure on the status label.
+    auto ShowFailure(const char* procedure) {
+        return [this, procedure](const platform::Failure& f) {
             StatusDisplay(fmt::format("Error #{}: {} in {}", f.Number, f.Description, procedure), LEVEL_ERROR);
-        });
+        };
     }
 
     // The file that labels, buttons and loads refer to, rather than the list's current row, which may change.

@@ -3,6 +3,7 @@
 #include "Controls.h"
 #include "Dialogs.h"
 #include "Paths.h"
+#include "SettingKeys.h"
 #include "UserSettings.h"
 #include "basApp.h"
 #include "frmSelectFirmware.h"
@@ -22,7 +23,8 @@
 namespace {
 
 using enum FileListBox::Column;
-constexpr int SORT_KEY = Qt::UserRole; // what a column is sorted by, if not by its text
+constexpr const char* LAST_FOLDER_KEY = "Last_Path"; // per user
+constexpr int SORT_KEY = Qt::UserRole;               // what a column is sorted by, if not by its text
 
 class FileItem : public QTreeWidgetItem {
 public:
@@ -119,7 +121,7 @@ void frmSelectFirmware::Dir1_Change() {
                 ? "No package (*.twd, *.bin) in this folder.\nChoose another folder, type or paste a path above,\n"
                   "or drop a package here."
                 : "This folder can't be read.\nChoose another one on the left.");
-        platform::SaveUserSetting("Global", "Last_Path", folder_);
+        platform::SaveUserSetting(settingKeys::GLOBAL_SECTION, LAST_FOLDER_KEY, folder_);
     };
     platform::Attempt(fill, [this](const platform::Failure& f) {
         StatusDisplay(fmt::format("Error #{}: {}", f.Number, f.Description), LEVEL_ERROR);
@@ -193,11 +195,12 @@ void frmSelectFirmware::OpenPath(QString path) {
 }
 
 void frmSelectFirmware::ListView1_ColumnClick(int column) {
-    Guard("ListView1_ColumnClick", [&] {
+    const auto sort = [&] {
         if (column == sortColumn_)
             sortOrder_ = sortOrder_ == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
         sortColumn_ = column;
         ListView1->sortItems(sortColumn_, sortOrder_);
         ListView1->header()->setSortIndicator(sortColumn_, sortOrder_);
-    });
+    };
+    platform::Attempt(sort, ShowFailure("ListView1_ColumnClick"));
 }

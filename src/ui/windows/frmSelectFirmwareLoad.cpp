@@ -2,10 +2,8 @@
 
 #include "Clock.h"
 #include "Controls.h"
-#include "Guarded.h"
 #include "LoadText.h"
 #include "Viewers.h"
-#include "WindowSettings.h"
 #include "WindowSystem.h"
 #include "bas1394.h"
 #include "basApp.h"
@@ -75,7 +73,7 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     EnableCommands(false);
     Status(beginning);
     bool loaded = false;
-    Guard(procedure, [&] { loaded = load(picked); });
+    platform::Attempt([&] { loaded = load(picked); }, ShowFailure(procedure));
     if (loaded)
         bas1394::globals.BusResetPending = true;
     platform::Sleep(PAUSE_AFTER_LOAD);
@@ -298,7 +296,7 @@ void frmSelectFirmware::cmdPreferences_Click() {
     frmSelectFirmwarePreferences preferences(window());
     if (preferences.Form_Load())
         preferences.exec();
-    AlwaysLoadConfig = windowSettings::Get(MODULE, "AlwaysLoadConfig", "0") == "1";
+    AlwaysLoadConfig = frmSelectFirmwarePreferences::AlwaysLoadConfig();
     if (ListView1->currentItem() != nullptr)
         ListView1_ItemClick();
 }

@@ -1,7 +1,6 @@
 // The firmware browser's picked file: one record, which labels, buttons and loads share.
 
 #include "Controls.h"
-#include "Guarded.h"
 #include "WindowSystem.h"
 #include "basApp.h"
 #include "basBootloader.h"
@@ -15,7 +14,6 @@
 
 namespace {
 
-constexpr const char* MODULE = "frmSelectFirmware";
 constexpr std::int64_t HEADER_LIMIT = 512; // bytes that a click reads
 
 } // namespace
@@ -49,7 +47,7 @@ void frmSelectFirmware::ReadPicked() {
     if (loading_ || std::exchange(reading_, true))
         return; // the read in progress goes on with whatever is picked by then
     const Stay stay(*this);
-    Guard("ListView1_ItemClick", [this] {
+    const auto read = [this] {
         const std::string status = lblStatus->text().toStdString();
         PickedFile file;
         while (file.path() != picked_.path() && basApp::FileExists(picked_.path())) {
@@ -65,7 +63,8 @@ void frmSelectFirmware::ReadPicked() {
             ShowPicked();
         }
         pgbReadFile->hide();
-    });
+    };
+    platform::Attempt(read, ShowFailure("ListView1_ItemClick"));
     reading_ = false;
 }
 
@@ -75,13 +74,14 @@ void frmSelectFirmware::ReadHeader(PickedFile& file) {
         "File Last Updated: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(path), "yyyy-mm-dd hh:nn:ss");
     const basUtils::ReadProgress progress = ReadingProgress();
     TwdHeader header;
-    Guarded(MODULE, "ListView1_ItemClick", [&] {
+    const auto read = [&] {
         ByteArray head;
         if (basUtils::ReadFileBytes(path, head, HEADER_LIMIT, &progress) != 1)
             return;
         file.head = head;
         basBootloader::ByteArrayToTwdStruct(std::move(head), header);
-    });
+    };
+    platform::Attempt(read, LogFailure("ListView1_ItemClick"));
     if (!basBootloader::IsTwdValid(header))
         return packageText::DescribeNoPackage(file.view);
     const std::int32_t index = basBootloader::GetDeviceIndex(hDevice_);

@@ -1,6 +1,7 @@
 #include "frmSelectFirmwarePreferences.h"
 
 #include "CodePage.h"
+#include "SettingKeys.h"
 #include "WindowSettings.h"
 #include "basApp.h"
 
@@ -8,7 +9,8 @@
 
 namespace {
 
-constexpr const char* SECTION = "frmSelectFirmware";
+constexpr const char* SECTION = settingKeys::SELECT_FIRMWARE_SECTION;
+constexpr const char* ALWAYS_LOAD_CONFIG_KEY = "AlwaysLoadConfig";
 
 } // namespace
 
@@ -36,7 +38,7 @@ frmSelectFirmwarePreferences::frmSelectFirmwarePreferences(QWidget* owner) : QDi
     cmdClose->setDefault(true); // Enter and Escape close the dialog, even on a check box
 
     connect(chkAlwaysLoadConfig, &QCheckBox::clicked, this,
-            [](bool checked) { windowSettings::Save(SECTION, "AlwaysLoadConfig", checked ? "1" : "0"); });
+            [](bool checked) { windowSettings::Save(SECTION, ALWAYS_LOAD_CONFIG_KEY, checked ? "1" : "0"); });
     connect(chkOverrideHardwareCompatibility, &QCheckBox::clicked, this,
             [](bool checked) { basApp::globals.OverrideHardwareCompatibility = checked; });
     std::int32_t behavior = 0;
@@ -49,7 +51,7 @@ frmSelectFirmwarePreferences::frmSelectFirmwarePreferences(QWidget* owner) : QDi
 bool frmSelectFirmwarePreferences::Form_Load() {
     if (!windowSettings::HasStore())
         return false;
-    chkAlwaysLoadConfig->setChecked(windowSettings::Get(SECTION, "AlwaysLoadConfig", "0") == "1");
+    chkAlwaysLoadConfig->setChecked(AlwaysLoadConfig());
     chkOverrideHardwareCompatibility->setChecked(basApp::globals.OverrideHardwareCompatibility);
     QRadioButton* const options[] = {optDefaultLoadImageAndConfig, optDefaultLoadImage, optDefaultLoadConfig};
     const std::int32_t behavior = GetDefaultDownloadBehavior();
@@ -58,11 +60,16 @@ bool frmSelectFirmwarePreferences::Form_Load() {
     return true;
 }
 
+bool frmSelectFirmwarePreferences::AlwaysLoadConfig() {
+    return windowSettings::Get(SECTION, ALWAYS_LOAD_CONFIG_KEY, "0") == "1";
+}
+
 std::int32_t frmSelectFirmwarePreferences::GetDefaultDownloadBehavior() {
-    const double stored = platform::LeadingNumber(windowSettings::Get(SECTION, "DefaultLoadBehavior", "0"));
+    const double stored =
+        platform::LeadingNumber(windowSettings::Get(SECTION, settingKeys::DEFAULT_LOAD_BEHAVIOR, "0"));
     return stored == 1 || stored == 2 ? std::int32_t(stored) : 0; // anything else counts as missing
 }
 
 void frmSelectFirmwarePreferences::SetDefaultDownloadBehavior(std::int32_t behavior) {
-    windowSettings::Save(SECTION, "DefaultLoadBehavior", std::to_string(behavior));
+    windowSettings::Save(SECTION, settingKeys::DEFAULT_LOAD_BEHAVIOR, std::to_string(behavior));
 }

@@ -16,6 +16,7 @@ public:
     // False without a settings store, in which preferences could be kept.
     bool Form_Load();
 
+    static bool AlwaysLoadConfig();
     // What a double-click on a package does: 0 image and config, 1 image, 2 config.
     static std::int32_t GetDefaultDownloadBehavior();
     static void SetDefaultDownloadBehavior(std::int32_t behavior);

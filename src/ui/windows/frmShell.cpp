@@ -2,7 +2,6 @@
 
 #include "CodePage.h"
 #include "Controls.h"
-#include "Guarded.h"
 #include "ShellText.h"
 #include "WindowSettings.h"
 #include "Windows.h"
@@ -24,7 +23,7 @@
 
 namespace {
 
-constexpr const char* MODULE = "frmShell";
+constexpr const char* MODULE = frmShell::NAME;
 constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
 constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
@@ -49,6 +48,14 @@ QPixmap Lamp(const QColor& colour) {
     return picture;
 }
 
+// A failure that ends a procedure, at a lower level than those of Form::LogFailure.
+auto LogExit(const char* procedure) {
+    return [procedure](const platform::Failure& f) {
+        basDebug::Display(MODULE, LEVEL_WARNING, "ERROR #{}: {} in {}.  Exiting...", f.Number, f.Description,
+                          procedure);
+    };
+}
+
 bool IsNothing(const ByteArray& bytes) {
     return bytes.empty() || (bytes.size() == 1 && bytes.front() == 0);
 }
@@ -61,7 +68,7 @@ std::string LineOf(const BootloaderTarget& target) {
 
 } // namespace
 
-frmShell::frmShell() : Form("frmShell", "Tarnwell 1394 Shell Window") {
+frmShell::frmShell() : Form(NAME, "Tarnwell 1394 Shell Window") {
     BuildControls();
     BuildMenus();
     tmrPollForShellData =
@@ -127,9 +134,9 @@ QString frmShell::whichOne() const {
 void frmShell::Form_Load() {
     fitClient(fraRawInterface->geometry().right() + 7, fraRawInterface->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded(MODULE, "Form_Load", [this] { layout_->SetLayoutForm(this); });
-    txtShell->SetScrollBack(NumberSetting("ScrollBackLines", 0, DEFAULT_SCROLL_BACK));
-    tmrPollForShellData->setInterval(NumberSetting("ShellPollingInterval", 1, DEFAULT_INTERVAL));
+    platform::Attempt([this] { layout_->SetLayoutForm(this); }, LogFailure("Form_Load"));
+    txtShell->SetScrollBack(NumberSetting(SCROLL_BACK_KEY, 0, DEFAULT_SCROLL_BACK));
+    tmrPollForShellData->setInterval(NumberSetting(POLLING_INTERVAL_KEY, 1, DEFAULT_INTERVAL));
     tmrPollForShellData->setEnabled(true);
     txtShell->Replace({});
     cmdCheckForData->setVisible(!tmrPollForShellData->isEnabled());
@@ -292,10 +299,7 @@ void frmShell::cmbDeviceDetails_Click() {
         setCurrentHandle(handle);
         txtShell->setFocus();
     };
-    platform::Attempt(choose, [](const platform::Failure& f) {
-        basDebug::Display(MODULE, LEVEL_WARNING, "ERROR #{}: {} in cmbDeviceDetails_Click.  Exiting...", f.Number,
-                          f.Description);
-    });
+    platform::Attempt(choose, LogExit("cmbDeviceDetails_Click"));
 }
 
 // Reports a target that can't be polled; rebuilds the window whenever that changes.
@@ -315,11 +319,7 @@ bool frmShell::HasUsableNode() {
 void frmShell::tmrPollForShellData_Timer() {
     if (std::exchange(polling_, true))
         return;
-    platform::Attempt([this] { ReadPasses(); },
-                      [](const platform::Failure& f) {
-                          basDebug::Display(MODULE, LEVEL_WARNING, "ERROR #{}: {} in tmrPollForShellData.  Exiting...",
-                                            f.Number, f.Description);
-                      });
+    platform::Attempt([this] { ReadPasses(); }, LogExit("tmrPollForShellData"));
     polling_ = false;
 }
 
@@ -332,8 +332,8 @@ void frmShell::ReadPasses() {
             platform::DoEvents(); // other windows get a turn even during a flood
         if (unloaded() || currentHandle_ == 0)
             return;
-        if (bas1394::globals
-                .HandlingBusReset) // it isn't known yet whose console it would be, nor where its mark belongs
+        // Until then it isn't known whose console this would be, nor where its mark belongs.
+        if (bas1394::globals.HandlingBusReset)
             return;
         more = ReadOnce();
     }

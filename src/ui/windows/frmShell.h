@@ -24,6 +24,9 @@
 class frmShell : public Form {
     Q_OBJECT
 public:
+    static constexpr const char* NAME = "frmShell"; // in messages, and the section of its settings
+    static constexpr const char *POLLING_INTERVAL_KEY = "ShellPollingInterval", *SCROLL_BACK_KEY = "ScrollBackLines";
+
     frmShell();
 
     void Form_Load() override;
@@ -73,7 +76,6 @@ protected:
 
 private:
     void BuildControls();
-    void BuildMenus(); // frmShellMenus.cpp
     void ShowTargets();
     void ShowNoTarget(const QString& text);
     void EnableCommands(bool enabled);
@@ -90,7 +92,10 @@ private:
     void ToLog(const std::function<void(ShellLog&)>& step);
     void cmbDeviceDetails_Click();
 
-    // Commands (frmShellMenus.cpp).
+    // Menus and their commands (frmShellMenus.cpp).
+    void BuildMenus();
+    void BuildCommandMenu();
+    void BuildViewMenu();
     void mnuSwitchTo1394shell_Click();
     void mnuReset_Click();
     void mnuHalt_Click();

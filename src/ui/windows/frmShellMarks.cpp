@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* MODULE = "frmShell";
+constexpr const char* MODULE = frmShell::NAME;
 constexpr const char* RESTARTED = "device restarted";
 
 } // namespace

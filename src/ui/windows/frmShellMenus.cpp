@@ -1,10 +1,9 @@
-// The menus of the shell window, and the bootloader commands behind them.
+// The menus of the shell window, and the bootloader commands in them.
 
 #include "CodePage.h"
-#include "Controls.h"
 #include "Dialogs.h"
-#include "Guarded.h"
 #include "MDIForm1.h"
+#include "Menus.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
@@ -21,7 +20,7 @@ using namespace basBootloader;
 
 namespace {
 
-constexpr const char* MODULE = "frmShell";
+constexpr const char* MODULE = frmShell::NAME;
 
 // Logs a failed command: its text, then the code.
 void TellFailure(std::int32_t level, const char* text, std::int32_t code) {
@@ -46,78 +45,58 @@ std::vector<QMenu*> frmShell::menus() {
 }
 
 void frmShell::BuildMenus() {
-    const auto menu = [this](const char* name, const char* caption) {
-        auto* made = new QMenu(QString::fromLatin1(caption), this);
-        made->setObjectName(name);
-        return made;
-    };
-    const auto item = [](QMenu* in, const char* name, const char* caption, std::function<void()> click,
-                         const char* shortcut = "") {
-        QAction* action = in->addAction(QString::fromLatin1(caption));
-        action->setObjectName(name);
-        action->setShortcut(QKeySequence(QString::fromLatin1(shortcut)));
-        OnChoice(action, "frmShell", std::move(click));
-        return action;
-    };
-    const auto mark = [&](
-                          QMenu* in, const char* name, const char* caption, std::function<void()> click = [] {}) {
-        QAction* action = item(in, name, caption, std::move(click));
-        action->setCheckable(true);
-        return action;
-    };
-    mnuFile = menu("mnuFile", "&File");
-    mnuClose = item(mnuFile, "mnuClose", "&Close", [this] { Unload(); });
-
-    mnuCommand = menu("mnuCommand", "&Command");
-    mnuSwitchTo1394shell =
-        item(mnuCommand, "mnuSwitchTo1394shell", "&Switch to 1394 Shell", [this] { mnuSwitchTo1394shell_Click(); });
-    mnuReset = item(mnuCommand, "mnuReset", "&Reset", [this] { mnuReset_Click(); });
-    mnuHalt = item(mnuCommand, "mnuHalt", "&Halt", [this] { mnuHalt_Click(); });
-    mnuStartDebugger = item(mnuCommand, "mnuStartDebugger", "Start &Debugger", [this] { StartImage(IMAGE_DEBUGGER); });
-    mnuStartApplication =
-        item(mnuCommand, "mnuStartApplication", "Start &Application", [this] { StartImage(IMAGE_APPLICATION); });
-    mnuGetDebugGUID = item(mnuCommand, "mnuGetDebugGUID", "&GetDebugGUID", [this] { mnuGetDebugGUID_Click(); });
-    mnuInitializePersistentParameters =
-        item(mnuCommand, "mnuInitializePersistentParameters", "&Initialize Persistent Parameters",
-             [this] { mnuInitializePersistentParameters_Click(); });
-    mnuFirmwareCRCs = item(mnuCommand, "mnuFirmwareCRCs", "Get Firmware &CRCs...", [this] { mnuFirmwareCRCs_Click(); });
-    mnuFirmwareCRCs->setEnabled(false);
-
-    mnuView = menu("mnuView", "&View");
-    mnuAlwaysOnTop = mark(mnuView, "mnuAlwaysOnTop", "Always On &Top");
-    mnuBufferWrapNotices = mark(mnuView, "mnuBufferWrapNotices", "&Buffer Wrap Notices");
-    mnuView->addSeparator();
-    mnuFind = item(
-        mnuView, "mnuFind", "&Find...", [this] { mnuFind_Click(); }, "Ctrl+Shift+F");
-    mnuFindNext = item(
-        mnuView, "mnuFindNext", "Find &Next", [this] { txtShell->Find(wanted_); }, "Ctrl+Shift+G");
-    mnuClear = item(
-        mnuView, "mnuClear", "&Clear", [this] { txtShell->Replace({}); }, "Ctrl+Shift+L");
-    mnuLargerText = item(
-        mnuView, "mnuLargerText", "La&rger Text", [this] { txtShell->zoomIn(); }, "Ctrl++");
-    mnuSmallerText = item(
-        mnuView, "mnuSmallerText", "S&maller Text", [this] { txtShell->zoomOut(); }, "Ctrl+-");
-    mnuScrollBack = item(mnuView, "mnuScrollBack", "Lines &Kept...", [this] { mnuScrollBack_Click(); });
-    mnuView->addSeparator();
-    mnuLogToFile = mark(mnuView, "mnuLogToFile", "&Log to File", [this] { mnuLogToFile_Click(); });
-    mnuLogTimestamps = mark(mnuView, "mnuLogTimestamps", "Time&stamps in Log", [this] {
-        if (log_)
-            log_->setTimestamps(mnuLogTimestamps->isChecked());
-    });
-
-    mnuSettings = menu("mnuSettings", "&Settings");
-    mnuPollingRate = item(mnuSettings, "mnuPollingRate", "&Polling Rate", [this] { mnuPollingRate_Click(); });
-
-    mnuWindow = menu("mnuWindow", "&Window");
+    mnuFile = MakeMenu(this, "mnuFile", "&File", {{&mnuClose, "mnuClose", "&Close", [this] { Unload(); }}});
+    BuildCommandMenu();
+    BuildViewMenu();
+    mnuSettings = MakeMenu(this, "mnuSettings", "&Settings",
+                           {{&mnuPollingRate, "mnuPollingRate", "&Polling Rate", [this] { mnuPollingRate_Click(); }}});
     const auto area = [](void (QMdiArea::*arrange)()) {
         if (windows::globals.parent == nullptr)
             return;
         QMdiArea* children = windows::globals.parent->mdiArea; // in one expression g++ 12 sanitizes a null pointer
         (children->*arrange)();
     };
-    mnuTile = item(mnuWindow, "mnuTile", "&Tile", [area] { area(&QMdiArea::tileSubWindows); });
-    mnuCascade = item(mnuWindow, "mnuCascade", "&Cascade", [area] { area(&QMdiArea::cascadeSubWindows); });
+    mnuWindow = MakeMenu(this, "mnuWindow", "&Window",
+                         {{&mnuTile, "mnuTile", "&Tile", [area] { area(&QMdiArea::tileSubWindows); }},
+                          {&mnuCascade, "mnuCascade", "&Cascade", [area] { area(&QMdiArea::cascadeSubWindows); }}});
     connect(mnuWindow, &QMenu::aboutToShow, this, [this] { windows::ListChildWindows(mnuWindow); });
+}
+
+void frmShell::BuildCommandMenu() {
+    mnuCommand = MakeMenu(
+        this, "mnuCommand", "&Command",
+        {{&mnuSwitchTo1394shell, "mnuSwitchTo1394shell", "&Switch to 1394 Shell",
+          [this] { mnuSwitchTo1394shell_Click(); }},
+         {&mnuReset, "mnuReset", "&Reset", [this] { mnuReset_Click(); }},
+         {&mnuHalt, "mnuHalt", "&Halt", [this] { mnuHalt_Click(); }},
+         {&mnuStartDebugger, "mnuStartDebugger", "Start &Debugger", [this] { StartImage(IMAGE_DEBUGGER); }},
+         {&mnuStartApplication, "mnuStartApplication", "Start &Application", [this] { StartImage(IMAGE_APPLICATION); }},
+         {&mnuGetDebugGUID, "mnuGetDebugGUID", "&GetDebugGUID", [this] { mnuGetDebugGUID_Click(); }},
+         {&mnuInitializePersistentParameters, "mnuInitializePersistentParameters", "&Initialize Persistent Parameters",
+          [this] { mnuInitializePersistentParameters_Click(); }},
+         {&mnuFirmwareCRCs, "mnuFirmwareCRCs", "Get Firmware &CRCs...", [this] { mnuFirmwareCRCs_Click(); }}});
+    mnuFirmwareCRCs->setEnabled(false);
+}
+
+void frmShell::BuildViewMenu() {
+    const auto stampLog = [this] {
+        if (log_)
+            log_->setTimestamps(mnuLogTimestamps->isChecked());
+    };
+    mnuView =
+        MakeMenu(this, "mnuView", "&View",
+                 {Checkable({&mnuAlwaysOnTop, "mnuAlwaysOnTop", "Always On &Top"}),
+                  Checkable({&mnuBufferWrapNotices, "mnuBufferWrapNotices", "&Buffer Wrap Notices"}),
+                  Separator(),
+                  {&mnuFind, "mnuFind", "&Find...", [this] { mnuFind_Click(); }, "Ctrl+Shift+F"},
+                  {&mnuFindNext, "mnuFindNext", "Find &Next", [this] { txtShell->Find(wanted_); }, "Ctrl+Shift+G"},
+                  {&mnuClear, "mnuClear", "&Clear", [this] { txtShell->Replace({}); }, "Ctrl+Shift+L"},
+                  {&mnuLargerText, "mnuLargerText", "La&rger Text", [this] { txtShell->zoomIn(); }, "Ctrl++"},
+                  {&mnuSmallerText, "mnuSmallerText", "S&maller Text", [this] { txtShell->zoomOut(); }, "Ctrl+-"},
+                  {&mnuScrollBack, "mnuScrollBack", "Lines &Kept...", [this] { mnuScrollBack_Click(); }},
+                  Separator(),
+                  Checkable({&mnuLogToFile, "mnuLogToFile", "&Log to File", [this] { mnuLogToFile_Click(); }}),
+                  Checkable({&mnuLogTimestamps, "mnuLogTimestamps", "Time&stamps in Log", stampLog})});
 }
 
 void frmShell::mnuSwitchTo1394shell_Click() {
@@ -173,7 +152,7 @@ void frmShell::mnuPollingRate_Click() {
     if (interval <= 0)
         return;
     tmrPollForShellData->setInterval(interval);
-    windowSettings::Save(MODULE, "ShellPollingInterval", std::to_string(interval));
+    windowSettings::Save(MODULE, POLLING_INTERVAL_KEY, std::to_string(interval));
 }
 
 void frmShell::mnuScrollBack_Click() {
@@ -182,7 +161,7 @@ void frmShell::mnuScrollBack_Click() {
     if (lines < 0)
         return;
     txtShell->SetScrollBack(lines);
-    windowSettings::Save(MODULE, "ScrollBackLines", std::to_string(lines));
+    windowSettings::Save(MODULE, SCROLL_BACK_KEY, std::to_string(lines));
 }
 
 void frmShell::mnuFind_Click() {

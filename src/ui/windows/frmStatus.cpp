@@ -8,11 +8,12 @@
 #include "Failure.h"
 #include "Files.h"
 #include "MDIForm1.h"
+#include "Menus.h"
 #include "StatusText.h"
-#include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
 #include "basDebug.h"
+#include "clsLayoutManager.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -120,18 +121,15 @@ void frmStatus::MakeStrip() {
 
 void frmStatus::MakeMenu() {
     MakeCopyable(mfgStatus);
-    const auto item = [this](const char* caption, const QKeySequence& key, auto chosen) {
-        auto* action = new QAction(caption, this);
-        action->setShortcut(key);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        connect(action, &QAction::triggered, this, chosen);
-        addAction(action); // so that its keys work in the whole window
-        mfgStatus->addAction(action);
-        return action;
-    };
     auto* separator = new QAction(this);
     separator->setSeparator(true);
     mfgStatus->addAction(separator);
+    const auto item = [this](const char* caption, const QKeySequence& keys, std::function<void()> chosen) {
+        QAction* action = AddContextItem(mfgStatus, caption, keys, std::move(chosen));
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        addAction(action); // so that its keys work in the whole window
+        return action;
+    };
     QAction* hold = item("Hold", Qt::CTRL | Qt::Key_H, [this] { chkHold->toggle(); });
     hold->setCheckable(true);
     connect(chkHold, &QCheckBox::toggled, hold, &QAction::setChecked);
@@ -174,7 +172,7 @@ void frmStatus::showEvent(QShowEvent* event) {
 void frmStatus::Form_Load() {
     MessageLevel = basApp::globals.DebugMessageLevel;
     fitClient(fontMetrics().averageCharWidth() * 130, fontMetrics().height() * 10);
-    Guarded("frmStatus", "Form_Load", [this] { RestoreLayout(); });
+    platform::Attempt([this] { RestoreLayout(); }, LogFailure("Form_Load"));
     windows::globals.parent->VerifyFormPosition(this);
 }
 
@@ -371,22 +369,12 @@ void frmStatus::Form_Unload() {
 std::int32_t frmStatus::SaveLayout() {
     if (!hasPlaceToKeep())
         return -1;
-    const QRect rect = frame()->geometry();
-    windowSettings::Save(nameText(), "Top", std::to_string(rect.top()));
-    windowSettings::Save(nameText(), "Left", std::to_string(rect.left()));
-    windowSettings::Save(nameText(), "Bottom", std::to_string(rect.top() + rect.height()));
-    windowSettings::Save(nameText(), "Right", std::to_string(rect.left() + rect.width()));
+    clsLayoutManager::SaveEdges(this);
     return 1;
 }
 
 std::int32_t frmStatus::RestoreLayout() {
-    const QRect rect = frame()->geometry();
-    const auto edge = [this](const char* key, int present) {
-        return platform::NumberFromText(windowSettings::Get(nameText(), key, std::to_string(present)));
-    };
-    const int top = edge("Top", rect.top()), left = edge("Left", rect.left());
-    const int bottom = edge("Bottom", rect.top() + rect.height()), right = edge("Right", rect.left() + rect.width());
-    setPlace(layout::FromEdges(top, left, bottom, right));
+    setPlace(clsLayoutManager::StoredPlace(this));
     Form_Resize();
     return 1;
 }

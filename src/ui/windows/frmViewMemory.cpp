@@ -1,6 +1,5 @@
 #include "frmViewMemory.h"
 
-#include "Guarded.h"
 #include "Windows.h"
 
 #include <utility>
@@ -40,10 +39,11 @@ frmViewMemory::frmViewMemory()
 void frmViewMemory::Form_Load() {
     fitClient(fraBounding->width(), fraBounding->height());
     layout_ = std::make_unique<clsLayoutManager>();
-    Guarded("frmViewMemory", "Form_Load", [this] {
+    const auto restore = [this] {
         layout_->SetLayoutForm(this); // restores the saved layout too
         layout_->VerifyFormPosition(this);
-    });
+    };
+    platform::Attempt(restore, LogFailure("Form_Load"));
 }
 
 void frmViewMemory::setByteData(ByteArray bytes) {
