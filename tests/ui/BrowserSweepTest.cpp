@@ -1,5 +1,6 @@
-// Loads from the browser while a terminal on another device polls a flood of lines and messages
-// rain into the status window, with something going wrong behind one transaction after the other, at a stride.
+// Loads from the browser while a terminal on another device polls a flood of lines and the status window is flooded
+// with messages. In each load something goes wrong after another transaction, at a stride.
+#include "Twl1394api.h"
 #include "WindowTest.h"
 #include "bas1394.h"
 #include "basBootloader.h"
@@ -35,7 +36,7 @@ protected:
 
     // One load of an image of its own by a browser of its own; the number of transactions it took.
     std::uint64_t Load(const std::function<void()>& trouble) {
-        do { // until the trouble that the run before didn't meet is through
+        do { // until trouble that the previous run didn't reach is over
             SimulatorBusReset();
             Pass(4000);
         } while (RowOf(0) < 0 || RowOf(1) < 0);
@@ -55,7 +56,7 @@ protected:
         const bool success = WasTold("Successfully loaded");
         loaded += success;
         EXPECT_EQ(success, browser->lblStatus->text().startsWith("Successfully loaded"));
-        EXPECT_TRUE(success || WasTold("ailed") || WasTold("ailure")) << "not a word about the failure";
+        EXPECT_TRUE(success || WasTold("ailed") || WasTold("ailure")) << "the failure isn't reported";
         EXPECT_TRUE(!success || program->Flash(0, "application") == image) << "a success with a different flash";
         EXPECT_TRUE(browser->cmdClose->isEnabled() && browser->cmdPreferences->isEnabled());
         const bool isThere = basBootloader::GetNodeNum(browser->hDevice()).NodeNum <= 62;
@@ -75,7 +76,7 @@ private:
     frmShell* shell_ = nullptr;
 };
 
-TEST_F(BrowserSweep, ABusResetBehindAnyTransactionEndsInALoadOrAClearFailure) {
+TEST_F(BrowserSweep, ABusResetAfterAnyTransactionEndsInALoadOrAClearFailure) {
     constexpr std::uint64_t STRIDE = 12;
     for (std::uint64_t k = 1; k <= transactions; k += STRIDE) {
         SCOPED_TRACE(k);
@@ -85,11 +86,11 @@ TEST_F(BrowserSweep, ABusResetBehindAnyTransactionEndsInALoadOrAClearFailure) {
 
 TEST_F(BrowserSweep, AFailedTransactionEndsInALoadOrAClearFailure) {
     constexpr std::uint64_t STRIDE = 24;
-    for (const std::uint32_t code : {121u, 0x80000102u})
+    for (const std::int32_t code : {TWL1394_NODE_DID_NOT_RESPOND, TWL1394_TIMED_OUT})
         for (std::uint64_t k = 0; k < transactions; k += STRIDE)
             for (const std::uint64_t count : {1, 5}) {
-                SCOPED_TRACE(testing::Message() << code << " behind " << k << ", " << count << " times");
-                Load([=] { SimulatorFailNext(k, count, std::int32_t(code)); });
+                SCOPED_TRACE(testing::Message() << code << " after " << k << ", " << count << " times");
+                Load([=] { SimulatorFailNext(k, count, code); });
             }
 }
 

@@ -45,7 +45,7 @@ protected:
     static std::string Text(const QLabel* label) { return label->text().toStdString(); }
 };
 
-// What a load sends: the requests of DownloadStart, DownloadBlock and DownloadEnd.
+// What a load sends: the requests of DownloadStart (4), DownloadBlock (5) and DownloadEnd (6).
 std::vector<std::string> LoadRequests(const HeadlessProgram& program) {
     std::vector<std::string> requests = program.RequestsSent();
     std::erase_if(requests, [](const std::string& request) { return request < "04" || request >= "07"; });
@@ -65,7 +65,7 @@ TEST_F(Browser, LoadsThePickedPackageWithTheRequestsOfAnUnattendedLoad) {
     EXPECT_EQ(program->Flash(0, "config"), CNE);
     EXPECT_TRUE(browser->lblDetail->text().startsWith("CRC good"));
     EXPECT_EQ(form().window()->focusWidget(), browser->ListView1);
-    Pass(3000); // the bus is read again behind a load
+    Pass(3000); // the bus is read again after a load
     Pick("none.bin");
     EXPECT_TRUE(browser->lblStatus->text().startsWith("Select new image for Device '00 0F 1B"));
     EXPECT_TRUE(browser->cmdClose->isEnabled());
@@ -90,9 +90,9 @@ TEST_F(Browser, LoadsThePickedPackageWithTheRequestsOfAnUnattendedLoad) {
     EXPECT_EQ(byHand, unattended);
 }
 
-TEST_F(Browser, TellsAFailedLoadAndGivesTheCommandsBack) {
+TEST_F(Browser, ReportsAFailedLoadAndEnablesTheCommandsAgain) {
     const struct {
-        const char *faults, *told, *cause;
+        const char *faults, *told, *cause; // in commands 4 (announcement), 5 (block) and 6 (end)
         bool there = true;
     } rows[] = {
         {R"({"node": 0, "command": 6, "do": "badCrc"})", "CRC failure in Image Load process", "its CRC is not that"},
@@ -135,7 +135,7 @@ TEST_F(Browser, SendsAPackageThatDoesNotFitOnlyAfterTwoDecisions) {
     EXPECT_EQ(program->Flash(0, "application"), IMAGE);
 }
 
-TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
+TEST_F(Browser, ContinuesWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
     program->Write("packages/other.twd", Package(IMAGE, {'[', 0, ']', 0}));
     browser->setFolder(program->directory.file("packages"));
     Pick("both.twd");
@@ -147,7 +147,7 @@ TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
             browser->frame()->close();
             form().frame()->close();
             parent().close();
-            EXPECT_TRUE(browser->lblDetail->text().startsWith("A load is under way.")) << "not a word";
+            EXPECT_TRUE(browser->lblDetail->text().startsWith("A load is under way.")) << "the attempt isn't answered";
         }
     };
     browser->cmdLoadImageAndConfig->click();
@@ -159,8 +159,8 @@ TEST_F(Browser, GoesOnWithItsPackageWhateverIsClickedOrClosedDuringALoad) {
     End();
 }
 
-// Blocks go out without turns: what is clicked meanwhile waits in the queue until the load is through.
-TEST_F(Browser, OutlivesWhatIsClickedWhileItsBlocksGoOutOrItsFileIsRead) {
+// No events are processed between blocks: clicks wait in the queue until the load has finished.
+TEST_F(Browser, SurvivesClicksWhileItsBlocksAreSentOrItsFileIsRead) {
     const auto clickClose = [this] {
         for (QWidget* window : {browser->frame(), form().frame(), static_cast<QWidget*>(&parent())})
             QMetaObject::invokeMethod(window, &QWidget::close, Qt::QueuedConnection);
@@ -173,14 +173,14 @@ TEST_F(Browser, OutlivesWhatIsClickedWhileItsBlocksGoOutOrItsFileIsRead) {
     Pass(1000);
     EXPECT_TRUE(program->dialogs.shown.empty() && program->windowSystem.beeps == 0) << "answered after its end";
     EXPECT_FALSE(windows::globals.firmwareWindows[0] == nullptr || windows::globals.main == nullptr);
-    clickClose(); // met by the turn in which the file is read: the window goes behind it, the program too
+    clickClose(); // processed while the file is read: window and program close after that
     browser->SelectFile(program->directory.file("packages/both.twd"));
     EXPECT_FALSE(browser->unloaded());
     Pass(100);
     EXPECT_EQ(windows::globals.main, nullptr);
 }
 
-// A terminal on the same device polls in a turn of the erase; neither may take the other's answer.
+// A terminal on the same device polls during the erase; neither may take the other's answer.
 TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
     std::int64_t due = 0;
     bool read = true;
@@ -200,17 +200,17 @@ TEST_F(Browser, LoadsADeviceWhoseConsoleIsRead) {
         EXPECT_TRUE(WasTold("Successfully loaded new"));
         Pass(3000); // the bus is read again
     }
-    End(); // while what its turns look at is there
+    End(); // before what its turns use goes out of scope
 }
 
-// Keys come while a header is read and while the list is still at its own change of row.
+// Keys arrive while a header is read and while the list is still changing its row.
 TEST_F(Browser, LoadsWhatItShowsHoweverQuicklyRowsArePicked) {
     ByteArray other = Package(ByteArray(3000, 0x33));
     other[0x1C] = 9; // software version
     program->Write("packages/other.twd", other);
     browser->setFolder(program->directory.file("packages")); // both.twd first, other.twd last
     const auto key = [this](Qt::Key pressed) { QTest::keyClick(browser->ListView1, pressed); };
-    bool pressed = false; // lives as long as the turns that look at it
+    bool pressed = false; // outlives the turns that use it
     for (const auto& [first, second, shown] :
          {std::tuple{Qt::Key_End, Qt::Key_Home, "both.twd"}, {Qt::Key_Down, Qt::Key_End, "other.twd"}}) {
         pressed = false;
@@ -226,13 +226,13 @@ TEST_F(Browser, LoadsWhatItShowsHoweverQuicklyRowsArePicked) {
         EXPECT_EQ(browser->ListView1->selectedItems()[0]->text(0).toStdString(), shown);
         EXPECT_EQ(Text(browser->lblFilename), std::string("Filename: ") + shown);
     }
-    browser->setFolder(program->directory.file("")); // the labels still tell of the other file
+    browser->setFolder(program->directory.file("")); // the labels still show the other file
     browser->cmdLoadSelected->click();
     EXPECT_EQ(program->Flash(0, "application"), ByteArray(3000, 0x33));
     End();
 }
 
-TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
+TEST_F(Browser, LoadsNothingOfFilesThatAreNoPackagesOrDamagedOrVanish) {
     Pick("none.bin");
     EXPECT_EQ(Text(browser->lblFilename) + Text(browser->lblSoftwareID), "Filename: none.binSoftware ID: <unknown>");
     EXPECT_FALSE(browser->cmdLoadSelected->isEnabled());
@@ -262,7 +262,7 @@ TEST_F(Browser, LoadsNothingOfFilesThatAreNoneOrDamagedOrVanish) {
 }
 
 // One block that needs a second try: the failure is shown until the block is through, and no longer.
-TEST_F(Browser, GoesOnAfterABlockThatIsSentAgain) {
+TEST_F(Browser, ContinuesAfterABlockThatIsSentAgain) {
     Open(R"({"node": 0, "command": 5, "skip": 2, "status": -3})");
     std::vector<std::string> status, detail;
     const auto note = [](std::vector<std::string>& texts, const QLabel* label) {
@@ -313,7 +313,7 @@ TEST_F(Browser, OpensWhatIsTypedPastedOrDropped) {
     EXPECT_TRUE(browser->lblDetail->text().startsWith("'nowhere' is neither"));
     QMimeData dropped;
     dropped.setUrls({QUrl::fromLocalFile(QString::fromStdString(folder + "/none.bin"))});
-    QWidget* over = browser->ListView1->viewport(); // which says that something can be dropped there
+    QWidget* over = browser->ListView1->viewport(); // whose hint says that something can be dropped there
     QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &dropped, Qt::LeftButton, {});
     QCoreApplication::sendEvent(over, &enter);
     QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &dropped, Qt::LeftButton, {});
@@ -326,7 +326,7 @@ TEST_F(Browser, OpensWhatIsTypedPastedOrDropped) {
         << "nothing to scroll to";
 }
 
-// Folders come from the disk late, above the one that was opened: it stays in view until somebody scrolls.
+// Folders are read with a delay and inserted above the opened one, which stays in view until the user scrolls.
 TEST(DirListBox, LeavesTheTreeWhereItWasScrolledTo) {
     QStandardItemModel folders;
     const auto add = [&] {

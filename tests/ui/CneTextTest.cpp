@@ -36,7 +36,7 @@ TEST(CneText, IndentsPairsByTheirDepth) {
         EXPECT_EQ(cneText::TextOf(Bytes(row.cne)), row.text) << row.name;
 }
 
-TEST(CneText, OfHostileDataStaysBounded) {
+TEST(CneText, IsBoundedForHostileData) {
     const std::string cut = "\r\n*** The text is cut here: the data goes on. ***\r\n";
     const std::string deep = cneText::TextOf(Bytes(std::string(100, '[') + "~k~v~"));
     std::string bars;
@@ -61,10 +61,10 @@ TEST(HexDump, IsSearchedForTextAndForHexBytesAlike) {
         {"AB", 0, Range{0, 2}},       // as text
         {"AB", 1, Range{3, 4}},       // as a byte
         {"AB", 4, Range{5, 7}},       //
-        {"AB", 6, Range{0, 2}},       // from the beginning again
+        {"AB", 6, Range{0, 2}},       // wrapped around
         {"0x00 ab", 0, Range{2, 4}},  //
         {"\xC3\xA9", 0, Range{4, 5}}, // one byte of the device
-        {"ab", 4, Range{3, 4}},       // the case of letters counts
+        {"ab", 4, Range{3, 4}},       // case-sensitive
         {"ABC", 0, std::nullopt},     // no whole bytes
         {"zz", 0, std::nullopt},      //
         {"", 0, std::nullopt},        //

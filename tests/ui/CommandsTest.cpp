@@ -1,6 +1,7 @@
 // What the menus of the device window do: on each kind of row, to the wire, and on bad input.
 #include "WindowTest.h"
 
+#include "Twl1394api.h"
 #include "bas1394.h"
 #include "frmConfigROM.h"
 
@@ -19,67 +20,76 @@ using Commands = WindowTest;
 const std::string APPLICATION = Target("000F1B0000000001", "application");
 const std::string BOOTLOADER = Target("000F1B0000000002", "bootloader");
 
+// Commands on the wire, as Changes writes them.
+constexpr const char *RESET = " 2", *SWITCH_TO_SHELL = " 7", *PROGRAM_GUID = " 10", *PROGRAM_MAC = " 11",
+                     *INITIALIZE_PARAMETERS = " 12", *FACTORY_DEFAULTS = " 13", *START_IMAGE = " 17";
+
+enum Row { NO_ROW, HOST, APP, BOOT, NEVER };
+
+struct MenuItem {
+    const char* name;
+    Row enabledFrom = NO_ROW, worksFrom = NO_ROW; // the first row on which it can be chosen, and doesn't fault the node
+    const char* told = "";                        // where it works
+    const char* change = "";
+};
+
+// In any order.
+constexpr MenuItem MENU_ITEMS[] = {
+    {"mnuLaunchShell", APP, APP},
+    {"mnuLaunchShellApp", NO_ROW, NO_ROW, "Not implemented yet."},
+    {"mnuDebugMessageLevel", NO_ROW, NO_ROW, "Message Level: "},
+    {"mnuStartApplication", NO_ROW, BOOT, "mnuStartApplication failure: StartApplication call failed, code ",
+     START_IMAGE},
+    {"mnuSetBootloaderGUID", BOOT, BOOT, "Input New GUID: "},
+    {"mnuSetMACaddress", BOOT, BOOT, "Input New MAC: "},
+    {"mnuInitializePersistentParameters", BOOT, BOOT, "InitializePersistentParams succeeded", INITIALIZE_PARAMETERS},
+    {"mnuFactoryDefaults", BOOT, BOOT, "Initialized bootloader config to factory defaults.", FACTORY_DEFAULTS},
+    {"mnuUpdateApplicationFirmware", BOOT, BOOT, "Updating firmare image (type = 0)"},
+    {"mnuUpdateBootloaderFirmware", BOOT, BOOT, "Updating firmare image (type = 3)"},
+    {"mnuUpdateDebuggerFirmware", BOOT, BOOT, "Updating firmare image (type = 2)"},
+    {"mnuDebugLoggingLevel", NO_ROW, NO_ROW, "Debug Logging Level: "},
+    {"mnuDefault1394TransactionTimeout", NO_ROW, NO_ROW, "Transaction Timeout Time: "},
+    {"mnu1394DLLdebugLevel", NO_ROW, NO_ROW, "DLL Message Level: "},
+    {"mnuSwitchTo1394Shell", NO_ROW, APP, "", SWITCH_TO_SHELL},
+    {"mnuExecuteKeyBatch", NEVER, NEVER},
+    {"mnuCascade", NEVER, NEVER},
+    {"mnuSendErrorReport", NO_ROW, NO_ROW, "Failed to send error report, code 0xFFFFFFFF"},
+    {"mnuRescanBus", NO_ROW, NO_ROW, "Rescan Bus Commanded"},
+    {"mnuReset", APP, APP, "Reset to application mode commanded.", RESET},
+    {"mnuResetToBootloader", APP, APP, "", RESET},
+    {"mnuStartDebugger", NO_ROW, BOOT, "mnuStartDebugger failure: StartApplication call failed, code ", START_IMAGE},
+    {"mnuExit", NO_ROW, NO_ROW, "Unloading main child form..."},
+};
+
 TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
-    enum Row { NONE, HOST, APP, BOOT };
-    // The first row on which an item can be chosen, and the first on which it doesn't complain of the node.
-    constexpr int NEVER = 4;
-    struct Item {
-        const char* name;
-        int enabledFrom, worksFrom;
-        const char* told; // where it works
-        const char* change = "";
-    };
-    std::vector<Item> items = {
-        {"mnuLaunchShell", APP, APP, ""},
-        {"mnuLaunchShellApp", NONE, NONE, "Not implemented yet."},
-        {"mnuDebugMessageLevel", NONE, NONE, "Message Level: "},
-        {"mnuStartApplication", NONE, BOOT, "mnuStartApplication failure: StartApplication call failed, code ", " 17"},
-        {"mnuSetBootloaderGUID", BOOT, BOOT, "Input New GUID: "},
-        {"mnuSetMACaddress", BOOT, BOOT, "Input New MAC: "},
-        {"mnuInitializePersistentParameters", BOOT, BOOT, "InitializePersistentParams succeeded", " 12"},
-        {"mnuFactoryDefaults", BOOT, BOOT, "Initialized bootloader config to factory defaults.", " 13"},
-        {"mnuUpdateApplicationFirmware", BOOT, BOOT, "Updating firmare image (type = 0)"},
-        {"mnuUpdateBootloaderFirmware", BOOT, BOOT, "Updating firmare image (type = 3)"},
-        {"mnuUpdateDebuggerFirmware", BOOT, BOOT, "Updating firmare image (type = 2)"},
-        {"mnuDebugLoggingLevel", NONE, NONE, "Debug Logging Level: "},
-        {"mnuDefault1394TransactionTimeout", NONE, NONE, "Transaction Timeout Time: "},
-        {"mnu1394DLLdebugLevel", NONE, NONE, "DLL Message Level: "},
-        {"mnuSwitchTo1394Shell", NONE, APP, "", " 7"},
-        {"mnuExecuteKeyBatch", NEVER, NEVER, ""},
-        {"mnuCascade", NEVER, NEVER, ""},
-        {"mnuSendErrorReport", NONE, NONE, "Failed to send error report, code 0xFFFFFFFF"},
-        {"mnuRescanBus", NONE, NONE, "Rescan Bus Commanded"},
-        {"mnuReset", APP, APP, "Reset to application mode commanded.", " 2"},
-        {"mnuResetToBootloader", APP, APP, "", " 2"},
-        {"mnuStartDebugger", NONE, BOOT, "mnuStartDebugger failure: StartApplication call failed, code ", " 17"},
-        {"mnuExit", NONE, NONE, "Unloading main child form..."},
-    };
+    std::vector<MenuItem> items(std::begin(MENU_ITEMS), std::end(MENU_ITEMS));
     for (const char* harmless : {"mnuStatusWindow", "mnuViewConfigROM", "mnuRemove1394VirtualDriverOnShutdown",
                                  "mnuUseTwlThesyconDriver", "mnuShowDllMessages", "mnuAutoScaleChildren", "mnuTile",
                                  "mnuUserGuide", "mnuReleaseNotes", "mnuAbout", "mnuResetBus"})
-        items.insert(items.begin(), {harmless, NONE, NONE, ""});
+        items.push_back({harmless});
     const char* invalidNode[] = {
         "Invalid Node:   GUID= Mfg= Model=",
         "Invalid Node: 2  GUID= <unknown> Mfg=No Local Config ROM Model=No Local Config ROM",
         "Invalid Node: 0  GUID=000F1B00 00000001 Mfg=Tarnwell Model=TX-9",
     };
-    for (const Row row : {NONE, HOST, APP, BOOT}) {
-        Start(row == NONE ? Bus({}) : Bus({APPLICATION, BOOTLOADER}));
+    for (const Row row : {NO_ROW, HOST, APP, BOOT}) {
+        const std::string bus = row == NO_ROW ? Bus({}) : Bus({APPLICATION, BOOTLOADER});
+        Start(bus);
         std::set<std::string> untried;
         for (const QAction* action : form().findChildren<QAction*>())
             if (action->objectName().startsWith("mnu"))
                 untried.insert(action->objectName().toStdString());
-        if (row != NONE) {
+        if (row != NO_ROW) {
             SelectRow(RowOf(row == HOST ? 2 : row == APP ? 0 : 1));
             auto* ofRow = form().findChild<QMenu*>("mnuOfRow");
             Q_EMIT ofRow->aboutToShow();
             for (const QAction* action : ofRow->actions())
                 EXPECT_TRUE(!action->text().startsWith("Start ") || action->isEnabled() == (row == BOOT)) << row;
         }
-        for (const auto& item : items) {
+        for (const MenuItem& item : items) {
             SCOPED_TRACE(testing::Message() << item.name << " on row " << row);
             untried.erase(item.name);
-            if (row == NONE)
+            if (row == NO_ROW)
                 form().mfgDevices->setCurrentItem(nullptr);
             else
                 SelectRow(RowOf(row == HOST ? 2 : row == APP ? 0 : 1));
@@ -90,33 +100,36 @@ TEST_F(Commands, DoOnEachKindOfRowWhatTheMenuSaysAndNothingElse) {
             EXPECT_TRUE(*told == '\0' || WasTold(told)) << testing::PrintToString(Told());
             const std::string changes = program->Changes(before);
             EXPECT_EQ(changes, row >= item.worksFrom ? item.change : "");
-            windows::UnloadAll(windows::globals.firmwareWindows); // while one is open the device window is off
+            EXPECT_EQ(windows::globals.main == nullptr, item.name == std::string("mnuExit"));
+            windows::UnloadAll(windows::globals.firmwareWindows); // while one is open the device window is disabled
             Pass(2500);
-            if (changes == " 2" || changes == " 17") // the device may be in another mode now
-                Start(Bus({APPLICATION, BOOTLOADER}));
+            // The program may have ended, or the device may be in another mode now.
+            if (windows::globals.main == nullptr || changes == RESET || changes == START_IMAGE)
+                Start(bus);
         }
-        EXPECT_EQ(windows::globals.main, nullptr); // the last item was the exit
         EXPECT_EQ(untried, std::set<std::string>());
     }
 }
 
 TEST_F(Commands, ProgramAnIdentityOnlyFromAWholeAndConfirmedAnswer) {
     const std::string guid = "mnuSetBootloaderGUID", mac = "mnuSetMACaddress";
+    const std::string newGuid = "(001b0f0077000000)",
+                      newMac = "(1100000055443322)"; // operands in the order of the wire
     const struct {
         std::string item;
         std::deque<std::string> answers;
         std::string told, changes;
         bool rescans;
     } rows[] = {
-        {guid, {"00 0F 1B 00 00 00 00 77", "yes"}, "Successfully set new GUID", " 10(001b0f0077000000)", true},
-        {guid, {"0x000f1b00 &H00000077", "yes"}, "to 00 0F 1B 00 00 00 00 77?", " 10(001b0f0077000000)", true},
+        {guid, {"00 0F 1B 00 00 00 00 77", "yes"}, "Successfully set new GUID", PROGRAM_GUID + newGuid, true},
+        {guid, {"0x000f1b00 &H00000077", "yes"}, "to 00 0F 1B 00 00 00 00 77?", PROGRAM_GUID + newGuid, true},
         {guid, {"000F1B0000000077", "no"}, "Are you sure you want to set the GUID of node 1 to 00 0F", "", true},
         {guid, {""}, "Please enter a new 8-byte value for the GUID in the hex format", "", false},
         {guid, {"000F1B000000007", "yes"}, "divisible by 2: '000F1B000000007' in SetBootloaderGUID.", "", false},
         {guid, {"000F1B00000077", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
         {guid, {"000F1B000000zz77", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
         {guid, {" ", "yes"}, "in SetBootloaderGUID.  Exiting abnormally...", "", false},
-        {mac, {"00 11 22 33 44 55", "yes"}, "Successfully set MAC address to", " 11(1100000055443322)", false},
+        {mac, {"00 11 22 33 44 55", "yes"}, "Successfully set MAC address to", PROGRAM_MAC + newMac, false},
         {mac, {"001122334455", "no"}, "MAC address of node 1 to 00 11 22 33 44 55?", "", false},
         {mac, {""}, "The current MAC is not available.", "", false},
         {mac, {"0011223344", "yes"}, "in SetMACaddress.  Exiting abnormally...", "", false},
@@ -142,7 +155,7 @@ TEST_F(Commands, ProgramAnIdentityOnlyFromAWholeAndConfirmedAnswer) {
     Choose("mnuSetBootloaderGUID");
     EXPECT_EQ(program->dialogs.shown.back().first, "00 0F 1B 00 00 00 00 77"); // the debug GUID follows
     ForgetTold();
-    SimulatorFailNext(0, 100, 121);
+    SimulatorFailNext(0, 100, TWL1394_NODE_DID_NOT_RESPOND);
     Choose("mnuSetBootloaderGUID");
     EXPECT_TRUE(WasTold("SetBootloaderGUID: failed to get current GUID!  Exiting without changing GUID..."));
     EXPECT_TRUE(program->dialogs.shown.empty());
@@ -152,7 +165,7 @@ TEST_F(Commands, NeverProgramAnotherDeviceThanTheOneThatWasAskedFor) {
     for (const std::uint32_t unplugged : {0u, 1u}) { // the one in front; the selected one
         Start(Bus({Target("000F1B0000000001", "bootloader"), BOOTLOADER, Target("000F1B0000000003", "bootloader")}));
         SelectRow(RowOf(1));
-        struct : platform::testing::ScriptedDialogs { // takes his time over an input box
+        struct : platform::testing::ScriptedDialogs { // takes time over an input box
             std::function<void()> meanwhile;
             std::string InputBox(const std::string& text, const std::string& title, const std::string& first) override {
                 meanwhile();
@@ -213,7 +226,7 @@ TEST_F(Commands, ShowTheRomOfTheSelectedNodeThoughNodesInFrontAreHidden) {
     roms.pop_back();
     SimulatorUnplug(2);
     Pass(3000);
-    expectRomOf("2", "1"); // a picture of its moment
+    expectRomOf("2", "1"); // a snapshot
 }
 
 TEST_F(Commands, TellThatThereIsNoLibraryInsteadOfEndingTheProgram) {

@@ -32,7 +32,7 @@ protected:
         QTest::mouseClick(window->cmdCopyConfigRomToClipboard, Qt::LeftButton);
         return QApplication::clipboard()->text().toStdString();
     }
-    // The saved file's text behind its header, which is checked.
+    // The saved file's text after its header, which is checked.
     std::string Saved() {
         program->dialogs.answers = {program->directory.file("saved.txt"), "yes"};
         QTest::mouseClick(window->cmdSaveToDisk, Qt::LeftButton);
@@ -91,7 +91,7 @@ TEST_F(ConfigRomWindow, LeavesAFileAloneUnlessTheUserSaysYes) {
     }
 }
 
-TEST_F(ConfigRomWindow, ShowsWhatThereIsOfRomsThatAreNone) {
+TEST_F(ConfigRomWindow, ShowsWhatThereIsOfMinimalMissingAndBrokenRoms) {
     auto& table = bas1394::globals.DeviceTable;
     table.resize(3);
     table[0].ConfigRom = {};
@@ -127,14 +127,14 @@ TEST_F(ConfigRomWindow, ShowsItsChecksOnlyWhenAsked) {
     ASSERT_TRUE(window->lstChecks->isVisible());
     EXPECT_TRUE(whole.contains(window->lstChecks->geometry()));
     EXPECT_LT(rows().bottom(), window->lstChecks->y());
-    // The simulated device's ROM is good, and its CRCs are of the simulator's own making.
+    // The simulated device's ROM has no faults.
     const std::string head = plain + "\r\nCHECKS: 0 faults, 0 notes, 6 CRCs good\r\n0xF0000400  good   The ";
     EXPECT_EQ(Copied().substr(0, head.size()), head);
     EXPECT_EQ(Saved(), Copied());
     window->lstChecks->setCurrentItem(window->lstChecks->topLevelItem(1));
     EXPECT_EQ(window->trvConfigRomAppleFormat->currentItem()->text(0).left(10), "0xF0000414");
 
-    bas1394::globals.DeviceTable[0].ConfigRom.RawData[8] ^= 1; // a later picture is checked again
+    bas1394::globals.DeviceTable[0].ConfigRom.RawData[8] ^= 1; // a later snapshot is checked again
     window->setNodeNum(0);
     EXPECT_EQ(window->lstChecks->topLevelItem(0)->text(1), "fault");
     EXPECT_NE(window->trvConfigRomAppleFormat->topLevelItem(0)->child(0)->toolTip(0), "");

@@ -27,7 +27,7 @@ TEST_F(DeviceWindow, ShowsEachKindOfNodeInTheWordsOfItsState) {
         {"vdev", "3", "000F1B00 00000002", "Bootloader Running", "Tarnwell", "TX-9", "1.2.3.4 2002-01-01 00:00:00 utc"},
         {"vdev", "5", " <unknown>", "Local PC Node", "No Local Config ROM", "No Local Config ROM", "<unknown>"},
     };
-    ASSERT_EQ(form().mfgDevices->rowCount(), 3); // other makers, the debugger and dead links stay out
+    ASSERT_EQ(form().mfgDevices->rowCount(), 3); // other vendors, the debugger and inactive links are left out
     for (int row = 0; row < 3; ++row)
         EXPECT_EQ(Cells(row), rows[row]);
 }
@@ -37,7 +37,7 @@ TEST_F(DeviceWindow, AnswersADeviceThatAnnouncesItselfWithAHaltToAll) {
     std::ignore = basBootloader::ResetDevice(basBootloader::globals.TargetList.front().Handle, basBootloader::RESET_INTO_BOOTLOADER);
     Pass(8000);
     EXPECT_TRUE(WasTold("Broadcasted bootloader halt command."));
-    EXPECT_EQ(Cells(0)[deviceRows::STATE], "Bootloader Running") << "it gave up waiting";
+    EXPECT_EQ(Cells(0)[deviceRows::STATE], "Bootloader Running") << "the device gave up waiting";
 }
 
 TEST_F(DeviceWindow, SaysThatItScansUntilTheBusHasSettled) {
@@ -54,7 +54,7 @@ TEST_F(DeviceWindow, SaysThatItScansUntilTheBusHasSettled) {
                                            "App Running|0.0.0.1 2002-01-01 00:00:00 utc"}));
 }
 
-TEST_F(DeviceWindow, TellsOfTheSelectedNodeAndTakesFirmwareOnlyForABootloader) {
+TEST_F(DeviceWindow, DescribesTheSelectedNodeAndTakesFirmwareOnlyForABootloader) {
     Start(Bus({Target("000F1B0000000000", "application", R"(, "application": {"id": 255, "version": "0xFFFFFF"})"),
                Target(GUID_A, "bootloader", R"(, "debugger": {"id": 255, "version": 2, "time": "123456"})")}));
     const auto labels = [this] {
@@ -98,7 +98,7 @@ TEST_F(DeviceWindow, TellsOfTheSelectedNodeAndTakesFirmwareOnlyForABootloader) {
              {form().cmdUpdateApplicationImage, form().cmdUpdateBootloader, form().cmdUpdateDebugMonitor})
             EXPECT_EQ(button->isEnabled(), row.bootloader) << button->text().toStdString();
     }
-    // Its node has gone before the grid could follow.
+    // Its node has left the bus before the grid was updated.
     bas1394::globals.DeviceTable.assign(1, {});
     form().mfgDevices_RowColChange();
     EXPECT_EQ(form().lblNode->text(), "The selected device has disappeared from the bus.");
@@ -115,7 +115,7 @@ TEST_F(DeviceWindow, KeepsTheUsersDeviceSelectedWhateverTheBusDoes) {
         EXPECT_EQ(form().mfgDevices->selectionModel()->selectedRows().size(), 1);
     };
     constexpr const char *A = "000F1B00 00000001", *B = "000F1B00 00000002", *C = "000F1B00 00000003";
-    expectSelected(C, 2); // nobody has picked one: the last running target
+    expectSelected(C, 2); // none picked yet: the last running target
     SelectRow(0);
     QTest::keyClick(form().mfgDevices, Qt::Key_Down);
     SimulatorBusReset();
@@ -125,7 +125,7 @@ TEST_F(DeviceWindow, KeepsTheUsersDeviceSelectedWhateverTheBusDoes) {
     expectSelected(B, 1);
     for (int round = 0; round < 20; ++round) {
         SCOPED_TRACE(round);
-        SimulatorUnplug(0); // the nodes behind it move down
+        SimulatorUnplug(0); // the nodes after it move down
         expectSelected(B, 0);
         SimulatorPlug(0);
         expectSelected(B, 1);

@@ -1,5 +1,4 @@
-// A whole session without a mouse, key by key: each goes to the widget that has the focus, as the window system
-// would send it.
+// A whole session without a mouse: each key goes to the widget that has the focus, as the window system would send it.
 #include "UserSettings.h"
 #include "WindowTest.h"
 
@@ -26,7 +25,7 @@ protected:
                           : QApplication::focusWidget() != nullptr     ? QApplication::focusWidget()
                                                                        : &parent();
             QTest::keyClick(to, combination.key(), combination.keyboardModifiers());
-            while (SomeButtonIsDown()) // for a moment, when an access key presses it
+            while (SomeButtonIsDown()) // briefly, after its access key
                 QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
             Pass(50);
         }
@@ -63,7 +62,7 @@ TEST_F(Keyboard, IsEnoughForAWholeSession) {
         {"Down, Alt+L", "frmSelectFirmware", "ListView1", [&] { EXPECT_EQ(program->Flash(0, "application"), IMAGE); }},
         {"Alt+V, Space", "frmConfig", "RTB1"}, // View Config; the View menu has the same access key
         {"Ctrl+F4", "frmViewMemory", "txtNodeMemory"},
-        {"Ctrl+F4", "frmSelectFirmware", "ListView1"}, // not the device list, which is off
+        {"Ctrl+F4", "frmSelectFirmware", "ListView1"}, // not the device list, which is disabled
         {"Ctrl+Tab", "frmStatus", "mfgStatus"},        // the same
         {"Alt+W, 3", "frmSelectFirmware", "ListView1"},
         {"Alt+W, 1, Esc, Esc", "frmSelectFirmware", "ListView1"}, // the same
@@ -75,7 +74,7 @@ TEST_F(Keyboard, IsEnoughForAWholeSession) {
         {"Alt+C, Esc", "frmShell", "txtShell"}, // not the menu bar, where the next "c" and "r" reset the device
         {"Alt+F, C", "frmMain", "mfgDevices"},
         {"Ctrl+Shift+Tab", "frmStatus", "mfgStatus"},
-        {"Ctrl+F4", "frmMain", "mfgDevices"}, // it stays in memory, and leaves the keys to the other
+        {"Ctrl+F4", "frmMain", "mfgDevices"}, // it stays in memory, but no longer has the focus
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.keys);
@@ -95,7 +94,7 @@ TEST_F(Keyboard, FollowsTheHintOfABusWithoutDevices) {
     Press("Return");
     EXPECT_TRUE(WasTold("Rescan Bus Commanded"));
     Pass(3000);
-    EXPECT_EQ(Focus(), "mfgDevices");    // the links went away while the bus was read
+    EXPECT_EQ(Focus(), "mfgDevices");    // the links were hidden while the bus was read
     Press("Tab, Tab, Tab, Tab, Return"); // Troubleshooting
     EXPECT_EQ(Active(), "frmHelp");
 }

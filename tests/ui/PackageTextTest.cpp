@@ -1,8 +1,9 @@
-// What the firmware browser says of a package and lets the user do with it.
+// What the firmware browser shows of a package and which commands it allows.
 #include "PackageText.h"
 #include "LoadText.h"
 #include "PackageBuilder.h"
 #include "Places.h"
+#include "Twl1394api.h"
 #include "basApp.h"
 
 #include <gtest/gtest.h>
@@ -75,7 +76,7 @@ TEST_F(PackageText, EnablesOnlyWhatPackageAndDeviceAllow) {
     }
 }
 
-TEST_F(PackageText, SaysWhatStandsInThePackage) {
+TEST_F(PackageText, ShowsWhatThePackageContains) {
     Describe();
     EXPECT_EQ(view.lblSoftwareID, "Software ID: 4660 (0x1234)");
     EXPECT_EQ(view.lblSoftwareVersion, "Version: 16909060 (0x1020304)");
@@ -128,11 +129,11 @@ TEST(LoadText, NamesPhaseAndCause) {
         {S::Hardware, -1, false, true, "another hardware model", "left as it was"},
         {S::Refusal, 0, true, false, "refused the image", "left as it was"},
         {S::Announcement, -1, true, false, "did not answer when the load was announced", "run its bootloader?"},
-        {S::Announcement, 121, false, true, "left the bus", "unplugged"},
+        {S::Announcement, TWL1394_NODE_DID_NOT_RESPOND, false, true, "left the bus", "unplugged"},
         {S::Block, -11, true, false, "refused a block after 2048 bytes, with status -11", "old image is gone"},
         {S::Block, -3, true, false, "could not write its flash", "old image is gone"},
-        {S::Block, 121, true, true, "did not answer to a block", "was it unplugged?"},
-        {S::Block, -2147483647, true, false, "did not answer to a block", "old image is gone"}, // 0x80000001, a reset
+        {S::Block, TWL1394_NODE_DID_NOT_RESPOND, true, true, "did not answer to a block", "was it unplugged?"},
+        {S::Block, TWL1394_BUS_RESET, true, false, "did not answer to a block", "old image is gone"},
         {S::End, -1, true, false, "verdict", "old image is gone"},
         {S::Crc, 1, true, false, "its CRC is not that of the package", "old image is gone"},
     };

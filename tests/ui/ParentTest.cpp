@@ -1,5 +1,5 @@
-// The parent window: its dialogs, the arranging of its children, their places from one run to the
-// next, the status windows, help and about.
+// The parent window: its dialogs, how it arranges its children, their places from one run to the next, the status
+// windows, help and about.
 #include "WindowTest.h"
 
 #include "Database.h"
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-TEST_F(Parent, HasAStripThatSaysWhyNothingIsStoredAndNoBox) {
+TEST_F(Parent, ShowsAStripAndNoBoxWhenNothingCanBeStored) {
     EXPECT_FALSE(parent().lblNotice->isVisible());
     parent().close();
     platform::Database other(program->directory.file("db1.mdb"));
@@ -66,7 +66,7 @@ TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
     const std::string level = "Invalid Level: Invalid result: ", time = "Invalid Time Setting: Invalid result: ";
     const struct {
         const char *item, *key, *answer;
-        std::string told; // nothing when it is accepted or cancelled
+        std::string told; // empty if the answer is accepted or cancelled
     } rows[] = {
         {LOGGING, "DebugLoggingLevel", "17", ""},
         {LOGGING, "DebugLoggingLevel", "1", ""},
@@ -91,7 +91,7 @@ TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.item) + " " + row.answer);
-        const auto shown = [&] { // at first: what is in force
+        const auto shown = [&] { // the box's first text: the value in force
             ForgetTold();
             EXPECT_TRUE(Choose(row.item));
             return program->dialogs.shown.front().first;
@@ -109,7 +109,7 @@ TEST_F(Parent, StoresOnlyNumbersThatItsDialogsAccept) {
     }
 }
 
-TEST_F(Parent, SetsTheLevelOfTheStatusWindowThatIsMeant) {
+TEST_F(Parent, SetsTheLevelOfTheActiveOrLastStatusWindow) {
     const auto setLevel = [this](const char* level) {
         ForgetTold();
         program->dialogs.answers = {level};
@@ -177,7 +177,7 @@ TEST_F(Parent, ScalesItsChildrenWithItselfWhileTheMarkIsSet) {
     EXPECT_FALSE(form().frame()->isMaximized());
 }
 
-TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
+TEST_F(Parent, OpensAWindowAtThePlaceWhereItWasClosed) {
     const QRect place(40, 30, 500, 300);
     const std::vector<std::string> edges{"Top", "Left", "Bottom", "Right"};
     const auto close = [&] {
@@ -198,12 +198,12 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
         EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     }
     OpenRom()->frame()->move(0, 0);
-    basApp::globals.PerformUnattendedOperations = true; // whose windows nobody has arranged
+    basApp::globals.PerformUnattendedOperations = true; // in which nobody has arranged windows
     EXPECT_EQ(close(), (std::vector<std::string>{"30", "40", "330", "540"}));
     Restart();
     EXPECT_GT(status().mfgStatus->columnWidth(3), 300);
     EXPECT_EQ(OpenRom()->frame()->geometry(), place);
-    const char* const elsewhere[][4] = {{"5000", "9000", "5300", "9500"}, // a screen that is gone
+    const char* const elsewhere[][4] = {{"5000", "9000", "5300", "9500"}, // a screen that no longer exists
                                         {"-900", "-800", "-600", "-300"},
                                         {"0", "0", "100000", "100000"},
                                         {"300", "500", "100", "200"}, // bottom above top
@@ -219,18 +219,18 @@ TEST_F(Parent, GivesAWindowThePlaceThatItWasClosedAt) {
     }
 }
 
-TEST_F(Parent, CannotBeMadeSoSmallThatCaptionsAreCut) {
+TEST_F(Parent, CannotBeMadeSoSmallThatCaptionsAreCutOff) {
     parent().resize(1, 1);
     Pass(50);
     const int smallest = parent().height();
     status().frame()->resize(500, 10);
     Restart();
-    EXPECT_NEAR(parent().height(), smallest, 2); // nor does it come up so
+    EXPECT_NEAR(parent().height(), smallest, 2); // nor does it open smaller
     for (const QLabel* label : form().fraSelectedDevice->findChildren<QLabel*>())
         EXPECT_GE(label->height(), label->fontMetrics().height()) << label->objectName().toStdString();
 }
 
-TEST_F(Parent, ComesUpAsHighAsItWasHoweverManyStatusWindowsThereWere) {
+TEST_F(Parent, OpensAsHighAsBeforeHoweverManyStatusWindowsThereWere) {
     const int height = parent().height();
     ASSERT_TRUE(Choose("mnuStatusWindow"));
     for (const QLabel* label : {form().lblDriver, form().lblApplicationImageVersion}) // clear of the title above
@@ -269,7 +269,7 @@ TEST_F(Parent, WrapsALongQuestion) {
     EXPECT_EQ(dialogs.InputBox(lines.toStdString(), "Question", "7"), "");
 }
 
-TEST_F(Parent, LetsTheLayoutKeeperStretchEachControlButTheHeightOfBoxes) {
+TEST_F(Parent, LetsTheLayoutKeeperScaleEverythingButTheHeightOfComboBoxes) {
     Form window("frmTest", "Test");
     window.resize(400, 300);
     const auto add = [&window](QWidget* control, const char* name) {
@@ -314,7 +314,7 @@ TEST_F(Parent, KeepsTheNewestMessagesInViewUnlessTheUserReadsOlderOnes) {
     const auto top = [&] { return grid->model()->index(bar->value(), 3).data().toString(); };
     bar->setValue(100);
     const QString read = top();
-    post(20); // 20 go at the top
+    post(20); // 20 are dropped at the top
     EXPECT_EQ(top(), read);
     bar->setValue(bar->maximum());
     post(20);
@@ -356,7 +356,7 @@ TEST_F(Parent, HidesFindsSavesAndClearsTheRowsOfAStatusWindow) {
     EXPECT_EQ(rows(), (Rows{"two", "three"}));
     pick(window.cmbModule, "beta");
     EXPECT_EQ(rows(), Rows{"two"});
-    post("four", LEVEL_ERROR, "beta"); // filters hold for what comes, too
+    post("four", LEVEL_ERROR, "beta"); // filters also apply to new rows
     post("five", LEVEL_USER, "alpha");
     EXPECT_EQ(rows(), (Rows{"two", "four"}));
     EXPECT_EQ(window.lblCount->text(), "2 of 5 shown");
@@ -399,7 +399,7 @@ TEST_F(Parent, ShowsTheShippedHelpAndFindsInIt) {
     QTest::keySequence(help->WebBrowser1, QKeySequence::Find);
     EXPECT_TRUE(help->Text1->hasFocus());
     QTest::keyClicks(help->Text1, "ctrl+");
-    std::set<std::pair<QString, int>> found; // page by page, then from the top of the first again
+    std::set<std::pair<QString, int>> found; // page by page, then wrapped around
     for (int i = 0; i < 100; ++i) {
         QTest::keyClick(help->Text1, Qt::Key_Return);
         EXPECT_EQ(help->WebBrowser1->textCursor().selectedText().toLower(), "ctrl+");

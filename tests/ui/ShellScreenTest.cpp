@@ -16,7 +16,8 @@ ByteArray Bytes(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-// Lines end with "|"; a change of style shows as {foreground,background and letters}.
+// "|" separates lines. A change of style shows as {foreground,background} with b for bold, u for underlined, i for
+// inverse before the closing brace.
 std::string Shown(const ShellScreen& screen) {
     std::string shown;
     for (std::int64_t number = screen.FirstLine(); number < screen.EndLine(); ++number) {
@@ -35,22 +36,22 @@ std::string Shown(const ShellScreen& screen) {
     return shown;
 }
 
-TEST(ShellScreen, TakesBackspacesOfABlockAsFarAsTheyGo) {
+TEST(ShellScreen, AppliesTheBackspacesOfABlockAsFarAsTheyGo) {
     const struct {
         std::string screen, block, shown;
     } rows[] = {
         {"", "abc", "abc"},
-        {"0123", "ab\b\b\b", "012"}, // one further than the block itself
+        {"0123", "ab\b\b\b", "012"}, // one more than the block added
         {"0123", "ab\b\b\bxy", "012xy"},
         {"01", "\b\b\b\bx", "x"}, // no further than the screen
-        {"0123", "\b \b", "012"}, // how a console rubs out a character
+        {"0123", "\b \b", "012"}, // how a console erases a character
         {"", "a\nb\r\nc\rd", "a|b|cd"},
         {"", "a\n\bx", "ax"},
         {"", "a\n\b\bx", "ax"},        // a line end of the block is two characters
         {"01\n", "\b\bx", "0x"},       // on the screen it is one
-        {"01", "\r\b\bx", "0x"},       // what has come beyond the block's start comes back first
+        {"01", "\r\b\bx", "0x"},       // what was added after the block's start is undone first
         {"01", "a\rb\b\b\b\bx", "0x"}, //
-        {"01", "\0"s, "01"},           // nothing new
+        {"01", "\0"s, "01"},           // no text
         {"", "a\0b"s, "a b"},
     };
     for (const auto& row : rows) {
@@ -61,8 +62,8 @@ TEST(ShellScreen, TakesBackspacesOfABlockAsFarAsTheyGo) {
     }
 }
 
-// Whatever the borders of the blocks cut.
-TEST(ShellScreen, ActsOnEscapeSequencesAndLeavesOthersOut) {
+// Wherever the blocks are cut.
+TEST(ShellScreen, ActsOnEscapeSequencesAndIgnoresUnknownOnes) {
     const struct {
         std::string stream, shown;
     } rows[] = {
@@ -85,7 +86,7 @@ TEST(ShellScreen, ActsOnEscapeSequencesAndLeavesOthersOut) {
          "7\ncd\x1b"
          "8X",
          "abX|cd"},
-        {"a\nb\x1b[2J\x1b[Hnew\x1b[1;1H\x1b[Jagain", "a|b|new|again"}, // what was shown stays above
+        {"a\nb\x1b[2J\x1b[Hnew\x1b[1;1H\x1b[Jagain", "a|b|new|again"}, // the old text stays above
         {"old\x1b[1;1H\x1b[9999;9999H\x1b[1Jx", std::string(24, '|') + std::string(79, ' ') + "x"},
         {"a\x1b]0;title\x07"
          "b\x1b]2;t\x1b\\c\x1bPq\x1b\\d",
@@ -93,7 +94,7 @@ TEST(ShellScreen, ActsOnEscapeSequencesAndLeavesOthersOut) {
         {"a\x1b(Bb\x1b[?25lc\x1b[6nd\x1b[4:3me\x1b=f\x1b[>0cg", "abcdefg"},
         {"a\x1b[31\nb\x1b[\x18"
          "c\x1b\x1b[32md",
-         "a|bc{2,-1}d"}, // cut short by its device
+         "a|bc{2,-1}d"}, // cut short by the device
         {"a\x1b[" + std::string(5000, '7') + "Cb", "a" + std::string(78, ' ') + "b"},
         {"a\x1b[" + std::string(5000, ';') + "31mb", "ab"},
         {"a\x1b]" + std::string(1024, 't') + "bc", "abc"}, // a string without an end
@@ -109,7 +110,7 @@ TEST(ShellScreen, ActsOnEscapeSequencesAndLeavesOthersOut) {
     }
 }
 
-TEST(ShellScreen, HoldsWhateverADeviceSends) {
+TEST(ShellScreen, StaysConsistentWhateverADeviceSends) {
     std::mt19937 random(1);
     const std::string common = "\x1b[;0123456789ABCDEFGHJKPX@mdsufc7\r\n\b\t]\x07 ab";
     ShellScreen screen;
@@ -141,7 +142,7 @@ TEST(ShellScreen, KeepsAMarkWhereItWasMadeAndOutOfTheText) {
     ShellScreen screen;
     screen.Write(Bytes("one\nab\x1b[31"));
     screen.AddMark("restarted", true);
-    screen.Write(Bytes("mcd\b\b\b")); // the sequence isn't carried on, the backspaces go beyond the mark
+    screen.Write(Bytes("mcd\b\b\b")); // the sequence isn't continued; the backspaces pass the mark
     EXPECT_EQ(screen.Text(), "one\nab");
     screen.Write(Bytes("\b"));
     screen.Write(Bytes("xyz"));
@@ -167,7 +168,7 @@ TEST(ShellRows, BreakALineAtItsWidthAndAtMarks) {
         {"", {}, {""}},
         {"0123456789", {}, {"0123456789"}},
         {"0123456789ab", {}, {"0123456789", "ab"}},
-        {"a\tb\tc", {}, {"a\tb", "\tc"}}, // a stop each 8 cells
+        {"a\tb\tc", {}, {"a\tb", "\tc"}}, // a tab stop every 8 cells
         {"\x07"
          "0123456789\x07",
          {},
@@ -193,7 +194,7 @@ TEST(ShellRows, BreakALineAtItsWidthAndAtMarks) {
     EXPECT_EQ(shellRows::CharacterAt(tabbed, {0, 4}, 20), 4U);
 }
 
-TEST(ShellText, PastedSendsEveryLineEndAsTheReturnKeyDoes) {
+TEST(ShellText, SendsEveryPastedLineEndAsTheReturnKeyDoes) {
     EXPECT_EQ(shellText::PasteText("a\nb\r\nc\rd"), "a\rb\rc\rd");
 }
 

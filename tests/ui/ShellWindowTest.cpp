@@ -1,5 +1,6 @@
 // The terminal on a simulated device; ShellSweepTest has its channel in every generation.
 #include "Paths.h"
+#include "Twl1394api.h"
 #include "WindowTest.h"
 #include "basBootloader.h"
 #include "frmCRCs.h"
@@ -46,7 +47,7 @@ protected:
         QApplication::clipboard()->setText(text);
         QTest::keyClick(shell->txtShell, Qt::Key_V, Qt::ControlModifier);
     }
-    // The bytes typed so far in hex, without what fills up a quadlet.
+    // The bytes typed so far in hex, without the padding of the last quadlet.
     std::string Sent() const {
         std::string all;
         for (const std::string& bytes : program->WrittenTo("0xffffc8021040"))
@@ -66,7 +67,7 @@ protected:
     frmShell* shell = nullptr;
 };
 
-TEST_F(ShellWindow, EchoesAnswersAndRubsOut) {
+TEST_F(ShellWindow, EchoesAnswersAndErases) {
     EXPECT_TRUE(shell->Connected());
     QTest::keyClicks(shell->txtShell, "helpx");
     Pass(1000);
@@ -74,12 +75,12 @@ TEST_F(ShellWindow, EchoesAnswersAndRubsOut) {
     Enter("");
     EXPECT_NE(Screen(shell).find("help\nhelp version keys flood N sleep MS reset\n"), std::string::npos)
         << Screen(shell);
-    SimulatorFailNext(0, 1000, 121);
+    SimulatorFailNext(0, 1000, TWL1394_NODE_DID_NOT_RESPOND);
     Pass(1000);
     EXPECT_FALSE(shell->Connected());
 }
 
-// Also those with which the frame would close the window or go to another one.
+// Including those with which the frame would close the window or switch to another one.
 TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
     const struct {
         Qt::Key key;
@@ -123,13 +124,13 @@ TEST_F(ShellWindow, SendsEveryKeyThatIsNotACommandOfItsOwn) {
         EXPECT_TRUE(shell->txtShell->hasFocus());
     }
     EXPECT_EQ(Screen(shell), "");
-    parent().BringForward(qobject_cast<QMdiSubWindow*>(form().frame())); // a key too many beside the terminal
+    parent().BringForward(qobject_cast<QMdiSubWindow*>(form().frame())); // typed in the wrong window
     QTest::keyClick(form().mfgDevices, Qt::Key_W, Qt::ControlModifier);
     Pass(50);
     EXPECT_NE(windows::globals.main, nullptr);
 }
 
-TEST_F(ShellWindow, SendsAPasteInOneWriteOrRefusesItWhole) {
+TEST_F(ShellWindow, SendsAPasteInOneWriteOrRefusesAllOfIt) {
     Paste("");
     EXPECT_EQ(Sent(), "");
     Paste("ab\ncd");
@@ -151,7 +152,7 @@ TEST_F(ShellWindow, SendsAPasteInOneWriteOrRefusesItWhole) {
 
 TEST_F(ShellWindow, ItsCommandsSendWhatTheySay) {
     const struct {
-        const char *item, *request; // command, quadlets, operands in hex
+        const char *item, *request; // in hex: command, number of quadlets, operands
     } rows[] = {
         {"mnuSwitchTo1394shell", "07020000000000000000"},
         {"mnuHalt", "0100"},
@@ -171,7 +172,7 @@ TEST_F(ShellWindow, ItsCommandsSendWhatTheySay) {
     }
 }
 
-TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
+TEST_F(ShellWindow, ReportsThatItsDeviceHasGoneAndShowsTheHistoryAfterItsReturn) {
     Enter("version");
     const std::string before = Screen(shell);
     SimulatorUnplug(0);
@@ -184,7 +185,7 @@ TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
     Pass(5000);
     EXPECT_TRUE(shell->Connected());
     EXPECT_EQ(Screen(shell).rfind(before, 0), 0U) << Screen(shell);
-    EXPECT_EQ(Marks(shell), "device restarted,"); // one, and the text without it
+    EXPECT_EQ(Marks(shell), "device restarted,"); // one mark, which isn't part of the text
     bas1394::ResetBus();
     Pass(3000);
     EXPECT_EQ(Marks(shell), "device restarted,bus reset,");
@@ -192,13 +193,13 @@ TEST_F(ShellWindow, TellsWhatBecameOfItsDeviceAndComesBackWithTheHistory) {
     EXPECT_TRUE(Screen(shell).ends_with("> ready\n> ")) << Screen(shell);
     EXPECT_EQ(Marks(shell), "device restarted,bus reset,device restarted,");
     const ShellScreen& screen = shell->txtShell->Screen();
-    EXPECT_EQ(screen.MarksOf(screen.EndLine() - 2).size(), 3U) << "not between prompt and greeting";
+    EXPECT_EQ(screen.MarksOf(screen.EndLine() - 2).size(), 3U) << "the mark isn't between prompt and greeting";
     EXPECT_NE(shell->cmbDeviceDetails->currentText().indexOf("GUID=00 0F 1B 00 00 00 00 01"), -1);
     EXPECT_TRUE(shell->mnuReset->isEnabled());
 }
 
-TEST_F(ShellWindow, GivesItsDeviceUpToAnotherWindow) {
-    EXPECT_EQ(Open(0), shell); // the one that is open comes forward
+TEST_F(ShellWindow, LeavesItsDeviceToAnotherWindow) {
+    EXPECT_EQ(Open(0), shell); // the open one is brought forward
     frmShell* second = Open(1);
     ASSERT_NE(second, shell);
     QMenu listed;
@@ -261,12 +262,12 @@ TEST_F(ShellWindow, CopiesWhatIsSelectedWithMouseOrMenu) {
     EXPECT_FALSE(terminal.Find("no such text"));
 }
 
-TEST_F(ShellWindow, LogsWhatCameAndMarksWhereTheBusWasReset) {
+TEST_F(ShellWindow, LogsOutputAndMarksWhereTheBusWasReset) {
     shell->mnuLogToFile->trigger();
     Enter("version");
     bas1394::ResetBus();
     Pass(3000);
-    Enter("flood 100"); // laps the ring of 256
+    Enter("flood 100"); // overruns the ring of 256
     EXPECT_NE(Marks(shell).find(" characters lost,"), std::string::npos);
     shell->setCurrentHandle(basBootloader::OpenBootloaderDevice(bas1394::globals.DeviceTable[1]));
     Enter("keys");
@@ -275,7 +276,7 @@ TEST_F(ShellWindow, LogsWhatCameAndMarksWhereTheBusWasReset) {
     for (const auto& entry : std::filesystem::directory_iterator(program->directory.file("shell-logs")))
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
-    ASSERT_EQ(names.size(), 2U); // one a device
+    ASSERT_EQ(names.size(), 2U); // one per device
     EXPECT_EQ(names[0].rfind(std::string(GUID) + "_", 0), 0U) << names[0];
     const std::string log = program->Read("shell-logs/" + names[0]);
     for (const char* part : {"version", "bus reset ---", "characters lost ---", "line 1\r\n"})
@@ -295,7 +296,7 @@ TEST_F(ShellWindow, AsksBeforeItOverwritesAndKeepsARateThatIsANumber) {
     EXPECT_EQ(Setting("frmShell", "ShellPollingInterval"), "50");
 }
 
-// The CRC rows as the user sees them: what each painting of one shows, the last one `rows`.
+// The CRC rows as the user sees them: `rows` collects the text of each painting.
 struct PaintedRows : QObject {
     PaintedRows() { qApp->installEventFilter(this); }
     bool eventFilter(QObject* object, QEvent* event) override {
@@ -314,10 +315,10 @@ TEST_F(ShellWindow, ShowsTheCrcOfEachImageAsItComesAndTheOneThatIsBad) {
     for (const std::size_t bad : {0, 1, 3}) {
         Begin(R"({"node": 0, "command": 3, "do": "badCrc", "skip": )" + std::to_string(bad) + "}");
         PaintedRows painted;
-        QTimer::singleShot(0, [&] { Newest<frmCRCs>()->cmdClose->click(); }); // waits for the answers
+        QTimer::singleShot(0, [&] { Newest<frmCRCs>()->cmdClose->click(); }); // after the answers
         shell->mnuFirmwareCRCs->trigger();
         const auto& rows = painted.rows;
-        ASSERT_GE(rows.size(), 8u); // all are seen before the first answer
+        ASSERT_GE(rows.size(), 8u); // all are painted before the first answer
         for (std::size_t i = 0; i < 4; ++i) {
             EXPECT_TRUE(rows[rows.size() - 8 + i].ends_with("<failed to read>")) << testing::PrintToString(rows);
             EXPECT_EQ(rows[rows.size() - 4 + i].find(prefixes[i] + std::string(i == bad || i == NEVER_LOADED

@@ -20,7 +20,7 @@ double Luminance(std::uint32_t colour) {
     return sum;
 }
 
-TEST(StatusText, GivesEachLevelAColourAndAMarkThatCanBeReadOnAnyPaper) {
+TEST(StatusText, GivesEachLevelAMarkAndAColourThatIsReadableOnAnyBackground) {
     for (const std::uint32_t paper : {0xFFFFFFu, 0xF5F5F5u, 0x000000u, 0x353535u}) {
         const bool dark = paper < 0x808080;
         std::set<std::uint32_t> colours;

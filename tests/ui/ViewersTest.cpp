@@ -22,9 +22,9 @@ protected:
         Pass(20);
         memory = Newest<frmViewMemory>();
     }
-    // So that the dump's box is so many bytes and a few pixels wide.
+    // Makes the dump's box wide enough for so many bytes and a few pixels.
     void Widen(int bytes) {
-        for (int i = 0; i < 4; ++i) { // the box has a share of what its window gets
+        for (int i = 0; i < 4; ++i) { // the box gets only a share of the added width
             layout::Rectangle place = memory->place();
             place.Width += 800 + bytes * 480 + 100 - layout::Twips(memory->txtNodeMemory->width());
             memory->setPlace(place);
@@ -55,14 +55,14 @@ TEST_F(Viewers, ShowTheDataAsDumpAndAsText) {
     EXPECT_EQ(config->RTB1->toPlainText(), "+G\n  | k=v\n");
 }
 
-TEST_F(Viewers, DrawAnewWhenTheirWidthIsGoodForOtherColumns) {
+TEST_F(Viewers, RedrawWhenTheirWidthFitsAnotherNumberOfColumns) {
     Show(Numbers(1023), 0xFFF0);
     for (const int bytes : {12, 13, 8, 17, 24}) {
         Widen(bytes);
         EXPECT_EQ(memory->ColumnCount, bytes / 4 * 4);
         EXPECT_EQ(memory->txtNodeMemory->text(), Dump(bytes / 4 * 4));
     }
-    memory->setByteData({7}); // a single byte is never drawn anew
+    memory->setByteData({7}); // a single byte is never redrawn
     Widen(8);
     EXPECT_EQ(memory->ColumnCount, 24);
 }
@@ -89,17 +89,17 @@ TEST_F(Viewers, CopyTheLinesThatKeysAndMouseSelect) {
     EXPECT_EQ(Clipboard(), Dump(16));
 }
 
-TEST_F(Viewers, FindBytesAndTellWhenThereAreNone) {
+TEST_F(Viewers, FindBytesAndReportWhenThereAreNone) {
     Show(Numbers(4096));
     const auto find = [&](const char* text, Qt::KeyboardModifiers backward = {}) {
         memory->txtFind->setText(text);
         QTest::keyClick(memory->txtFind, Qt::Key_Return, backward);
         return memory->txtNodeMemory->selectedText().substr(0, 7);
     };
-    EXPECT_EQ(find("1F 20 21"), "0x10: 1"); // over the end of a line
+    EXPECT_EQ(find("1F 20 21"), "0x10: 1"); // across the end of a line
     EXPECT_EQ(find("1F 20 21"), "0x110: ");
     EXPECT_EQ(find("1F 20 21", Qt::ShiftModifier), "0x10: 1");
-    EXPECT_EQ(find("1F 20 21", Qt::ShiftModifier), "0xF10: "); // from the end again
+    EXPECT_EQ(find("1F 20 21", Qt::ShiftModifier), "0xF10: "); // wrapped around
     find("no such text");
     EXPECT_TRUE(WasTold("Find: No 'no such text' found in this memory."));
     FindLine* line = Newest<frmConfig>()->txtFind;

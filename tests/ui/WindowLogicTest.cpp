@@ -1,4 +1,4 @@
-// What the windows decide without a widget: rows and panels of records that a bus seldom gives.
+// What the windows decide without a widget: rows and panels of records that are rare on a real bus.
 #include "DeviceRows.h"
 #include "basBootloader.h"
 
@@ -7,6 +7,25 @@
 namespace {
 
 using Texts = std::vector<std::string>;
+
+// What is special about a node. Otherwise it is another node than this computer, with an active link and a ROM that was
+// read, on a bus that was scanned; and a target runs its application.
+enum Circumstances : unsigned {
+    NOTHING = 0,
+    TARGET = 1,
+    TARGET_MISSING = 2,
+    TARGET_IN_STATE_0 = 4,
+    TARGET_IN_STATE_7 = 8,
+    RUNS_BOOTLOADER = 16,
+    TARGET_OF_OTHER_DRIVER = 32,
+    RUNS_DEBUGGER = 64,
+    SCANNING = 128,
+    LINK_OFF = 256,
+    THIS_COMPUTER = 512,
+    ROM_UNREADABLE = 1024,
+    ROM_MINIMAL = 2048,
+    GONE = 4096
+};
 
 class DeviceRows : public ::testing::Test {
 protected:
@@ -19,6 +38,7 @@ protected:
         device.SelfId.LinkActive = 1;
         device.ConfigRom.RawData.assign(20, 0);
         device.ConfigRom.NodeVendorID = 0xF1B;
+        freshDevice = device;
         target.Device = device;
         target.State = 2;
         target.Info.ApplicationVersion = 0x01020304;
@@ -26,56 +46,54 @@ protected:
         target.Info.ApplicationTime = target.Info.BootloaderTime = {'1', '2', '3', '4', '5', '6', ' ', ' '};
         target.Info.GUID = {0, 0x0F, 0x1B, 0, 0, 0, 0, 9};
     }
-    Device device;
+    void Give(unsigned circumstances) {
+        const auto given = [circumstances](unsigned which) { return (circumstances & which) != 0; };
+        device = freshDevice;
+        device.NodeNum = given(GONE) ? NO_NODE : 5;
+        device.SelfId.LinkActive = !given(LINK_OFF);
+        if (given(ROM_UNREADABLE | ROM_MINIMAL))
+            device.ConfigRom = {};
+        if (given(ROM_MINIMAL))
+            device.ConfigRom.RawData = {1, 0, 0x0A, 0x27, 0};
+        target.Info.BootloaderVersion = given(RUNS_BOOTLOADER) ? 0x02000001 : 0;
+        target.State = given(TARGET_IN_STATE_0) ? 0 : given(TARGET_MISSING) ? 1 : given(TARGET_IN_STATE_7) ? 7 : 2;
+        target.Device.Driver = given(TARGET_OF_OTHER_DRIVER) ? "vhpd" : "vdev";
+        bas1394::globals.LocalHostNode = given(THIS_COMPUTER) ? 5 : 6;
+        basBootloader::globals.DiscoveryComplete = !given(SCANNING);
+        const bool isTarget = given(TARGET | TARGET_MISSING | TARGET_IN_STATE_0 | TARGET_IN_STATE_7);
+        basBootloader::globals.TargetList.assign(1, isTarget ? target : BootloaderTarget{});
+        basBootloader::globals.DebuggerList.assign(1, given(RUNS_DEBUGGER) ? device : Device{});
+    }
+    Device device, freshDevice;
     BootloaderTarget target;
 };
 
 TEST_F(DeviceRows, ChooseTheWordsByTheFirstConditionThatFits) {
     const std::string id = "000F1B00 00000000", off = "<link not active>", unknown = "<unknown>",
                       scanning = "<scanning...>", model = "No root directory", utc = " 2002-08-31 12:34:56 utc";
-    // What is given, by letters: t a target; 0, 1 and 7 its state, b its bootloader runs, v it is under another
-    // driver; d the debugger runs, s the bus is being scanned, o the link is off, l it is this computer, f the ROM
-    // couldn't be read, m it is a minimal one.
     const struct {
-        std::string given;
+        unsigned given;
         Texts texts;
         std::int32_t badState = -1;
     } rows[] = {
-        {"", {id, "Incompatible", model, unknown}},
-        {"t", {id, "App Running", model, "1.2.3.4" + utc}},
-        {"tb", {id, "Bootloader Running", model, "2.0.0.1" + utc}},
-        {"t1", {id, "missing", model, unknown}},
-        {"t7", {id, "error", model, unknown}, 7},
-        {"t0", {id, "error", model, unknown}, 0},
-        {"tv", {id, "Incompatible", model, unknown}},
-        {"d", {id, "Debugger Running", model, unknown}},
-        {"td", {id, "App Running", model, "1.2.3.4" + utc}},
-        {"tds", {id, scanning, model, scanning}},
-        {"tso", {off, off, off, unknown}},
-        {"so", {off, off, off, unknown}},
-        {"lso", {" <unknown>", "Local PC Node", "No Local Config ROM", unknown}},
-        {"f", {"<read failed>", "Incompatible", "<UNREADABLE CONFIG ROM MODEL TEXT>", unknown}},
-        {"m", {"00000000 00000000", "Incompatible", "Minimal ConfigRom (ven 0xA27)", unknown}},
+        {NOTHING, {id, "Incompatible", model, unknown}},
+        {TARGET, {id, "App Running", model, "1.2.3.4" + utc}},
+        {TARGET | RUNS_BOOTLOADER, {id, "Bootloader Running", model, "2.0.0.1" + utc}},
+        {TARGET_MISSING, {id, "missing", model, unknown}},
+        {TARGET_IN_STATE_7, {id, "error", model, unknown}, 7},
+        {TARGET_IN_STATE_0, {id, "error", model, unknown}, 0},
+        {TARGET | TARGET_OF_OTHER_DRIVER, {id, "Incompatible", model, unknown}},
+        {RUNS_DEBUGGER, {id, "Debugger Running", model, unknown}},
+        {TARGET | RUNS_DEBUGGER, {id, "App Running", model, "1.2.3.4" + utc}},
+        {TARGET | RUNS_DEBUGGER | SCANNING, {id, scanning, model, scanning}},
+        {TARGET | SCANNING | LINK_OFF, {off, off, off, unknown}},
+        {SCANNING | LINK_OFF, {off, off, off, unknown}},
+        {THIS_COMPUTER | SCANNING | LINK_OFF, {" <unknown>", "Local PC Node", "No Local Config ROM", unknown}},
+        {ROM_UNREADABLE, {"<read failed>", "Incompatible", "<UNREADABLE CONFIG ROM MODEL TEXT>", unknown}},
+        {ROM_MINIMAL, {"00000000 00000000", "Incompatible", "Minimal ConfigRom (ven 0xA27)", unknown}},
     };
-    const Device freshDevice = device;
-    const BootloaderTarget freshTarget = target;
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.given);
-        const auto given = [&row](char letter) { return row.given.find(letter) != std::string::npos; };
-        device = freshDevice;
-        target = freshTarget;
-        device.SelfId.LinkActive = !given('o');
-        if (given('f') || given('m'))
-            device.ConfigRom = {};
-        if (given('m'))
-            device.ConfigRom.RawData = {1, 0, 0x0A, 0x27, 0};
-        target.Info.BootloaderVersion = given('b') ? 0x02000001 : 0;
-        target.State = given('0') ? 0 : given('1') ? 1 : given('7') ? 7 : 2;
-        target.Device.Driver = given('v') ? "vhpd" : "vdev";
-        bas1394::globals.LocalHostNode = given('l') ? 5 : 6;
-        basBootloader::globals.DiscoveryComplete = !given('s');
-        basBootloader::globals.TargetList.assign(1, given('t') ? target : BootloaderTarget{});
-        basBootloader::globals.DebuggerList.assign(1, given('d') ? device : Device{});
+        Give(row.given);
         const deviceRows::Row shown = deviceRows::RowOf(device);
         const auto& text = shown.text;
         EXPECT_EQ(
@@ -105,36 +123,28 @@ TEST_F(DeviceRows, FillThePanelOfNodesThatNobodyCanCommand) {
     }
 }
 
-TEST_F(DeviceRows, SayWhyCommandsAreOffAndWhatToDoAboutIt) {
-    // Given as above; g it has gone from the bus. What needs a bootloader is off in more cases than the rest.
-    const std::pair<std::string, const char*> rows[] = {
-        {"t", "Command, Run Selected Device in Firmware Download Mode"},
-        {"g", "has gone"},
-        {"l", "computer itself"},
-        {"o", "Rescan Bus"},
-        {"s", "still being read"},
-        {"d", "debugger"},
-        {"", "no sign of a Tarnwell bootloader"},
+TEST_F(DeviceRows, SayWhyCommandsAreDisabledAndWhatToDoAboutIt) {
+    const std::pair<unsigned, const char*> rows[] = {
+        {TARGET, "Command, Run Selected Device in Firmware Download Mode"},
+        {GONE, "has gone"},
+        {THIS_COMPUTER, "computer itself"},
+        {LINK_OFF, "Rescan Bus"},
+        {SCANNING, "still being read"},
+        {RUNS_DEBUGGER, "debugger"},
+        {NOTHING, "no sign of a Tarnwell bootloader"},
     };
-    const auto panelOf = [this](const std::string& letters) {
-        const auto given = [&](char letter) { return letters.find(letter) != std::string::npos; };
-        device.NodeNum = given('g') ? NO_NODE : 5;
-        device.SelfId.LinkActive = !given('o');
-        target.Info.BootloaderVersion = given('b');
-        bas1394::globals.LocalHostNode = given('l') ? 5 : 6;
-        basBootloader::globals.DiscoveryComplete = !given('s');
-        basBootloader::globals.TargetList.assign(1, target);
-        basBootloader::globals.DebuggerList.assign(1, given('d') ? device : Device{});
-        return deviceRows::PanelOf(device, given('t') ? 0 : -1);
+    const auto panelOf = [this](unsigned given) {
+        Give(given);
+        return deviceRows::PanelOf(device, (given & TARGET) != 0 ? 0 : -1);
     };
-    EXPECT_EQ(panelOf("tb").whyNoBootloader, "");
-    for (const auto& [given, part] : rows) {
+    EXPECT_EQ(panelOf(TARGET | RUNS_BOOTLOADER).whyNoBootloader, "");
+    for (const auto& [given, part] : rows) { // what needs a bootloader is disabled in more cases than the rest
         EXPECT_NE(panelOf(given).whyNoBootloader.find(part), std::string::npos) << part;
-        EXPECT_EQ(panelOf(given).whyNoTarget, given == "t" ? "" : panelOf(given).whyNoBootloader);
+        EXPECT_EQ(panelOf(given).whyNoTarget, given == TARGET ? "" : panelOf(given).whyNoBootloader);
     }
 }
 
-TEST_F(DeviceRows, GiveUpTheTimeAndThenTheDateWhereThereIsLittleRoom) {
+TEST_F(DeviceRows, DropTheTimeAndThenTheDateWhereThereIsLittleRoom) {
     const std::string text = "1.2.3.4 2002-08-31 12:34:56 utc";
     const std::pair<std::size_t, const char*> rows[] = {{31, text.c_str()},
                                                         {30, "1.2.3.4 2002-08-31 ..."},

@@ -1,5 +1,5 @@
-// The whole program with its windows, offscreen: the simulated bus, a program directory of its own,
-// scripted dialogs, and the virtual clock. Qt's events have their share of every turn.
+// The whole program with its windows, offscreen: the simulated bus, a program directory of its own, scripted dialogs,
+// and the virtual clock. Every turn also processes Qt's events.
 #pragma once
 
 #include "HeadlessProgram.h"
@@ -25,19 +25,19 @@ protected:
     // ends first.
     void Start(const std::string& bus, const std::string& commandLine = {});
     void End();
-    // Ends the program and starts it once more on the same bus, in the same directory.
+    // Ends the program and starts it again on the same bus, in the same directory.
     void Restart();
-    // The message loop for so much time of the virtual clock.
+    // Runs the message loop for that much time of the virtual clock.
     void Pass(std::int64_t milliseconds);
     void SelectRow(int row); // with a click, as the user does
-    // The row of a node's number, -1 without one.
+    // The row of a node, -1 if it has none.
     int RowOf(int node) const;
     std::vector<std::string> Cells(int row) const;
-    // Chooses the item of the device window as the user does; false when it is disabled, hidden or
-    // not there. A box that is opened over it is closed again.
+    // Chooses an item of the device window as the user does; false if it is disabled, hidden or missing. A box that
+    // opens is closed again.
     bool Choose(const char* itemName);
     std::string Setting(const std::string& section, const std::string& key) const; // "<none>" without one
-    // Texts of all messages and dialogs since the program began or ForgetTold.
+    // Texts of all messages and dialogs since the start or the last ForgetTold.
     std::vector<std::string> Told() const { return program->Told(); }
     bool WasTold(const std::string& part) const { return program->Said(part); }
     void ForgetTold();
@@ -45,7 +45,7 @@ protected:
     MDIForm1& parent() const { return *windows::globals.parent; }
     frmMain& form() const { return *windows::globals.main; }
     frmStatus& status(std::size_t slot = 0) const { return *windows::globals.statusWindows[slot]; }
-    // The child window of a class that was opened last, null without one.
+    // The last opened child window of a class, null if there is none.
     template <class Window> Window* Newest() const {
         const QList<Window*> all = parent().findChildren<Window*>();
         return all.isEmpty() ? nullptr : all.last();
