@@ -5,7 +5,7 @@
 
 // Without a display only a run that nobody has to watch makes sense: it goes offscreen. False, with a message on
 // standard error, when windows are wanted and there is no display for them.
-bool ChooseDisplay(bool unattended);
+[[nodiscard]] bool ChooseDisplay(bool unattended);
 
 // Around the making of the QApplication, which ends the process when no display answers: one line on standard
 // error and exit code 1 in place of an abort. An unattended run falls back on offscreen by itself. A display server

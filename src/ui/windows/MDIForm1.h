@@ -33,7 +33,7 @@ public:
     void AddChild(Form* form);
     void ShowMenusOfActiveChild();
     // Loads a new firmware browser into the first empty slot of its list: the slot, or -1.
-    std::int32_t CreateDownloadWindow();
+    [[nodiscard]] std::int32_t CreateDownloadWindow();
     // Shows it, all of it in view as far as it fits into the area.
     void ShowChild(Form* form);
     // Shows and activates it, even if it was minimized.

@@ -26,6 +26,7 @@ namespace {
 constexpr std::int32_t BUS_INTERVAL = 20;         // ms
 constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
 constexpr const char* REMOVE_DRIVER_KEY = "RemoveDriverOnShutdown";
+constexpr int GAP = 6;                   // pixels between controls
 constexpr int CELL_MARGINS = 10;         // pixels, both sides together
 constexpr std::int32_t HINT_DELAY = 500; // ms, in case no bus is read at the start
 
@@ -46,8 +47,8 @@ frmMain::frmMain() : Form("frmMain", "Available Devices") {
 
 // The design layout, in lines of the current font; the layout keeper scales it.
 void frmMain::BuildControls() {
-    const int line = fontMetrics().height() + 6;
-    const int gap = 6;
+    const int line = Line();
+    const int gap = GAP;
     const int longest =
         fontMetrics().horizontalAdvance("Hardware Version (from config ROM):  MODULE_HW_VERSION=131072");
     const int width = std::max({940, fontMetrics().averageCharWidth() * 130, longest * 5 / 3 + 8 * gap});
@@ -67,12 +68,20 @@ void frmMain::BuildControls() {
     fraHardware->setGeometry(gap, line, width - 2 * gap, hardwareHeight);
     fraFirmware = Named(new QGroupBox("Firmware", fraSelectedDevice), "fraFirmware");
     fraFirmware->setGeometry(gap, line + hardwareHeight + gap, width - 2 * gap, firmwareHeight);
+    BuildHardwareLabels(width - 4 * gap);
+    BuildFirmwareRows(width - 4 * gap);
 
-    const int inner = width - 4 * gap;
-    const int left = inner * 2 / 5; // the texts on the right are longer
+    txtDebugSpew = Named(new QPlainTextEdit(this), "txtDebugSpew");
+    txtDebugSpew->hide();
+    connect(txtDebugSpew, &QPlainTextEdit::textChanged, this, &frmMain::txtDebugSpew_Change);
+}
+
+void frmMain::BuildHardwareLabels(int width) {
+    const int line = Line(), gap = GAP;
+    const int left = width * 2 / 5; // the texts on the right are longer
     const auto label = [&](const char* name, int column, int row) {
         auto* made = Named(new QLabel(fraHardware), name);
-        made->setGeometry(gap + column * left, line * (row + 1) + gap, (column == 0 ? left : inner - left) - gap, line);
+        made->setGeometry(gap + column * left, line * (row + 1) + gap, (column == 0 ? left : width - left) - gap, line);
         MakeCopyable(made);
         return made;
     };
@@ -86,10 +95,13 @@ void frmMain::BuildControls() {
     lblBootloaderGuidGet = label("lblBootloaderGuidGet", 1, 2);
     lblHardwareVersion = label("lblHardwareVersion", 1, 3);
     lblModelID = label("lblModelID", 1, 4);
+}
 
+void frmMain::BuildFirmwareRows(int width) {
+    const int line = Line(), gap = GAP;
     const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    const int captionWidth = inner * 27 / 100, buttonWidth = captionWidth,
-              boxWidth = inner - captionWidth - buttonWidth;
+    const int captionWidth = width * 27 / 100, buttonWidth = captionWidth,
+              boxWidth = width - captionWidth - buttonWidth;
     const auto firmwareRow = [&](int row, QLabel*& caption, const char* captionName, const char* captionText,
                                  QLineEdit*& box, const char* boxName, QPushButton*& button, const char* buttonName,
                                  const char* buttonText) {
@@ -114,14 +126,10 @@ void frmMain::BuildControls() {
                 "txtBootloaderVersion", cmdUpdateBootloader, "cmdUpdateBootloader", "&Update Bootloader Image...");
 
     lblWhyNot = Named(new QLabel(fraFirmware), "lblWhyNot");
-    lblWhyNot->setGeometry(gap, line + 3 * (line + gap) - gap / 2, inner - gap,
+    lblWhyNot->setGeometry(gap, line + 3 * (line + gap) - gap / 2, width - gap,
                            line + 5 * gap / 2); // of two lines in a large font
     lblWhyNot->setWordWrap(true);
     lblWhyNot->setAlignment(Qt::AlignTop);
-
-    txtDebugSpew = Named(new QPlainTextEdit(this), "txtDebugSpew");
-    txtDebugSpew->hide();
-    connect(txtDebugSpew, &QPlainTextEdit::textChanged, this, &frmMain::txtDebugSpew_Change);
 }
 
 void frmMain::SetUpGrid() {

@@ -95,7 +95,10 @@ private:
             StatusDisplay(LEVEL_ERROR, "Error #{}: {} in {}", f.Number, f.Description, procedure);
         };
     }
+    int Line() const { return fontMetrics().height() + 6; } // pixels, of the design layout
     void BuildControls();
+    void BuildHardwareLabels(int width);
+    void BuildFirmwareRows(int width);
     void SetUpGrid();
     void ShowHint();
     void FollowHint(const QString& target);
@@ -119,7 +122,7 @@ private:
     void BuildContextMenu();
 
     // Commands (frmMainCommands.cpp).
-    std::int32_t GetSelectedBootloaderHandle();
+    [[nodiscard]] std::int32_t GetSelectedBootloaderHandle();
     void UpdateImage(std::int32_t imageType);
     void OpenBrowser(std::int32_t imageType);
     void ResetSelectedDevice(std::int32_t mode);

@@ -106,8 +106,8 @@ private:
     void cmdViewConfig_Click();
     void cmdPreferences_Click();
     template <class Load> void LoadFrame(const char* procedure, const std::string& beginning, Load load);
-    std::int32_t DownloadImage(std::int32_t imageType, const PickedFile& picked);
-    bool HasLoaded(std::int32_t code, const char* command);
+    [[nodiscard]] std::int32_t DownloadImage(std::int32_t imageType, const PickedFile& picked);
+    [[nodiscard]] bool HasLoaded(std::int32_t code, const char* command);
     std::function<void(const std::string& text, std::int32_t level)> LogToWindow();
     void LoadTWD(const std::string& path, TwdHeader& header);
     void ShowProgress(const basBootloader::LoadProgress& progress);

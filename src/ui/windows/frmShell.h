@@ -79,18 +79,20 @@ private:
     void ShowTargets();
     void ShowNoTarget(const QString& text);
     void EnableCommands(bool enabled);
-    bool HasUsableNode();
+    [[nodiscard]] bool HasUsableNode();
     void CloseOthersOn(std::int32_t handle);
     void ReadPasses();
-    bool ReadOnce();                                               // false when there is no more to read now
-    static struct BootloaderTarget* TargetOf(std::int32_t handle); // null for none; these: frmShellMarks.cpp
-    void ShowHistory(const struct ShellStore& store);
-    void Mark(const std::string& what, bool startsOver);
+    [[nodiscard]] bool ReadOnce(); // false when there is no more to read now
     void Send(const ByteArray& bytes);
     void Paste(const QString& text);
     bool IsCommandKey(const QKeyEvent& event) const;
-    void ToLog(const std::function<void(ShellLog&)>& step);
     void cmbDeviceDetails_Click();
+
+    // History, marks and log (frmShellMarks.cpp).
+    static struct BootloaderTarget* TargetOf(std::int32_t handle); // null for none
+    void ShowHistory(const struct ShellStore& store);
+    void Mark(const std::string& what, bool startsOver);
+    void ToLog(const std::function<void(ShellLog&)>& step);
 
     // Menus and their commands (frmShellMenus.cpp).
     void BuildMenus();
