@@ -77,7 +77,7 @@ void ShellScreen::MoveTo(std::int64_t line, std::size_t column) {
     cursor_.column = std::min(column, std::max(columns_ - 1, cursor_.column));
 }
 
-// Saved by its row on the screen, which goes on moving over the lines.
+// By its row on the screen, which moves on over the lines.
 void ShellScreen::SaveCursor() {
     saved_ = {cursor_.line - Top(), cursor_.column};
 }

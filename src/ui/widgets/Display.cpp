@@ -31,12 +31,12 @@ std::string CandidatesOfRun() {
     return candidates + ";offscreen";
 }
 
-QtMessageHandler before = nullptr; // the handler of messages outside of an opening
+QtMessageHandler before = nullptr; // the handler of other messages
 
-// What a signal handler may use: all of it stands ready before the opening.
+// What a signal handler may use, all of it prepared before the opening.
 struct Silence {
     std::string told;
-    char** arguments = nullptr; // to begin anew with, null not to
+    char** arguments = nullptr; // to start again with; null not to
     std::vector<char*> environment;
 } silence;
 
@@ -52,7 +52,7 @@ void TakeMessage(QtMsgType type, const QMessageLogContext& context, const QStrin
         silence.arguments = nullptr; // there was an answer
         EndOpening(SIGALRM);
     }
-    // What the window systems say of a display that doesn't answer is said by the line above.
+    // The line above replaces what the window systems say about a display that doesn't answer.
     if (!std::string_view(context.category == nullptr ? "" : context.category).starts_with("qt.qpa") && before)
         before(type, context, message);
 }
@@ -90,7 +90,7 @@ DisplayOpening::DisplayOpening(bool unattended, char** arguments) {
     before = qInstallMessageHandler(TakeMessage);
     struct sigaction action {};
     action.sa_handler = EndOpening;
-    action.sa_flags = SA_NODEFER; // the program that begins anew inherits the mask
+    action.sa_flags = SA_NODEFER; // the restarted program inherits the mask
     sigaction(SIGALRM, &action, nullptr);
     alarm(PATIENCE);
 }

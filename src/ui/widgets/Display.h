@@ -1,16 +1,16 @@
-// Which window system the program runs on, and what becomes of it when no display answers.
+// Which window system the program runs on, and what happens if no display answers.
 #pragma once
 
 #include <QtGlobal>
 
-// Without a display only a run that nobody has to watch makes sense: it goes offscreen. False, with a message on
-// standard error, when windows are wanted and there is no display for them.
+// Without a display only an unattended run makes sense: it runs offscreen. False, with a message on standard error, if
+// windows are wanted and there is no display for them.
 [[nodiscard]] bool ChooseDisplay(bool unattended);
 
-// Around the making of the QApplication, which ends the process when no display answers: one line on standard
-// error and exit code 1 in place of an abort. An unattended run falls back on offscreen by itself. A display server
-// that takes the connection and then stays silent counts as one that doesn't answer; for that, the unattended program
-// begins anew with `arguments`.
+// Held while the QApplication is created, which ends the process if no display answers: that prints one line on
+// standard error and exits with code 1 instead of aborting. An unattended run falls back to offscreen. A display server
+// that accepts the connection and then stays silent counts as one that doesn't answer; in that case the unattended
+// program is started again with `arguments`.
 class DisplayOpening {
 public:
     DisplayOpening(bool unattended, char** arguments);

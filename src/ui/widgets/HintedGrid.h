@@ -1,4 +1,4 @@
-// A list or grid that says what to do next in the space that its rows leave.
+// A list or grid with a hint about what to do next below its rows.
 #pragma once
 
 #include "Controls.h"

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int PROMPT_CHARACTERS = 72; // per line
 
-// GUIDs and MAC addresses aren't broken across lines: people compare them by eye before they say yes.
+// Keeps GUIDs and MAC addresses on one line, since users compare them by eye before they confirm.
 QString Unbroken(const std::string& text) {
     static const QRegularExpression betweenBytes("(?<=\\b[0-9A-Fa-f]{2}) (?=[0-9A-Fa-f]{2}\\b)");
     return Q(text).replace(betweenBytes, QString(QChar::Nbsp));

@@ -48,7 +48,7 @@ public:
     // Whether keys with Ctrl go to the window as well, rather than to its frame and the area around it.
     virtual bool takesAllKeys() const { return false; }
 
-    // What tells it from others of its caption in a list of windows; empty where the caption does.
+    // What distinguishes it from windows of the same caption in a list; empty if the caption suffices.
     virtual QString whichOne() const { return {}; }
 
     QWidget* frame();

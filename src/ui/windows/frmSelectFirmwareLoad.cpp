@@ -156,7 +156,7 @@ void frmSelectFirmware::cmdLoadImageAndConfig_Click() {
 
 void frmSelectFirmware::ListView1_DblClick() {
     if (firmwareType_ == IMAGE_BOOTLOADER || loading_ || reading_)
-        return; // a bootloader never by a slip of the mouse
+        return; // a bootloader is never loaded by a slip of the mouse
     QPushButton* const actions[] = {cmdLoadImageAndConfig, cmdLoadSelected, cmdLoadConfig};
     const packageText::View& view = picked_.view;
     const std::string* const reasons[] = {&view.noBoth(), &view.noImage, &view.noConfig};

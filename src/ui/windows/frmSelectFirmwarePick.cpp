@@ -37,7 +37,7 @@ void frmSelectFirmware::Pick() {
     ShowPicked();
     if (!told_.empty() && picked_.path() != told_) {
         told_.clear();
-        Status(prompt_); // what became of another file's load is over
+        Status(prompt_); // the outcome of another file's load no longer applies
     }
 }
 
@@ -91,7 +91,7 @@ void frmSelectFirmware::ReadHeader(PickedFile& file) {
     file.view.lblPath = "Path: " + file.folder;
 }
 
-// The middle goes where there is no room for all, so that a name's end can be read; the tool tip has the whole.
+// Texts that are too long are shortened in the middle, so that a name's end can be read; the tool tip shows all.
 void frmSelectFirmware::ShowTexts() {
     const packageText::View& view = picked_.view;
     const std::pair<QLabel*, const std::string&> texts[] = {

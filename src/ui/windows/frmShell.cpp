@@ -158,8 +158,8 @@ void frmShell::Form_Unload() {
     std::replace(list.begin(), list.end(), static_cast<Form*>(this), static_cast<Form*>(nullptr));
 }
 
-// The keys of this window's own menu items and, with Alt, the access keys of its menus. Alt alone would give the
-// menu bar the keys without any sign of it, as after Alt+Tab on some desktops.
+// The keys of this window's own menu items and, with Alt, the access keys of its menus. Alt alone would move the
+// focus to the menu bar without any sign of it, as after Alt+Tab on some desktops.
 bool frmShell::IsCommandKey(const QKeyEvent& event) const {
     const std::array<QMenu*, 5> opened{mnuFile, mnuCommand, mnuView, mnuSettings, mnuWindow};
     if (event.modifiers() == Qt::AltModifier)
@@ -372,7 +372,7 @@ void frmShell::Paste(const QString& text) {
     if (bytes.size() < LONG_PASTE)
         return Send(bytes);
     txtShell->setNotice(Q(fmt::format("{} pasted characters go out ...", bytes.size())));
-    txtShell->repaint(); // no turn until they are through
+    txtShell->repaint(); // no turn until they are sent
     QApplication::setOverrideCursor(Qt::WaitCursor);
     Send(bytes);
     QApplication::restoreOverrideCursor();

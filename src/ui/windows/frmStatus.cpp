@@ -276,7 +276,7 @@ void frmStatus::Clear() {
 
 void frmStatus::Save() {
     ShowPendingRows();
-    std::string text = "Time\tLevel\tModule\tMessage\r\n"; // as they are now: while the dialog is up more may come
+    std::string text = "Time\tLevel\tModule\tMessage\r\n"; // as they are now; more may arrive while the dialog is open
     for (int row = 0; row < shown_.rowCount(); ++row) {
         QStringList cells;
         for (int column = 0; column < StatusModel::COLUMNS; ++column)
@@ -305,12 +305,11 @@ void frmStatus::AppendToCaption(std::string_view message, std::int32_t level) {
 void frmStatus::Form_Resize() {
     fraApplicationStatus->setGeometry(0, 0, width(), height());
     const int line = strip_->sizeHint().height(), left = height() - line;
-    // In a low window the rows come first, unless there would be no telling why some are missing, or somebody looks
-    // for one.
+    // In a low window the rows take precedence, unless some are hidden or the user is searching.
     const bool room = left >= mfgStatus->horizontalHeader()->sizeHint().height() +
                                   2 * mfgStatus->verticalHeader()->defaultSectionSize();
     strip_->setVisible(room || finding_ || shown_.hides() || chkHold->isChecked());
-    mfgStatus->horizontalHeader()->setVisible(room || !finding_); // the row that is found comes before the headings
+    mfgStatus->horizontalHeader()->setVisible(room || !finding_); // the row found takes precedence over the headings
     mfgStatus->setGeometry(0, 0, width(), strip_->isHidden() ? height() : std::max(0, left));
     strip_->setGeometry(0, left, width(), line);
     FitStrip();
@@ -320,9 +319,9 @@ void frmStatus::Form_Resize() {
     SizeColumns(available);
 }
 
-// A time and a level are read whole also in a large font, as long as the message remains the widest by far.
+// Time and level stay readable even in a large font, as long as the message remains by far the widest.
 void frmStatus::SizeColumns(int available) {
-    constexpr int CELL_MARGINS = 10; // pixels, of both sides
+    constexpr int CELL_MARGINS = 10; // pixels, both sides together
     const int share = available / 10, message = available * 7 / 10;
     std::array<int, 4> widths{share, share, share, message};
     const char* const texts[] = {"0:00:00.000", "WARNING(7)"};

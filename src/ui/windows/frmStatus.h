@@ -73,7 +73,7 @@ private:
     StatusFilter shown_;
     QWidget* strip_;
     std::vector<StatusModel::Row> pending_;
-    bool finding_ = false;       // the strip stays for that, however low the window is
+    bool finding_ = false;       // the strip stays visible for that, however low the window is
     bool followsNewest_ = true;  // until the user scrolls up to read
     std::int64_t lastShown_ = 0; // performance counter
     WindowTimer* tmrShowRows_;
