@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -23,8 +24,8 @@ std::vector<std::string> Arguments(const std::string& text) {
 
 void Process(const std::string& typed) {
     std::string line = platform::UpperCase(typed);
-    basAutomation::ParseCommandLine(line, typed);
-    basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
+    std::ignore = basAutomation::ParseCommandLine(line, typed);
+    std::ignore = basAutomation::CommandLineHasOperations(basApp::globals.CommandLineOptions);
     std::string matchGuid;
     basAutomation::ApplyOptions(basApp::globals.CommandLineOptions, matchGuid);
 }

@@ -37,22 +37,22 @@ TEST_F(SimulatedBus, ARomImageIsAcceptedInBothByteOrders) {
     for (const std::string& image : {big, little}) {
         scratch.Put("rom.img", image);
         Describe(R"({"nodes": [{"kind": "device", "romImage": ")" + scratch.path() + R"(/rom.img"}]})");
-        EXPECT_EQ(Get(0, 0xFFFFF0000400, 12), Bytes(big.begin(), big.end()));
+        EXPECT_EQ(Get(0, ROM, 12), Bytes(big.begin(), big.end()));
         Bytes beyond;
-        EXPECT_EQ(Read(0, 0xFFFFF0000408, 8, beyond), static_cast<int32_t>(0x80000017));
+        EXPECT_EQ(Read(0, ROM + 8, 8, beyond), TWL1394_ADDRESS_ERROR);
     }
 }
 
 TEST_F(SimulatedBus, ATransactionThatNoNodeSupportsIsABusError) {
     Describe(MIXED);
     const std::tuple<const char*, uint32_t, uint64_t, int32_t> rows[] = {
-        {"no such node", 5, 0xFFFFF0000400, 121},
-        {"no link", 2, 0xFFFFF0000400, 121},
-        {"no registers", 1, 0xFFFFC8020000, static_cast<int32_t>(0x80000017)},
-        {"beyond the registers", 0, 0xFFFFC8020068, static_cast<int32_t>(0x80000017)},
-        {"not on a quadlet", 1, 0xFFFFF0000402, static_cast<int32_t>(0x80000017)},
-        {"this computer without a ROM", 4, 0xFFFFF0000400, static_cast<int32_t>(0x80000017)},
-        {"a broadcast can't be read", 63, 0xFFFFF0000400, static_cast<int32_t>(0x8000013D)}};
+        {"no such node", 5, ROM, TWL1394_NODE_DID_NOT_RESPOND},
+        {"no link", 2, ROM, TWL1394_NODE_DID_NOT_RESPOND},
+        {"no registers", 1, INFO_REGISTERS, TWL1394_ADDRESS_ERROR},
+        {"beyond the registers", 0, INFO_REGISTERS + 104, TWL1394_ADDRESS_ERROR},
+        {"not on a quadlet", 1, ROM + 2, TWL1394_ADDRESS_ERROR},
+        {"this computer without a ROM", 4, ROM, TWL1394_ADDRESS_ERROR},
+        {"a broadcast can't be read", 63, ROM, TWL1394_NO_RESPONSE}};
     for (const auto& [name, node, address, result] : rows) {
         Bytes data;
         EXPECT_EQ(Read(node, address, 4, data), result) << name;
@@ -63,11 +63,11 @@ TEST_F(SimulatedBus, ATransactionThatNoNodeSupportsIsABusError) {
 TEST_F(SimulatedBus, ATransactionTakesItsTimeAndEndsAtItsTimeOut) {
     Describe(OneTarget("", R"(, "transactionMicroseconds": 3000)"));
     const int64_t before = clock.Now();
-    Get(0, 0xFFFFC8020000, 12);
+    Get(0, INFO_REGISTERS, 12);
     EXPECT_EQ(clock.Now() - before, 3'000'000);
     const Twl1394Address address{0xFFFF, 0, 0xC8020000};
     uint8_t data[12];
-    EXPECT_EQ(AsyncReadWrapper(0, &address, 12, data, 2), static_cast<int32_t>(0x80000102));
+    EXPECT_EQ(AsyncReadWrapper(0, &address, 12, data, 2), TWL1394_TIMED_OUT);
     EXPECT_EQ(clock.Now() - before, 5'000'000);
     EXPECT_EQ(QueryElapsedTimeMsLongInt(&before), 5u);
 }

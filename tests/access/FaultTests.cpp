@@ -4,17 +4,18 @@
 namespace {
 
 TEST_F(SimulatedBus, AFaultHitsTheTransactionsThatItCounts) {
-    const auto timedOut = int32_t(0x80000102), reset = int32_t(0x80000001), gone = int32_t(0x80000017);
+    const int32_t silent = TWL1394_NODE_DID_NOT_RESPOND, timedOut = TWL1394_TIMED_OUT, reset = TWL1394_BUS_RESET,
+                  gone = TWL1394_ADDRESS_ERROR;
     // The results of five reads of the registers, and the number of notices.
     const std::tuple<const char*, std::vector<int32_t>, std::size_t> rows[] = {
         {R"({"operation": "read", "skip": 1, "count": 2, "result": "0x80000102"})", {1, timedOut, timedOut, 1, 1}, 0},
-        {R"({"node": 0, "afterTransactions": 3, "result": 121})", {1, 1, 1, 121, 1}, 0},
+        {R"({"node": 0, "afterTransactions": 3, "result": 121})", {1, 1, 1, silent, 1}, 0},
         {R"({"operation": "write", "result": 121})", {1, 1, 1, 1, 1}, 0},
         {R"({"address": "0xffffc8029000", "result": 121})", {1, 1, 1, 1, 1}, 0},
         {R"({"node": 1, "result": 121})", {1, 1, 1, 1, 1}, 0},
         {R"({"afterTransactions": 2, "do": "busReset"})", {1, 1, 1, 1, 1}, 1},
         {R"({"node": 0, "skip": 1, "do": "busReset"})", {1, reset, 1, 1, 1}, 1},
-        {R"({"node": 0, "do": "silence"})", {121, 1, 1, 1, 1}, 0},
+        {R"({"node": 0, "do": "silence"})", {silent, 1, 1, 1, 1}, 0},
         {R"({"node": 0, "afterTransactions": 1, "do": "unplug"}, {"node": 0, "afterTransactions": 3, "do": "plug"})",
          {1, gone, gone, 1, 1},
          2},
@@ -25,7 +26,7 @@ TEST_F(SimulatedBus, AFaultHitsTheTransactionsThatItCounts) {
         std::vector<int32_t> results;
         Bytes data;
         for (int i = 0; i < 5; ++i)
-            results.push_back(Read(0, 0xFFFFC8020000, 12, data));
+            results.push_back(Read(0, INFO_REGISTERS, 12, data));
         EXPECT_EQ(results, expected) << fault;
         EXPECT_EQ(notices.size(), count) << fault;
     }
@@ -33,16 +34,16 @@ TEST_F(SimulatedBus, AFaultHitsTheTransactionsThatItCounts) {
 
 TEST_F(SimulatedBus, ACorruptedTransactionDiffersInOneBit) {
     Describe(WithFault(R"({"operation": "read", "do": "corrupt"}, {"address": "0xffffc8021000", "do": "corrupt"})"));
-    EXPECT_EQ(Get(0, 0xFFFFC8020000, 8), (Bytes{'t', 'a', 'r', 'n', 'w' ^ 1, 'e', 'l', 'l'}));
-    EXPECT_EQ(Get(0, 0xFFFFC8020000, 4), (Bytes{'t', 'a', 'r', 'n'}));
+    EXPECT_EQ(Get(0, INFO_REGISTERS, 8), (Bytes{'t', 'a', 'r', 'n', 'w' ^ 1, 'e', 'l', 'l'}));
+    EXPECT_EQ(Get(0, INFO_REGISTERS, 4), (Bytes{'t', 'a', 'r', 'n'}));
     id = 6;
-    EXPECT_EQ(Command(0, 1, 15, 0)[4], 7 ^ 1) << "the ID was hit on its way";
+    EXPECT_EQ(Command(0, 1, GET_DEBUG_GUID, 0)[4], 7 ^ 1) << "the ID was hit on its way";
 }
 
 TEST_F(SimulatedBus, ATargetThatVanishesNeverReturnsFromItsReset) {
     Describe(WithFault(R"({"node": 0, "do": "vanish"})"));
     EXPECT_EQ(NodeCount(), 2);
-    Command(0, 1, 2, 1, {1});
+    Command(0, 1, RESET, 1, {1});
     PassMs(600'000);
     EXPECT_EQ(NodeCount(), 1);
     EXPECT_EQ(notices, std::vector<uint32_t>{1326});
@@ -51,7 +52,7 @@ TEST_F(SimulatedBus, ATargetThatVanishesNeverReturnsFromItsReset) {
 TEST_F(SimulatedBus, TheTraceHasALineForEachThingThatHappens) {
     const TestFolder scratch;
     Describe(OneTarget(R"("mode": "bootloader")", R"(, "trace": ")" + scratch.path() + R"(/trace.jsonl")"));
-    EXPECT_EQ(Write(0, 0xFFFFC8021040, {1, 2, 0xAB, 0}), 1);
+    EXPECT_EQ(Write(0, REQUEST_BUFFER, {1, 2, 0xAB, 0}), 1);
     Bytes data;
     Read(0, 0xFFFFC8090000, 4, data);
     BusReset(&client, "1394_VIRTUAL_DEVICE", 0);

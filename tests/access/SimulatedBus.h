@@ -12,6 +12,14 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Addresses of a node.
+constexpr std::uint64_t ROM = 0xFFFFF0000400, INFO_REGISTERS = 0xFFFFC8020000, REQUEST = 0xFFFFC8021000,
+                        REQUEST_BUFFER = 0xFFFFC8021040, RESPONSE = 0xFFFFC8029000, RESPONSE_BUFFER = 0xFFFFC8029040;
+// Codes of the bootloader's commands.
+constexpr std::uint8_t RESET = 2, READ_CRC = 3, DOWNLOAD_START = 4, DOWNLOAD_BLOCK = 5, DOWNLOAD_END = 6,
+                       READ_SHELL = 8, WRITE_SHELL = 9, PROGRAM_GUID = 10, INITIALIZE_PARAMETERS = 12,
+                       SET_DEBUG_GUID = 14, GET_DEBUG_GUID = 15, START_IMAGE = 17, READ_KEY = 18, WRITE_KEY = 19;
+
 class SimulatedBus : public testing::Test {
 protected:
     void SetUp() override {
@@ -49,8 +57,8 @@ protected:
     Bytes Command(uint32_t node, uint8_t version, uint8_t code, uint8_t count, const Bytes& operands = {}) {
         Bytes request = {version, 0, 0, 0, ++id, 0, code, count};
         request.insert(request.end(), operands.begin(), operands.end());
-        EXPECT_EQ(Write(node, 0xFFFFC8021000, request), 1);
-        return Get(node, 0xFFFFC8029000, 40);
+        EXPECT_EQ(Write(node, REQUEST, request), 1);
+        return Get(node, RESPONSE, 40);
     }
     // The operands of the answer, or {0xFF} without an answer to this request.
     Bytes Answer(uint32_t node, uint8_t version, uint8_t code, uint8_t count, const Bytes& operands = {}) {
@@ -58,7 +66,7 @@ protected:
         return AnswerNow(node, version, code);
     }
     Bytes AnswerNow(uint32_t node, uint8_t version, uint8_t code) {
-        const Bytes response = Get(node, 0xFFFFC8029000, 40);
+        const Bytes response = Get(node, RESPONSE, 40);
         const Bytes echo = {version, 0, 0, 0, id, 0, code};
         if (!std::equal(echo.begin(), echo.end(), response.begin()) || response[7] > 8)
             return {0xFF};

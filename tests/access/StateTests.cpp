@@ -14,10 +14,11 @@ protected:
     void Load(const std::string& image) {
         const auto size = static_cast<uint32_t>(image.size());
         const uint32_t crc = Crc32({image.begin(), image.end()});
-        Answer(0, 1, 4, 10, Words({0, 0x34323032, 0x39323230, 0x35353332, 0x20203835, 0x77, 0x01000203, 0, size, crc}));
-        Write(0, 0xFFFFC8021040, Bytes(image.begin(), image.end()));
-        Answer(0, 1, 5, 3, Words({0, 0, size}));
-        EXPECT_EQ(Little(Answer(0, 1, 6, 0), 4), 0u);
+        Answer(0, 1, DOWNLOAD_START, 10,
+               Words({0, 0x34323032, 0x39323230, 0x35353332, 0x20203835, 0x77, 0x01000203, 0, size, crc}));
+        Write(0, REQUEST_BUFFER, Bytes(image.begin(), image.end()));
+        Answer(0, 1, DOWNLOAD_BLOCK, 3, Words({0, 0, size}));
+        EXPECT_EQ(Little(Answer(0, 1, DOWNLOAD_END, 0), 4), 0u);
     }
     const TestFolder scratch;
     const std::string directory = "state/000F1B0000000001/";
@@ -26,39 +27,39 @@ protected:
 TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
     DescribeAgain();
     Load("new firmware");
-    Answer(0, 1, 10, 2, {0x00, 0x1B, 0x0F, 0x00, 9, 0, 0, 0});
-    Answer(0, 1, 14, 2, {1, 2, 3, 4, 5, 6, 7, 8});
-    Write(0, 0xFFFFC8021040, Bytes(128, 'v'));
-    Answer(0, 1, 19, 5, Words({2, 0, 3, 0}, "A"));
-    Command(0, 1, 2, 1, {0});
+    Answer(0, 1, PROGRAM_GUID, 2, {0x00, 0x1B, 0x0F, 0x00, 9, 0, 0, 0});
+    Answer(0, 1, SET_DEBUG_GUID, 2, {1, 2, 3, 4, 5, 6, 7, 8});
+    Write(0, REQUEST_BUFFER, Bytes(128, 'v'));
+    Answer(0, 1, WRITE_KEY, 5, Words({2, 0, 3, 0}, "A"));
+    Command(0, 1, RESET, 1, {0});
     PassMs(5); // resetting into the application when the run ends
     EXPECT_EQ(scratch.Content(directory + "application.bin"), "new firmware");
 
     DescribeAgain();
     EXPECT_TRUE(text.empty()) << text;
-    const Bytes registers = Get(0, 0xFFFFC8020000, 104);
+    const Bytes registers = Get(0, INFO_REGISTERS, 104);
     EXPECT_EQ(Little(registers, 12), 0u);
     EXPECT_EQ(registers[20], 9);
     EXPECT_EQ(std::string(registers.begin() + 32, registers.begin() + 48), "20240229235558  ");
     EXPECT_EQ(Little(registers, 48), 0x77u);
     EXPECT_EQ(Little(registers, 52), 0x01000203u);
-    EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 9}));
+    EXPECT_EQ(Get(0, ROM + 16, 4), (Bytes{0, 0, 0, 9}));
     uint8_t content[20];
     EXPECT_EQ(SimulatorSection(0, "application", content, 20), 12);
-    Command(0, 1, 2, 1, {1});
+    Command(0, 1, RESET, 1, {1});
     PassMs(700);
-    EXPECT_EQ(Answer(0, 1, 3, 1, Bytes(4, 0)), Words({Crc32(Bytes(content, content + 12)), 0}));
-    EXPECT_EQ(Answer(0, 1, 15, 0), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
-    EXPECT_EQ(Little(Answer(0, 1, 18, 4, Words({2, 0, 0}, "A")), 4), 3u);
-    EXPECT_EQ(Get(0, 0xFFFFC8029040, 4)[0], 'v');
+    EXPECT_EQ(Answer(0, 1, READ_CRC, 1, Bytes(4, 0)), Words({Crc32(Bytes(content, content + 12)), 0}));
+    EXPECT_EQ(Answer(0, 1, GET_DEBUG_GUID, 0), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(Little(Answer(0, 1, READ_KEY, 4, Words({2, 0, 0}, "A")), 4), 3u);
+    EXPECT_EQ(Get(0, RESPONSE_BUFFER, 4)[0], 'v');
 }
 
 TEST_F(State, ARunThatEndsBetweenEraseAndEndLeavesNoStartableImage) {
     DescribeAgain();
     Load("new firmware");
-    Answer(0, 1, 4, 10, Bytes(40, 0));
+    Answer(0, 1, DOWNLOAD_START, 10, Bytes(40, 0));
     DescribeAgain();
-    EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)), Bytes(4, 0xFF));
+    EXPECT_EQ(Answer(0, 1, START_IMAGE, 1, Bytes(4, 0)), Bytes(4, 0xFF));
 }
 
 TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverDraftIsRemoved) {
@@ -101,14 +102,14 @@ TEST_F(State, ADamagedFileIsReportedAndSurvived) {
         DescribeAgain();
         EXPECT_NE(text.find(report), std::string::npos) << file << ": " << text;
         EXPECT_EQ(NodeCount(), 2);
-        EXPECT_EQ(Answer(0, 1, 17, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(file) == "application.bin");
+        EXPECT_EQ(Answer(0, 1, START_IMAGE, 1, Bytes(4, 0)) == Bytes(4, 0xFF), std::string(file) == "application.bin");
     }
 }
 
 TEST_F(State, TwoTargetsWithTheSameGuidHaveTheirOwnFlash) {
     const std::string target = R"({"kind": "target", "guid": "000F1B0000000001", "mode": "bootloader", "eraseMs": 0})";
     Describe(R"({"stateDirectory": ")" + scratch.path() + R"(/state", "nodes": [)" + target + "," + target + "]}");
-    Answer(1, 1, 4, 10, Bytes(40, 0));
+    Answer(1, 1, DOWNLOAD_START, 10, Bytes(40, 0));
     EXPECT_TRUE(std::filesystem::exists(scratch.path() + "/state/000F1B0000000001-2/identity.json"));
     EXPECT_FALSE(std::filesystem::exists(scratch.path() + "/state/000F1B0000000001/identity.json"));
 }

@@ -23,23 +23,24 @@ TEST_F(SimulatedBus, EachProtocolHasItsRegisterByteOrderAndItsRequestVersion) {
         for (const int number : {12, 16, 20, 24, 28, 48, 52, 96, 100})
             if (protocol == 0x2000000)
                 std::reverse(expected.begin() + number, expected.begin() + number + 4);
-        EXPECT_EQ(Get(0, 0xFFFFC8020000, 104), expected) << protocol;
+        EXPECT_EQ(Get(0, INFO_REGISTERS, 104), expected) << protocol;
         for (uint8_t version = 0; version < 5; ++version)
-            EXPECT_EQ(Answer(0, version, 15, 0) != NO_ANSWER, version == accepted) << protocol << "/" << +version;
+            EXPECT_EQ(Answer(0, version, GET_DEBUG_GUID, 0) != NO_ANSWER, version == accepted)
+                << protocol << "/" << +version;
     }
 }
 
 TEST_F(SimulatedBus, WhatATargetDoesNotKnowGetsNoAnswer) {
     Describe(OneTarget(IDENTITY));
     const Bytes guid = {1, 2, 3, 4, 5, 6, 7, 8};
-    EXPECT_EQ(Answer(0, 1, 14, 2, guid), Bytes{});
-    EXPECT_EQ(Answer(0, 1, 15, 0), guid);
+    EXPECT_EQ(Answer(0, 1, SET_DEBUG_GUID, 2, guid), Bytes{});
+    EXPECT_EQ(Answer(0, 1, GET_DEBUG_GUID, 0), guid);
     EXPECT_EQ(Answer(0, 1, 16, 0), NO_ANSWER) << "a code that is none";
-    EXPECT_EQ(Answer(0, 1, 14, 2, {1, 2, 3, 4}), NO_ANSWER) << "too few operands";
-    EXPECT_EQ(Answer(0, 1, 14, 1, guid), NO_ANSWER) << "a wrong count";
-    EXPECT_EQ(Answer(0, 1, 10, 2, guid), Bytes{});
-    EXPECT_EQ(Get(0, 0xFFFFC8020010, 8), guid);
-    EXPECT_EQ(Get(0, 0xFFFFF0000410, 4), (Bytes{0, 0, 0, 1})) << "the ROM follows at the next start";
+    EXPECT_EQ(Answer(0, 1, SET_DEBUG_GUID, 2, {1, 2, 3, 4}), NO_ANSWER) << "too few operands";
+    EXPECT_EQ(Answer(0, 1, SET_DEBUG_GUID, 1, guid), NO_ANSWER) << "a wrong count";
+    EXPECT_EQ(Answer(0, 1, PROGRAM_GUID, 2, guid), Bytes{});
+    EXPECT_EQ(Get(0, INFO_REGISTERS + 16, 8), guid);
+    EXPECT_EQ(Get(0, ROM + 16, 4), (Bytes{0, 0, 0, 1})) << "the ROM follows at the next start";
 }
 
 // Checks during a load. Complete loads are covered by the program's own tests.
@@ -52,12 +53,12 @@ protected:
             image.push_back(static_cast<uint8_t>(i * 7));
     }
     Bytes Start(uint8_t type, uint32_t length, uint32_t crc) {
-        return Answer(0, 1, 4, 10, Words({type, 0, 0, 0, 0, 0x55, 1, 0x1000, length, crc}));
+        return Answer(0, 1, DOWNLOAD_START, 10, Words({type, 0, 0, 0, 0, 0x55, 1, 0x1000, length, crc}));
     }
     // The target's status.
     int32_t Block(uint32_t number, uint32_t address, uint32_t size) {
-        Write(0, 0xFFFFC8021040, Bytes(image.begin() + std::max(0, static_cast<int>(address) - 0x1000), image.end()));
-        const Bytes answer = Answer(0, 1, 5, 3, Words({number, address, size}));
+        Write(0, REQUEST_BUFFER, Bytes(image.begin() + std::max(0, static_cast<int>(address) - 0x1000), image.end()));
+        const Bytes answer = Answer(0, 1, DOWNLOAD_BLOCK, 3, Words({number, address, size}));
         EXPECT_EQ(Little(answer, 0), number);
         return static_cast<int32_t>(Little(answer, 4));
     }

@@ -30,7 +30,7 @@ using Reached = std::vector<std::string>;
 
 } // namespace
 
-TEST(Messages, HaveALevelByTheFirstWordOfTheSearchAndATime) {
+TEST(Messages, HaveALevelAndATime) {
     using Row = std::pair<const char*, std::int32_t>;
     for (const auto& [text, number] :
          {Row{"11", 11}, Row{"some error here", 11}, Row{"ERROR DETAIL", 1}, Row{"watch", 9}, Row{"DLL DEBUG SPEW", 13},
@@ -42,8 +42,8 @@ TEST(Messages, HaveALevelByTheFirstWordOfTheSearchAndATime) {
     EXPECT_EQ(basDebug::FormatRunTime(-1), "0:00:00.000");
 }
 
-TEST_F(MessageLog, GivesAMessageToEachPlaceByItsOwnFilter) {
-    basDebug::Display("", 1, "dropped {}", 1); // and yet it starts the clock
+TEST_F(MessageLog, DeliversAMessageByTheFilterOfEachDestination) {
+    basDebug::Display("", 1, "dropped {}", 1); // but it starts the clock
     clock.Sleep(1'500'000);
     basDebug::Display("bas1394", 5, "node {}", 3);
     basDebug::Display("", 11, "broken");
@@ -53,10 +53,10 @@ TEST_F(MessageLog, GivesAMessageToEachPlaceByItsOwnFilter) {
     reached.clear();
     basApp::globals.DebugLoggingLevel = 17;
     basDebug::hooks.statusWindowWants = nullptr;
-    basDebug::Display("m", 15, "the end"); // is heard whatever the filters say
+    basDebug::Display("m", 15, "the end"); // beeps whatever the filters say
     EXPECT_EQ(windowSystem.beeps, 3);
     EXPECT_TRUE(reached.empty());
-    basApp::hooks.queryElapsedTimeMs = nullptr; // there is no library
+    basApp::hooks.queryElapsedTimeMs = nullptr; // no library
     basDebug::hooks.statusWindowWants = [](auto&&...) { return true; };
     basDebug::hooks.postToStatusWindow = [](auto&&...) { platform::Raise(91, "no window"); };
     basApp::globals.DebugLoggingLevel = 5;
@@ -64,7 +64,7 @@ TEST_F(MessageLog, GivesAMessageToEachPlaceByItsOwnFilter) {
     EXPECT_EQ(reached, Reached{"log: text 0 11 m"});
 }
 
-TEST_F(MessageLog, FormatsNothingThatNobodyWants) {
+TEST_F(MessageLog, FormatsNothingThatIsFilteredOut) {
     const auto wantedFrom = [] {
         std::int32_t level = 1;
         while (!basDebug::Wanted(level))
@@ -87,7 +87,7 @@ TEST_F(MessageLog, OfTheMainWindowReachesEveryStatusWindowAndTakesTheLevelForThe
     EXPECT_EQ(reached, (Reached{"window 0: a 0 7 WARNING", "window 2: a 0 7 WARNING", "log: a 0 7 WARNING",
                                 "log: b 0 5 unspecified"}));
     EXPECT_NE(start, 0);
-    EXPECT_EQ(basDebug::globals.StartCount, 0); // the clocks are two
+    EXPECT_EQ(basDebug::globals.StartCount, 0); // they are separate clocks
 }
 
 TEST_F(MessageLog, IsAMessageBoxOrAStatusFileLineWhileThereIsNoMainWindow) {

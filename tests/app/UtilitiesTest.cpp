@@ -10,7 +10,7 @@ const ByteArray FOUR{0x12, 0x34, 0x56, 0x78};
 
 } // namespace
 
-TEST(Bytes, BecomeNumbersInTheOrderThatTheCallerChooses) {
+TEST(Bytes, BecomeNumbersInTheRequestedOrder) {
     EXPECT_EQ(ByteArrayToLong(FOUR), 0x78563412);
     EXPECT_EQ(ByteArrayToLong(FOUR, 0, {}, true), 0x12345678);
     EXPECT_EQ(ByteArrayToLong({0xFF, 0xFF, 0xFF, 0xFF}), -1);
@@ -21,7 +21,7 @@ TEST(Bytes, BecomeNumbersInTheOrderThatTheCallerChooses) {
     LongToByteArray(0x01020304, bytes, 0);
     LongToByteArray(0x01020304, bytes, 5, true);
     EXPECT_EQ(bytes, (ByteArray{4, 3, 2, 1, 0xAA, 1, 2, 3, 4}));
-    EXPECT_EQ(LargeIntegerToDouble(0x1'FFFF'FFFF), 4294967295.0); // the low half has a sign of its own
+    EXPECT_EQ(LargeIntegerToDouble(0x1'FFFF'FFFF), 4294967295.0); // the low half is signed, too
 }
 
 TEST(Bytes, AreNeverReadOrWrittenOutsideTheirArray) {
@@ -37,7 +37,7 @@ TEST(Bytes, AreNeverReadOrWrittenOutsideTheirArray) {
     EXPECT_EQ(bytes, ByteArray(4));
 }
 
-TEST(Bytes, GrowWhenSomethingIsPutBehindTheirEnd) {
+TEST(Bytes, GrowWhenSomethingIsPutBeyondTheirEnd) {
     ByteArray bytes{9};
     CopyByteArray(FOUR, 1, 2, bytes, 2);
     EXPECT_EQ(bytes, (ByteArray{9, 0, 0x34, 0x56}));
@@ -84,7 +84,7 @@ TEST(Texts, OfDatesFollowTheLettersOfTheirFormat) {
     EXPECT_EQ(FormatWinDateTime(-1, "yyyy"), "Error in basUtils.FormatWinDateTime");
 }
 
-TEST(Files, GetANumberThatNoneHas) {
+TEST(Files, GetAnUnusedNumber) {
     const TestFolder folder;
     EXPECT_EQ(NewUniqueFilename(folder.file("log.a.txt")), folder.file("log.a.001.txt"));
     std::ofstream(folder.file("log.a.001.txt"));
@@ -92,7 +92,7 @@ TEST(Files, GetANumberThatNoneHas) {
     EXPECT_EQ(NewUniqueFilename(folder.file("plain")), folder.file("plain.001."));
 }
 
-TEST(Files, AreReadWithOneZeroBehindThemOrUpToABoundAndShowTheirProgress) {
+TEST(Files, AreReadWithATerminatingZeroOrUpToABoundWithProgress) {
     const TestFolder folder;
     // Length of the file, bound, result, letters and zeros in the array.
     const std::array<int, 5> rows[] = {{0, 0, -1, 0, 1},          {1, 0, -1, 1, 1},      {2, 0, 1, 2, 1},

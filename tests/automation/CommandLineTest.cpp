@@ -11,7 +11,7 @@ protected:
         basAutomation::globals = {};
         basAutomation::hooks = {};
     }
-    // As Main does it: upper case first.
+    // Upper case first, as in Main.
     static std::string Parse(std::string text) {
         basApp::globals.CommandLine = text;
         EXPECT_EQ(basAutomation::ParseCommandLine(text, text), 1);
@@ -53,7 +53,7 @@ TEST_F(CommandLine, SplitsAtEachSlashOutsideQuotes) {
     }
 }
 
-TEST_F(CommandLine, CallsForARunOnlyWithAnOperation) {
+TEST_F(CommandLine, RequestsARunOnlyWithAnOperation) {
     basAutomation::InitializeCommandLineOptions();
     for (const char* option : {"/D x", "/DX", "/d x", "/B", "/G 00", "/M", "/I", "/R x", "/C", "/Q", "/A", "/F"})
         EXPECT_TRUE(basAutomation::CommandLineHasOperations({"", "/S", option})) << option;
@@ -75,7 +75,7 @@ TEST_F(CommandLine, OptionsSetTheParametersOfTheRun) {
     EXPECT_TRUE(basApp::globals.OverrideHardwareCompatibility && run.ShowOutputOnExit);
 }
 
-TEST_F(CommandLine, OptionsThatDoNothingSayWhy) {
+TEST_F(CommandLine, OptionsWithoutEffectSayWhy) {
     const std::pair<const char*, const char*> rows[] = {
         {"/A /S", "The /A command cannot be used with other command-line options!"},
         {"/F/A", "The /F command cannot be used with other command-line options!"},

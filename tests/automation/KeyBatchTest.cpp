@@ -24,13 +24,13 @@ std::string BusOfTwo(const std::string& faults = {}) {
            Target(SECOND, "bootloader") + R"(, {"kind": "host"}], "faults": [)" + faults + "]}";
 }
 
-TEST(KeyBatchText, TurnsTheNameOfABatchIntoThatOfItsReport) {
+TEST(KeyBatchText, DerivesTheNameOfTheReport) {
     EXPECT_EQ(basAutomation::ReportFileName("A.HTML"), "A.out.html");
     EXPECT_EQ(basAutomation::ReportFileName("a.Txt.txt"), "a.out.txt.out.txt");
     EXPECT_EQ(basAutomation::ReportFileName("keys"), "keys.out.html");
 }
 
-TEST(KeyBatchText, KeepsEachTextOfARecordsHeadOnItsLine) {
+TEST(KeyBatchText, KeepsEachTextOfARecordsHeaderOnItsLine) {
     KeyOperation operation;
     operation.KeyName = "a\r\nb";
     EXPECT_EQ(basAutomation::DataFileLines(operation, {}, {})[10], "#   Key Name = a  b");
@@ -49,7 +49,7 @@ std::string Summary(const std::vector<KeyOperation>& operations) {
     return text;
 }
 
-TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
+TEST(KeyBatch, ReadsOperationsAndReportsTheRest) {
     const std::string procedure = "GetKeyOperationsFromFile: ", failed = "GetKeyOperationsFromFile failed to ",
                       invalid = procedure + "Invalid key operation (first parameter) specified in b.html",
                       past = "Error #62: Input past end of file in GetKey", tag = "StripHTML: HtmlParse ERROR - ";
@@ -97,7 +97,7 @@ TEST(KeyBatch, TakesWhatIsAnOperationAndTellsOfTheRest) {
     }
 }
 
-// Time and program name vary from run to run.
+// Time and program name differ from run to run.
 std::string Comparable(std::string text) {
     const std::string name = std::filesystem::path(platform::ExecutablePath()).filename().string();
     text = std::regex_replace(text, std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"), "TIME");
@@ -171,9 +171,9 @@ TEST(KeyBatch, WorksOnNoneOfTheDevicesThatShareAnId) {
     EXPECT_EQ(report.find("SUCCESS"), report.rfind("SUCCESS"));
 }
 
-TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
+TEST(KeyBatch, ABatchThatFailsSaysSoAndLosesNothing) {
     const std::string removal = "DumpKeyBatchOutput: failed to remove existing file";
-    // The batch, a message, a part of the report; empty when no report is written.
+    // The batch, a message, a part of the report (empty: no report).
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"",
          "PerformKeyBatchOperation: \"B.TXT\" does not exist.  Can't perform operation!  (current directory = ", ""},
@@ -217,10 +217,10 @@ TEST(KeyBatch, ABatchThatGoesWrongSaysSoAndLosesNothing) {
     }
 }
 
-// Runs two writes and a read, with a value and a name that take several passes.
+// Counts runs of two writes and a read, with a value and a name that need several passes.
 class KeyBatchSweep : public testing::Test {
 protected:
-    // With these faults and a bus reset after so many transactions, 0 for no reset. Returns the count of transactions.
+    // With these faults and a bus reset after that many transactions (0: none). Returns the number of transactions.
     std::uint64_t Run(const std::string& faults, std::uint64_t resetAfter) {
         SCOPED_TRACE(faults + std::to_string(resetAfter));
         const std::string value(300, 'v'), name(60, 'N');
@@ -257,8 +257,8 @@ TEST_F(KeyBatchSweep, WhatIsReportedAsASuccessIsOne) {
         for (const char* effect : {R"("do": "unplug")", R"("result": 121)", R"("result": 2147483649)"})
             disturbed += Run(fmt::format(R"({{"node": 0, "afterTransactions": {}, {}}})", k, effect), 0) != undisturbed;
     }
-    EXPECT_GT(disturbed, runs / 2) << "the trouble doesn't happen";
-    EXPECT_LT(successes, 3 * runs) << "and harms nothing";
+    EXPECT_GT(disturbed, runs / 2) << "the faults don't occur";
+    EXPECT_LT(successes, 3 * runs) << "and do no harm";
     std::cout << runs << " runs of 3 operations, " << disturbed << " disturbed, " << successes
               << " operations reported as successes, all of them true\n";
 }

@@ -1,5 +1,5 @@
-// One whole unattended load, over and over, with something going wrong after each of its
-// transactions in turn. It may fail, but it must say so; and its verdict must agree with the flash.
+// Repeats a whole unattended load, with a fault after each of its transactions in turn. It may fail, but must report
+// so, and its verdict must agree with the flash.
 #include "HeadlessProgram.h"
 #include "Levels.h"
 #include "PackageBuilder.h"
@@ -28,13 +28,13 @@ protected:
         runs_ = loads_ = disturbed_ = unknown_ = 0;
     }
     void TearDown() override {
-        EXPECT_GT(disturbed_, runs_ / 2) << "the trouble doesn't happen";
+        EXPECT_GT(disturbed_, runs_ / 2) << "the faults don't occur";
         EXPECT_LT(unknown_, runs_ / 10);
         std::cout << runs_ << " runs of " << undisturbed << " transactions each, " << loads_ << " of them loaded, "
                   << unknown_ << " with an unknown state\n";
     }
-    // One load; `faults` are those of the bus description, `trouble` is set up after it. The number of nodes at its
-    // end.
+    // One load; `faults` are those of the bus description, `trouble` is set up after it. Returns the number of nodes at
+    // the end.
     std::size_t Run(
         const std::string& faults, const std::function<void()>& trouble = [] {}) {
         HeadlessProgram program(R"({"stateDirectory": "bus-state", "nodes": [)" +
@@ -47,7 +47,7 @@ protected:
         const bool loaded = program.Said("Successfully loaded new");
         const auto isError = [](const testing_support::Message& message) { return message.level == LEVEL_ERROR; };
         EXPECT_TRUE(!loaded || program.Flash(0, "application") == IMAGE) << "a success with a different flash";
-        EXPECT_TRUE(loaded || std::ranges::any_of(program.messages, isError)) << "not a word about the failure";
+        EXPECT_TRUE(loaded || std::ranges::any_of(program.messages, isError)) << "the failure isn't reported";
         const basApp::RunVerdict& verdict = basAutomation::globals.Verdict;
         const basApp::FlashState flash = verdict.Flash();
         const bool erased = std::filesystem::exists(
@@ -87,7 +87,7 @@ TEST_F(Sweep, AFailedTransactionEndsInALoadOrAClearFailure) {
             }
 }
 
-TEST_F(Sweep, ADeviceThatVanishesForGoodEndsInALoadOrAClearFailure) {
+TEST_F(Sweep, ADeviceThatVanishesPermanentlyEndsInALoadOrAClearFailure) {
     constexpr std::uint64_t STRIDE = 3;
     for (std::uint64_t k = 1; k < undisturbed; k += STRIDE) {
         SCOPED_TRACE(k);

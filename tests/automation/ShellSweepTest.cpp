@@ -1,5 +1,5 @@
-// A session at a target's console, over and over, with a bus reset after each of its transactions
-// in turn. No character comes twice; a missing one has been reported.
+// Repeats a session at a target's console, with a bus reset after each of its transactions in turn. No character
+// arrives twice, and each missing one has been reported.
 #include "HeadlessProgram.h"
 
 #include "Levels.h"
@@ -14,9 +14,9 @@ using namespace testing_support;
 namespace {
 
 struct Outcome {
-    std::string text, lastLine; // all that was read; what the last line brought
+    std::string text, lastLine; // everything that was read; the output of the last line
     bool lossReported = false;
-    std::uint64_t start = 0, end = 0; // of the session but its last line, in transactions
+    std::uint64_t start = 0, end = 0; // of the session without its last line, in transactions
 };
 
 struct Terminal {
@@ -32,7 +32,7 @@ struct Terminal {
         basBootloader::hooks.shellCharactersLost = [this](std::int32_t, std::int32_t) { outcome.lossReported = true; };
     }
     void Type(const std::string& line) {
-        for (int i = 0; i < 50; ++i) { // a user repeats what certainly wasn't sent
+        for (int i = 0; i < 50; ++i) { // a user retries if certainly nothing was sent
             const std::uint64_t before = SimulatorTransactions();
             if (basBootloader::WriteShellCharacters(handle, {line.begin(), line.end()}) == 1)
                 break;
@@ -67,7 +67,7 @@ Outcome Session(std::int32_t protocol, const std::string& faults) {
     for (const char* line : {"help\r", "flood 12\r", "vfr\b\bersion\r", "flood 7\r"})
         terminal.Type(line);
     outcome.end = SimulatorTransactions();
-    terminal.Type("\r"); // for a fault that waits for one more write
+    terminal.Type("\r"); // triggers a fault that waits for another write
     terminal.program.Pass(3000);
     terminal.Poll();
     const std::size_t before = outcome.text.size();
@@ -83,26 +83,26 @@ bool IsPartOf(const std::string& text, const std::string& whole) {
     return at == text.size();
 }
 
-TEST(ShellSweep, ABusResetAfterAnyTransactionDoublesNothingAndReportsEachLoss) {
-    int runs = 0, losses = 0;
+TEST(ShellSweep, ABusResetAfterAnyTransactionRepeatsNothingAndLosesNothingUnreported) {
+    int runs = 0, reported = 0;
     for (const std::int32_t protocol : {1, 2, 0x2000000, 3}) {
         const Outcome undisturbed = Session(protocol, "");
         ASSERT_FALSE(undisturbed.lossReported);
         ASSERT_NE(undisturbed.text.find("line 12\r\n> vfr\b \b\b \bersion\r\n"), std::string::npos);
-        // Between two transactions, into the next read, into the next write.
+        // Between two transactions, in the next read, in the next write.
         for (const char* where : {"", R"("operation": "read", )", R"("operation": "write", )"})
             for (std::uint64_t k = undisturbed.start; k + 3 <= undisturbed.end; ++k, ++runs) {
                 const std::string fault = fmt::format(R"({{{}"afterTransactions": {}, "do": "busReset"}})", where, k);
                 SCOPED_TRACE(testing::Message() << "protocol " << protocol << ", " << fault);
                 const Outcome outcome = Session(protocol, fault);
-                losses += outcome.lossReported;
+                reported += outcome.lossReported;
                 EXPECT_TRUE(outcome.lossReported || outcome.text == undisturbed.text) << outcome.text;
                 EXPECT_TRUE(IsPartOf(outcome.text, undisturbed.text)) << outcome.text;
                 EXPECT_EQ(outcome.lastLine, undisturbed.lastLine) << "the session is dead";
             }
     }
-    EXPECT_GT(losses, 0) << "the trouble doesn't happen";
-    std::cout << runs << " sessions with a bus reset, " << losses << " of them reported a loss\n";
+    EXPECT_GT(reported, 0) << "the faults don't occur";
+    std::cout << runs << " sessions with a bus reset, " << reported << " of them reported a loss\n";
 }
 
 } // namespace

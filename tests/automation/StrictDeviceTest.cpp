@@ -1,4 +1,4 @@
-// The program and devices that do no more for a host than they must: the layers below the windows on a simulated bus.
+// The program with devices that do no more than required: the layers below the windows on a simulated bus.
 #include "HeadlessProgram.h"
 #include "LibrarySeam.h"
 #include "basBootloader.h"
@@ -34,7 +34,7 @@ std::string OfProtocol(const char* protocol, const char* mode = "application") {
                        protocol);
 }
 
-TEST_F(StrictDevice, TakesEveryByteOfAnArrowKeyInEachProtocol) {
+TEST_F(StrictDevice, ReceivesEveryByteOfAnArrowKeyInEachProtocol) {
     for (const char* protocol : {"1", "2", "33554432", "3"}) {
         SCOPED_TRACE(protocol);
         Start({OfProtocol(protocol)});
@@ -58,7 +58,7 @@ TEST_F(StrictDevice, HasItsLossReportedWhereACountReadsAsZero) {
     EXPECT_EQ(Console(), "x") << "the console is dead";
 }
 
-TEST_F(StrictDevice, LearnsAKeysNameFromTheAnnouncedQuadletsAlone) {
+TEST_F(StrictDevice, LearnsAKeysNameOnlyFromTheAnnouncedQuadlets) {
     Start({OfProtocol("1", "bootloader")});
     for (const std::size_t length : {4u, 5u, 36u, 37u, 40u, 41u, 100u}) {
         SCOPED_TRACE(length);
@@ -71,7 +71,7 @@ TEST_F(StrictDevice, LearnsAKeysNameFromTheAnnouncedQuadletsAlone) {
     EXPECT_TRUE(program->Said("ReadKey: size of key data for key '"));
 }
 
-TEST_F(StrictDevice, UnderTheDebuggerIsKnownByItsLateAnswer) {
+TEST_F(StrictDevice, UnderTheDebuggerIsRecognizedByItsLateAnswer) {
     Start({R"({"kind": "debugger"})", R"({"kind": "device"})"});
     for (const std::int16_t node : {std::int16_t(0), std::int16_t(1)}) {
         Device device; // a node with a minimal ROM isn't kept in the table

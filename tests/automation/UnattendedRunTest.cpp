@@ -44,29 +44,29 @@ void WriteFiles(const HeadlessProgram& program, const Files& files = {}) {
     program.Write("DTCP/GUID/MACID/MACID.txt", std::string(files.mac));
 }
 
-TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
+TEST(UnattendedRun, DoesItsWorkInAFixedOrderAndClosesTheProgram) {
     const std::string boot = Target(FIRST, "bootloader"), app = Target(FIRST, "application"),
                       badCrc = R"({"node": 0, "command": 6, "do": "badCrc"})",
                       noParameters = R"({"node": 0, "command": 12, "do": "silence"})",
-                      identity = " 12 10(3322110077665544) 11(bbaa0000ffeeddcc) 4 5 6 13 17";
+                      identity = "parameters guid(3322110077665544) mac(bbaa0000ffeeddcc) start block end defaults run";
     const struct {
         const char* commandLine;
         std::string target, faults, changes;
         ByteArray application, config, bootloader; // the flash after the run
         const char* message;
     } rows[] = {
-        {"/D both.twd", app, "", " 2 4 5 5 5 6 4 5 6 13 17", IMAGE, CNE, {}, DONE},
-        {R"(/B boot.twd /D "fw/app.twd")", boot, "", " 4 5 5 5 6 4 5 6 17", IMAGE, {}, CNE, "new bootloader"},
+        {"/D both.twd", app, "", "reset start block*3 end start block end defaults run", IMAGE, CNE, {}, DONE},
+        {"/B boot.twd /D fw\\app.twd", boot, "", "start block*3 end start block end run", IMAGE, {}, CNE, "new boot"},
         {"/a", boot, "", identity, {}, CNE, {}, "image: DTCP"},
-        {"/F", boot, "", " 4 5 6 13 17", {}, CNE, {}, "Successfully set CNE to factory default."},
-        {"/D both.twd /B boot.twd", boot, badCrc, " 4 5 5 5 6", IMAGE, {}, {}, "FromFile failed, code -1(0xFFFF"},
-        {"/D other.twd /O", boot, "", " 4 5 6 17", CNE, {}, {}, DONE},
-        {"/G 0011223344556677 /D fw\\app.twd", boot, "", " 4 5 5 5 6 17", IMAGE, {}, {}, DONE},
-        {"/G 0011223344556677 /B boot.twd", boot, "", " 4 5 6 17", {}, {}, CNE, DONE},
+        {"/F", boot, "", "start block end defaults run", {}, CNE, {}, "Successfully set CNE to factory default."},
+        {"/D both.twd /B boot.twd", boot, badCrc, "start block*3 end", IMAGE, {}, {}, "FromFile failed, code -1("},
+        {"/D other.twd /O", boot, "", "start block end run", CNE, {}, {}, DONE},
+        {"/G 0011223344556677 /D fw\\app.twd", boot, "", "start block*3 end run", IMAGE, {}, {}, DONE},
+        {"/G 0011223344556677 /B boot.twd", boot, "", "start block end run", {}, {}, CNE, DONE},
         {"/A", boot, noParameters, identity, {}, CNE, {}, HARMLESS},
-        {"/G 0011223344556677", boot, noParameters, " 12 10(3322110077665544) 17", {}, {}, {}, HARMLESS},
-        {"/D fw\\app.twd /R none.txt", app, "", " 2", {}, {}, {}, "NONE.TXT"}, // the batch's result ends the run
-        {"/D fw\\app.twd /S", app, "", " 2 4 5 5 5 6 17", IMAGE, {}, {}, "File not found: xdg-open"},
+        {"/G 0011223344556677", boot, noParameters, "parameters guid(3322110077665544) run", {}, {}, {}, HARMLESS},
+        {"/D fw\\app.twd /R none.txt", app, "", "reset", {}, {}, {}, "NONE.TXT"}, // the batch's result ends it
+        {"/D fw\\app.twd /S", app, "", "reset start block*3 end run", IMAGE, {}, {}, "File not found: xdg-open"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.commandLine);
@@ -90,7 +90,7 @@ TEST(UnattendedRun, DoesItsWorkInOneOrderAndClosesTheProgram) {
     }
 }
 
-TEST(UnattendedRun, BadInputIsReportedAndReachesNoDevice) {
+TEST(UnattendedRun, ReportsBadInputAndLeavesTheDeviceAlone) {
     constexpr const char *GUID = "0011223344556677", *MAC = "001122334455",
                          *NO_CNE_END = "CUT.TWD\" can't be loaded: its CNE reaches outside the file, which is cut off";
     const std::tuple<const char*, Files, const char*> rows[] = {
@@ -121,21 +121,22 @@ TEST(UnattendedRun, BadInputIsReportedAndReachesNoDevice) {
         }
 }
 
-TEST(UnattendedRun, WorksOnTheOneDeviceThatIsMeantAndNoOther) {
+TEST(UnattendedRun, WorksOnlyOnTheOneDeviceThatIsMeant) {
     constexpr const char* GONE = R"({"node": 1, "command": 15, "do": "unplug"})";
-    // The last column is the node that is loaded; 9: no node.
+    constexpr std::uint32_t NONE = 9;
+    // Options, GUIDs of the targets, faults, message, node that is loaded.
     const std::tuple<std::string, std::vector<const char*>, const char*, const char*, std::uint32_t> rows[] = {
-        {"/D junk.twd", {}, "", "There are no targets on the 1394 bus that", 9},
-        {"/D fw\\app.twd", {FIRST, SECOND}, "", "There are 2 targets on the 1394 bus that", 9},
+        {"/D junk.twd", {}, "", "There are no targets on the 1394 bus that", NONE},
+        {"/D fw\\app.twd", {FIRST, SECOND}, "", "There are 2 targets on the 1394 bus that", NONE},
         {"/D fw\\app.twd", {FIRST, SECOND}, GONE, DONE, 0},
-        {"/D fw\\app.twd", {NO_GUID, NO_GUID}, "", "There are 2 targets on the 1394 bus that", 9},
-        {"/D fw\\app.twd", {NO_GUID, FIRST}, "", "There are 2 targets on the 1394 bus that", 9},
+        {"/D fw\\app.twd", {NO_GUID, NO_GUID}, "", "There are 2 targets on the 1394 bus that", NONE},
+        {"/D fw\\app.twd", {NO_GUID, FIRST}, "", "There are 2 targets on the 1394 bus that", NONE},
         {"/D fw\\app.twd /X 000f1b0000000001", {NO_GUID, FIRST}, "", DONE, 1},
-        {"/D fw\\app.twd /X 000f1b0000000001", {FIRST, FIRST, SECOND}, "", "There are 2 targets on the 1394", 9},
-        {"/D fw\\app.twd /X 000f1b0000000001", {SECOND}, "", "failed to find a match for device '000F1B0000000001'", 9},
-        {"/G 0011223344556677", {}, "", "WriteGuid: there are no targets on the 1394 bus that", 9},
-        {"/G 0011223344556677", {FIRST, FIRST}, "", "WriteGuid: there are 2 targets on the 1394 bus that", 9},
-        {"/G 0011223344556677 /X 9", {FIRST}, "", "WriteGuid: failed to find a match for device '9' on the bus", 9},
+        {"/D fw\\app.twd /X 000f1b0000000001", {FIRST, FIRST, SECOND}, "", "There are 2 targets on the 1394", NONE},
+        {"/D fw\\app.twd /X 000f1b0000000001", {SECOND}, "", "find a match for device '000F1B0000000001'", NONE},
+        {"/G 0011223344556677", {}, "", "WriteGuid: there are no targets on the 1394 bus that", NONE},
+        {"/G 0011223344556677", {FIRST, FIRST}, "", "WriteGuid: there are 2 targets on the 1394 bus that", NONE},
+        {"/G 0011223344556677 /X 9", {FIRST}, "", "WriteGuid: failed to find a match for device '9'", NONE},
     };
     for (const auto& [options, guids, faults, message, loaded] : rows) {
         SCOPED_TRACE(options + " " + message);
@@ -146,19 +147,20 @@ TEST(UnattendedRun, WorksOnTheOneDeviceThatIsMeantAndNoOther) {
         WriteFiles(program);
         ASSERT_TRUE(program.Run(options));
         EXPECT_TRUE(program.Said(message));
-        EXPECT_EQ(program.Changes(), loaded == 9 ? "" : " 4 5 5 5 6 17");
+        EXPECT_EQ(program.Changes(), loaded == NONE ? "" : "start block*3 end run");
         for (std::uint32_t node = 0; node < targets.size(); ++node)
             EXPECT_EQ(program.Flash(node, "application"), node == loaded ? IMAGE : ByteArray()) << node;
     }
 }
 
-TEST(UnattendedRun, WaitsForFourTicksInARowAndAgainAfterEachReset) {
+TEST(UnattendedRun, WaitsForFourTicksInARowAgainAfterEachReset) {
     HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
     program.Run("", 3000);
     basAutomation::InitializeCommandLineOptions();
     basApp::globals.CommandLineOptions = {"", "/G0011223344556677"};
     std::string ends;
     basAutomation::hooks.endRun = [&] { ends = program.Changes(); };
+    // Per tick: - nothing sent yet, p parameters initialized, g GUID programmed and the run ended.
     std::string changes;
     for (const char bus : std::string("111011111111")) {
         bas1394::globals.BusEnumerated = bus == '1';
@@ -166,10 +168,10 @@ TEST(UnattendedRun, WaitsForFourTicksInARowAndAgainAfterEachReset) {
         changes += program.Changes() == "" ? '-' : ends.empty() ? 'p' : 'g';
     }
     EXPECT_EQ(changes, "-------ppppg");
-    EXPECT_EQ(ends, " 12 10(3322110077665544) 17");
+    EXPECT_EQ(ends, "parameters guid(3322110077665544) run");
 }
 
-// Two files whose names differ only in case are two files: the name that was typed decides, and no other is opened.
+// Of two files whose names differ in case alone, only the typed one may be opened.
 TEST(UnattendedRun, OpensAFileAsItWasTyped) {
     const std::tuple<const char*, ByteArray, ByteArray, const char*> rows[] = {
         {"/D app.twd /B App.twd", IMAGE, CNE, "Successfully programmed image from APP.TWD to the device."},
@@ -199,11 +201,12 @@ TEST(UnattendedRun, OpensAFileAsItWasTyped) {
 TEST(UnattendedRun, EndsInOrderOnASignalAndReportsTheStateOfTheDevice) {
     const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
         {"BuildBootloaderDeviceList completed", "bootloader", "/D both.twd", "", "out.  No device was changed."},
-        {"in application mode.", "application", "/D both.twd", " 2", "reset into its bootloader, nothing was written"},
-        {"Initialized the Persistent", "bootloader", "/G 0011223344556677", " 12", "its GUID is not programmed yet."},
-        {"progress erasing 0/2500", "bootloader", "/D both.twd", " 4", "and got 0 of 2500 bytes"},
-        {"progress loading 1024/2500", "bootloader", "/D both.twd", " 4 5 6", "and got 1024 of 2500 bytes"},
-        {"progress checking 2500/2500", "bootloader", "/D both.twd", " 4 5 5 5 6", "load of the Config Data from '"},
+        {"in application mode.", "application", "/D both.twd", "reset", "into its bootloader, nothing was written"},
+        {"Initialized the Persistent", "bootloader", "/G 0011223344556677", "parameters",
+         "GUID is not programmed yet."},
+        {"progress erasing 0/2500", "bootloader", "/D both.twd", "start", "and got 0 of 2500 bytes"},
+        {"progress loading 1024/2500", "bootloader", "/D both.twd", "start block end", "and got 1024 of 2500 bytes"},
+        {"progress checking 2500/2500", "bootloader", "/D both.twd", "start block*3 end", "load of the Config Data"},
     };
     for (const auto& [at, mode, options, changes, state] : rows) {
         SCOPED_TRACE(at);
@@ -297,7 +300,7 @@ TEST(UnattendedRun, LeavesAVerdictForEveryKindOfEnd) {
     }
 }
 
-TEST(UnattendedRun, GoesOnWithoutAStatusFileThatCannotBeMade) {
+TEST(UnattendedRun, ContinuesWithoutAStatusFile) {
     HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
     WriteFiles(program);
     program.Write("script-data", std::string("a file in the place of the folder"));

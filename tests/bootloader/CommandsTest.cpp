@@ -1,4 +1,4 @@
-// The single-shot commands: their bytes on the wire and what becomes of each answer.
+// The single-shot commands: their bytes on the wire and the handling of each answer.
 #include "Handles.h"
 #include "TargetScript.h"
 
@@ -16,7 +16,7 @@ protected:
     ByteArray guid = Bytes(TURNED), read;
 };
 
-TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
+TEST_F(SingleCommands, SendTheirBytesAndCheckTheirAnswers) {
     const struct {
         std::function<std::int32_t()> call;
         const char* request;     // after version and ID: code, count, operands
@@ -26,25 +26,25 @@ TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
         std::int32_t miscounted; // result of an answer with one operand too many
         const char* wrongCount;  // logged then
     } rows[] = {
-        {[&] { return HaltBootloader(HANDLE); }, "01 00", 0, 121, "Haltbootloader failed: Transaction failed, code 121",
-         1, ""},
+        {[&] { return HaltBootloader(HANDLE); }, "01 00", 0, SILENCE,
+         "Haltbootloader failed: Transaction failed, code 121", 1, ""},
         {[&] { return ResetDevice(HANDLE, 1); }, "02 01 01 00 00 00", 0, 1, "Resetting bootloader device 0x63", 1, ""},
-        {[&] { return ReadImageCRC(HANDLE, 3, crc, validity); }, "03 01 03 00 00 00", 2, 121,
+        {[&] { return ReadImageCRC(HANDLE, 3, crc, validity); }, "03 01 03 00 00 00", 2, SILENCE,
          "ReadImageCRC failed: Transaction failed, code 121", -1,
          "ReadImageCRC failure: expected 2 operands, received 3"},
-        {[&] { return SwitchTo1394Shell(HANDLE, 1, 2); }, "07 02 00 00 00 01 00 00 00 02", 0, 121,
+        {[&] { return SwitchTo1394Shell(HANDLE, 1, 2); }, "07 02 00 00 00 01 00 00 00 02", 0, SILENCE,
          "SwitchTo1394Shell failed", 1, "SwitchTo1394Shell failure: expected 0 operands, received 1"},
-        {[&] { return ProgramGUID(HANDLE, guid); }, "0A 02 33 22 11 00 77 66 55 44", 0, 121,
+        {[&] { return ProgramGUID(HANDLE, guid); }, "0A 02 33 22 11 00 77 66 55 44", 0, SILENCE,
          "Setting GUID to 00 11 22 33 44 55 66 77...", 1, "ProgramGUID failure: expected 0 operands, received 1"},
-        {[&] { return InitializePersistentParams(HANDLE); }, "0C 00", 0, 121, "InitializePersistentParams failed", 1,
-         "InitializePersistentParams warning: expected 0 operands, received 1"},
+        {[&] { return InitializePersistentParams(HANDLE); }, "0C 00", 0, SILENCE, "InitializePersistentParams failed",
+         1, "InitializePersistentParams warning: expected 0 operands, received 1"},
         {[&] { return InitializeConfigToFactoryDefaults(HANDLE); }, "0D 00", 0, 1,
          "not respond to this command, assuming success, transaction code 121", 1, ""},
-        {[&] { return SetDebugGUID(HANDLE, Bytes(TYPED)); }, "0E 02 00 11 22 33 44 55 66 77", 0, 121,
+        {[&] { return SetDebugGUID(HANDLE, Bytes(TYPED)); }, "0E 02 00 11 22 33 44 55 66 77", 0, SILENCE,
          "SetDebugGUID (node #0) failed: Transaction failed, code 121", 1, ""},
-        {[&] { return GetDebugGUID(HANDLE, read); }, "0F 00", 2, 121, "GetDebugGUID failed", -1,
+        {[&] { return GetDebugGUID(HANDLE, read); }, "0F 00", 2, SILENCE, "GetDebugGUID failed", -1,
          "GetDebugGUID failure: expected 2 operands, received 3"},
-        {[&] { return StartImage(HANDLE, 2, flag); }, "11 01 02 00 00 00", 1, 121,
+        {[&] { return StartImage(HANDLE, 2, flag); }, "11 01 02 00 00 00", 1, SILENCE,
          "(this is probably due to the fact that the bootloader is no longer running), code 121", 1,
          "StartImage warning: expected 4 operands, received 2"},
     };
@@ -53,7 +53,7 @@ TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
         target.reply = Reply{ByteArray(row.quadlets * 4u + 4, 5)};
         EXPECT_EQ(row.call(), row.miscounted);
         EXPECT_TRUE(Logged(row.wrongCount));
-        target.reply = Reply{.readResult = 121};
+        target.reply = Reply{.readResult = SILENCE};
         EXPECT_EQ(row.call(), row.failed);
         EXPECT_TRUE(Logged(row.failure));
         EXPECT_EQ(crc + validity + flag, 3 * 77) << "values come with a good answer only";
@@ -66,7 +66,7 @@ TEST_F(SingleCommands, GoOverTheWireAndJudgeTheirAnswers) {
     }
 }
 
-TEST_F(SingleCommands, GiveTheValuesOfTheAnswer) {
+TEST_F(SingleCommands, ReturnTheValuesOfTheAnswer) {
     target.reply = Reply{Bytes("78 56 34 12 01 00 00 00")};
     EXPECT_EQ(ReadImageCRC(HANDLE, 0, crc, validity), 1);
     EXPECT_EQ(crc, 0x12345678);
@@ -79,7 +79,7 @@ TEST_F(SingleCommands, GiveTheValuesOfTheAnswer) {
     EXPECT_TRUE(Logged("StartImage Failed: bad CRC of debugger image on embedded target!"));
 }
 
-TEST_F(SingleCommands, OtherThanAHaltNeverGoToAllNodes) {
+TEST_F(SingleCommands, ExceptTheHaltNeverGoToAllNodes) {
     EXPECT_EQ(ResetDevice(0, 1), -101);
     EXPECT_EQ(ReadImageCRC(0, 0, crc, validity), -101);
     EXPECT_EQ(ProgramGUID(0, guid), -101);
@@ -92,7 +92,7 @@ TEST_F(SingleCommands, OtherThanAHaltNeverGoToAllNodes) {
     EXPECT_TRUE(library.transactions.empty());
     EXPECT_EQ(HaltBootloader(0), 1);
     EXPECT_TRUE(Logged("Broadcasted halt command."));
-    EXPECT_EQ(library.transactions, Texts{"W63 FFFFC8021000 0 01000000 01000100"}); // nobody's answer is waited for
+    EXPECT_EQ(library.transactions, Texts{"W63 FFFFC8021000 0 01000000 01000100"}); // no answer is awaited
     EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
 }
 

@@ -1,4 +1,5 @@
-// The commands of a load, and the block protocol's polls.
+// The commands of a load, and the polls of the block protocol. Blocks return -2 for number 0 and -102 otherwise if no
+// answer comes.
 #include "TargetScript.h"
 
 #include "Handles.h"
@@ -11,7 +12,7 @@ namespace {
 
 using DownloadCommands = OneTarget;
 
-TEST_F(DownloadCommands, TakeOnlyASensibleBlockSize) {
+TEST_F(DownloadCommands, AcceptOnlyASensibleBlockSize) {
     const std::tuple<const char*, Reply, std::int32_t, std::int32_t, const char*> rows[] = {
         {"none", {Bytes("00 00 00 00")}, -1, 0, "MAX BLOCK SIZE = 0x 0x0 0x0 0x0 0x0!"},
         {"negative", {Bytes("FE FF FF FF")}, -1, 0, "MAX BLOCK SIZE = 0x 0xFE 0xFF 0xFF 0xFF!"},
@@ -30,7 +31,7 @@ TEST_F(DownloadCommands, TakeOnlyASensibleBlockSize) {
     }
 }
 
-TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
+TEST_F(DownloadCommands, ReportTheResultOfABlock) {
     const ByteArray good = Bytes("05 00 00 00 00 00 00 00");
     const std::tuple<const char*, std::int32_t, Reply, std::int32_t, std::int32_t> rows[] = {
         {"good", 5, {good}, 1, 1},
@@ -42,7 +43,7 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         {"a status that looks like success", 5, {Bytes("05 00 00 00 01 00 00 00")}, -101, 1},
         {"another block and a status", 5, {Bytes("04 00 00 00 FD FF FF FF")}, -3, 1},
         {"one operand", 0, {Bytes("00 00 00 00")}, -2, 4},
-        {"a bus reset", 5, {.readResult = Code(0x80000001)}, -102, 4},
+        {"a bus reset", 5, {.readResult = TWL1394_BUS_RESET}, -102, 4},
     };
     for (const auto& [name, block, reply, result, polls] : rows) {
         SCOPED_TRACE(name);
@@ -54,7 +55,7 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
             if (!underWay)
                 return;
             ++turns;
-            for (const std::int32_t handle : {HANDLE, 0}) // a request would take the answer away
+            for (const std::int32_t handle : {HANDLE, 0}) // a request would overwrite the answer
                 EXPECT_EQ(HaltBootloader(handle), -1);
             EXPECT_EQ(WriteShellCharacters(HANDLE, Bytes("61")), -1);
         });
@@ -67,15 +68,15 @@ TEST_F(DownloadCommands, TellWhatBecameOfABlock) {
         EXPECT_EQ(DownloadBlock(HANDLE, block, 0, 8, payload), result);
         EXPECT_EQ(std::ssize(library.transactions), 2 + polls);
         underWay = false;
-        EXPECT_TRUE(locked) << "another program may come between";
+        EXPECT_TRUE(locked) << "another program may get in between";
         EXPECT_EQ((clock.Now() - before) / 1'000'000, polls * 10 + (polls - 1) * 20);
-        EXPECT_EQ(turns, polls > 1) << "a turn between two polls";
+        EXPECT_EQ(turns, polls > 1) << "events between two polls";
         EXPECT_FALSE(platform::ReleaseMutex(globals.TransactionMutex)) << "still held";
         platform::DoEvents();
     }
 }
 
-TEST_F(DownloadCommands, WaitForTheVerdictThreeSecondsUnlessToldOtherwise) {
+TEST_F(DownloadCommands, WaitThreeSecondsForTheVerdictByDefault) {
     target.reply = Reply{.operands = Bytes("78 56 34 12 01 00 00 00"), .latePolls = 40};
     std::int32_t crc = 0, validity = 0;
     EXPECT_EQ(DownloadEnd(HANDLE, crc, validity), -1);

@@ -1,4 +1,4 @@
-// The info registers of a node, in every protocol.
+// What the info registers say about a node, in every protocol.
 #include "TargetScript.h"
 
 using namespace testing_support;
@@ -37,8 +37,8 @@ TEST_F(Identification, DecodesEachFieldAtItsPlaceInTheByteOrderOfTheProtocol) {
     EXPECT_TRUE(Logged("ReadInfoRegisters: Protocol version 2 is implemented as BigEndian"));
 }
 
-TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
-    // The eight bytes of the maker, the version, whether it is one of ours.
+TEST_F(Identification, RecognizesTargetsByVendorAndVersionAlone) {
+    // The eight bytes of the vendor, the version, whether it is a target.
     const std::tuple<const char*, std::int32_t, bool> rows[] = {
         {"tarnwell", 1, true},  {"TARNWELL", 3, true},  {"tarnwels", 1, false}, {"\0\0\0\0\0\0\0", 1, false},
         {"tarnwell", 0, false}, {"tarnwell", 4, false}, {"tarnwell", -1, false}};
@@ -47,7 +47,7 @@ TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
         target.info = InfoBytes(version);
         std::copy_n(maker, 8, target.info.begin());
         EXPECT_EQ(read(), compatible ? 1 : -1);
-        // The rest is read of a target only.
+        // The other registers are read only from a target.
         const Texts reads = {"R0 FFFFC8020000 12 200", "R0 FFFFC8020000 104 200"};
         EXPECT_EQ(library.transactions, Texts(reads.begin(), reads.begin() + (compatible ? 2 : 1)));
     }
@@ -55,12 +55,12 @@ TEST_F(Identification, KnowsItsOwnByMakerAndVersionAlone) {
     EXPECT_TRUE(Logged("device returned {00 00 00 00 00 00 00 00}"));
 }
 
-TEST_F(Identification, ReadsAgainOnceAfterSilenceOrABusReset) {
-    for (const auto& [failures, code, result, reads] : {std::tuple{1, 121, 1, 3},
-                                                        {9, 121, 121, 2},
-                                                        {1, Code(0x80000001), 1, 3},
-                                                        {9, Code(0x80000001), -105, 2},
-                                                        {9, Code(0x80000017), Code(0x80000017), 1}}) {
+TEST_F(Identification, RetriesOnceAfterSilenceOrABusReset) {
+    for (const auto& [failures, code, result, reads] : {std::tuple{1, SILENCE, 1, 3},
+                                                        {9, SILENCE, SILENCE, 2},
+                                                        {1, TWL1394_BUS_RESET, 1, 3},
+                                                        {9, TWL1394_BUS_RESET, -105, 2},
+                                                        {9, TWL1394_ADDRESS_ERROR, TWL1394_ADDRESS_ERROR, 1}}) {
         target.failingReads = failures;
         target.failureCode = code;
         bas1394::globals.BusResetPending = false;
@@ -70,14 +70,14 @@ TEST_F(Identification, ReadsAgainOnceAfterSilenceOrABusReset) {
     EXPECT_TRUE(Logged("code 121  params: NodeNum=0 addr=FFFFC8020000 numbytes=12"));
 }
 
-TEST_F(Identification, ShowsAPrivateBuildByItsTwentyFourBits) {
+TEST_F(Identification, ShowsAPrivateBuildByItsLow24Bits) {
     Put(target.info, 52, "FF FF FF 00");
     read();
     EXPECT_TRUE(Logged("Node #0: bootloader version=257, hardware version=17.16777216, software version=4660 "
                        "<private build> 2002-08-31 15:25:03 utc"));
 }
 
-TEST_F(Identification, RecognisesADebuggerByItsAnswer) {
+TEST_F(Identification, RecognizesADebuggerByItsAnswer) {
     for (std::size_t wrong = 0; wrong < 9; ++wrong) { // each byte, then the right answer
         target.debuggerAnswer = Bytes("01 01 00 00 80 80 01 00 00");
         target.debuggerAnswer[wrong] ^= 0x40;

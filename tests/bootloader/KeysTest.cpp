@@ -8,11 +8,11 @@ using namespace basBootloader;
 
 namespace {
 
-const std::string LONG_NAME(75, 'n'); // 40 bytes a pass are just enough for two, 36 leave 40 for the second
+const std::string LONG_NAME(75, 'n'); // two passes: 40 bytes each are enough, and so are 36 and then 40
 
 class Keys : public OneTarget {
 protected:
-    // A target that hands over a value in parts of 128 with a 0 after its end, and accepts any.
+    // A target that returns a value in parts of 128 bytes, with a 0 after its end, and accepts any.
     void Serve(const ByteArray& value) {
         onRequest = [this, value] {
             const ByteArray request = LastRequest();
@@ -20,11 +20,12 @@ protected:
             const auto size = static_cast<std::uint32_t>(value.size()), from = std::min(word, size);
             const std::uint32_t part = std::clamp(size - from, 1u, 128u);
             target.responseBuffer.assign(value.begin() + from, value.begin() + std::min(from + part, size));
-            target.reply =
-                Reply{Quadlets(request[6] == 19 ? std::vector{0u, word, 0u} : std::vector{0u, size, part, 0u}, false)};
+            target.reply = Reply{
+                Quadlets(request[6] == WRITE_KEY ? std::vector{0u, word, 0u} : std::vector{0u, size, part, 0u}, false)};
         };
     }
-    // The requests less their headers, in hex.
+    // Count and operands of each request, in hex: length and offset of the name, value size (writes only), value
+    // offset, part of the name.
     Texts Operands() const {
         Texts texts;
         for (const auto& [node, bytes] : requests)
@@ -34,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(Keys, AValueComesInAsManyPassesAsItTakes) {
+TEST_F(Keys, AValueIsReadInAsManyPassesAsItNeeds) {
     ByteArray value = Pattern(300), data = Bytes("EE EE");
     Serve(value);
     EXPECT_EQ(ReadKey(HANDLE, "NAME5", data), 1);
@@ -45,7 +46,7 @@ TEST_F(Keys, AValueComesInAsManyPassesAsItTakes) {
     EXPECT_EQ(library.transactions[2], "R0 FFFFC8029040 128 200");
 }
 
-TEST_F(Keys, ANameThatFillsItsQuadletsTakesAnotherPass) {
+TEST_F(Keys, ANameThatFillsItsQuadletsNeedsAnotherPass) {
     ByteArray data;
     Serve(Bytes("61 62 63 64"));
     EXPECT_EQ(ReadKey(HANDLE, "NAME", data), 1);
@@ -54,11 +55,11 @@ TEST_F(Keys, ANameThatFillsItsQuadletsTakesAnotherPass) {
               (Texts{"4 05000000 00000000 00000000 4E414D45 00000000", "4 05000000 04000000 04000000 00000000"}));
     requests.clear();
     EXPECT_EQ(ReadKey(HANDLE, LONG_NAME, data), 1);
-    EXPECT_EQ(data, Bytes("61 62 63 64 00")) << "what a pass for the name brings is no value";
+    EXPECT_EQ(data, Bytes("61 62 63 64 00")) << "a pass for the name returns nothing of the value";
     EXPECT_EQ(requests.size(), 2u) << "40 bytes a pass";
 }
 
-TEST_F(Keys, AWrittenValueTravelsWithItsQuadletsTurnedOnceItsNameFits) {
+TEST_F(Keys, AWrittenValueIsSentInReversedQuadletsOnceItsNameFits) {
     Serve({});
     EXPECT_EQ(WriteKey(HANDLE, "NAME5", Bytes("61 62 63")), 1);
     EXPECT_EQ(library.transactions[0].substr(0, 26), "W0 FFFFC8021040 0 00636261");
@@ -67,7 +68,7 @@ TEST_F(Keys, AWrittenValueTravelsWithItsQuadletsTurnedOnceItsNameFits) {
     library.transactions.clear();
     requests.clear();
     EXPECT_EQ(WriteKey(HANDLE, LONG_NAME, Pattern(200)), 1);
-    std::string order;
+    std::string order; // v value, n request with a part of the name, . read of the answer
     for (const std::string& line : library.transactions)
         order += line.starts_with("W0 FFFFC8021040") ? 'v' : line[0] == 'W' ? 'n' : '.';
     ASSERT_EQ(order, "n.n.vn.vn.") << "the first passes are for the name alone";
@@ -75,24 +76,24 @@ TEST_F(Keys, AWrittenValueTravelsWithItsQuadletsTurnedOnceItsNameFits) {
     EXPECT_EQ(Operands()[3], "13 4C000000 4B000000 C8000000 80000000 00000000");
 }
 
-TEST_F(Keys, EveryFailedTransactionEndsTheWork) {
+TEST_F(Keys, EveryFailedTransactionEndsTheOperation) {
     ByteArray data;
     const std::function<std::int32_t()> works[] = {[&] { return ReadKey(HANDLE, LONG_NAME, data); },
                                                    [&] { return WriteKey(HANDLE, LONG_NAME, Pattern(300)); }};
     Serve(Pattern(300));
     for (const auto& work : works)
-        for (const std::uint32_t code : {121u, 0x80000001u, 0u}) {
+        for (const std::int32_t code : {SILENCE, TWL1394_BUS_RESET, 0}) {
             std::size_t k = 0;
-            library.result = [&](std::size_t i) { return i == k ? Code(code) : 1; };
+            library.result = [&](std::size_t i) { return i == k ? code : 1; };
             for (; library.transactions.clear(), work() != 1; ++k) {
-                EXPECT_EQ(library.transactions.size(), k + 1) << "goes on after a failure";
+                EXPECT_EQ(library.transactions.size(), k + 1) << "continues after a failure";
                 bas1394::globals.BusResetPending = false;
             }
             EXPECT_GE(k, 8u) << "a failure passes for a success";
         }
 }
 
-TEST_F(Keys, AnswersThatCanNotBeAreRefusedBeforeAnythingIsRead) {
+TEST_F(Keys, ImpossibleAnswersAreRefusedBeforeAnythingIsRead) {
     const auto words = [](std::vector<std::uint32_t> values) { return Reply{Quadlets(values, false)}; };
     // clang-format off
     const std::tuple<Reply, Reply, const char*, const char*> rows[] = {
@@ -119,7 +120,7 @@ TEST_F(Keys, AnswersThatCanNotBeAreRefusedBeforeAnythingIsRead) {
         EXPECT_TRUE(Logged(writeText));
     }
     onRequest = [&, size = 100u]() mutable { target.reply = words({0, ++size, 1, 0}); };
-    EXPECT_EQ(ReadKey(HANDLE, "K", data), -1) << "a size that runs ahead of what comes";
+    EXPECT_EQ(ReadKey(HANDLE, "K", data), -1) << "a size that grows faster than the data";
     library.transactions.clear();
     EXPECT_EQ(ReadKey(HANDLE, "", data), -1);
     EXPECT_EQ(WriteKey(HANDLE, "", data), -1);

@@ -1,4 +1,4 @@
-// The characters of a console, in each generation of the protocol.
+// The characters of a console, in each protocol.
 #include "TargetScript.h"
 
 #include "Handles.h"
@@ -31,7 +31,7 @@ protected:
         library.transactions.clear();
         return WriteShellCharacters(HANDLE, {text.begin(), text.end()});
     }
-    // A ring of 16.
+    // A ring of 16 characters: status, mask and head, then the characters.
     void Ring(int mask, int head, bool bigEndian, const char* characters) {
         const auto text = fmt::format("{:04X}{:04X}", mask, head);
         target.responseBuffer = Bytes(("06070809" + text).c_str());
@@ -45,8 +45,10 @@ protected:
     std::int32_t result = 0, lost = 0;
 };
 
-TEST_F(ShellChannel, TakesWhatCommand8SaysIsWaiting) {
+TEST_F(ShellChannel, ReadsWhatCommand8Announces) {
     const std::string notice = "\r\n\r\n << buffer overflow on target: 5 characters lost >>\r\n\r\n";
+    // An answer of protocol 1: count, status, lost characters, head and buffer start, payload and tail ...; of protocol
+    // 3: the count, whose low byte decides.
     // clang-format off
     const struct {
         const char* name;
@@ -64,7 +66,7 @@ TEST_F(ShellChannel, TakesWhatCommand8SaysIsWaiting) {
         {"no operand", 1, {}, 1, 0, NOTHING, "no byte indicating size of Uart buffer"},
         {"a negative count", 1, {Bytes("FEFFFFFF")}, 1, 0, NOTHING, ""},
         {"beyond the buffer", 1, {Bytes("01080000")}, -1, 0, NOTHING, "the target announces 2049"},
-        {"silence", 1, {.readResult = 121}, 121, 0, NOTHING, "ReadShellCharacters failed: Transaction failed, code 121"},
+        {"silence", 1, {.readResult = SILENCE}, SILENCE, 0, NOTHING, "ReadShellCharacters failed: Transaction failed, code 121"},
         {"brief", 3, {Bytes("05000000")}, 1, 0, "abcde", ""},
         {"brief, no low byte", 3, {Bytes("00010000")}, 1, 256, NOTHING, "7 ReadShellCharacters: 256 characters are lost"},
         {"brief, no low byte and no sense", 3, {Bytes("00FF0000")}, 1, 0, NOTHING, ""},
@@ -82,16 +84,18 @@ TEST_F(ShellChannel, TakesWhatCommand8SaysIsWaiting) {
         EXPECT_TRUE(Logged(row.logged));
         EXPECT_LE(library.transactions.size(), row.result == 1 ? 3u : 2u) << "reads what can't be there";
     }
-    library.result = [](std::size_t k) { return k == 2 ? 121 : 1; }; // what the target has handed over is gone
+    library.result = [](std::size_t k) {
+        return k == 2 ? SILENCE : 1;
+    }; // characters that the target has handed over are lost
     for (const std::int32_t protocol : {1, 3}) {
         target.reply = Reply{Bytes("07000000")};
         EXPECT_EQ(Read(protocol), NOTHING);
-        EXPECT_EQ(result, 121);
+        EXPECT_EQ(result, SILENCE);
         EXPECT_EQ(lost, 7);
     }
 }
 
-TEST_F(ShellChannel, TakesFromARingWhatItsHeadHasPassed) {
+TEST_F(ShellChannel, ReadsFromARingUpToItsHead) {
     // clang-format off
     const struct {
         const char* name;
@@ -101,7 +105,7 @@ TEST_F(ShellChannel, TakesFromARingWhatItsHeadHasPassed) {
     } rows[] = {
         {"nothing new", 5, 15, 5, 1, 0, NOTHING, ""},
         {"one piece", 3, 15, 6, 1, 0, "EFG", "(status=0x6070809, head=6, mask=15)"},
-        {"around the end", 14, 15, 18, 1, 0, "OP" + WRAP + "ABC", "NumNewBytes=4"},
+        {"past the end", 14, 15, 18, 1, 0, "OP" + WRAP + "ABC", "NumNewBytes=4"},
         {"one lap", 3, 15, 19, 1, 0, "DEFGHIJKLMNOP" + WRAP + "ABCD", "11 ReadShellCharacters error: Overflow: loss of 0 bytes"},
         {"overrun", 0, 15, 40, 1, 24, "IJKLMNOP" + WRAP + "ABCDEFGHI", "Overflow: loss of 24 bytes"},
         {"a little back", 20, 15, 10, 1, 0, "FGHIJK", ""},
@@ -127,17 +131,17 @@ TEST_F(ShellChannel, TakesFromARingWhatItsHeadHasPassed) {
         }
     Ring(15, 18, false, "ABCDEFGHIJKLMNOP");
     globals.OldHead = 14;
-    EXPECT_EQ(Read(2, false), "OPABC") << "a notice that nobody wants";
+    EXPECT_EQ(Read(2, false), "OPABC") << "without the notice";
     Ring(15, 15, true, "............\0\0\0x");
     globals.OldHead = 11;
-    EXPECT_EQ(Read(0x2000000), "x") << "a character that came as a quadlet";
-    library.result = [](std::size_t k) { return k == 1 ? 121 : 1; };
+    EXPECT_EQ(Read(0x2000000), "x") << "a character stored as a quadlet";
+    library.result = [](std::size_t k) { return k == 1 ? SILENCE : 1; };
     globals.OldHead = 3;
     Read(2);
-    EXPECT_EQ(globals.OldHead, 3) << "what a failed read didn't bring comes later";
+    EXPECT_EQ(globals.OldHead, 3) << "what a failed read missed is read later";
 }
 
-TEST_F(ShellChannel, SendsTextAsEachGenerationTakesIt) {
+TEST_F(ShellChannel, SendsTextAsEachProtocolExpectsIt) {
     EXPECT_EQ(Write(1, "hello"), 1);
     EXPECT_EQ(library.transactions, (Texts{"W0 FFFFC8021040 0 68656C6C 6F000000",
                                            "W0 FFFFC8021000 0 01000000 01000901 05000000", "R0 FFFFC8029000 40 0"}));
@@ -162,14 +166,14 @@ TEST_F(ShellChannel, SendsTextAsEachGenerationTakesIt) {
     EXPECT_EQ(Write(2, "a"), 1);
     const std::int64_t before = clock.Now();
     EXPECT_EQ(Write(2, "b"), 1);
-    EXPECT_EQ((clock.Now() - before) / 1'000'000, 20) << "a text on top of one that nobody has taken yet";
-    library.result = [](std::size_t k) { return k == 3 ? 121 : 1; };
+    EXPECT_EQ((clock.Now() - before) / 1'000'000, 20) << "a text must not overwrite the previous one";
+    library.result = [](std::size_t k) { return k == 3 ? SILENCE : 1; };
     EXPECT_EQ(Write(1, std::string(300, 'x')), -1);
-    EXPECT_EQ(library.transactions.size(), 4u) << "goes on after a failed chunk";
+    EXPECT_EQ(library.transactions.size(), 4u) << "continues after a failed chunk";
     EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
 }
 
-TEST(ShellStoreOfATarget, GivesBackItsLatestCharactersOldestFirst) {
+TEST(ShellStoreOfATarget, ReturnsItsLatestCharactersOldestFirst) {
     ShellStore store;
     store.Append({'a', 0, 'b'});
     EXPECT_EQ(store.History(), (std::vector<ByteArray>{{'a', ' ', 'b'}}));

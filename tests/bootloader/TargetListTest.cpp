@@ -11,7 +11,7 @@ constexpr const char *FIRST = "00 0F 1B 00 00 00 00 01", *SECOND = "00 0F 1B 00 
 
 class TargetList : public TargetsTest {
 protected:
-    // Nodes in the given order and this computer after them; then a bus reset.
+    // Nodes in this order, then this computer; then handles a bus reset.
     std::int32_t discover(const std::vector<const char*>& guids) {
         Nodes(guids.size());
         for (std::size_t i = 0; i < guids.size(); ++i)
@@ -60,19 +60,19 @@ TEST_F(TargetList, DoesNotHaltATargetThatRunsItsApplication) {
     EXPECT_TRUE(Logged("Node #0 is capable of sending and receiving debugging information via the 1394 shell."));
 }
 
-TEST_F(TargetList, HaltsABootloaderAndEvensOutItsGuids) {
+TEST_F(TargetList, HaltsABootloaderAndEqualizesItsGuids) {
     Nodes(1);
     targets[0].debugGuid = Bytes(SECOND);
     EXPECT_EQ(BusResetHandler(), 1);
     std::vector<int> commands;
     for (const auto& [node, request] : requests)
         commands.push_back(request[6]);
-    EXPECT_EQ(commands, (std::vector<int>{1, 15, 14, 15}));
+    EXPECT_EQ(commands, (std::vector<int>{HALT, GET_DEBUG_GUID, SET_DEBUG_GUID, GET_DEBUG_GUID}));
     EXPECT_EQ(debugGuid(0), FIRST);
     EXPECT_EQ(targets[0].debugGuid, Bytes(FIRST));
 }
 
-TEST_F(TargetList, MakesUpDebugGuidsFromTheTopDownForNullAndSharedOnes) {
+TEST_F(TargetList, GeneratesDebugGuidsDownwardsForNullAndSharedOnes) {
     discover({NULL_GUID});
     EXPECT_EQ(debugGuid(0), "FF FF FF FF FF FF FF FE");
     EXPECT_TRUE(Logged("Null bootloader GUID found on node #0, set Debug GUID to FF FF FF FF FF FF FF FE"));
@@ -84,15 +84,15 @@ TEST_F(TargetList, MakesUpDebugGuidsFromTheTopDownForNullAndSharedOnes) {
     EXPECT_EQ(debugGuid(1), "00 FF FF FF FF FF FF FF");
 }
 
-TEST_F(TargetList, MakesNoGuidUpWhereOneCouldNotBeSet) {
-    targets[0].reply = Reply{Bytes("00 00 00 00 00 00 00 05")}; // whatever it is sent
+TEST_F(TargetList, GeneratesNoGuidAfterOneCouldNotBeSet) {
+    targets[0].reply = Reply{Bytes("00 00 00 00 00 00 00 05")}; // to every request
     discover({FIRST, NULL_GUID});
     EXPECT_TRUE(Logged("11 BuildDeviceList error: SynchronizeGUIDs failed, code -1"));
     EXPECT_EQ(debugGuid(1), NULL_GUID);
-    EXPECT_EQ(globals.GeneratedGuid[0], 0) << "a pass after one that failed";
+    EXPECT_EQ(globals.GeneratedGuid[0], 0) << "a pass after a failed one";
 }
 
-TEST_F(TargetList, MergesTwoNullGuidsAndGivesTheirPlaceToTheNextTarget) {
+TEST_F(TargetList, MergesTwoNullGuidsAndReusesTheirRecord) {
     discover({NULL_GUID, NULL_GUID});
     EXPECT_EQ(list(), "63@1");
     discover({NULL_GUID, FIRST});
@@ -104,12 +104,12 @@ TEST_F(TargetList, StopsAtAnotherBusReset) {
     onRequest = [] { bas1394::globals.BusResetPending = true; };
     EXPECT_EQ(BusResetHandler(), 1);
     EXPECT_TRUE(Logged("The bootloader discovery process has been interrupted by another bus reset!"));
-    EXPECT_EQ(list(), "63@0") << "the rest is for the next pass";
+    EXPECT_EQ(list(), "63@0") << "the rest is left to the next pass";
     EXPECT_TRUE(globals.DiscoveryComplete);
     EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
 }
 
-TEST_F(TargetList, GoesOnAfterANodeThatFailsAndLooksForADebuggerWithAMinimalRom) {
+TEST_F(TargetList, ContinuesAfterANodeThatFailsAndLooksForADebuggerOnAMinimalRom) {
     Nodes(4);
     bas1394::globals.DeviceTable[0].ConfigRom.RawData = Bytes("01 00 0A 27");
     targets[0].debuggerAnswer = Bytes("01 01 00 00 80 80 01 00");

@@ -1,4 +1,4 @@
-// What the wrappers ask of the library, what they refuse, and what becomes of each failure.
+// What the wrappers pass to the library, what they reject, and how each failure is handled.
 #include "ScriptedLibrary.h"
 
 using namespace testing_support;
@@ -13,8 +13,8 @@ protected:
         library.roms[5] = ByteArray(2048, 7);
     }
     // Every transaction takes 12 ms and ends with `code`.
-    void FailWith(std::uint32_t code) {
-        library.result = [this, code](std::size_t) { return clock.Sleep(12'000'000), Code(code); };
+    void FailWith(std::int32_t code) {
+        library.result = [this, code](std::size_t) { return clock.Sleep(12'000'000), code; };
     }
     std::int32_t Read(std::int32_t size, bool quadlets, std::int32_t timeout = 100) {
         return AsyncReadWrapperVB(record(), address, size, quadlets, timeout, buffer);
@@ -43,7 +43,7 @@ TEST_F(AsyncTransactions, AskTheLibraryForWholeQuadlets) {
     EXPECT_TRUE(Logged("1 AsyncRead of 0xFFFFF0000404, node 5 succeeded.   function call time=0ms. Exiting normally."));
 }
 
-TEST_F(AsyncTransactions, RefuseABadArgumentWithoutACall) {
+TEST_F(AsyncTransactions, RejectABadArgumentWithoutACall) {
     const std::tuple<char, std::int16_t, std::int32_t, std::uint8_t, const char*, const char*> rows[] = {
         {'R', -1, 4, 1, "vdev", ""},
         {'R', 63, 4, 1, "vdev", ""},
@@ -71,17 +71,18 @@ TEST_F(AsyncTransactions, RefuseABadArgumentWithoutACall) {
     EXPECT_TRUE(library.transactions.empty());
 }
 
-TEST_F(AsyncTransactions, TellTheFailuresOfAReadApart) {
+TEST_F(AsyncTransactions, DistinguishTheFailuresOfARead) {
     // What is logged follows "7 AsyncRead".
-    const std::pair<std::uint32_t, const char*> rows[] = {
-        {121, " of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond.  function call time=12ms. "},
-        {0x80000102, " of 0xFFFFABCD, node 5 timed out. function call time=12ms.  Exiting abnormally"},
-        {0x80000002, " failure: the Application Shutdown Event has somehow become set"},
-        {0x8000013D, " failure (addr 0xFFFF0000ABCD, node 5): common unknown error, code 0x8000013D ."},
-        {0x80000017, " failure (addr 0xFFFF0000ABCD, node 5): 1394 response error, code 0x80000017 ."},
+    const std::pair<std::int32_t, const char*> rows[] = {
+        {SILENCE, " of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond.  function call time=12ms. "},
+        {TWL1394_TIMED_OUT, " of 0xFFFFABCD, node 5 timed out. function call time=12ms.  Exiting abnormally"},
+        {TWL1394_SHUTTING_DOWN, " failure: the Application Shutdown Event has somehow become set"},
+        {TWL1394_NO_RESPONSE, " failure (addr 0xFFFF0000ABCD, node 5): common unknown error, code 0x8000013D ."},
+        {TWL1394_ADDRESS_ERROR, " failure (addr 0xFFFF0000ABCD, node 5): 1394 response error, code 0x80000017 ."},
         {0xCAFE, " of 0xFFFFABCD, node 5 failed, code 0xCAFE function call time=12ms. Exiting abnormally"},
-        {0x80000001, " failure: a bus reset has interrupted the transaction in progress"},
-        {121, " of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond."}, // with that reset still pending
+        {TWL1394_BUS_RESET, " failure: a bus reset has interrupted the transaction in progress"},
+        {SILENCE,
+         " of 0xFFFF0000ABCD, node 5 failed, code 0x79: Node did not respond."}, // the bus reset is still pending
     };
     address.AddressLow = 0xABCD;
     bool resetPending = false;
@@ -89,18 +90,18 @@ TEST_F(AsyncTransactions, TellTheFailuresOfAReadApart) {
         SCOPED_TRACE(words);
         log.clear();
         FailWith(code);
-        resetPending = resetPending || code == 0x80000001;
-        EXPECT_EQ(Read(5, false), resetPending ? -105 : Code(code));
+        resetPending = resetPending || code == TWL1394_BUS_RESET;
+        EXPECT_EQ(Read(5, false), resetPending ? -105 : code);
         EXPECT_EQ(CountLogged(std::string("7 AsyncRead") + words), 1u);
         EXPECT_EQ(buffer, ByteArray(8));
         EXPECT_EQ(globals.BusResetPending, resetPending);
     }
 }
 
-TEST_F(AsyncTransactions, KeepWhatAQuadletReadGotBeforeItFailed) {
-    windowSystem.Post([] { globals.DeviceTable.assign(9, {}); }); // the record goes at the first turn
-    library.result = [](std::size_t k) { return k == 2 ? 121 : 1; };
-    EXPECT_EQ(Read(16, true), 121);
+TEST_F(AsyncTransactions, KeepWhatAQuadletReadReturnedBeforeItFailed) {
+    windowSystem.Post([] { globals.DeviceTable.assign(9, {}); }); // the first event removes the record
+    library.result = [](std::size_t k) { return k == 2 ? SILENCE : 1; };
+    EXPECT_EQ(Read(16, true), SILENCE);
     EXPECT_EQ(buffer, Quadlets({0x07070707, 0x07070707, 0, 0}));
     EXPECT_TRUE(Logged("7 AsyncRead of 0xFFFFF0000408, node 5 failed, code 0x79"));
 }
@@ -110,16 +111,18 @@ TEST_F(AsyncTransactions, WriteOnePaddedBlock) {
     EXPECT_EQ(Write(4, 0), 1);
     EXPECT_EQ(Write(5, -1), 1);
     EXPECT_EQ(library.transactions, (Texts{"W63 FFFF0000ABCD 0 ABABABAB", "W63 FFFF0000ABCD 250 ABABABAB AB000000"}));
-    EXPECT_EQ(buffer, (ByteArray{0xAB, 0xAB, 0xAB, 0xAB, 0xAB, 0, 0, 0})); // the caller's own array
+    EXPECT_EQ(buffer, (ByteArray{0xAB, 0xAB, 0xAB, 0xAB, 0xAB, 0, 0, 0})); // the caller's array is padded
     EXPECT_TRUE(log.empty());
 }
 
 TEST_F(AsyncTransactions, GiveEveryFailedWriteOneOfTwoCodes) {
-    const std::tuple<std::uint32_t, bool, const char*, const char*> rows[] = {
-        {0x80000017, false, "-2147483625(0x80000017)", "that a response error packet was received from the target."},
-        {0x8000013D, false, "-2147483331(0x8000013D)", "that no response packet was received from the target.  TODO"},
-        {0x80000001, false, "-2147483647(0x80000001)", "0x80000001 is an unknown error response."},
-        {121, true, "121(0x79)", "5 AsyncWriteWrapperVB: code 0x79 is an unknown error response."},
+    const std::tuple<std::int32_t, bool, const char*, const char*> rows[] = {
+        {TWL1394_ADDRESS_ERROR, false, "-2147483625(0x80000017)",
+         "that a response error packet was received from the target."},
+        {TWL1394_NO_RESPONSE, false, "-2147483331(0x8000013D)",
+         "that no response packet was received from the target.  TODO"},
+        {TWL1394_BUS_RESET, false, "-2147483647(0x80000001)", "0x80000001 is an unknown error response."},
+        {SILENCE, true, "121(0x79)", "5 AsyncWriteWrapperVB: code 0x79 is an unknown error response."},
     };
     for (const auto& [code, resetPending, head, tail] : rows) {
         SCOPED_TRACE(head);

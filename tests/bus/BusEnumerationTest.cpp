@@ -54,7 +54,7 @@ protected:
 };
 
 TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
-    library.deviceCount = 0; // the driver has to be started first
+    library.deviceCount = 0; // the driver must be started first
     Enumerate();
     EXPECT_EQ(timerStarts, 1);
     ASSERT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
@@ -69,7 +69,7 @@ TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
     EXPECT_TRUE(Logged("5 BusResetHandler: the number of nodes on the bus has changed from 0 to 6"));
 }
 
-TEST_F(BusEnumeration, StartsOverWhenANoticeComesWhileTheBusSettles) {
+TEST_F(BusEnumeration, StartsOverWhenANoticeArrivesWhileTheBusSettles) {
     clock.CallAt(clock.Now() + 100'000'000, [this] { Notice(); });
     const std::int64_t start = clock.Now();
     Enumerate();
@@ -88,7 +88,7 @@ TEST_F(BusEnumeration, DoesNotNest) {
         deepest = std::max(deepest, ++inside);
         if (++bootloaderPasses == 1) {
             globals.BusResetPending = true;
-            BusResetHandlerThread(); // a tick of the timer during a turn
+            BusResetHandlerThread(); // a timer tick during event processing
         }
         --inside;
         return 1;
@@ -100,7 +100,7 @@ TEST_F(BusEnumeration, DoesNotNest) {
     EXPECT_EQ(bootloaderPasses, 2);
 }
 
-TEST_F(BusEnumeration, GoesOnPastWhatFails) {
+TEST_F(BusEnumeration, ContinuesAfterFailures) {
     const std::string noNumber = "7 GetLocalHostNode failed, Get1394AddressFromDeviceObject returned code 1";
     const std::tuple<std::string, std::function<void()>, Nodes> rows[] = {
         {"11 Error #91: Not set in bas1394.VdevBusResetHandler",
@@ -125,7 +125,7 @@ TEST_F(BusEnumeration, GoesOnPastWhatFails) {
     }
 }
 
-TEST_F(BusEnumeration, HandsEveryIncomingDataNoticeOn) {
+TEST_F(BusEnumeration, ForwardsEveryIncomingDataNotice) {
     int handled = 0;
     hooks.incomingData = [&] { globals.IncomingDataPending = ++handled == 1; }; // another one arrives meanwhile
     IncomingDataThreadHandler();

@@ -1,4 +1,4 @@
-// This computer on the bus: its ranges, its topology map, its driver.
+// This computer on the bus: address ranges, topology map, driver.
 #include "ScriptedLibrary.h"
 
 #include <cstring>
@@ -10,7 +10,7 @@ namespace {
 
 using Host = LibraryTest;
 
-TEST_F(Host, TakesAnAddressFromItsText) {
+TEST_F(Host, ParsesAddresses) {
     std::size_t complaints = 0;
     basApp::hooks.writeStatusFileLine = [&](std::string_view) { ++complaints; };
     using Row = std::tuple<const char*, std::int32_t, Address1394>;
@@ -40,7 +40,7 @@ TEST_F(Host, PassesARangeAsARecordOf552Bytes) {
     EXPECT_EQ(wire, expected);
 }
 
-TEST_F(Host, KeepsRangesOneByOneAndGivesThemBackWithTheLibrary) {
+TEST_F(Host, KeepsEachRangeAndFreesThemWithTheLibrary) {
     library.rangeResult = 5;
     EXPECT_EQ(Allocate1394Memory("0x1000", "64"), -1);
     EXPECT_EQ(globals.AddressRanges.at(0).RangeHandle, 0u);
@@ -93,7 +93,7 @@ TEST_F(Host, CountsTheNodesOfATopologyMap) {
 TEST_F(Host, StartsTheDriverWhenThereIsNoVirtualDevice) {
     library.deviceCount = 0;
     const std::int64_t start = clock.Now();
-    EXPECT_EQ(GetVirtualDevices(), 0); // the list from before
+    EXPECT_EQ(GetVirtualDevices(), 0); // still the previous list
     EXPECT_EQ(clock.Now() - start, 500'000'000);
     EXPECT_EQ(windowSystem.turns, 0);
     EXPECT_EQ(GetVirtualDevices(), 1);

@@ -1,4 +1,4 @@
-// The library's coming, and what each of its notices says and does.
+// Binding the library, and what each of its notices logs and sets.
 #include "ScriptedLibrary.h"
 
 using namespace testing_support;
@@ -9,7 +9,7 @@ namespace {
 class Notices : public LibraryTest {
 protected:
     Notices() {
-        LoadTwl1394Dll(false); // there is none to load; the callbacks are set all the same
+        LoadTwl1394Dll(false); // there is none to load, but the callbacks are set
         log.clear();
         HookCallbackWindow(true);
         hooks.debugSpew = [this](const std::string& text) { spew += text; };
@@ -28,7 +28,7 @@ TEST_F(Notices, AreLoggedAndSetTheirFlags) {
              {1044u, true, "13 Bus Reset Message received from VHPD driver"},
              {1327u, false, "9 Incoming Data Message received (likely from a Tarnwell bootloader target).  Broadcast"},
              {1328u, true, "11 Error Message received from 1394 Virtual Device driver!"},
-             {1324u, false, ""}, // nobody's number
+             {1324u, false, ""}, // an unknown number
          }) {
         SCOPED_TRACE(number);
         log.clear();
@@ -56,7 +56,7 @@ TEST_F(Notices, OfATwentiethDriverErrorNoLongerCountAsABusReset) {
     EXPECT_EQ(CountLogged("15 "), 2u);
 }
 
-TEST_F(Notices, WaitForATurnAndAreDroppedOnceNobodyTakesThem) {
+TEST_F(Notices, WaitForEventProcessingAndAreDroppedWithoutAWindow) {
     globals.Client.PostNotice(nullptr, 1326);
     globals.Client.AppendDebugText(nullptr, "caf\xE9\r\n");
     EXPECT_FALSE(globals.BusResetPending);
@@ -72,12 +72,12 @@ TEST_F(Notices, WaitForATurnAndAreDroppedOnceNobodyTakesThem) {
     EXPECT_EQ(spew, "café\r\n");
 }
 
-TEST(DebugText, IsTakenLineByLine) {
+TEST(DebugText, IsSplitIntoLines) {
     EXPECT_EQ(TakeDebugLines("one\r\n\r\na\nb\rc\r\nlost"), (Texts{"one", "", "a\nb\rc"}));
     EXPECT_EQ(TakeDebugLines(""), Texts{});
 }
 
-TEST_F(Notices, DoNotComeFromALibraryOfAnotherInterfaceVersion) {
+TEST_F(Notices, AreNotTakenFromALibraryOfAnotherInterfaceVersion) {
     library::Unbind();
     library::Operations operations = library.Operations();
     operations.InterfaceVersion = [] { return std::uint32_t{2}; };

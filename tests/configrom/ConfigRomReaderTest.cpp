@@ -56,7 +56,7 @@ TEST_F(ConfigRomReader, ReturnsTheResultAndLogsTheMessagesOfEachKindOfRom) {
          4,
          1,
          "9 |||GetConfigRomEntry: second call to AsyncReadWrapper returned " + refused + " node 5\n" +
-             entryFailed(Code(0x80000017))},
+             entryFailed(TWL1394_ADDRESS_ERROR)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.quadlets));
@@ -69,7 +69,7 @@ TEST_F(ConfigRomReader, ReturnsTheResultAndLogsTheMessagesOfEachKindOfRom) {
 }
 
 TEST_F(ConfigRomReader, ReportsTheNodeThatItCannotRead) {
-    library.result = [](std::size_t k) { return k < 5 ? 1 : Code(0x80000102); };
+    library.result = [](std::size_t k) { return k < 5 ? 1 : TWL1394_TIMED_OUT; };
     EXPECT_EQ(ReadTree({}), -20);
     EXPECT_TRUE(Logged("7 ||GetConfigRomDirectory: target failed to respond in the given time, node index 0, address "
                        "0xFFFFFFFFF0000414."));
@@ -85,7 +85,7 @@ TEST_F(ConfigRomReader, ReportsTheNodeThatItCannotRead) {
 }
 
 TEST_F(ConfigRomReader, ReadsALeafAgainWhoseFirstReadFailed) {
-    library.result = [](std::size_t k) { return k == 5 + 3 ? 121 : 1; }; // the first read of the leaf's header
+    library.result = [](std::size_t k) { return k == 5 + 3 ? SILENCE : 1; }; // the first read of the leaf's header
     ReadTree({0x00020000, 0x81000002, 0x81000001, 0x00030000, 0, 0, 0x41420000});
     EXPECT_EQ(root().Leaves.at(0).Text + "," + root().Leaves.at(1).Text, ",AB");
     EXPECT_FALSE(basConfigRom::IsWhole(rom));
@@ -93,14 +93,14 @@ TEST_F(ConfigRomReader, ReadsALeafAgainWhoseFirstReadFailed) {
 
 TEST_F(ConfigRomReader, TriesTheHeaderThreeTimesDuringABusReset) {
     for (const std::size_t resets : {2u, 3u}) {
-        library.result = [=](std::size_t k) { return k < resets ? Code(0x80000001) : 1; };
+        library.result = [=](std::size_t k) { return k < resets ? TWL1394_BUS_RESET : 1; };
         const std::int32_t code = ReadTree({0x00020000, 0x03000F1B, 0x81000001, 0x00010000, 0x40000001});
         EXPECT_EQ(code, resets == 2 ? 1 : -1);
         EXPECT_EQ(rom.ModuleVendorId, resets == 2 ? 0xF1B : 0);
         EXPECT_EQ(root().Leaves[0].DescriptorType, resets == 2 ? 0x40 : 0); // and the walk continues
     }
     bas1394::globals.BusResetPending = false;
-    library.result = [](std::size_t) { return 121; };
+    library.result = [](std::size_t) { return SILENCE; };
     ReadTree({});
     EXPECT_EQ(library.transactions, Texts{"R5 FFFFF0000400 4 200"}); // no other failure is retried
 }

@@ -85,7 +85,7 @@ TEST_F(HostileRom, IsWholeWhenTwoEntriesShareADirectory) {
     EXPECT_FALSE(Logged("is cut off"));
 }
 
-TEST_F(HostileRom, ThatAnswersNothingIsGivenUp) {
+TEST_F(HostileRom, ThatAnswersNothingIsAbandoned) {
     Words tree(1, 0x02000000);
     for (std::uint32_t i = 1; i <= 512; ++i)
         tree.push_back((i % 3 + 1) << 30 | 0x00F00000 | i); // offsets, leaves and directories far away

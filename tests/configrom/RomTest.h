@@ -1,4 +1,6 @@
-// A node whose ROM a test defines quadlet by quadlet.
+// One node whose ROM a test defines quadlet by quadlet. A block starts with its length << 16 | CRC; an entry is key
+// type (0 immediate, 1 offset, 2 leaf, 3 directory) << 30 | key << 24 | value, where a leaf or directory is `value`
+// quadlets after its entry.
 #pragma once
 
 #include "NodeConfigRom.h"

@@ -13,13 +13,15 @@ import time
 from pathlib import Path
 
 REQUEST, REQUEST_BUFFER = "0xffffc8021000", "0xffffc8021040"
-HARMLESS = {1, 15}  # halt and GetDebugGUID, which every bus reset brings
+COMMANDS = {2: "reset", 3: "crc", 4: "start", 5: "block", 6: "end", 10: "guid", 11: "mac", 12: "parameters",
+            13: "defaults", 17: "run", 18: "read", 19: "write"}
+HARMLESS = {1, 15}  # halt and GetDebugGUID, sent after every bus reset
 NOBODY = 65534
-LEVELS = {11: "ERROR", 13: "USER", 15: "FATAL"}  # what the status file gets
+LEVELS = {11: "ERROR", 13: "USER", 15: "FATAL"}  # levels that go into the status file
 STATUS_LINE = re.compile(r"(\d+):(\d\d):(\d\d)\.(\d{3}), ([A-Z]+), (\w+), (.*)")
-TIME_LIMIT = 120  # seconds, for whatever is waited for
+TIME_LIMIT = 120  # seconds
 
-# A full disk that is gone with the process: the program's folder on a file system of its own.
+# A full disk that disappears with the process: the program's folder on its own file system.
 ON_A_FULL_DISK = """
 mount -t tmpfs -o size=$1 none "$3" && cp -a "$2/." "$3" || exit 99
 head -c $4 /dev/zero >"$3/slack"
@@ -61,7 +63,7 @@ class Program:
 
     def use_account_that_may_not_write(self):
         self.folder.chmod(0o555)
-        if os.geteuid() == 0:  # whom permissions don't bind
+        if os.geteuid() == 0:  # not bound by permissions
             self.account = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
             for path in (self.base / "home", self.base / "runtime"):
                 os.chown(path, NOBODY, NOBODY)
@@ -86,7 +88,7 @@ class Program:
             return subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=out,
                                     stderr=err, start_new_session=True, **self.account)
 
-    def end(self, process):  # with whatever it started
+    def end(self, process):  # including its children
         if process.poll() is None:
             os.killpg(process.pid, signal.SIGKILL)
             process.wait()
@@ -96,8 +98,8 @@ class Program:
     def output(self, name="first.out"):
         return (self.base / name).read_text(errors="replace")
 
-    def told(self):
-        """(level, message) of each line on standard output that belongs into the status file too."""
+    def reported(self):
+        """(level, message) of each line on standard output that also belongs in the status file."""
         lines = [(line[:7].rstrip(), line[8:]) for line in self.output().splitlines()]
         return [line for line in lines if line[0] in LEVELS.values()]
 
@@ -144,10 +146,10 @@ def requests(trace):
 
 
 def changes(trace):
-    """The requests that change a device: "0:4 0:5x3" is a start and three blocks to node 0."""
-    sent = [f"{node}:{code}" for node, code, _ in requests(trace) if code not in HARMLESS]
+    """The requests that change a device: "0:start 0:block*3" is a start and three blocks to node 0."""
+    sent = [f"{node}:{COMMANDS.get(code, code)}" for node, code, _ in requests(trace) if code not in HARMLESS]
     runs = [(text, len(list(group))) for text, group in itertools.groupby(sent)]
-    return " ".join(text + (f"x{count}" if count > 1 else "") for text, count in runs)
+    return " ".join(text + (f"*{count}" if count > 1 else "") for text, count in runs)
 
 
 def downloads(trace):

@@ -1,4 +1,4 @@
-"""Runs the installed program on simulated buses and compares all that a run leaves behind.
+"""Runs the installed program on simulated buses and checks everything that a run leaves behind.
 
 ProgramTest.py CMAKE BUILD-DIRECTORY [WORD-OF-A-CASE]
 """
@@ -32,7 +32,7 @@ SECTIONS = {  # type on the wire, address
     "application": (0, 0x20000000), "config": (1, 0x201A0000), "bootloader": (3, 0x1000)}
 NOISE = random.Random(1394)
 IMAGE, CNE, BOOT = NOISE.randbytes(5001), NOISE.randbytes(700), NOISE.randbytes(1500)
-RUNS_AT_ONCE = 10  # they wait for ticks of a second most of the time
+RUNS_AT_ONCE = 10  # they mostly wait for one-second ticks
 
 
 def guid(number):
@@ -62,15 +62,15 @@ class Case:
     stored: dict = field(default_factory=dict)  # GUID: sections, in the order of loading
     identity: dict = field(default_factory=dict)  # of the one device in `stored`
     status: str = "script-data/1394_write_status.txt"
-    errors: list = field(default_factory=list)  # parts of error lines that may come besides
-    wire: str = ""  # a request as it has to stand in the trace
+    errors: list = field(default_factory=list)  # parts of error lines that may also appear
+    wire: str = ""  # a request that must be in the trace
     prepare: Callable = lambda program: None
     meanwhile: Callable = lambda program: None
     check: Callable = lambda program: None
     database: bool = True
-    ends: bool = True  # False: it waits for ever once the last of `says` has been said
+    ends: bool = True  # False: it waits forever after the last of `says`
     space_on_disk: int = None
-    silent: bool = False  # no trace of it, not even a status file of its own
+    silent: bool = False  # leaves nothing, not even a status file
     environment: dict = field(default_factory=dict)
 
 
@@ -82,18 +82,18 @@ IMAGE_DONE = "USER, basAutomation, Successfully programmed image from "
 CNE_DONE = ["USER, basAutomation, Successfully programmed CNE from ",
             "USER, basAutomation, Successfully set CNE to factory default."]
 LOADED = {"application": IMAGE, "config": CNE}
-LOADING = "0:4 0:5x5 0:6 0:4 0:5 0:6 0:13 0:17"
-PROOFS = {  # the beginnings of the lines on standard output that scripts are told to look for
+LOADING = "0:start 0:block*5 0:end 0:start 0:block 0:end 0:defaults 0:run"
+PROOFS = {  # starts of the standard output lines that the documents name for scripts
     "application": "USER    Successfully programmed image from ",
     "config": "USER    Successfully set CNE to factory default.",
     "bootloader": "USER    Successfully programmed new bootloader firmware image.",
     "guid": "USER    Successfully set the GUID to the new value."}
-# A device that leaves in the middle of an enumeration makes one that starts over.
+# Logged when a device leaves during an enumeration, which then starts over.
 INTERRUPTED = "ERROR, bas1394, VdevBusResetHandler call failed, code -1"
 NO_FILE_DATE = "ERROR, basApp, Failed to convert driver date to a readable format!"
 
 
-def signals_in_the_erase(*numbers):  # one wish may arrive twice
+def signals_in_the_erase(*numbers):  # one request may arrive twice
     def send(program):
         wait_until(lambda: "progress erasing" in program.output(), "the erase")
         for number in numbers:
@@ -111,7 +111,7 @@ def load(name, options="/D app.twd", **more):  # of the package into a single de
     return Case(name, bus(target(1)), options, [IMAGE_DONE, *CNE_DONE], LOADING, {guid(1): LOADED}, **more)
 
 
-# --- The bad days ---
+# --- Runs under bad conditions ---
 
 def second_instance(program):
     wait_until(lambda: "Started HoistlineApp" in program.output(), "the first instance")
@@ -160,19 +160,20 @@ def check_corrupt_database(program):
 
 
 def check_full_disk(program):
-    told, last = program.told(), program.told()[-1][1]
+    reported = program.reported()
+    last = reported[-1][1]
     assert last.startswith("BuildBootloaderDeviceList completed: 1 compatible"), f"it didn't come to its end: {last}"
-    assert any(message.startswith("Successfully programmed image from ") for _, message in told)
+    assert any(message.startswith("Successfully programmed image from ") for _, message in reported)
     written = program.output("program/script-data/1394_write_status.txt") + program.output("first.err")
-    lost = Counter(told) - Counter((level, message) for _, level, _, message in status_lines(written))
+    lost = Counter(reported) - Counter((level, message) for _, level, _, message in status_lines(written))
     assert not lost, f"neither in the status file nor on standard error: {lost}"
     assert "the state stays in memory" in written
     if (program.folder / "db1.mdb").exists():
-        program.rows()  # sound as far as it goes
+        program.rows()  # intact up to its end
 
 
 def check_key_batch(program):
-    """The shipped batch on the default bus, and once more over its own files."""
+    """The shipped batch on the default bus, and again over its own files."""
     folder = program.folder / "batch-operations"
 
     def outcome():
@@ -208,20 +209,20 @@ MIXED_TARGETS = {number: node for number, node in enumerate(MIXED["nodes"]) if n
 CASES = [
     Case("never reaches its bootloader", example("bus-never-bootloader.json"), "/D app.twd",
          [IN_APPLICATION] * 6 + ["ERROR, basAutomation, Performed 6 attempts to reset the device and resume the "
-                                 "operation(s).  Aborting."], "0:2x6"),
+                                 "operation(s).  Aborting."], "0:reset*6"),
     Case("GUID, in three passes", bus(target(1, "application")), "/G 0011223344556677",
-         [IN_APPLICATION, PARAMETERS, NEW_GUID], "0:2 0:12 0:10 0:17", {guid(1): {}},
+         [IN_APPLICATION, PARAMETERS, NEW_GUID], "0:reset 0:parameters 0:guid 0:run", {guid(1): {}},
          {"guid": "0011223344556677", "mode": "application"}),
     Case("package into one of two, from application mode", bus(target(1), target(2, "application")),
          "/D app.twd /X 000f1b0000000002", [IN_APPLICATION, IMAGE_DONE, *CNE_DONE],
-         "1:2 " + LOADING.replace("0:", "1:"), {guid(2): LOADED}, {"mode": "application"},
+         "1:reset " + LOADING.replace("0:", "1:"), {guid(2): LOADED}, {"mode": "application"},
          wire="0100000005000f00"),  # GetDebugGUID as the fifth command
     Case("bootloader, protocol 3", bus(target(1, protocol=3)), "/B boot.twd",
          ["USER, basAutomation, Successfully programmed new bootloader firmware image."],
-         "0:4 0:5x2 0:6 0:17", {guid(1): {"bootloader": BOOT}}),
+         "0:start 0:block*2 0:end 0:run", {guid(1): {"bootloader": BOOT}}),
     Case("the folder of /A", bus(target(1)), "/A",
          [PARAMETERS, NEW_GUID, IMAGE_DONE + "DTCP\\GUID\\MACID\\Config_Image.twd", *CNE_DONE],
-         "0:12 0:10 0:11 " + LOADING, {guid(1): LOADED},
+         "0:parameters 0:guid 0:mac " + LOADING, {guid(1): LOADED},
          {"guid": "8899aabbccddeeff", "mac": "0000a1b2c3d4e5f6"}, "1394_WRITE_STATUS/1394_write_status.txt"),
     Case("two targets without /X", bus(target(1), target(2, "application")), "/D app.twd",
          ["ERROR, basAutomation, There are 2 targets on the 1394 bus that are compatible with firmware downloading "
@@ -231,7 +232,7 @@ CASES = [
           "bus.  Exiting without performing operations!"]),
     Case("package without an image", bus(target(1)), "/D cne.twd",
          ["USER, basAutomation, File does not contain an application image: ", *CNE_DONE],
-         "0:4 0:5 0:6 0:13 0:17", {guid(1): {"config": CNE}}),
+         "0:start 0:block 0:end 0:defaults 0:run", {guid(1): {"config": CNE}}),
     Case("information on 62 nodes", MIXED, "/I",
          [f"Node #{number}: GUID='{node['guid'][:8]} {node['guid'][8:]}'" for number, node in MIXED_TARGETS.items()]
          + [f"BuildBootloaderDeviceList completed: {len(MIXED_TARGETS)} compatible nodes found on the bus."],
@@ -248,7 +249,7 @@ CASES = [
     Case("signals in the erase", bus(target(1) | {"eraseMs": 20000}), "/D app.twd",
          ["USER, basBootloader, Loading new Application Image", "DownloadStart command failed, code -",
           "ERROR, basBootloader, The load of the Application Image was ended early.  The device was told to erase what "
-          "it held before and got 0 of 5001 bytes", "Failed to Download Image."], "0:4", {guid(1): {"application": b""}},
+          "it held before and got 0 of 5001 bytes", "Failed to Download Image."], "0:start", {guid(1): {"application": b""}},
          meanwhile=signals_in_the_erase(signal.SIGTERM, signal.SIGTERM, signal.SIGHUP)),
     load("display that doesn't answer", environment={"QT_QPA_PLATFORM": None, "DISPLAY": ":9999"}),
     load("library dated 1970", prepare=lambda program: os.utime(program.folder / "Twl1394api.so", (0, 0)),
@@ -261,10 +262,10 @@ CASES = [
 ]
 
 
-# --- One run and its comparison ---
+# --- One run and its checks ---
 
 def check_records(program, case):
-    """Status file, standard output and log tell the same; the status file tells what the case expects."""
+    """Status file, standard output and log agree, and the status file has what the case expects."""
     status = program.status(case.status)
     lines = [", ".join(line[1:]) for line in status]
     rest = iter(lines)
@@ -273,7 +274,7 @@ def check_records(program, case):
     known = [*case.says, *case.errors, INTERRUPTED]
     unexpected = [line for line in lines if not line.startswith("USER") and not any(part in line for part in known)]
     assert not unexpected, unexpected
-    assert [(level, message) for _, level, _, message in status] == program.told()
+    assert [(level, message) for _, level, _, message in status] == program.reported()
     if case.database:
         rows = [(ms, LEVELS[level], module, message) for ms, level, module, message in program.rows()
                 if level in LEVELS and ms >= 0]
@@ -310,7 +311,7 @@ def check_bus(program, case):
 
 
 def check_proofs(program):
-    """The lines that prove a success are there for what the devices hold, and for nothing else."""
+    """Exactly those lines that prove a success are present that match the devices' content."""
     lines = program.output().splitlines()
     proved = {name for name, text in PROOFS.items() if any(line.startswith(text) for line in lines)}
     whole = {"application": IMAGE, "config": CNE, "bootloader": BOOT}
@@ -335,11 +336,11 @@ def run(case, installed, base):
         else:
             last = case.says[-1].split(", ")[-1]
             wait_until(lambda: last in program.output(), last)
-            time.sleep(7)  # by then a run with nothing to do would have ended
+            time.sleep(7)  # a run with nothing to do would have ended by then
             assert process.poll() is None, "it ended"
     finally:
         program.end(process)
-    if case.space_on_disk is None:  # where the devices can store what they hold
+    if case.space_on_disk is None:  # where the devices can store their state
         check_proofs(program)
     if case.silent:
         assert program.output() == ""

@@ -15,6 +15,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <set>
 
 #include <nlohmann/json.hpp>
 #include <zlib.h>
@@ -99,7 +101,7 @@ void HeadlessProgram::LoadWindows() {
     bas1394::HookCallbackWindow(true);
 }
 
-// The program leaves a last reset unhandled; a test wants to see the table behind it.
+// The program leaves a last reset unhandled; a test checks the table after it.
 void HeadlessProgram::LetBusSettle() {
     Pass(3000);
     nodesAtEnd =
@@ -150,17 +152,27 @@ std::vector<std::string> HeadlessProgram::RequestsSent() const {
 }
 
 std::string HeadlessProgram::Changes(std::size_t from) const {
-    std::string changes;
+    constexpr int BLOCK = 5, GUID = 10, MAC = 11;
+    const std::map<int, const char*> names = {
+        {2, "reset"},   {3, "crc"},   {4, "start"},       {BLOCK, "block"}, {6, "end"},  {7, "shell"}, {9, "type"},
+        {GUID, "guid"}, {MAC, "mac"}, {12, "parameters"}, {13, "defaults"}, {17, "run"}, {18, "read"}, {19, "write"}};
+    const std::set<int> harmless = {1, 8, 14, 15}; // sent after a bus reset and by an open shell
+    std::vector<std::string> changes;
+    int blocks = 0; // in a row
     const std::vector<std::string> requests = RequestsSent();
     for (std::size_t i = from; i < requests.size(); ++i) {
         const int code = std::stoi(requests[i].substr(0, 2), nullptr, 16);
-        if (code == 1 || code == 8 || code == 14 || code == 15) // those of a bus reset and of an open shell
+        if (harmless.contains(code))
             continue;
-        changes += fmt::format(" {}", code);
-        if (code == 10 || code == 11)
-            changes += fmt::format("({})", requests[i].substr(4));
+        blocks = code == BLOCK ? blocks + 1 : 0;
+        if (blocks > 1)
+            changes.back() = fmt::format("block*{}", blocks);
+        else
+            changes.emplace_back(names.at(code));
+        if (code == GUID || code == MAC)
+            changes.back() += '(' + requests[i].substr(4) + ')';
     }
-    return changes;
+    return fmt::format("{}", fmt::join(changes, " "));
 }
 
 std::vector<std::string> HeadlessProgram::WrittenTo(const std::string& address) const {

@@ -25,23 +25,23 @@ struct Message {
 
 class HeadlessProgram {
 public:
-    // `bus` is the description; messages of `lowestLevel` and above are kept. A program of which
-    // only errors are wanted has no database: hundreds of runs in a row would wait for the disk.
+    // `bus` is the description; messages of `lowestLevel` and above are kept. A program that keeps
+    // only errors has no database: hundreds of runs in a row would wait for the disk.
     explicit HeadlessProgram(const std::string& bus, std::int32_t lowestLevel = 5);
     ~HeadlessProgram();
     HeadlessProgram(const HeadlessProgram&) = delete;
     HeadlessProgram& operator=(const HeadlessProgram&) = delete;
-    static void ResetGlobals(); // of all modules, as a program that begins has them
+    static void ResetGlobals(); // of all modules, as when the program starts
 
     // A file of the program directory, with its folders.
     void Write(const std::string& name, const ByteArray& bytes) const;
     void Write(const std::string& name, const std::string& text) const;
     std::string Read(const std::string& name) const { return directory.Content(name); }
 
-    // From Main until the program has ended. False when it is still there after so much bus time.
+    // From Main until the program has ended. False if it is still running after that much bus time.
     bool Run(const std::string& commandLine, std::int64_t limitMilliseconds = 600'000);
 
-    // The message loop for so much bus time.
+    // The message loop for that much bus time.
     void Pass(std::int64_t milliseconds) {
         windowSystem.RunUntil([] { return false; }, milliseconds);
     }
@@ -50,8 +50,8 @@ public:
     bool Said(const std::string& part) const; // one of them holds this text
     // The requests that crossed the bus, in order, in hex from their command code on.
     std::vector<std::string> RequestsSent() const;
-    // The codes of those behind the first `from` that change a device or take it away, GUID and MAC with
-    // their operands: " 2 10(3322110077665544) 17" is a reset, a new GUID, the start of an image.
+    // Those after the first `from` that change a device or make it leave the bus, by name, GUID and MAC with their
+    // operands: "reset start block*3 end guid(3322110077665544) run"; "run" starts an image.
     std::string Changes(std::size_t from = 0) const;
     std::vector<std::string> WrittenTo(const std::string& address) const; // in hex, "0xffffc8021040"
     ByteArray Flash(std::uint32_t node, const char* section) const;
@@ -62,8 +62,8 @@ public:
     platform::testing::ScriptedDialogs dialogs;
     std::vector<Message> messages;
     std::vector<std::string> standardOutput, standardError;
-    std::string signalAt;       // a line of standard output that holds this gets the program the signal to end
-    std::size_t nodesAtEnd = 0; // in the node table, once the bus has settled behind the run
+    std::string signalAt;       // a line of standard output with this text triggers the signal to end
+    std::size_t nodesAtEnd = 0; // in the node table, once the bus has settled after the run
 
 private:
     void LoadWindows();
@@ -78,7 +78,7 @@ private:
     bool ended_ = false;
 };
 
-// A described target; `extra` is further members, each behind a comma.
+// A target's description; `extra` is further members, each after a comma.
 std::string Target(const std::string& guid, const std::string& mode, const std::string& extra = {});
 // A bus of these nodes and this computer.
 std::string Bus(const std::vector<std::string>& nodes, const std::string& faults = {});

@@ -1,4 +1,4 @@
-// A small package in memory: the fields at their places in the file, sections behind the header.
+// A small package in memory: the fields at their places in the file, sections after the header.
 #pragma once
 
 #include "Bytes.h"

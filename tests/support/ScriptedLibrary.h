@@ -1,4 +1,4 @@
-// An access library whose answers a test lays down, and which notes what it was asked.
+// An access library whose answers a test defines, and which records its calls.
 #pragma once
 
 #include "AppTest.h"
@@ -13,26 +13,27 @@ namespace testing_support {
 
 using Texts = std::vector<std::string>;
 
-// The bytes of each quadlet: big-endian, as a ROM or a self-ID packet is laid out, or as a target has its operands.
+// The bytes of each quadlet: big-endian, as in a ROM or a self-ID packet, or little-endian, as in a target's operands.
 ByteArray Quadlets(const std::vector<std::uint32_t>& quadlets, bool bigEndian = true);
 constexpr std::int32_t Code(std::uint32_t code) {
     return static_cast<std::int32_t>(code);
 }
+constexpr std::int32_t SILENCE = TWL1394_NODE_DID_NOT_RESPOND;
 
 struct ScriptedLibrary {
     std::map<std::uint32_t, ByteArray> roms;           // by node number, from 0xFFFFF0000400; nothing else answers
     std::function<std::int32_t(std::size_t k)> result; // of transaction k from 0; 1 lets it happen
-    // What then happens, unless it is a read of a ROM and a write that all nodes take.
+    // What transactions other than ROM reads do. Without them a read isn't answered and every write succeeds.
     std::function<std::int32_t(std::uint32_t node, std::uint64_t address, std::uint8_t* data, std::size_t size)> read;
     std::function<std::int32_t(std::uint32_t node, std::uint64_t address, const ByteArray& bytes)> write;
-    std::uint32_t deviceCount = 1; // virtual devices, also after AddVirtualDriver added one
+    std::uint32_t deviceCount = 1; // virtual devices; AddVirtualDriver adds one
     std::int32_t rangeResult = 0;  // of AllocateAddressRange
     std::int32_t hostResult = 0;   // of Get1394AddressFromDeviceObject
     std::uint16_t nodeAddress = 0;
     ByteArray topologyMap = ByteArray(1024);
     Texts transactions; // "R<node> <address> <size> <time-out>", "W<node> <address> <time-out> <hex>"
-    Texts operations;   // other calls that change something
-    std::vector<Twl1394AddressRange> ranges; // as asked for
+    Texts operations;   // other calls that change the library's state
+    std::vector<Twl1394AddressRange> ranges; // as requested
 
     void SetTopology(const std::vector<std::uint32_t>& selfIds, std::size_t count);
     bas1394::library::Operations Operations();

@@ -42,9 +42,9 @@ ByteArray InfoBytes(std::int32_t version, const char* guid) {
 Reply ScriptedTarget::Answer(const ByteArray& request) {
     if (reply)
         return *reply;
-    if (request[6] == 14)
+    if (request[6] == SET_DEBUG_GUID)
         debugGuid.assign(request.begin() + 8, request.end());
-    return request[6] == 15 ? Reply{debugGuid} : Reply{};
+    return request[6] == GET_DEBUG_GUID ? Reply{debugGuid} : Reply{};
 }
 
 std::int32_t ScriptedTarget::Write(std::uint64_t address, const ByteArray& bytes) {

@@ -20,9 +20,9 @@ using Commands = WindowTest;
 const std::string APPLICATION = Target("000F1B0000000001", "application");
 const std::string BOOTLOADER = Target("000F1B0000000002", "bootloader");
 
-// Commands on the wire, as Changes writes them.
-constexpr const char *RESET = " 2", *SWITCH_TO_SHELL = " 7", *PROGRAM_GUID = " 10", *PROGRAM_MAC = " 11",
-                     *INITIALIZE_PARAMETERS = " 12", *FACTORY_DEFAULTS = " 13", *START_IMAGE = " 17";
+// Requests, as HeadlessProgram::Changes names them.
+constexpr const char *RESET = "reset", *SWITCH_TO_SHELL = "shell", *PROGRAM_GUID = "guid", *PROGRAM_MAC = "mac",
+                     *INITIALIZE_PARAMETERS = "parameters", *FACTORY_DEFAULTS = "defaults", *START_IMAGE = "run";
 
 enum Row { NO_ROW, HOST, APP, BOOT, NEVER };
 
