@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <tuple>
 
 namespace {
 
@@ -43,14 +44,14 @@ void ExchangeEverything(std::int32_t handle) {
     using namespace basBootloader;
     std::int32_t first = 0, second = 0;
     ByteArray bytes(8), block(16);
-    HaltBootloader(handle);
-    GetDebugGUID(handle, bytes);
-    ReadImageCRC(handle, IMAGE_APPLICATION, first, second);
-    StartImage(handle, IMAGE_APPLICATION, first);
+    std::ignore = HaltBootloader(handle); // any result will do here
+    std::ignore = GetDebugGUID(handle, bytes);
+    std::ignore = ReadImageCRC(handle, IMAGE_APPLICATION, first, second);
+    std::ignore = StartImage(handle, IMAGE_APPLICATION, first);
     if (DownloadStart(handle, {}, first, 500) == SUCCESS && (first < 1 || first > 4096))
         std::abort();
-    DownloadBlock(handle, 0, 0, 16, block);
-    DownloadEnd(handle, first, second, 500);
+    std::ignore = DownloadBlock(handle, 0, 0, 16, block);
+    std::ignore = DownloadEnd(handle, first, second, 500);
 }
 
 } // namespace
@@ -65,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Device& node = bas1394::globals.DeviceTable.front();
     testing_support::MakePresent(node, 0);
     node.ConfigRom.RawData = {4, 4, 0, 0};
-    basBootloader::BuildBootloaderDeviceList();
+    std::ignore = basBootloader::BuildBootloaderDeviceList();
 
     BootloaderTarget& target = basBootloader::globals.TargetList.front(); // whether or not it was identified
     target.Device = node;

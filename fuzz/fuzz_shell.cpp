@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <tuple>
 
 namespace {
 
@@ -64,7 +65,7 @@ void ExchangeKeys(std::int32_t handle) {
     if (basBootloader::ReadKey(handle, name, data) == basBootloader::SUCCESS &&
         (data.size() < 2 || data.size() > 65537 || data.back() != 0))
         std::abort();
-    basBootloader::WriteKey(handle, name, ByteArray(NextByte()));
+    std::ignore = basBootloader::WriteKey(handle, name, ByteArray(NextByte()));
 }
 
 } // namespace
