@@ -5,7 +5,7 @@
 #include "Database.h"
 #include "HeadlessProgram.h"
 #include "MDIForm1.h"
-#include "WindowWiring.h"
+#include "WindowFrontEnd.h"
 #include "Windows.h"
 #include "bas1394.h"
 #include "basApp.h"
@@ -39,7 +39,7 @@ struct LongLife : HeadlessProgram {
             QCoreApplication::processEvents();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         };
-        WireWindows([] {});
+        program::UseFrontEnd(windows_);
         basApp::Main("");
         Settle();
     }
@@ -48,6 +48,7 @@ struct LongLife : HeadlessProgram {
         delete windows::globals.parent;
         windows::globals = {};
     }
+    WindowFrontEnd windows_;
     void Settle() {
         windowSystem.RunUntil([] { return !bas1394::globals.BusResetPending && bas1394::globals.BusEnumerated; },
                               60'000);

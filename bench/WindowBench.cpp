@@ -5,7 +5,7 @@
 #include "HeadlessProgram.h"
 #include "MDIForm1.h"
 #include "RomFile.h"
-#include "WindowWiring.h"
+#include "WindowFrontEnd.h"
 #include "Windows.h"
 #include "bas1394.h"
 #include "basApp.h"
@@ -44,7 +44,7 @@ struct ProgramWithWindows : testing_support::HeadlessProgram {
     explicit ProgramWithWindows(int targets = TARGETS) : ProgramWithWindows(BusOf(targets)) {}
     explicit ProgramWithWindows(const std::string& bus) : HeadlessProgram(bus, LEVEL_WARNING) {
         windowSystem.eachTurn = [] { QCoreApplication::processEvents(); };
-        WireWindows([] {});
+        program::UseFrontEnd(windows_);
         basApp::Main("");
         windowSystem.RunUntil([] { return bas1394::globals.BusEnumerated; }, 60'000);
     }
@@ -52,7 +52,9 @@ struct ProgramWithWindows : testing_support::HeadlessProgram {
         windows::globals.parent->close();
         delete windows::globals.parent;
         windows::globals = {};
+        basApp::UseFrontEnd(nullptr);
     }
+    WindowFrontEnd windows_;
 };
 
 frmShell* OpenShell() {

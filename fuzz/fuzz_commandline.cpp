@@ -1,5 +1,6 @@
 // Any text as a command line: joined from arguments, parsed, checked for operations, applied.
 #include "CodePage.h"
+#include "StartUp.h"
 #include "basAutomation.h"
 
 #include <cstddef>

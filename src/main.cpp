@@ -6,11 +6,11 @@
 #include "Display.h"
 #include "EndRequest.h"
 #include "Mail.h"
+#include "Program.h"
 #include "QtDialogs.h"
 #include "QtWindowSystem.h"
-#include "WindowWiring.h"
+#include "WindowFrontEnd.h"
 #include "Windows.h"
-#include "Wiring.h"
 #include "basApp.h"
 #include "basAutomation.h"
 
@@ -39,7 +39,7 @@ void EndWithDisplay() {
     if (!programRuns)
         return;
     programRuns = false;
-    wiring::EndWithoutWindows("The display server has gone away, and the program ends with it.");
+    program::EndWithoutWindows("The display server has gone away, and the program ends with it.");
     std::fflush(nullptr);
     std::_Exit(1);
 }
@@ -50,7 +50,7 @@ void Run(const std::string& commandLine) {
     // No result reaches the operating system. A start that failed before there was a window ends here.
     if (basApp::Main(commandLine) && windows::globals.parent != nullptr) {
         platform::CatchEndSignals();
-        const wiring::EndWatch watch;
+        const program::EndWatch watch;
         QApplication::exec();
     } else {
         basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there
@@ -83,7 +83,8 @@ int main(int argc, char** argv) {
         dialogs.emplace();
         mail.emplace();
     }
-    WireWindows([] { QCoreApplication::exit(0); });
+    WindowFrontEnd frontEnd([] { QCoreApplication::exit(0); });
+    program::UseFrontEnd(frontEnd);
     std::atexit(EndWithDisplay);
     Run(commandLine);
     return 0;

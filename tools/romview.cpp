@@ -55,6 +55,16 @@ void PrintFindingsJson(const std::vector<basConfigRom::RomFinding>& findings) {
     std::printf("%s\n", all.dump(2).c_str());
 }
 
+// Messages of the reader, on standard error.
+class ErrorLines : public basApp::FrontEnd {
+public:
+    bool StatusWindowWants(std::size_t, std::int32_t level) const override { return level >= LEVEL_WATCH; }
+    void PostToStatusWindow(std::size_t, std::string_view message, float, std::int32_t level,
+                            std::string_view) override {
+        std::fprintf(stderr, "%s: %.*s\n", basDebug::GetLevelName(level).c_str(), int(message.size()), message.data());
+    }
+};
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -73,9 +83,8 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? 0 : 2;
     }
 
-    basDebug::hooks.echo = [](std::string_view message, std::int32_t level, std::string_view) {
-        std::fprintf(stderr, "%s: %.*s\n", basDebug::GetLevelName(level).c_str(), int(message.size()), message.data());
-    };
+    ErrorLines errorLines;
+    basApp::UseFrontEnd(&errorLines);
     ByteArray image;
     std::int32_t read = -1;
     platform::Attempt(

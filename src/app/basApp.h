@@ -1,9 +1,10 @@
-// Start-up and shutdown, the program's global settings, and the file and time probes.
+// The program's globals, its own messages, and the file and time probes.
 #pragma once
 
 #include "Bytes.h"
 #include "Clock.h"
 #include "Failure.h"
+#include "FrontEnd.h"
 #include "Handles.h"
 #include "basDebug.h"
 
@@ -43,50 +44,15 @@ struct Globals {
 };
 extern Globals globals;
 
-// The steps of Main and ShutdownApplication that belong to higher layers, and what messages need
-// of them. Filled by main.
+// What messages and probes need of higher layers. Filled by wiring.
 struct Hooks {
-    std::function<void()> createStore; // DbManager
-    std::function<void()> releaseStore;
-    // Setting of section "Global".
-    std::function<std::string(const std::string& key, const std::string& defaultValue)> globalSetting;
-    std::function<void()> loadParentWindow; // MDIForm1 with frmMain and the first frmStatus
-    std::function<bool()> mainWindowExists;
-    std::function<void()> focusMainWindow; // if it exists and is visible
-    // The command line in capitals, and as it was typed.
-    std::function<std::int32_t(std::string& text, const std::string& typed)> parseCommandLine;
-    std::function<std::int32_t()> initializeCommandLineOptions;
-    std::function<bool()> commandLineHasOperations;
-    std::function<std::int32_t()> initializeUnattendedRun;
-    std::function<void()> initializeTargetList;
-    std::function<void()> terminateTargetList;
-    std::function<void()> prepareNodeTable; // Device table and address ranges
-    std::function<void*()> loadLibrary;     // null when it didn't load
-    std::function<void()> unloadLibrary;
-    std::function<std::int32_t(const ByteArray&)> hookSystemModule; // bytes end in 0
-    std::function<void(std::int32_t level)> setDebugSpew;
-    std::function<void()> requestFirstEnumeration; // sets BusResetPending, clears BusEnumerated
     // Whole milliseconds since a counter value, by the access library. Failure 53 without one.
     std::function<float(std::int64_t counter)> queryElapsedTimeMs;
     std::function<void(std::string_view text)> writeStatusFileLine; // the unattended output file
-    std::function<void(const std::string& text)> storeNotice; // for standard error and the parent window; "": gone
-    std::function<void()> endProgram;
 };
 extern Hooks hooks;
 
-// The program's entry. False when the program is to end at once (a second instance, a failed
-// unattended set-up); otherwise it lives on the window system's message loop from here.
-bool Main(const std::string& rawCommandLine);
-// In fixed order: event, mutexes, library, store, end. Goes on past failures without a word.
-void ShutdownApplication();
-
-// Joins argv into the raw command line: a value that names a path ("/" inside) or holds a blank is
-// put in double quotes, also one that stands together with its option ("/Dfw/app.twd"); one that
-// names an existing file relative to the current directory is made absolute. An argument that
-// holds several options with their values is taken word by word.
-std::string JoinArguments(const std::vector<std::string>& arguments);
-
-// Module wrapper. While frmMain doesn't exist, level 11 and above becomes a message box, or a
+// Module wrapper. While the front end isn't open, level 11 and above becomes a message box, or a
 // line of the unattended output file, and the rest is dropped.
 void StatusDisplayText(std::string_view message, std::int32_t level);
 bool StatusDisplayWanted(std::int32_t level);
@@ -116,23 +82,6 @@ platform::FileTime GetFileDate64(const std::string& path); // the same
 std::int32_t SystemTimeToLocal(const platform::SystemTime& utcTime, platform::SystemTime& localTime);
 // Milliseconds since a counter value, by the access library; failure 53 when it isn't loaded.
 float ElapsedMilliseconds(std::int64_t startCount);
-
-// One row of the supporting-files check.
-struct Dependency {
-    std::string FileName;
-    platform::SystemTime ExpectedDate; // a field of 0 isn't tested
-    bool InWindowsDirectory = false;
-    bool InApplicationDirectory = false;
-    bool NewerIsAcceptable = false;
-};
-void VerifySupportingFiles();
-// 0, or -1 when the file doesn't exist. A wrong date is only logged.
-std::int32_t VerifySupportingFile(const Dependency& dependency);
-
-// `name` in 8-bit characters, a terminating 0 is added when missing. The result of HookSystemModule.
-std::int32_t InitializeModule(ByteArray name);
-void InitializeBootloaderModule();
-void InitializeDebuggerModule();
 
 // A window's place, in twips (15 to a pixel).
 struct WindowPlace {

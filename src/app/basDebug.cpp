@@ -49,7 +49,7 @@ void StartClock(std::int64_t& startCount) {
 
 bool StatusWindowWants(std::size_t slot, std::int32_t level) {
     // A status window shows a message of level 0 as one without a level.
-    return hooks.statusWindowWants && hooks.statusWindowWants(slot, level == 0 ? LEVEL_TRACE : level);
+    return basApp::CurrentFrontEnd().StatusWindowWants(slot, level == 0 ? LEVEL_TRACE : level);
 }
 
 bool LogWants(std::int32_t level) {
@@ -57,7 +57,7 @@ bool LogWants(std::int32_t level) {
 }
 
 bool EchoWants(std::int32_t level) {
-    return level >= LEVEL_WATCH && hooks.echo;
+    return level >= LEVEL_WATCH && basApp::globals.PerformUnattendedOperations;
 }
 
 // Both common paths. Status windows 0 up to `windowCount` get the message. Each statement stands
@@ -74,7 +74,7 @@ void Distribute(std::int64_t startCount, std::size_t windowCount, std::string_vi
     for (std::size_t slot = 0; slot < windowCount; ++slot) {
         next([&] {
             if (StatusWindowWants(slot, level))
-                hooks.postToStatusWindow(slot, message, elapsedTime, level, module);
+                basApp::CurrentFrontEnd().PostToStatusWindow(slot, message, elapsedTime, level, module);
         });
     }
     next([&] {
@@ -83,7 +83,7 @@ void Distribute(std::int64_t startCount, std::size_t windowCount, std::string_vi
     });
     next([&] {
         if (EchoWants(level))
-            hooks.echo(message, level, module);
+            basApp::CurrentFrontEnd().EchoMessage(message, level);
     });
 }
 
@@ -118,13 +118,12 @@ void StatusDisplay(std::string_view message, std::int32_t level, std::string_vie
     Distribute(globals.StartCount, 1, message, level, module.empty() ? "unspecified" : module);
 }
 
-void StatusDisplayOfMainWindow(std::int64_t& startCount, std::string_view message, std::string_view level,
-                               std::string_view module) {
-    StartClock(startCount);
+void StatusDisplayOfMainWindow(std::string_view message, std::string_view level, std::string_view module) {
+    StartClock(globals.MainWindowStartCount);
     if (module.empty())
         module = level.empty() ? "unspecified" : level;
-    const std::size_t windowCount = hooks.statusWindowCount ? hooks.statusWindowCount() : 0;
-    Distribute(startCount, windowCount, message, GetLevelNumber(level), module);
+    Distribute(globals.MainWindowStartCount, basApp::CurrentFrontEnd().StatusWindowCount(), message,
+               GetLevelNumber(level), module);
 }
 
 std::string FormatRunTime(std::int64_t milliseconds) {

@@ -15,24 +15,16 @@
 namespace basDebug {
 
 struct Globals {
-    std::int64_t StartCount = 0; // performance counter at this module's first message, 0 before it
+    // Performance counter at the first message of a common path, 0 before it.
+    std::int64_t StartCount = 0;
+    std::int64_t MainWindowStartCount = 0; // the same of the main window's path
 };
 extern Globals globals;
 
-// Filled by wiring.
 struct Hooks {
-    // Status window `slot` exists and shows messages of this level.
-    std::function<bool(std::size_t slot, std::int32_t level)> statusWindowWants;
-    // frmStatus::PostMessage of that window. Milliseconds since the sender's first message.
-    std::function<void(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
-                       std::string_view module)>
-        postToStatusWindow;
-    std::function<std::size_t()> statusWindowCount; // slots, empty ones included
-    // The store's log; empty while there is no DbManager.
+    // The store's log; empty while there is no store, which fills it.
     std::function<void(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime)>
         appendToLog;
-    // One line of an unattended run's standard output; asked for WATCH and above.
-    std::function<void(std::string_view message, std::int32_t level, std::string_view module)> echo;
 };
 extern Hooks hooks;
 
@@ -51,10 +43,9 @@ void Display(std::string_view module, std::int32_t level, fmt::format_string<Arg
     StatusDisplay(fmt::format(text, std::forward<Arguments>(arguments)...), level, module);
 }
 
-// The second common path, for the code of frmMain alone: a clock of its own, every status window,
+// The second common path, of the main window's own code: a clock of its own, every status window,
 // and a missing module takes the level's text ("TRACE"), "unspecified" without a level.
-void StatusDisplayOfMainWindow(std::int64_t& startCount, std::string_view message, std::string_view level,
-                               std::string_view module);
+void StatusDisplayOfMainWindow(std::string_view message, std::string_view level, std::string_view module = {});
 
 // h:mm:ss.mmm of whole milliseconds, as in 0:04:07.123.
 std::string FormatRunTime(std::int64_t milliseconds);

@@ -11,6 +11,10 @@ namespace basAutomation {
 
 namespace {
 
+void ShowProgress(const basApp::LoadProgress& progress) {
+    basApp::CurrentFrontEnd().ShowProgress(progress);
+}
+
 using basApp::OperationKind;
 using basApp::OutcomeKind;
 using basApp::RunVerdict;
@@ -153,7 +157,7 @@ std::int32_t ProgramTarget(std::int32_t handle, const Work& work, RunVerdict& ve
 
 // A load that is a step of a run.
 std::int32_t Load(std::int32_t handle, std::int32_t imageType, const platform::FileName& file, RunVerdict& verdict) {
-    verdict.Steps.push_back(basBootloader::DownloadImage(handle, imageType, file, hooks.showProgress));
+    verdict.Steps.push_back(basBootloader::DownloadImage(handle, imageType, file, ShowProgress));
     return verdict.Steps.back().Result;
 }
 

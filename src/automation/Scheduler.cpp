@@ -11,13 +11,11 @@ constexpr std::int16_t SETTLED_TICKS = 4; // in a row with the bus enumerated
 constexpr std::int32_t MAX_REPEATS = 5;   // resets of the device in one run
 
 void EndRun() {
-    if (hooks.endRun)
-        hooks.endRun();
+    basApp::CurrentFrontEnd().EndRun();
 }
 
 void StopTimer() {
-    if (hooks.enableScheduler)
-        hooks.enableScheduler(false);
+    basApp::CurrentFrontEnd().EnableScheduler(false);
 }
 
 void WaitForTheDevice() {

@@ -38,8 +38,8 @@ void WriteOrPassOn(std::string_view text) {
     const bool written =
         globals.StatusFileHandle &&
         platform::Attempt([&] { globals.StatusFileHandle->WriteLine(std::string(text)); }, platform::IgnoreFailure);
-    if (!written && hooks.statusFileLost)
-        hooks.statusFileLost(text);
+    if (!written)
+        basApp::CurrentFrontEnd().PrintError(text);
 }
 
 } // namespace

@@ -11,7 +11,6 @@
 namespace basAutomation {
 
 Globals globals;
-Hooks hooks;
 
 namespace {
 
@@ -35,10 +34,8 @@ void ChooseStatusFile() {
 }
 
 void HandOverToScheduler() {
-    if (hooks.enableMainWindow)
-        hooks.enableMainWindow(false);
-    if (hooks.enableScheduler)
-        hooks.enableScheduler(true);
+    basApp::CurrentFrontEnd().EnableInput(false);
+    basApp::CurrentFrontEnd().EnableScheduler(true);
 }
 
 void StartPass(const std::vector<std::string>& options, std::string& matchGuid) {

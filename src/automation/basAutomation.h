@@ -58,16 +58,6 @@ struct Globals {
 };
 extern Globals globals;
 
-struct Hooks {
-    std::function<void(bool enabled)> enableMainWindow; // frmMain takes user input
-    std::function<void(bool enabled)> enableScheduler;  // tmrAutomationScheduler
-    std::function<void()> endRun;                       // stop the timer, a turn, repaint, 2000 ms, unload MDIForm1
-    // A line for a status file that couldn't be created or written.
-    std::function<void(std::string_view text)> statusFileLost;
-    std::function<void(const basApp::LoadProgress&)> showProgress;
-};
-extern Hooks hooks;
-
 template <class... Arguments>
 void StatusDisplay(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
     if (!basApp::QuietDuringDownload(level))

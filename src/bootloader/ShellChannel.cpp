@@ -27,8 +27,8 @@ bool IsNothing(const ByteArray& data) {
 }
 
 void TellLost(std::int32_t handle, std::int32_t count) {
-    if (count > 0 && hooks.shellCharactersLost)
-        hooks.shellCharactersLost(handle, count);
+    if (count > 0)
+        basApp::CurrentFrontEnd().ShellCharactersLost(handle, count);
 }
 
 // `steps` with the TargetList mutex held.

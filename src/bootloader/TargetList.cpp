@@ -224,10 +224,7 @@ std::int32_t BuildBootloaderDeviceList() {
         TellFindings(nodes[index].NodeNum, findings);
     }
     platform::ResumeNext next{LogFailure("BuildBootloaderDeviceList", RESUMING)};
-    next([] {
-        if (hooks.nodesChanged)
-            hooks.nodesChanged();
-    });
+    next([] { basApp::CurrentFrontEnd().NodesChanged(); });
     next(RunGuidPasses);
     StatusDisplay(LEVEL_USER, "BuildBootloaderDeviceList completed: {} compatible nodes found on the bus.",
                   compatibleNodes);

@@ -5,7 +5,6 @@
 namespace basBootloader {
 
 Globals globals;
-Hooks hooks;
 
 namespace {
 

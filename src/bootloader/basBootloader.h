@@ -55,14 +55,6 @@ struct Globals {
 };
 extern Globals globals;
 
-struct Hooks {
-    std::function<void()> nodesChanged; // frmMain.IEEE1394Bus_NodesChanged
-    // Console output was lost before it could be read: a terminal marks the place. Called with the
-    // TargetList mutex held.
-    std::function<void(std::int32_t handle, std::int32_t count)> shellCharactersLost;
-};
-extern Hooks hooks;
-
 // Progress of a polled command, in steps of 100 ms of its time-out.
 struct CommandProgress {
     std::function<void(std::int32_t maximum)> start; // minimum is 0
@@ -123,7 +115,7 @@ std::int32_t BusResetHandler(); // 1 or -100
 // --- Targets and handles (Targets.cpp) ---
 
 std::int32_t OpenBootloaderDevice(const Device& device); // handle, or -101
-std::int32_t CloseBootloaderDevice(std::int32_t handle);               // 1 or -1
+std::int32_t CloseBootloaderDevice(std::int32_t handle); // 1 or -1
 // The target's node record, or NullDevice. Valid until the window system's next turn.
 const Device& GetNodeNum(std::int32_t handle);
 [[nodiscard]] std::int32_t GetDeviceHandle(const Device& device); // of the target with this node number, or 0

@@ -30,8 +30,8 @@ void AppendDebugText(void*, const char* text) {
         return;
     platform::Post([spew = platform::TextFromAnsi(reinterpret_cast<const std::uint8_t*>(text),
                                                   std::char_traits<char>::length(text))] {
-        if (globals.CallbackWindowHooked && hooks.debugSpew)
-            hooks.debugSpew(spew);
+        if (globals.CallbackWindowHooked)
+            basApp::CurrentFrontEnd().AppendDebugSpew(spew);
     });
 }
 

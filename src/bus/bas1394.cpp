@@ -52,8 +52,7 @@ std::int32_t FindVirtualDevices() {
     } else if (globals.VirtualDeviceLoadFailed) {
         StatusDisplay(LEVEL_USER, "BusResetHandlerThread: 1394 virtual device driver loaded on retry.");
         globals.VirtualDeviceLoadFailed = false;
-        if (hooks.startBusTimers)
-            hooks.startBusTimers();
+        basApp::CurrentFrontEnd().StartBusTimers();
     }
     NameNewVirtualDevices();
     globals.LastVirtualDeviceCount = count;

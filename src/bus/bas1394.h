@@ -73,18 +73,15 @@ struct Globals {
 };
 extern Globals globals;
 
-// What this layer calls upward. Filled by wiring.
+// What this layer needs of the bootloader's, which lies above it. Filled by program/Program.cpp. What a front end
+// is to show or do is called directly, through basApp::CurrentFrontEnd().
 struct Hooks {
-    std::function<void()> nodesChanged;                     // frmMain.IEEE1394Bus_NodesChanged
-    std::function<void()> resetComplete;                    // frmMain.IEEE1394Bus_ResetComplete
-    std::function<void()> incomingData;                     // frmMain.IEEE1394IncomingDataHandler
-    std::function<void(const std::string& text)> debugSpew; // text for txtDebugSpew
-    std::function<std::int32_t()> bootloaderBusReset;       // basBootloader::BusResetHandler
-    std::function<bool()> discoveryOwed;        // basBootloader::TakeOwedDiscovery: a pass is to be repeated now
-    std::function<bool()> answerAwaited;        // basBootloader::AnswerAwaited: nothing can go to all nodes now
-    std::function<void()> discoveryInterrupted; // sets DiscoveryInterrupted, clears DiscoveryComplete
-    std::function<void()> logTargets;           // one TRACE line for each target
-    std::function<void()> startBusTimers;       // switches tmrBusReset and tmrIncomingData on
+    std::function<void()> incomingData;               // a target has announced itself
+    std::function<std::int32_t()> bootloaderBusReset; // basBootloader::BusResetHandler
+    std::function<bool()> discoveryOwed;              // basBootloader::TakeOwedDiscovery: a pass is due now
+    std::function<bool()> answerAwaited;              // basBootloader::AnswerAwaited: nothing can go to all nodes now
+    std::function<void()> discoveryInterrupted;       // sets DiscoveryInterrupted, clears DiscoveryComplete
+    std::function<void()> logTargets;                 // one TRACE line for each target
 };
 extern Hooks hooks;
 

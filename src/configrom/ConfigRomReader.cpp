@@ -39,7 +39,7 @@ void DecodeBusInfoBlock(ConfigRomRecord& rom) {
 } // namespace
 
 bool StatusDisplayWanted(std::int32_t level) {
-    if (basApp::hooks.mainWindowExists && !basApp::hooks.mainWindowExists())
+    if (!basApp::CurrentFrontEnd().IsOpen())
         return false;
     return level != LEVEL_WARNING || !basApp::globals.DownloadInProgress;
 }

@@ -149,7 +149,7 @@ bool clsDbManager::Updatable() const {
 }
 
 void clsDbManager::StatusDisplay(std::int32_t level, const std::string& message) {
-    if (!basApp::hooks.mainWindowExists || !basApp::hooks.mainWindowExists())
+    if (!basApp::CurrentFrontEnd().IsOpen())
         AppendToLog(message, level, CLASS_NAME, -1);
     else if (basDebug::Wanted(level))
         basDebug::StatusDisplay(message, level, CLASS_NAME);

@@ -6,12 +6,10 @@ namespace {
 class MessageLog : public AppTest {
 protected:
     MessageLog() {
-        basDebug::hooks.statusWindowCount = [] { return std::size_t{3}; };
-        basDebug::hooks.statusWindowWants = [](std::size_t slot, std::int32_t level) {
-            return slot != 1 && level >= 7;
-        };
-        basDebug::hooks.postToStatusWindow = [this](std::size_t slot, std::string_view message, float time,
-                                                    std::int32_t level, std::string_view module) {
+        frontEnd.statusWindows = 3;
+        frontEnd.statusWindowWants = [](std::size_t slot, std::int32_t level) { return slot != 1 && level >= 7; };
+        frontEnd.postToStatusWindow = [this](std::size_t slot, std::string_view message, float time, std::int32_t level,
+                                             std::string_view module) {
             reached.push_back(fmt::format("window {}: {} {} {} {}", slot, message, time, level, module));
         };
         basDebug::hooks.appendToLog = [this](std::string_view message, std::int32_t level, std::string_view module,
@@ -52,13 +50,13 @@ TEST_F(MessageLog, DeliversAMessageByTheFilterOfEachDestination) {
     EXPECT_EQ(windowSystem.beeps, 0);
     reached.clear();
     basApp::globals.DebugLoggingLevel = 17;
-    basDebug::hooks.statusWindowWants = nullptr;
+    frontEnd.statusWindowWants = nullptr;
     basDebug::Display("m", 15, "the end"); // beeps whatever the filters say
     EXPECT_EQ(windowSystem.beeps, 3);
     EXPECT_TRUE(reached.empty());
     basApp::hooks.queryElapsedTimeMs = nullptr; // no library
-    basDebug::hooks.statusWindowWants = [](auto&&...) { return true; };
-    basDebug::hooks.postToStatusWindow = [](auto&&...) { platform::Raise(91, "no window"); };
+    frontEnd.statusWindowWants = [](auto&&...) { return true; };
+    frontEnd.postToStatusWindow = [](auto&&...) { platform::Raise(91, "no window"); };
     basApp::globals.DebugLoggingLevel = 5;
     basDebug::Display("m", 11, "text");
     EXPECT_EQ(reached, Reached{"log: text 0 11 m"});
@@ -74,23 +72,23 @@ TEST_F(MessageLog, FormatsNothingThatIsFilteredOut) {
     EXPECT_EQ(wantedFrom(), 5);
     basDebug::hooks.appendToLog = nullptr;
     EXPECT_EQ(wantedFrom(), 7);
-    basDebug::hooks = {};
+    frontEnd.statusWindowWants = nullptr;
     EXPECT_EQ(wantedFrom(), 15);
-    basDebug::hooks.echo = [](std::string_view, std::int32_t, std::string_view) {};
+    basApp::globals.PerformUnattendedOperations = true;
     EXPECT_EQ(wantedFrom(), 9);
 }
 
 TEST_F(MessageLog, OfTheMainWindowReachesEveryStatusWindowAndTakesTheLevelForTheModule) {
-    std::int64_t start = 0;
-    basDebug::StatusDisplayOfMainWindow(start, "a", "WARNING", "");
-    basDebug::StatusDisplayOfMainWindow(start, "b", "", "");
+    basDebug::StatusDisplayOfMainWindow("a", "WARNING", "");
+    basDebug::StatusDisplayOfMainWindow("b", "", "");
     EXPECT_EQ(reached, (Reached{"window 0: a 0 7 WARNING", "window 2: a 0 7 WARNING", "log: a 0 7 WARNING",
                                 "log: b 0 5 unspecified"}));
-    EXPECT_NE(start, 0);
+    EXPECT_NE(basDebug::globals.MainWindowStartCount, 0);
     EXPECT_EQ(basDebug::globals.StartCount, 0); // they are separate clocks
 }
 
-TEST_F(MessageLog, IsAMessageBoxOrAStatusFileLineWhileThereIsNoMainWindow) {
+TEST_F(MessageLog, IsAMessageBoxOrAStatusFileLineBeforeTheFrontEndIsOpen) {
+    frontEnd.open = false;
     std::string line;
     basApp::hooks.writeStatusFileLine = [&](std::string_view text) { line = text; };
     basApp::StatusDisplay(9, "too low");

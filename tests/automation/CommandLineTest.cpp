@@ -7,10 +7,7 @@ namespace {
 
 class CommandLine : public AppTest {
 protected:
-    CommandLine() {
-        basAutomation::globals = {};
-        basAutomation::hooks = {};
-    }
+    CommandLine() { basAutomation::globals = {}; }
     // Upper case first, as in Main.
     static std::string Parse(std::string text) {
         basApp::globals.CommandLine = text;

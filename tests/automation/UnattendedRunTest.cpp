@@ -2,6 +2,7 @@
 #include "Levels.h"
 #include "PackageBuilder.h"
 #include "PlatformTest.h"
+#include "ScriptedFrontEnd.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
@@ -159,7 +160,8 @@ TEST(UnattendedRun, WaitsForFourTicksInARowAgainAfterEachReset) {
     basAutomation::InitializeCommandLineOptions();
     basApp::globals.CommandLineOptions = {"", "/G0011223344556677"};
     std::string ends;
-    basAutomation::hooks.endRun = [&] { ends = program.Changes(); };
+    testing_support::ScriptedFrontEnd frontEnd;
+    frontEnd.endRun = [&] { ends = program.Changes(); };
     // Per tick: - nothing sent yet, p parameters initialized, g GUID programmed and the run ended.
     std::string changes;
     for (const char bus : std::string("111011111111")) {

@@ -12,15 +12,11 @@ const std::string NOTHING(1, '\0'), WRAP = "\r\n *** BUFFER WRAP *** \r\n";
 
 class ShellChannel : public OneTarget {
 protected:
-    ShellChannel() {
-        hooks.shellCharactersLost = [this](std::int32_t, std::int32_t count) { lost += count; };
-    }
-    ~ShellChannel() override { hooks = {}; }
     std::string Read(std::int32_t protocol, bool wrapNotices = true) {
         record().Info.ProtocolVersion = protocol;
         library.transactions.clear();
         log.clear();
-        lost = 0;
+        frontEnd.lostCharacters = 0;
         ByteArray data = Bytes("EE EE");
         result = ReadShellCharacters(HANDLE, data, wrapNotices);
         EXPECT_FALSE(platform::ReleaseMutex(globals.TargetListMutex)) << "still held";
@@ -42,7 +38,7 @@ protected:
         }
         target.responseBuffer.insert(target.responseBuffer.end(), characters, characters + 16);
     }
-    std::int32_t result = 0, lost = 0;
+    std::int32_t result = 0;
 };
 
 TEST_F(ShellChannel, ReadsWhatCommand8Announces) {
@@ -80,7 +76,7 @@ TEST_F(ShellChannel, ReadsWhatCommand8Announces) {
         target.reply = row.reply;
         EXPECT_EQ(Read(row.protocol), row.text);
         EXPECT_EQ(result, row.result);
-        EXPECT_EQ(lost, row.lost);
+        EXPECT_EQ(frontEnd.lostCharacters, row.lost);
         EXPECT_TRUE(Logged(row.logged));
         EXPECT_LE(library.transactions.size(), row.result == 1 ? 3u : 2u) << "reads what can't be there";
     }
@@ -91,7 +87,7 @@ TEST_F(ShellChannel, ReadsWhatCommand8Announces) {
         target.reply = Reply{Bytes("07000000")};
         EXPECT_EQ(Read(protocol), NOTHING);
         EXPECT_EQ(result, SILENCE);
-        EXPECT_EQ(lost, 7);
+        EXPECT_EQ(frontEnd.lostCharacters, 7);
     }
 }
 
@@ -124,7 +120,7 @@ TEST_F(ShellChannel, ReadsFromARingUpToItsHead) {
             EXPECT_EQ(Read(protocol), row.text);
             EXPECT_EQ(result, row.result);
             EXPECT_EQ(globals.OldHead, row.result == 1 ? row.head : row.oldHead);
-            EXPECT_EQ(lost, row.lost);
+            EXPECT_EQ(frontEnd.lostCharacters, row.lost);
             EXPECT_TRUE(Logged(row.logged));
             const bool whole = row.result == 1 && row.head != row.oldHead;
             EXPECT_EQ(library.transactions.back(), whole ? "R0 FFFFC8029040 24 200" : "R0 FFFFC8029040 8 200");

@@ -26,13 +26,11 @@ protected:
         globals.Client.PostNotice = [](void*, std::uint32_t number) {
             platform::Post([number] { CallbackWindowProc(number); });
         };
-        hooks.nodesChanged = [this] { seen.push_back(Table()); };
-        hooks.resetComplete = [this] { ++completions; };
+        frontEnd.nodesChanged = [this] { seen.push_back(Table()); };
         hooks.bootloaderBusReset = [this] {
             EXPECT_FALSE(globals.BusEnumerated);
             return ++bootloaderPasses, bootloaderResult;
         };
-        hooks.startBusTimers = [this] { ++timerStarts; };
         hooks.discoveryInterrupted = [this] { ++passes; };
     }
     static Nodes Table() {
@@ -48,7 +46,7 @@ protected:
         BusResetHandlerThread();
     }
     std::vector<Nodes> seen;
-    int completions = 0, passes = 0, bootloaderPasses = 0, timerStarts = 0;
+    int passes = 0, bootloaderPasses = 0;
     std::int32_t bootloaderResult = 1;
     const Nodes COMPLETE = {0, 2, 3, 5};
 };
@@ -56,11 +54,11 @@ protected:
 TEST_F(BusEnumeration, KeepsThisComputerAndTheNodesOfTheExpectedVendor) {
     library.deviceCount = 0; // the driver must be started first
     Enumerate();
-    EXPECT_EQ(timerStarts, 1);
+    EXPECT_EQ(frontEnd.timerStarts, 1);
     ASSERT_EQ(seen, (std::vector<Nodes>{{0}, {0, 2}, {0, 2, 3}, COMPLETE, COMPLETE}));
     EXPECT_EQ(globals.LocalHostNode, 5);
     EXPECT_TRUE(globals.BusEnumerated);
-    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(frontEnd.completions, 1);
     EXPECT_EQ(globals.DeviceTable[1].DeviceName, "device");
     EXPECT_EQ(CountLogged("13 Node #"), 3u);
     EXPECT_TRUE(Logged("13 Node #1: GUID='000A27AB 00000005', Manufacturer='<UNREADABLE CONFIG ROM VENDOR TEXT>', "
@@ -104,7 +102,7 @@ TEST_F(BusEnumeration, ContinuesAfterFailures) {
     const std::string noNumber = "7 GetLocalHostNode failed, Get1394AddressFromDeviceObject returned code 1";
     const std::tuple<std::string, std::function<void()>, Nodes> rows[] = {
         {"11 Error #91: Not set in bas1394.VdevBusResetHandler",
-         [] { hooks.nodesChanged = [] { platform::Raise(91, "Not set"); }; }, COMPLETE},
+         [this] { frontEnd.nodesChanged = [] { platform::Raise(91, "Not set"); }; }, COMPLETE},
         {"7 tmrTopologyRefresh: failed call to basBootloader.BusResetHandler, code -1",
          [this] { bootloaderResult = -1; }, COMPLETE},
         {noNumber, [this] { library.hostResult = 1; }, {0, 2, 3}},
@@ -113,7 +111,7 @@ TEST_F(BusEnumeration, ContinuesAfterFailures) {
     for (const auto& [message, trouble, table] : rows) {
         SCOPED_TRACE(message);
         library.hostResult = 0;
-        hooks.nodesChanged = nullptr;
+        frontEnd.nodesChanged = nullptr;
         log.clear();
         bootloaderPasses = 0;
         trouble();

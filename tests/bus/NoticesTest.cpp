@@ -12,13 +12,11 @@ protected:
         LoadTwl1394Dll(false); // there is none to load, but the callbacks are set
         log.clear();
         HookCallbackWindow(true);
-        hooks.debugSpew = [this](const std::string& text) { spew += text; };
     }
     void Post(std::uint32_t number) {
         globals.Client.PostNotice(globals.Client.Context, number);
         windowSystem.Turn();
     }
-    std::string spew;
 };
 
 TEST_F(Notices, AreLoggedAndSetTheirFlags) {
@@ -62,14 +60,14 @@ TEST_F(Notices, WaitForEventProcessingAndAreDroppedWithoutAWindow) {
     EXPECT_FALSE(globals.BusResetPending);
     windowSystem.Turn();
     EXPECT_TRUE(globals.BusResetPending);
-    EXPECT_EQ(spew, "café\r\n");
+    EXPECT_EQ(frontEnd.debugSpew, "café\r\n");
     globals.BusResetPending = false;
     globals.Client.PostNotice(nullptr, 1326);
     globals.Client.AppendDebugText(nullptr, "late\r\n");
     HookCallbackWindow(false);
     windowSystem.Turn();
     EXPECT_FALSE(globals.BusResetPending);
-    EXPECT_EQ(spew, "café\r\n");
+    EXPECT_EQ(frontEnd.debugSpew, "café\r\n");
 }
 
 TEST(DebugText, IsSplitIntoLines) {

@@ -15,6 +15,7 @@ using Texts = std::vector<std::string>;
 class Store : public AppTest {
 protected:
     Store() {
+        frontEnd.open = false;
         std::filesystem::create_directory(place);
         platform::UseProgramDirectory(place);
         platform::ChangeDirectory(place);
@@ -165,11 +166,9 @@ TEST_F(Store, ReadsADatabaseThatItCannotWrite) {
     chmod(folder.path().c_str(), 0755);
     const uid_t user = geteuid();
     ASSERT_TRUE(user != 0 || seteuid(65534) == 0); // permissions don't stop the superuser
-    Texts notices;
-    basApp::hooks.storeNotice = [&](const std::string& text) { notices.push_back(text); };
     basApp::hooks.writeStatusFileLine = [&](std::string_view text) {
         if (text.find(", ERROR, ") != text.npos)
-            notices.emplace_back(text);
+            frontEnd.storeNotices.emplace_back(text);
     };
     basApp::globals.PerformUnattendedOperations = true; // the notice isn't an ERROR of the status file
     {
@@ -180,13 +179,14 @@ TEST_F(Store, ReadsADatabaseThatItCannotWrite) {
     }
     ASSERT_TRUE(user != 0 || seteuid(user) == 0);
     chmod(place.c_str(), 0755);
-    EXPECT_EQ(notices, Texts{"The database file '" + live +
-                             "' cannot be written: Permission denied.  Settings and log are not stored."});
+    EXPECT_EQ(frontEnd.storeNotices,
+              Texts{"The database file '" + live +
+                    "' cannot be written: Permission denied.  Settings and log are not stored."});
     EXPECT_EQ(TakeLog(live).size(), 3u); // those of the first run
 }
 
 TEST_F(Store, MailsACopyOfItsFileAndLeavesNoCopyBehind) {
-    basApp::hooks.mainWindowExists = [] { return true; }; // the store's own messages go to `log`
+    frontEnd.open = true; // the store's own messages go to `log`
     const std::string copy = place + "/debug_log.mdb";
     const std::string rest = "  Please send the file '" + live + "' to the proper support personnel.";
     const std::string noSession = "Failed to establish a mail session." + rest,

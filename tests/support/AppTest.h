@@ -4,6 +4,7 @@
 #include "ManualWindowSystem.h"
 #include "Paths.h"
 #include "ScriptedDialogs.h"
+#include "ScriptedFrontEnd.h"
 #include "TestFolder.h"
 #include "VirtualClock.h"
 #include "basApp.h"
@@ -35,6 +36,7 @@ protected:
     platform::testing::VirtualClock clock;
     platform::testing::ManualWindowSystem windowSystem;
     platform::testing::ScriptedDialogs dialogs;
+    testing_support::ScriptedFrontEnd frontEnd;
     std::vector<std::string> log; // "level message"
 
 private:

@@ -7,7 +7,6 @@
 #include "PackageBuilder.h"
 #include "Paths.h"
 #include "SingleInstance.h"
-#include "Wiring.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
@@ -29,11 +28,12 @@ void HeadlessProgram::ResetGlobals() {
     bas1394::globals = {};
     basBootloader::globals = {};
     basAutomation::globals = {};
-    wiring::globals = {};
+    program::globals = {};
     platform::ForgetEndRequest();
 }
 
-HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) : lowestLevel_(lowestLevel) {
+HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) {
+    MessageLevel = lowestLevel;
     setenv("XDG_RUNTIME_DIR", directory.path().c_str(), 1); // named mutexes and the instance of this test alone
     ResetGlobals();
     platform::UseProgramDirectory(directory.path());
@@ -45,60 +45,42 @@ HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLeve
     UseVirtualClock(clock);
     if (SimulatorDescribe(bus.c_str(), directory.path().c_str()) != 1)
         throw std::runtime_error(SimulatorLastError());
-    Wire();
+    program::UseFrontEnd(*this);
 }
 
 HeadlessProgram::~HeadlessProgram() {
-    if (mainWindowExists_)
-        UnloadWindows();
+    Close();
     SimulatorDescribe(R"({"nodes": []})", nullptr);
     platform::ReleaseSingleInstance();
     platform::UseProgramDirectory("");
     platform::ChangeDirectory("/");
     ResetGlobals();
-    wiring::WireProgram({});
+    basApp::UseFrontEnd(nullptr);
 }
 
-void HeadlessProgram::Wire() {
-    wiring::WindowHooks windows;
-    windows.loadParentWindow = [this] { LoadWindows(); };
-    windows.mainWindowExists = [this] { return mainWindowExists_; };
-    windows.nodesChanged = platform::DoEvents;
-    windows.incomingData = [] { basBootloader::HaltBootloader(0); };
-    windows.enableScheduler = [this](bool enabled) { tmrAutomationScheduler_->SetEnabled(enabled); };
-    windows.endRun = [this] {
-        tmrAutomationScheduler_->SetEnabled(false);
-        platform::DoEvents();
-        platform::Sleep(2000);
-        LetBusSettle();
-        UnloadWindows();
-    };
-    windows.endProgram = [this] { ended_ = true; };
-    windows.statusWindowWants = [this](std::size_t, std::int32_t level) { return level >= lowestLevel_; };
-    windows.postToStatusWindow = [this](std::size_t, std::string_view text, float, std::int32_t level,
-                                        std::string_view) {
-        messages.push_back({level, std::string(text)});
-    };
-    windows.statusWindowCount = [] { return std::size_t{1}; };
-    windows.unloadWindows = [this] { UnloadWindows(); };
-    windows.standardOutput = [this](std::string_view line) {
-        standardOutput.emplace_back(line);
-        if (!signalAt.empty() && line.find(signalAt) != line.npos)
-            platform::RequestEnd();
-    };
-    windows.standardError = [this](std::string_view line) { standardError.emplace_back(line); };
-    wiring::WireProgram(windows);
+void HeadlessProgram::PostToStatusWindow(std::size_t, std::string_view message, float, std::int32_t level,
+                                         std::string_view) {
+    Keep(message, level);
 }
 
-void HeadlessProgram::LoadWindows() {
-    tmrBusReset_ = platform::MakeTimer(20, bas1394::BusResetHandlerThread);
-    tmrIncomingData_ = platform::MakeTimer(20, bas1394::IncomingDataThreadHandler);
-    tmrAutomationScheduler_ = platform::MakeTimer(1000, basAutomation::SchedulerTick);
-    tmrBusReset_->SetEnabled(true);
-    tmrIncomingData_->SetEnabled(true);
-    endWatch_.emplace();
-    mainWindowExists_ = true;
-    bas1394::HookCallbackWindow(true);
+void HeadlessProgram::Keep(std::string_view message, std::int32_t level) {
+    messages.push_back({level, std::string(message)});
+    if (eachMessage)
+        eachMessage(message);
+}
+
+void HeadlessProgram::Print(std::string_view line) {
+    standardOutput.emplace_back(line);
+    if (!signalAt.empty() && line.find(signalAt) != line.npos)
+        platform::RequestEnd();
+}
+
+void HeadlessProgram::EndRun() {
+    EnableScheduler(false);
+    platform::DoEvents();
+    platform::Sleep(2000);
+    LetBusSettle();
+    Close();
 }
 
 // The program leaves a last reset unhandled; a test checks the table after it.
@@ -107,15 +89,6 @@ void HeadlessProgram::LetBusSettle() {
     nodesAtEnd =
         static_cast<std::size_t>(std::count_if(bas1394::globals.DeviceTable.begin(), bas1394::globals.DeviceTable.end(),
                                                [](const Device& device) { return device.NodeNum <= 62; }));
-}
-
-void HeadlessProgram::UnloadWindows() {
-    bas1394::HookCallbackWindow(false);
-    endWatch_.reset();
-    for (platform::Timer* timer : {tmrBusReset_.get(), tmrIncomingData_.get(), tmrAutomationScheduler_.get()})
-        timer->SetEnabled(false);
-    mainWindowExists_ = false;
-    basApp::ShutdownApplication();
 }
 
 bool HeadlessProgram::Run(const std::string& commandLine, std::int64_t limitMilliseconds) {

@@ -4,16 +4,16 @@
 
 #include "Bytes.h"
 #include "ManualWindowSystem.h"
+#include "Program.h"
 #include "ScriptedDialogs.h"
 #include "Simulator.h"
 #include "TestFolder.h"
 #include "VirtualClock.h"
-#include "Wiring.h"
 
 #include <cstdint>
-#include <memory>
-#include <optional>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace testing_support {
@@ -23,14 +23,13 @@ struct Message {
     std::string text;
 };
 
-class HeadlessProgram {
+// Keeps its messages and lines in place of printing them.
+class HeadlessProgram : public program::PlainFrontEnd {
 public:
     // `bus` is the description; messages of `lowestLevel` and above are kept. A program that keeps
     // only errors has no database: hundreds of runs in a row would wait for the disk.
     explicit HeadlessProgram(const std::string& bus, std::int32_t lowestLevel = 5);
-    ~HeadlessProgram();
-    HeadlessProgram(const HeadlessProgram&) = delete;
-    HeadlessProgram& operator=(const HeadlessProgram&) = delete;
+    ~HeadlessProgram() override;
     static void ResetGlobals(); // of all modules, as when the program starts
 
     // A file of the program directory, with its folders.
@@ -65,16 +64,22 @@ public:
     std::string signalAt;       // a line of standard output with this text triggers the signal to end
     std::size_t nodesAtEnd = 0; // in the node table, once the bus has settled after the run
 
-private:
-    void LoadWindows();
-    void UnloadWindows();
-    void LetBusSettle();
-    void Wire();
+    std::int32_t lostCharacters = 0;                        // of consoles, as reported
+    std::function<void(std::string_view text)> eachMessage; // as it comes
 
-    std::int32_t lowestLevel_;
-    std::unique_ptr<platform::Timer> tmrBusReset_, tmrIncomingData_, tmrAutomationScheduler_;
-    std::optional<wiring::EndWatch> endWatch_;
-    bool mainWindowExists_ = false;
+    void Keep(std::string_view message, std::int32_t level);
+
+    void PostToStatusWindow(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
+                            std::string_view module) override;
+    void Print(std::string_view line) override;
+    void PrintError(std::string_view line) override { standardError.emplace_back(line); }
+    void ShellCharactersLost(std::int32_t, std::int32_t count) override { lostCharacters += count; }
+    void EndRun() override;
+    void EndProgram() override { ended_ = true; }
+
+private:
+    void LetBusSettle();
+
     bool ended_ = false;
 };
 

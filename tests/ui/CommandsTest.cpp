@@ -255,7 +255,7 @@ TEST_F(Commands, EndAKeyBatchInOrderWhenTheProgramIsClosedDuringIt) {
     program->Write("batch-operations/keybatch.html",
                    std::string("read --single MODEL a\nread --single MODEL b\nread --single MODEL c\n"));
     form().mnuExecuteKeyBatch->trigger();
-    basDebug::hooks.echo = [](std::string_view message, std::int32_t, std::string_view) {
+    program->eachMessage = [](std::string_view message) {
         if (message.find("received") != message.npos) // the user closes it in the next turn
             platform::Post([] { windows::UnloadParentWindow(); });
     };

@@ -1,8 +1,8 @@
 #include "WindowTest.h"
 
 #include "SingleInstance.h"
+#include "WindowFrontEnd.h"
 #include "WindowSettings.h"
-#include "WindowWiring.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -12,6 +12,25 @@
 
 namespace testing_support {
 
+namespace {
+
+// The windows, whose messages from TRACE on a test reads as well.
+class KeptWindows : public WindowFrontEnd {
+public:
+    explicit KeptWindows(HeadlessProgram& program) : program_(program) {}
+    bool StatusWindowWants(std::size_t, std::int32_t level) const override { return level >= LEVEL_TRACE; }
+    void PostToStatusWindow(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,
+                            std::string_view module) override {
+        program_.Keep(message, level);
+        WindowFrontEnd::PostToStatusWindow(slot, message, elapsedTime, level, module);
+    }
+
+private:
+    HeadlessProgram& program_;
+};
+
+} // namespace
+
 void WindowTest::Start(const std::string& bus, const std::string& commandLine) {
     End();
     program = std::make_unique<HeadlessProgram>(bus);
@@ -20,13 +39,8 @@ void WindowTest::Start(const std::string& bus, const std::string& commandLine) {
 }
 
 void WindowTest::Load(const std::string& commandLine) {
-    WireWindows([] {});
-    basDebug::hooks.statusWindowWants = [](std::size_t, std::int32_t level) { return level >= LEVEL_TRACE; };
-    basDebug::hooks.postToStatusWindow = [this](std::size_t slot, std::string_view text, float time, std::int32_t level,
-                                                std::string_view module) {
-        program->messages.push_back({level, std::string(text)});
-        windows::PostToStatusWindow(slot, text, time, level, module);
-    };
+    frontEnd = std::make_unique<KeptWindows>(*program);
+    program::UseFrontEnd(*frontEnd);
     ASSERT_TRUE(basApp::Main(commandLine));
     Pass(3000);
 }
@@ -36,8 +50,9 @@ void WindowTest::Unload() {
         windows::globals.parent->close();
     delete windows::globals.parent;
     windows::globals = {};
-    windows::hooks = {};
-    windowSettings::hooks = {};
+    if (program)
+        program::UseFrontEnd(*program);
+    frontEnd.reset();
 }
 
 void WindowTest::End() {

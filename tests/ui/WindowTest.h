@@ -53,6 +53,8 @@ protected:
 
     std::unique_ptr<HeadlessProgram> program;
 
+    std::unique_ptr<program::PlainFrontEnd> frontEnd; // the windows
+
 private:
     void Load(const std::string& commandLine);
     void Unload();

@@ -57,7 +57,7 @@ private:
         if (globals.BusResetPending)
             return false;
         if (Stays(i, code, rom))
-            next_([] { Call(hooks.nodesChanged); });
+            next_([] { basApp::CurrentFrontEnd().NodesChanged(); });
         else
             Hide(index);
         return true;
@@ -152,7 +152,7 @@ void BusResetHandlerThread() {
     platform::Attempt(
         [] {
             EnumerateUntilQuiet();
-            Call(hooks.nodesChanged);
+            basApp::CurrentFrontEnd().NodesChanged();
             StatusDisplay(LEVEL_TRACE, "BusResetHandlerThread complete.");
         },
         [](const platform::Failure& f) {
@@ -196,7 +196,7 @@ std::int32_t BusResetHandler(bool forceRead) {
     if (globals.BusResetPending)
         return RESULT_FAILED;
     globals.BusEnumerated = true;
-    Call(hooks.resetComplete);
+    basApp::CurrentFrontEnd().ResetComplete();
     return RESULT_SUCCESS;
 }
 

@@ -2,6 +2,9 @@
 
 WindowTimer::WindowTimer(QObject* parent, const char* name, std::int32_t intervalMilliseconds,
                          std::function<void()> tick)
-    : QObject(parent), timer_(platform::MakeTimer(intervalMilliseconds, std::move(tick))) {
+    : WindowTimer(parent, name, platform::MakeTimer(intervalMilliseconds, std::move(tick))) {}
+
+WindowTimer::WindowTimer(QObject* parent, const char* name, std::shared_ptr<platform::Timer> timer)
+    : QObject(parent), timer_(std::move(timer)) {
     setObjectName(name);
 }

@@ -12,11 +12,12 @@ class WindowTimer : public QObject {
     Q_OBJECT
 public:
     WindowTimer(QObject* parent, const char* name, std::int32_t intervalMilliseconds, std::function<void()> tick);
+    WindowTimer(QObject* parent, const char* name, std::shared_ptr<platform::Timer> timer);
     void setEnabled(bool enabled) { timer_->SetEnabled(enabled); }
     bool isEnabled() const { return timer_->Enabled(); }
     void setInterval(std::int32_t milliseconds) { timer_->SetInterval(milliseconds); }
     std::int32_t interval() const { return timer_->Interval(); }
 
 private:
-    std::unique_ptr<platform::Timer> timer_;
+    std::shared_ptr<platform::Timer> timer_;
 };

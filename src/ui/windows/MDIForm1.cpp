@@ -5,6 +5,7 @@
 #include "Layout.h"
 #include "LogFailure.h"
 #include "Menus.h"
+#include "StartUp.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "basApp.h"
@@ -360,8 +361,7 @@ void MDIForm1::MDIForm_Unload() {
             status->Unload();
     for (QMdiSubWindow* frame : mdiArea->subWindowList()) // ROMs, viewers, help: each stores its place
         frame->close();
-    if (windows::hooks.shutdownApplication)
-        windows::hooks.shutdownApplication();
+    basApp::ShutdownApplication();
 }
 
 void MDIForm1::mnuUserGuide_Click() {

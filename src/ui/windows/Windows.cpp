@@ -21,7 +21,6 @@
 namespace windows {
 
 Globals globals;
-Hooks hooks;
 
 namespace {
 
@@ -34,12 +33,6 @@ frmSelectFirmware* LoadingBrowser() {
         if (auto* browser = qobject_cast<frmSelectFirmware*>(form); browser != nullptr && browser->LoadInProgress())
             return browser;
     return nullptr;
-}
-
-template <class Step> void ForEachShell(Step step) {
-    for (Form* form : globals.shellWindows)
-        if (auto* shell = qobject_cast<frmShell*>(form))
-            step(*shell);
 }
 
 } // namespace
@@ -88,6 +81,12 @@ bool ReadyToEnd() {
     return modal == nullptr && !LoadInProgress();
 }
 
+void ForEachShell(const std::function<void(::frmShell& shell)>& step) {
+    for (Form* form : globals.shellWindows)
+        if (auto* shell = qobject_cast<::frmShell*>(form))
+            step(*shell);
+}
+
 void UnloadAll(std::vector<Form*>& list) {
     for (Form*& slot : list)
         if (Form* form = std::exchange(slot, nullptr))
@@ -126,11 +125,6 @@ std::string HelpHost() {
     return windowSettings::Get("Global", "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help");
 }
 
-void ShowStoreNotice(const std::string& text) {
-    if (globals.parent != nullptr)
-        globals.parent->ShowNotice(QString::fromStdString(text));
-}
-
 void EndUnattendedRun() {
     if (globals.main != nullptr) {
         globals.main->tmrAutomationScheduler->setEnabled(false);
@@ -142,55 +136,12 @@ void EndUnattendedRun() {
     UnloadParentWindow();
 }
 
-void FocusMainWindow() {
-    if (globals.main != nullptr && globals.main->isVisible())
-        globals.main->setFocus();
-}
-
-void NodesChanged() {
-    if (globals.main != nullptr)
-        globals.main->IEEE1394Bus_NodesChanged();
-}
-
-void ResetComplete() {
-    if (globals.main != nullptr)
-        globals.main->IEEE1394Bus_ResetComplete();
-    ForEachShell([](frmShell& shell) { shell.BusWasReset(); });
-}
-
-void CharactersLost(std::int32_t handle, std::int32_t count) {
-    ForEachShell([=](frmShell& shell) {
-        if (shell.CurrentHandle() == handle)
-            shell.CharactersLost(count);
-    });
-}
-
-void IncomingData() {
-    if (globals.main != nullptr)
-        globals.main->IEEE1394IncomingDataHandler();
-}
-
-void AppendDebugSpew(const std::string& text) {
-    if (globals.main != nullptr)
-        globals.main->AppendDebugSpew(text);
-}
-
-void StartBusTimers() {
-    if (globals.main != nullptr)
-        globals.main->StartBusTimers();
-}
-
 void EnableMainWindow(bool enabled) {
     if (globals.main == nullptr)
         return;
     globals.main->setEnabled(enabled);
     if (globals.parent != nullptr)
         globals.parent->ShowMenusOfActiveChild();
-}
-
-void EnableScheduler(bool enabled) {
-    if (globals.main != nullptr)
-        globals.main->tmrAutomationScheduler->setEnabled(enabled);
 }
 
 bool StatusWindowWants(std::size_t slot, std::int32_t level) {

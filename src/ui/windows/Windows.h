@@ -1,4 +1,4 @@
-// The windows that exist, and what the layers below are given of them.
+// The windows that exist, and what concerns several of them.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,7 @@ class Form;
 class MDIForm1;
 class QMenu;
 class frmMain;
+class frmShell;
 class frmStatus;
 
 namespace windows {
@@ -24,13 +25,6 @@ struct Globals {
     std::vector<Form*> firmwareWindows;
 };
 extern Globals globals;
-
-// What the windows call that lies above them. Filled by WindowWiring.
-struct Hooks {
-    std::function<void()> shutdownApplication;
-    std::function<std::int32_t()> sendErrorReport; // 1, or -1 when it failed
-};
-extern Hooks hooks;
 
 // Creates and loads MDIForm1, which loads frmMain and the first frmStatus.
 void LoadParentWindow();
@@ -47,27 +41,17 @@ bool ParentClosesLater();
 // Declines the dialog that is up, if any, and says whether the parent may be closed: not above a dialog that is
 // still on its way out, nor while a load runs.
 bool ReadyToEnd();
+void ForEachShell(const std::function<void(frmShell& shell)>& step);
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);
 // Behind a menu's own items, a line for each visible child window that brings it to the front.
 void ListChildWindows(QMenu* menu);
 // Where the help pages are: a setting, by default those that ship with the program. No "/" at the end.
 std::string HelpHost();
-// A strip of the parent window with `text`, if there is a parent.
-void ShowStoreNotice(const std::string& text);
 // The end of an unattended run: stop the scheduler, a turn, repaint, 2000 ms, unload the parent.
 void EndUnattendedRun();
 
-// The main window, each doing nothing while it doesn't exist.
-void FocusMainWindow(); // if it is visible
-void NodesChanged();
-void ResetComplete();
-void IncomingData();
-void CharactersLost(std::int32_t handle, std::int32_t count); // to the shell window on that target
-void AppendDebugSpew(const std::string& text);
-void StartBusTimers();
 void EnableMainWindow(bool enabled);
-void EnableScheduler(bool enabled);
 
 bool StatusWindowWants(std::size_t slot, std::int32_t level);
 void PostToStatusWindow(std::size_t slot, std::string_view message, float elapsedTime, std::int32_t level,

@@ -1,6 +1,5 @@
 #include "frmMain.h"
 
-#include "BusEnumeration.h"
 #include "Controls.h"
 #include "MDIForm1.h"
 #include "WindowSettings.h"
@@ -23,8 +22,6 @@
 
 namespace {
 
-constexpr std::int32_t BUS_INTERVAL = 20;         // ms
-constexpr std::int32_t SCHEDULER_INTERVAL = 1000; // ms
 constexpr const char* REMOVE_DRIVER_KEY = "RemoveDriverOnShutdown";
 constexpr int GAP = 6;                   // pixels between controls
 constexpr int CELL_MARGINS = 10;         // pixels, both sides together
@@ -36,10 +33,9 @@ frmMain::frmMain() : Form("frmMain", "Available Devices") {
     BuildControls();
     BuildMenus();
     setFocusProxy(mfgDevices); // keys go to the list by default
-    tmrBusReset = new WindowTimer(this, "tmrBusReset", BUS_INTERVAL, bas1394::BusResetHandlerThread);
-    tmrIncomingData = new WindowTimer(this, "tmrIncomingData", BUS_INTERVAL, bas1394::IncomingDataThreadHandler);
-    tmrAutomationScheduler =
-        new WindowTimer(this, "tmrAutomationScheduler", SCHEDULER_INTERVAL, basAutomation::SchedulerTick);
+    tmrBusReset = new WindowTimer(this, "tmrBusReset", pump_.tmrBusReset);
+    tmrIncomingData = new WindowTimer(this, "tmrIncomingData", pump_.tmrIncomingData);
+    tmrAutomationScheduler = new WindowTimer(this, "tmrAutomationScheduler", pump_.tmrAutomationScheduler);
     tmrHint = new WindowTimer(this, "tmrHint", HINT_DELAY, [this] { ShowHint(); });
     tmrHint->setEnabled(true);
     StartBusTimers();
@@ -177,7 +173,7 @@ void frmMain::Form_Load() {
     ClearDeviceDetails();
     platform::DoEvents();
     txtDebugSpew->clear();
-    bas1394::HookCallbackWindow(true);
+    pump_.TakeNotices();
     for (QAction* action : {mnuLaunchShell, mnuFactoryDefaults, mnuReset, mnuResetToBootloader})
         action->setEnabled(false);
 }
@@ -200,13 +196,12 @@ void frmMain::FindSmallestFrame() {
 }
 
 void frmMain::StartBusTimers() {
-    tmrBusReset->setEnabled(true);
-    tmrIncomingData->setEnabled(true);
+    pump_.StartBusTimers();
 }
 
 // A message that names no module shows its level in the module's place.
 void frmMain::StatusDisplayText(std::int32_t level, const std::string& text, std::string_view module) {
-    basDebug::StatusDisplayOfMainWindow(startCount_, text, basDebug::GetLevelName(level), module);
+    basDebug::StatusDisplayOfMainWindow(text, basDebug::GetLevelName(level), module);
 }
 
 void frmMain::Form_Resize() {
@@ -272,14 +267,6 @@ void frmMain::IEEE1394Bus_NodesChanged() {
 void frmMain::ShowHint() {
     tmrHint->setEnabled(false);
     mfgDevices->setHint(deviceRows::HintOfBus(), [this](const QString& target) { FollowHint(target); });
-}
-
-void frmMain::IEEE1394IncomingDataHandler() {
-    const std::int32_t code = basBootloader::HaltBootloader(0);
-    if (code == basBootloader::SUCCESS)
-        StatusDisplay(LEVEL_TRACE, "Broadcasted bootloader halt command.");
-    else
-        StatusDisplay(LEVEL_WARNING, "WARNING: Failed to broadcast bootloader halt command, code {}", code);
 }
 
 std::int32_t frmMain::RefreshDeviceList() {
@@ -391,9 +378,7 @@ void frmMain::Form_Unload() {
     if (mnuRemove1394VirtualDriverOnShutdown->isChecked())
         platform::Attempt([] { bas1394::RemoveVirtualDevice(bas1394::VIRTUAL_DEVICE); }, platform::IgnoreFailure);
     layout_.reset();
-    bas1394::HookCallbackWindow(false);
-    for (WindowTimer* timer : {tmrBusReset, tmrIncomingData, tmrAutomationScheduler})
-        timer->setEnabled(false);
+    pump_.Stop();
     windows::globals.main = nullptr;
     windows::UnloadParentWindow();
 }

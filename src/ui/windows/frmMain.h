@@ -3,6 +3,7 @@
 // shows is worked out in DeviceRows.
 #pragma once
 
+#include "BusPump.h"
 #include "DeviceGrid.h"
 #include "DeviceRows.h"
 #include "Form.h"
@@ -33,7 +34,6 @@ public:
 
     void IEEE1394Bus_NodesChanged();
     void IEEE1394Bus_ResetComplete() {}
-    void IEEE1394IncomingDataHandler();
     void ResizeMFG();
     void StartBusTimers();
     // The library's debug text lands in the hidden box, which is emptied line by line.
@@ -143,6 +143,6 @@ private:
     std::unique_ptr<clsLayoutManager> layout_;
     deviceRows::Panel panel_; // what is shown
     QSize smallestFrame_;
-    std::string debugSpew_;       // the box's text with its original line ends
-    std::int64_t startCount_ = 0; // performance counter at this window's first message
+    std::string debugSpew_; // the box's text with its original line ends
+    program::BusPump pump_;
 };

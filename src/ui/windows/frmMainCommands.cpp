@@ -3,6 +3,7 @@
 #include "Dialogs.h"
 #include "KeyBatch.h"
 #include "MDIForm1.h"
+#include "Program.h"
 #include "Windows.h"
 #include "bas1394.h"
 #include "basApp.h"
@@ -289,7 +290,7 @@ void frmMain::mnuExecuteKeyBatch_Click() {
 }
 
 void frmMain::mnuSendErrorReport_Click() {
-    const std::int32_t result = windows::hooks.sendErrorReport ? windows::hooks.sendErrorReport() : -1;
+    const std::int32_t result = program::globals.DbManager ? program::globals.DbManager->SendErrorReport() : -1;
     if (result != 1)
         StatusDisplay(LEVEL_ERROR, "Failed to send error report, code 0x{:X}", static_cast<std::uint32_t>(result));
 }

@@ -2,19 +2,9 @@
 // names.
 #pragma once
 
-#include <functional>
 #include <string>
 
 namespace windowSettings {
-
-// Filled by WindowWiring.
-struct Hooks {
-    std::function<bool()> hasStore;
-    std::function<std::string(const std::string& section, const std::string& key, const std::string& defaultValue)> get;
-    std::function<void(const std::string& section, const std::string& key, const std::string& value)> save;
-    std::function<void(const std::string& section, const std::string& key)> remove;
-};
-extern Hooks hooks;
 
 bool HasStore();
 std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue);

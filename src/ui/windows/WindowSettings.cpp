@@ -1,18 +1,27 @@
 #include "WindowSettings.h"
 
 #include "CodePage.h"
+#include "Program.h"
 #include "UserSettings.h"
+#include "basApp.h"
 
 namespace windowSettings {
 
-Hooks hooks;
+namespace {
+
+clsDbManager* Store() {
+    return program::globals.DbManager.get();
+}
+
+} // namespace
 
 bool HasStore() {
-    return hooks.hasStore && hooks.hasStore();
+    return Store() != nullptr;
 }
 
 std::string Get(const std::string& section, const std::string& key, const std::string& defaultValue) {
-    return HasStore() ? hooks.get(section, key, defaultValue) : platform::GetUserSetting(section, key, defaultValue);
+    return HasStore() ? Store()->GetSetting(basApp::TITLE, section, key, defaultValue)
+                      : platform::GetUserSetting(section, key, defaultValue);
 }
 
 bool GetFlag(const std::string& section, const std::string& key, const std::string& defaultValue) {
@@ -22,14 +31,14 @@ bool GetFlag(const std::string& section, const std::string& key, const std::stri
 
 void Save(const std::string& section, const std::string& key, const std::string& value) {
     if (HasStore())
-        hooks.save(section, key, value);
+        Store()->SaveSetting(basApp::TITLE, section, key, value);
     else
         platform::SaveUserSetting(section, key, value);
 }
 
 void Remove(const std::string& section, const std::string& key) {
     if (HasStore())
-        hooks.remove(section, key);
+        Store()->RemoveSetting(basApp::TITLE, section, key);
 }
 
 } // namespace windowSettings

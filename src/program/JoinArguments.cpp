@@ -2,6 +2,8 @@
 // which splits at each "/" that isn't inside double quotes.
 //
 // A path that has to hold a double quote can't be expressed: the parser knows no way to escape one.
+#include "StartUp.h"
+
 #include "CodePage.h"
 #include "Files.h"
 #include "Paths.h"

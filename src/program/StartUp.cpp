@@ -1,11 +1,20 @@
-// The program's entry: the steps of the start-up in their order.
+// The steps of the start-up in their order, and those of the shutdown.
+#include "StartUp.h"
+
 #include "CodePage.h"
 #include "Dialogs.h"
+#include "Handles.h"
 #include "Paths.h"
+#include "Program.h"
 #include "SingleInstance.h"
 #include "WorkingDirectory.h"
-#include "basApp.h"
+#include "bas1394.h"
+#include "basAutomation.h"
+#include "basBootloader.h"
 #include "basUtils.h"
+
+#include <initializer_list>
+#include <utility>
 
 namespace basApp {
 
@@ -13,11 +22,6 @@ namespace {
 
 constexpr std::int32_t DEFAULT_TRANSACTION_TIMEOUT = 200; // ms
 constexpr std::int32_t DEFAULT_SETTLE_TIME = 200;         // ms
-
-void CallHook(const std::function<void()>& hook) {
-    if (hook)
-        hook();
-}
 
 bool ClaimInstance() {
     if (platform::ClaimSingleInstance(TITLE))
@@ -47,15 +51,9 @@ void ChooseWorkingDirectory() {
     EnterWorkingDirectory(platform::ProgramDirectory(), {DirectoryExists, platform::ChangeDirectory});
 }
 
-void CreateStore() {
-    CallHook(hooks.createStore);
-}
-
 // A stored text that isn't a number is a failure that names the setting: the user has to find it.
 std::int32_t NumberSetting(const std::string& key, std::int32_t defaultValue) {
-    if (!hooks.globalSetting)
-        return defaultValue;
-    const std::string stored = hooks.globalSetting(key, std::to_string(defaultValue));
+    const std::string stored = program::GlobalSetting(key, std::to_string(defaultValue));
     std::int32_t number = defaultValue;
     platform::Attempt([&] { number = platform::NumberFromText(stored); },
                       [&](const platform::Failure& failure) {
@@ -91,8 +89,8 @@ void CreateShutdownEvent() {
     globals.ApplicationShutdownEvent = platform::CreateEventA(false, false);
 }
 
-void LoadParentWindow() {
-    CallHook(hooks.loadParentWindow);
+void OpenFrontEnd() {
+    CurrentFrontEnd().Open();
 }
 
 void TakeCommandLine() {
@@ -101,14 +99,13 @@ void TakeCommandLine() {
 
 // True when the options call for an unattended run.
 bool OptionsCallForRun() {
-    if (hooks.initializeCommandLineOptions && hooks.initializeCommandLineOptions() != 1)
-        return false;
-    return hooks.commandLineHasOperations && hooks.commandLineHasOperations();
+    return basAutomation::InitializeCommandLineOptions() == 1 &&
+           basAutomation::CommandLineHasOperations(globals.CommandLineOptions);
 }
 
 // False when the program is to end at once, since an unattended run could not be set up.
 bool ProcessCommandLine() {
-    if (hooks.parseCommandLine && hooks.parseCommandLine(globals.CommandLine, globals.RawCommandLine) != 1) {
+    if (basAutomation::ParseCommandLine(globals.CommandLine, globals.RawCommandLine) != 1) {
         StatusDisplay(LEVEL_ERROR, "Error processing command line!");
         return true;
     }
@@ -116,8 +113,7 @@ bool ProcessCommandLine() {
         globals.PerformUnattendedOperations = false;
         return true;
     }
-    const bool ready = !hooks.initializeUnattendedRun || hooks.initializeUnattendedRun() == 1;
-    return ready || !globals.PerformUnattendedOperations;
+    return basAutomation::Initialize() == 1 || !globals.PerformUnattendedOperations;
 }
 
 void AnnounceStart() {
@@ -136,16 +132,8 @@ void AnnounceTimeout() {
     StatusDisplay(LEVEL_WATCH, "Default 1394 transaction timeout = {}", globals.Default1394TransactionTimeout);
 }
 
-void InitializeTargetModule() {
-    CallHook(hooks.initializeTargetList);
-}
-
-void PrepareNodeTable() {
-    CallHook(hooks.prepareNodeTable);
-}
-
 void LoadLibraryAndModules() {
-    if (!hooks.loadLibrary || hooks.loadLibrary() == nullptr)
+    if (bas1394::LoadTwl1394Dll(true) == nullptr)
         return;
     InitializeBootloaderModule();
     InitializeDebuggerModule();
@@ -153,29 +141,37 @@ void LoadLibraryAndModules() {
 
 // Fails when no library is loaded, and so keeps the first enumeration from being asked for.
 void PassLevelToLibrary() {
-    if (hooks.setDebugSpew)
-        hooks.setDebugSpew(globals.DllMessageLevel);
+    bas1394::SetDllMessageLevel(globals.DllMessageLevel);
 }
 
 void RequestFirstEnumeration() {
-    CallHook(hooks.requestFirstEnumeration);
+    bas1394::globals.BusResetPending = true;
+    bas1394::globals.BusEnumerated = false;
 }
 
-void FocusMainWindow() {
-    CallHook(hooks.focusMainWindow);
+void TakeFocus() {
+    CurrentFrontEnd().TakeFocus();
 }
 
 using Step = void (*)();
 
 constexpr Step UP_TO_THE_WINDOWS[] = {
-    FixTimeBase,         SetDefaults,           ChooseWorkingDirectory, CreateStore,
+    FixTimeBase,         SetDefaults,           ChooseWorkingDirectory, program::CreateStore,
     ReadDllMessageLevel, ReadDebugMessageLevel, ReadDebugLoggingLevel,  ReadTransactionTimeout,
-    SetBusTimes,         CreateShutdownEvent,   LoadParentWindow,       TakeCommandLine,
+    SetBusTimes,         CreateShutdownEvent,   OpenFrontEnd,           TakeCommandLine,
 };
 
 constexpr Step DOWN_TO_THE_BUS[] = {
-    AnnounceStart,    AnnounceCommandLine,   AnnounceTimeout,    VerifySupportingFiles,   InitializeTargetModule,
-    PrepareNodeTable, LoadLibraryAndModules, PassLevelToLibrary, RequestFirstEnumeration, FocusMainWindow,
+    AnnounceStart,
+    AnnounceCommandLine,
+    AnnounceTimeout,
+    VerifySupportingFiles,
+    basBootloader::InitializeTargetList,
+    bas1394::PrepareTables,
+    LoadLibraryAndModules,
+    PassLevelToLibrary,
+    RequestFirstEnumeration,
+    TakeFocus,
 };
 
 // Main's handler of failures: number 5 costs one step, any other the rest of the start-up. False
@@ -203,7 +199,72 @@ template <std::size_t Count> bool RunSteps(const Step (&steps)[Count]) {
     return true;
 }
 
+ByteArray ModuleName(std::string_view name) {
+    return ByteArray(name.begin(), name.end());
+}
+
+std::int32_t HookModule(ByteArray& name) {
+    if (name.empty() || name.back() != 0)
+        name.push_back(0);
+    StatusDisplay(LEVEL_WATCH, "Calling HookSystemModule...");
+    const std::int32_t result = bas1394::HookSystemModule(name);
+    if (result != 1) {
+        StatusDisplay(LEVEL_ERROR, "HookSystemModule failed, code {}(0x{:X} in InitializeModule", result, Bits(result));
+    }
+    return result;
+}
+
+void SignalShutdown() {
+    if (globals.ApplicationShutdownEvent != 0)
+        platform::SetEvent(globals.ApplicationShutdownEvent);
+}
+
+void CloseShutdownEvent() {
+    if (globals.ApplicationShutdownEvent != 0)
+        platform::CloseHandle(std::exchange(globals.ApplicationShutdownEvent, 0));
+}
+
+void EndProgram() {
+    CurrentFrontEnd().EndProgram();
+}
+
+void RunPastFailures(std::initializer_list<Step> steps) {
+    for (Step step : steps)
+        platform::Attempt(step, platform::IgnoreFailure);
+}
+
 } // namespace
+
+std::int32_t InitializeModule(ByteArray name) {
+    std::int32_t result = 0;
+    platform::Attempt([&] { result = HookModule(name); },
+                      [](const platform::Failure& failure) {
+                          StatusDisplay(LEVEL_ERROR, "ERROR #{}: {} in InitializeModule", failure.Number,
+                                        failure.Description);
+                      });
+    return result;
+}
+
+void InitializeBootloaderModule() {
+    StatusDisplay(LEVEL_WATCH, "Initializing the bootloader module...");
+    InitializeModule(ModuleName("Bootloader"));
+    StatusDisplay(LEVEL_WATCH, "The bootloader module has been initialized.");
+}
+
+void InitializeDebuggerModule() {
+    StatusDisplay(LEVEL_WATCH, "Initializing the debugger module...");
+    InitializeModule(ModuleName("1394debugger"));
+    StatusDisplay(LEVEL_WATCH, "The debugger module has been initialized.");
+}
+
+void ShutdownApplication() {
+    RunPastFailures({SignalShutdown, CloseShutdownEvent, basBootloader::TerminateTargetList, bas1394::UnloadTwl1394Dll,
+                     program::ReleaseStore, EndProgram});
+}
+
+void ShutdownWithoutLibrary() {
+    RunPastFailures({SignalShutdown, CloseShutdownEvent, basBootloader::TerminateTargetList, program::ReleaseStore});
+}
 
 bool Main(const std::string& rawCommandLine) {
     if (!ClaimInstance())

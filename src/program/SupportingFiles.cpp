@@ -1,5 +1,7 @@
 // Are the files that the program stands on there, and of the expected date? The answers are only
 // logged.
+#include "StartUp.h"
+
 #include "Modules.h"
 #include "Paths.h"
 #include "basApp.h"
