@@ -14,12 +14,11 @@ namespace {
 // One argument a line.
 std::vector<std::string> Arguments(const std::string& text) {
     std::vector<std::string> arguments(1);
-    for (char character : text) {
+    for (char character : text)
         if (character == '\n')
             arguments.emplace_back();
         else
             arguments.back() += character;
-    }
     return arguments;
 }
 

@@ -20,10 +20,9 @@ bool IsFailure(const StepVerdict& step) {
 } // namespace
 
 FlashState RunVerdict::Flash() const {
-    for (const FlashState state : {FlashState::Damaged, FlashState::Unknown, FlashState::Identical}) {
+    for (const FlashState state : {FlashState::Damaged, FlashState::Unknown, FlashState::Identical})
         if (std::ranges::count(Steps, state, &StepVerdict::Flash) > 0)
             return state;
-    }
     return FlashState::Unchanged;
 }
 

@@ -65,10 +65,9 @@ bool EchoWants(std::int32_t level) {
 void Distribute(std::int64_t startCount, std::size_t windowCount, std::string_view message, std::int32_t level,
                 std::string_view module) {
     platform::ResumeNext next{platform::IgnoreFailure};
-    if (level >= LEVEL_FATAL) {
+    if (level >= LEVEL_FATAL)
         for (int beep = 0; beep < 3; ++beep)
             next([] { platform::Beep(); });
-    }
     float elapsedTime = 0; // stays 0 while no access library is loaded
     next([&] { elapsedTime = basApp::ElapsedMilliseconds(startCount); });
     for (std::size_t slot = 0; slot < windowCount; ++slot) {
@@ -90,10 +89,9 @@ void Distribute(std::int64_t startCount, std::size_t windowCount, std::string_vi
 } // namespace
 
 std::string GetLevelName(std::int32_t number) {
-    for (const LevelWord& name : LEVEL_NAMES) {
+    for (const LevelWord& name : LEVEL_NAMES)
         if (name.number == number)
             return std::string(name.word);
-    }
     return "unknown";
 }
 
@@ -101,10 +99,9 @@ std::int32_t GetLevelNumber(std::string_view level) {
     if (basUtils::IsNumericText(level))
         return NumberInRange(platform::LeadingNumber(level));
     const std::string upper = platform::UpperCase(level);
-    for (const LevelWord& searched : SEARCHED_WORDS) {
+    for (const LevelWord& searched : SEARCHED_WORDS)
         if (upper.find(searched.word) != std::string::npos)
             return searched.number;
-    }
     return LEVEL_TRACE;
 }
 

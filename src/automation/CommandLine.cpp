@@ -65,10 +65,9 @@ bool IsOperation(const std::string& option) {
     if (option == "/A" || option == "/F")
         return true;
     const std::string command = platform::UpperCase(option.substr(0, 2));
-    for (const CommandLineOption& row : globals.CommandLineOptionTable) {
+    for (const CommandLineOption& row : globals.CommandLineOptionTable)
         if (row.IsOperation && command == "/" + row.ShortForm)
             return true;
-    }
     return false;
 }
 
@@ -122,10 +121,9 @@ std::int32_t InitializeCommandLineOptions() {
 }
 
 bool CommandLineHasOperations(const std::vector<std::string>& options) {
-    for (std::size_t i = 1; i < options.size(); ++i) {
+    for (std::size_t i = 1; i < options.size(); ++i)
         if (IsOperation(options[i]))
             return true;
-    }
     return false;
 }
 

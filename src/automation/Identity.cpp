@@ -73,9 +73,8 @@ std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, co
         return -1;
     basUtils::ChangeEndian(guid);
     const std::int32_t code = basBootloader::ProgramGUID(handle, guid);
-    if (code != basBootloader::SUCCESS) {
+    if (code != basBootloader::SUCCESS)
         StatusDisplay(LEVEL_ERROR, "ProgramGuidFromString: basBootloader.ProgramGUID returned code 0x{:X}", Bits(code));
-    }
     return code;
 }
 

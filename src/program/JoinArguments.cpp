@@ -56,10 +56,9 @@ bool IsLetterOptions(std::string text) {
     std::erase(text, ' ');
     if (text.empty() || text.size() % 2 != 0)
         return false;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
+    for (std::size_t i = 0; i < text.size(); i += 2)
         if (OptionLetter(text.substr(i, 2)) == '\0')
             return false;
-    }
     return true;
 }
 
@@ -235,10 +234,9 @@ void Joiner::Take(const std::string& argument) {
 
 std::string JoinArguments(const std::vector<std::string>& arguments) {
     Joiner joiner;
-    for (const std::string& argument : arguments) {
+    for (const std::string& argument : arguments)
         if (!argument.empty())
             joiner.Take(argument);
-    }
     return joiner.line;
 }
 

@@ -180,22 +180,20 @@ template <class Statement> bool RunStep(const Statement& step) {
     bool goOn = true;
     platform::Attempt(step, [&goOn](const platform::Failure& failure) {
         goOn = failure.Number == platform::INVALID_CALL;
-        if (goOn) {
+        if (goOn)
             StatusDisplay(LEVEL_WARNING, "ERROR #5: {} in Main.  Aborting current operation on moving onto the next.",
                           failure.Description);
-        } else {
+        else
             StatusDisplay(LEVEL_ERROR, "ERROR #{}: {} in Main.  Exiting initialization abnormally.", failure.Number,
                           failure.Description);
-        }
     });
     return goOn;
 }
 
 template <std::size_t Count> bool RunSteps(const Step (&steps)[Count]) {
-    for (Step step : steps) {
+    for (Step step : steps)
         if (!RunStep(step))
             return false;
-    }
     return true;
 }
 
@@ -208,9 +206,8 @@ std::int32_t HookModule(ByteArray& name) {
         name.push_back(0);
     StatusDisplay(LEVEL_WATCH, "Calling HookSystemModule...");
     const std::int32_t result = bas1394::HookSystemModule(name);
-    if (result != 1) {
+    if (result != 1)
         StatusDisplay(LEVEL_ERROR, "HookSystemModule failed, code {}(0x{:X} in InitializeModule", result, Bits(result));
-    }
     return result;
 }
 

@@ -82,9 +82,8 @@ TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndReportsItOnce) {
     enum { MISSING, TEXT, FOLDER, PIPE };
     for (const auto obstacle : {MISSING, TEXT, FOLDER, PIPE}) {
         std::filesystem::remove(live);
-        if (obstacle == PIPE) {
+        if (obstacle == PIPE)
             ASSERT_EQ(mkfifo((place + "/db1_clean.mdb").c_str(), 0600), 0);
-        }
         if (obstacle == TEXT)
             std::ofstream(live) << "this is no database at all";
         if (obstacle == FOLDER)

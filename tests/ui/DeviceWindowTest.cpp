@@ -34,7 +34,8 @@ TEST_F(DeviceWindow, ShowsEachKindOfNodeInTheWordsOfItsState) {
 
 TEST_F(DeviceWindow, AnswersADeviceThatAnnouncesItselfWithAHaltToAll) {
     Start(Bus({Target(GUID_A, "bootloader", R"(, "announce": true)")}));
-    std::ignore = basBootloader::ResetDevice(basBootloader::globals.TargetList.front().Handle, basBootloader::RESET_INTO_BOOTLOADER);
+    std::ignore = basBootloader::ResetDevice(basBootloader::globals.TargetList.front().Handle,
+                                             basBootloader::RESET_INTO_BOOTLOADER);
     Pass(8000);
     EXPECT_TRUE(WasTold("Broadcasted bootloader halt command."));
     EXPECT_EQ(Cells(0)[deviceRows::STATE], "Bootloader Running") << "the device gave up waiting";

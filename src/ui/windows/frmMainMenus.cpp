@@ -147,8 +147,8 @@ void frmMain::BuildHelpMenu() {
          {&mnuAbout, "mnuAbout", "&About", OfParent(&MDIForm1::mnuAbout_Click)}});
 }
 
-// After the grid's own items: what the menus offer for its row. Unlike in the menu bar, the two starts are disabled here
-// where they would have no effect.
+// After the grid's own items: what the menus offer for its row. Unlike in the menu bar, the two starts are disabled
+// here where they would have no effect.
 void frmMain::BuildContextMenu() {
     auto* mnuOfRow = Named(new QMenu(this), "mnuOfRow");
     const auto startOfRow = [mnuOfRow](QAction* start) {
