@@ -44,7 +44,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// What messages and probes need of higher layers. Filled by wiring.
+// What messages and probes need of higher layers. Filled by program/Program.cpp.
 struct Hooks {
     // Whole milliseconds since a counter value, by the access library. Failure 53 without one.
     std::function<float(std::int64_t counter)> queryElapsedTimeMs;

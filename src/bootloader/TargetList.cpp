@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <tuple>
 
 namespace basBootloader {
 
@@ -165,7 +166,7 @@ void AllocateAnnouncementRange() {
     if (bas1394::RangeAllocatedAt(ANNOUNCEMENTS))
         return;
     StatusDisplay(LEVEL_TRACE, "Allocating range of 1394 memory for bootloader callbacks...");
-    bas1394::Allocate1394Memory("0xffffc8029000", "0x40");
+    std::ignore = bas1394::Allocate1394Memory("0xffffc8029000", "0x40");
 }
 
 void Discover() {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <tuple>
 
 namespace bas1394 {
 
@@ -87,7 +88,7 @@ std::int32_t FreeRange(std::uint32_t rangeHandle) {
 void FreeAllRanges() {
     for (Twl1394AddressRange& range : globals.AddressRanges)
         if (range.RangeHandle != 0) {
-            platform::Attempt([&] { FreeRange(range.RangeHandle); }, platform::IgnoreFailure);
+            platform::Attempt([&] { std::ignore = FreeRange(range.RangeHandle); }, platform::IgnoreFailure);
             range.RangeHandle = 0;
         }
 }

@@ -106,7 +106,7 @@ inline auto LogFailure(const char* procedure) {
 
 // Loads the library of the program directory and registers Client. Null when it can't be loaded.
 // `withCallbacks` false stands for a window handle of 0.
-void* LoadTwl1394Dll(bool withCallbacks);
+[[nodiscard]] void* LoadTwl1394Dll(bool withCallbacks);
 void UnloadTwl1394Dll();
 // Takes (or stops taking) what the library posts; dispatched at the window system's next turn.
 void HookCallbackWindow(bool enable);
@@ -122,22 +122,22 @@ std::vector<std::string> TakeDebugLines(const std::string& boxText);
 // quadlet mode one quadlet at a time with a turn of the window system behind each, in which the
 // node table may change. A negative time-out is the default one. 1, -1, -105, or the library's
 // code; then `buffer` holds what had arrived, zeros for the rest. No retries.
-std::int32_t AsyncReadWrapperVB(const Device& device, Address1394 address, std::int32_t size, bool quadletMode,
-                                std::int32_t timeout, ByteArray& buffer);
+[[nodiscard]] std::int32_t AsyncReadWrapperVB(const Device& device, Address1394 address, std::int32_t size,
+                                              bool quadletMode, std::int32_t timeout, ByteArray& buffer);
 // Writes `buffer`, padded in place with zeros to a quadlet, in one block of at most 2048 bytes.
 // 1, -1 or -105.
-std::int32_t AsyncWriteWrapperVB(const Device& device, Address1394 address, bool quadletMode, std::int32_t timeout,
-                                 ByteArray& buffer);
+[[nodiscard]] std::int32_t AsyncWriteWrapperVB(const Device& device, Address1394 address, bool quadletMode,
+                                               std::int32_t timeout, ByteArray& buffer);
 
 // --- Addresses and ranges on the host (AddressRanges.cpp) ---
 
 // "0x", "&H" and blanks are taken out; digits of a text without "0x" are hexadecimal too. 1, or -1
 // when the number has more than 48 bits. A text that is no number at all is complained of: failure
 // 14592 in an unattended run, else a line of the status file.
-std::int32_t StringToAddress(const std::string& text, Address1394& address);
-std::int32_t Allocate1394Memory(const std::string& addressText, const std::string& sizeText); // 1 or -1
-std::int32_t AllocateRange(Twl1394AddressRange& record);                                      // 1 or -1
-std::int32_t FreeRange(std::uint32_t rangeHandle);                                            // 1 or -1
+[[nodiscard]] std::int32_t StringToAddress(const std::string& text, Address1394& address);
+[[nodiscard]] std::int32_t Allocate1394Memory(const std::string& addressText, const std::string& sizeText); // 1 or -1
+[[nodiscard]] std::int32_t AllocateRange(Twl1394AddressRange& record);                                      // 1 or -1
+[[nodiscard]] std::int32_t FreeRange(std::uint32_t rangeHandle);                                            // 1 or -1
 void FreeAllRanges();
 bool RangeAllocatedAt(Address1394 address);
 
@@ -147,14 +147,14 @@ bool RangeAllocatedAt(Address1394 address);
 void PrepareTables();
 // A copy of the first record with this driver and node number, or of NullDevice.
 Device FindDevice(const std::string& driver, std::int16_t nodeNum);
-std::int32_t IndexOfNode(std::int16_t nodeNum);            // in DeviceTable, -1 when it isn't there
-SelfId DecodeSelfId(const std::uint8_t packet[4]);         // one self-ID packet, first byte first
-std::int32_t GetLocalHostNode();                           // -1 on failure
-std::int32_t GetBusNumber();                               // -1 on failure
-std::int32_t AddVirtualDevice(const std::string& name);    // the library's result, 0 on success
-std::int32_t RemoveVirtualDevice(const std::string& name); // the same
-std::int32_t GetVirtualDevices();                          // their number
-std::int32_t GetTopologyMap(TopologyMap& map);             // 1
+std::int32_t IndexOfNode(std::int16_t nodeNum);              // in DeviceTable, -1 when it isn't there
+SelfId DecodeSelfId(const std::uint8_t packet[4]);           // one self-ID packet, first byte first
+std::int32_t GetLocalHostNode();                             // -1 on failure
+std::int32_t GetBusNumber();                                 // -1 on failure
+std::int32_t AddVirtualDevice(const std::string& name);      // the library's result, 0 on success
+std::int32_t RemoveVirtualDevice(const std::string& name);   // the same
+std::int32_t GetVirtualDevices();                            // their number
+[[nodiscard]] std::int32_t GetTopologyMap(TopologyMap& map); // 1
 void ResetBus();
 void SetDllMessageLevel(std::int32_t level);
 std::int32_t HookSystemModule(const ByteArray& name); // ends in 0; 1 on success

@@ -1,6 +1,8 @@
 // Binding the library, and what each of its notices logs and sets.
 #include "ScriptedLibrary.h"
 
+#include <tuple>
+
 using namespace testing_support;
 using namespace bas1394;
 
@@ -9,7 +11,7 @@ namespace {
 class Notices : public LibraryTest {
 protected:
     Notices() {
-        LoadTwl1394Dll(false); // there is none to load, but the callbacks are set
+        std::ignore = LoadTwl1394Dll(false); // there is none to load, but the callbacks are set
         log.clear();
         HookCallbackWindow(true);
     }

@@ -82,8 +82,7 @@ TEST_F(Store, RunsOnDefaultsWithoutAUsableDatabaseAndReportsItOnce) {
     enum { MISSING, TEXT, FOLDER, PIPE };
     for (const auto obstacle : {MISSING, TEXT, FOLDER, PIPE}) {
         std::filesystem::remove(live);
-        if (obstacle == PIPE)
-            ASSERT_EQ(mkfifo((place + "/db1_clean.mdb").c_str(), 0600), 0);
+        ASSERT_TRUE(obstacle != PIPE || mkfifo((place + "/db1_clean.mdb").c_str(), 0600) == 0);
         if (obstacle == TEXT)
             std::ofstream(live) << "this is no database at all";
         if (obstacle == FOLDER)

@@ -1,4 +1,4 @@
-// The whole program without its windows: its real wiring, the loaded access library (the simulated
+// The whole program without its windows: its layers joined as in the program, the loaded access library (the simulated
 // bus), a program directory of its own, and the virtual clock.
 #pragma once
 
