@@ -124,6 +124,7 @@ TEST(LoadText, NamesPhaseAndCause) {
         std::int32_t code;
         bool onTheBus, busReset;
         const char *cause, *advice;
+        std::int32_t imageType = 0;
     } rows[] = {
         {S::None, 0, false, true, "", ""},
         {S::Hardware, -1, false, true, "another hardware model", "left as it was"},
@@ -136,9 +137,14 @@ TEST(LoadText, NamesPhaseAndCause) {
         {S::Block, TWL1394_BUS_RESET, true, false, "did not answer to a block", "old image is gone"},
         {S::End, -1, true, false, "verdict", "old image is gone"},
         {S::Crc, 1, true, false, "its CRC is not that of the package", "old image is gone"},
+        {S::Crc, 1, true, false, "its CRC is not that of the package", "old configuration data is gone",
+         basBootloader::IMAGE_CONFIG},
+        {S::Refusal, 0, true, false, "refused the configuration data", "data was left as it was",
+         basBootloader::IMAGE_CONFIG},
     };
     for (const auto& row : rows) {
-        const std::string cause = loadText::Cause({row.stage, row.code, 2048}, row.onTheBus, row.busReset);
+        const std::string cause =
+            loadText::Cause({row.stage, row.code, 2048}, row.imageType, row.onTheBus, row.busReset);
         EXPECT_EQ(cause.empty(), !*row.cause);
         EXPECT_NE(cause.find(row.cause), std::string::npos) << cause;
         EXPECT_NE(cause.find(row.advice), std::string::npos) << cause;

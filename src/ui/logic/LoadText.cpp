@@ -16,8 +16,6 @@ namespace loadText {
 namespace {
 
 constexpr std::int32_t FLASH_WRITE_FAILED = -3; // a target's status
-constexpr const char* UNTOUCHED = "  The device was left as it was.";
-constexpr const char* WITHOUT_IMAGE = "  The old image is gone: load again before the device is restarted.";
 
 // A device's own verdict on a block, unlike the codes of the layers below and of a missing answer.
 bool IsStatusOfDevice(std::int32_t code) {
@@ -34,6 +32,16 @@ bool IsStatusOfDevice(std::int32_t code) {
                                                 TWL1394_TIMED_OUT,
                                                 TWL1394_NO_RESPONSE};
     return std::ranges::find(NOT_THE_DEVICES, code) == std::end(NOT_THE_DEVICES);
+}
+
+// What happened to what was to be replaced. Configuration data usually goes after an image, which stays loaded.
+std::string Untouched(bool isConfig) {
+    return isConfig ? "  The device's configuration data was left as it was." : "  The device was left as it was.";
+}
+
+std::string Gone(bool isConfig) {
+    return fmt::format("  The old {} is gone: load again before the device is restarted.",
+                       isConfig ? "configuration data" : "image");
 }
 
 // Failures before the device was involved; empty for the others.
@@ -53,14 +61,15 @@ std::string CauseBefore(DownloadFailure::Stage stage) {
     }
 }
 
-std::string CauseOnDevice(const DownloadFailure& failure) {
+std::string CauseOnDevice(const DownloadFailure& failure, bool isConfig) {
     using Stage = DownloadFailure::Stage;
     if (failure.stage == Stage::Announcement)
         return "The device did not answer when the load was announced.  Does it still run its bootloader?";
     if (failure.stage == Stage::End)
         return "The device took all blocks but did not answer with its verdict on them.";
     if (failure.stage == Stage::Crc)
-        return "The device has the image, but its CRC is not that of the package.";
+        return fmt::format("The device has the {}, but its CRC is not that of the package.",
+                           isConfig ? "configuration data" : "image");
     if (failure.code == FLASH_WRITE_FAILED)
         return fmt::format("The device could not write its flash after {} bytes.", failure.bytes);
     if (IsStatusOfDevice(failure.code))
@@ -118,20 +127,21 @@ std::string Bar(const LoadProgress& progress, double elapsedMilliseconds, bool f
                               static_cast<double>(progress.length - progress.bytes) / rate / 1000);
 }
 
-std::string Cause(const DownloadFailure& failure, bool onTheBus, bool busReset) {
+std::string Cause(const DownloadFailure& failure, std::int32_t imageType, bool onTheBus, bool busReset) {
     using Stage = DownloadFailure::Stage;
+    const bool isConfig = imageType == basBootloader::IMAGE_CONFIG;
     if (failure.stage == Stage::None)
         return {};
     if (const std::string before = CauseBefore(failure.stage); !before.empty())
-        return before + UNTOUCHED;
+        return before + Untouched(isConfig);
     if (!onTheBus)
         return "The device has left the bus: it was unplugged, switched off or restarted.  Connect it again, bring it "
                "into its bootloader, and load again.";
     if (failure.stage == Stage::Refusal)
-        return fmt::format("The device refused the image: it answered with blocks of {} bytes.{}", failure.code,
-                           UNTOUCHED);
-    return CauseOnDevice(failure) + (busReset ? "  The bus was reset meanwhile: was it unplugged?" : "") +
-           (failure.stage == Stage::Announcement ? "" : WITHOUT_IMAGE);
+        return fmt::format("The device refused the {}: it answered with blocks of {} bytes.{}",
+                           isConfig ? "configuration data" : "image", failure.code, Untouched(isConfig));
+    return CauseOnDevice(failure, isConfig) + (busReset ? "  The bus was reset meanwhile: was it unplugged?" : "") +
+           (failure.stage == Stage::Announcement ? "" : Gone(isConfig));
 }
 
 } // namespace loadText

@@ -15,8 +15,8 @@ std::string Bar(const basBootloader::LoadProgress& progress, double elapsedMilli
 // The line below the status when a load has succeeded.
 inline constexpr const char* GOOD_CRC =
     "CRC good: the device has compared what it holds now with the CRC of the package.";
-// Why a load has failed and what to do; empty without a failure. `onTheBus`: whether the target is still there;
-// `busReset`: whether a bus reset has occurred that isn't handled yet.
-std::string Cause(const basBootloader::DownloadFailure& failure, bool onTheBus, bool busReset);
+// Why a load has failed and what to do; empty without a failure. `imageType`: IMAGE_CONFIG or one of the images;
+// `onTheBus`: whether the target is still there; `busReset`: whether a bus reset has occurred that isn't handled yet.
+std::string Cause(const basBootloader::DownloadFailure& failure, std::int32_t imageType, bool onTheBus, bool busReset);
 
 } // namespace loadText

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+class QWidget;
+
 inline QString Q(std::string_view text) {
     return QString::fromUtf8(text.data(), qsizetype(text.size()));
 }
@@ -15,6 +17,10 @@ inline QString Q(std::string_view text) {
 inline QString WrappedTip(std::string_view text) {
     return text.empty() ? QString() : "<qt>" + Q(text).toHtmlEscaped() + "</qt>";
 }
+
+// Paints what has changed without a turn, and puts all of a top-level window on the screen again: a repaint leaves out
+// opaque children, so what another window covered, or a display forgot, would stay as it is.
+void PaintNow(QWidget* window);
 
 template <class Widget> Widget* Named(Widget* widget, const char* name) {
     widget->setObjectName(name);

@@ -4,27 +4,16 @@
 #include "LogFailure.h"
 
 #include <QApplication>
-#include <QBackingStore>
-#include <QWidget>
 
 #include <utility>
 
 namespace {
 
-// Many commands keep the thread for seconds, and the menu would seem to stay open for as long. What has changed is
-// painted; what the menu only covered is still in the backing store, since a repaint leaves out opaque children.
-void UncoverWindow() {
-    QWidget* window = QApplication::activeWindow();
-    if (window == nullptr)
-        return;
-    window->repaint();
-    if (QBackingStore* store = window->backingStore())
-        store->flush(window->rect());
-}
-
+// Many commands keep the thread for seconds, and the menu would seem to stay open for as long.
 void CallWhenChosen(QAction* item, std::string module, std::function<void()> chosen) {
     QObject::connect(item, &QAction::triggered, item, [=, module = std::move(module), chosen = std::move(chosen)] {
-        UncoverWindow();
+        if (QWidget* window = QApplication::activeWindow())
+            PaintNow(window);
         platform::Attempt(chosen, LogFailure(module, item->objectName().toStdString() + "_Click"));
     });
 }

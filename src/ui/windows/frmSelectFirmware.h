@@ -112,7 +112,6 @@ private:
     void LoadTWD(const std::string& path, TwdHeader& header);
     void ShowProgress(const basBootloader::LoadProgress& progress);
     void ShowBar();
-    void PaintWindow();
     void TrackRetries(const basBootloader::LoadProgress& progress);
     void MeetWhatWaits();
     bool IsProgressDue(const basBootloader::LoadProgress& progress);
@@ -129,6 +128,7 @@ private:
     std::string note_;      // the answer to an attempt to close during a load
     std::string beginning_; // the status while blocks are sent
     basBootloader::DownloadFailure failure_;
+    std::int32_t loadedType_ = 0;          // of the image that is being loaded, or was last
     basBootloader::LoadProgress progress_; // as last reported
     std::int32_t sentAgain_ = 0;           // blocks that needed more than one try
     std::string folder_;                   // shown in Dir1, with a separator at its end

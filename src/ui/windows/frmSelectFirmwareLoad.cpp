@@ -12,7 +12,6 @@
 #include "frmSelectFirmwarePreferences.h"
 
 #include <QApplication>
-#include <QBackingStore>
 
 #include <fmt/format.h>
 
@@ -80,7 +79,8 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     const Device device = GetNodeNum(hDevice_);
     MeetWhatWaits();
     if (!loaded && cause_.empty())
-        cause_ = loadText::Cause(failure_, GetNodeNum(hDevice_).NodeNum <= LAST_NODE && device.NodeNum <= LAST_NODE,
+        cause_ = loadText::Cause(failure_, loadedType_,
+                                 GetNodeNum(hDevice_).NodeNum <= LAST_NODE && device.NodeNum <= LAST_NODE,
                                  bas1394::globals.BusResetPending);
     loading_ = false;
     EnableCommands(true);
@@ -168,6 +168,7 @@ void frmSelectFirmware::ListView1_DblClick() {
 }
 
 std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const PickedFile& picked) {
+    loadedType_ = imageType;
     // The bar shows how much of the time-out has passed; the turn repaints it.
     const CommandProgress erasing{[this](std::int32_t maximum) { pgbReadFile->setRange(0, maximum); },
                                   [this](std::int32_t value) {
@@ -176,7 +177,7 @@ std::int32_t frmSelectFirmware::DownloadImage(std::int32_t imageType, const Pick
                                   },
                                   [] { platform::DoEvents(); }};
     // The bar is full; only its text changes. No turn: clicks have been waiting since the first block.
-    const CommandProgress checking{{}, [this](std::int32_t) { ShowBar(); }, [this] { PaintWindow(); }};
+    const CommandProgress checking{{}, [this](std::int32_t) { ShowBar(); }, [this] { PaintNow(window()); }};
     DownloadStyle style;
     style.hardwareIdInHex = true;
     style.dialogsWhenUnattended = true;
@@ -235,14 +236,6 @@ void frmSelectFirmware::TrackRetries(const LoadProgress& progress) {
         Status(beginning_);
 }
 
-// Paints what has changed, since no turn does so between two blocks. The whole window is put on the screen again,
-// because a display forgets what a minimized window showed.
-void frmSelectFirmware::PaintWindow() {
-    window()->repaint();
-    if (QBackingStore* painted = window()->backingStore())
-        painted->flush(window()->rect());
-}
-
 void frmSelectFirmware::ShowProgress(const LoadProgress& progress) {
     using Step = LoadProgress::Step;
     const bool stepIsNew = progress.step != progress_.step, triesAreNew = progress.tries != progress_.tries;
@@ -254,15 +247,18 @@ void frmSelectFirmware::ShowProgress(const LoadProgress& progress) {
         stepStart_ = platform::QueryPerformanceCounter();
     pgbReadFile->setVisible(progress.step != Step::Done);
     pgbReadFile->setUpdatesEnabled(false); // painted once, below
+    if (stepIsNew && progress.step == Step::Erasing)
+        pgbReadFile->setValue(pgbReadFile->minimum()); // it may still be full from an image loaded before
     if (progress.step == Step::Loading) {
-        pgbReadFile->setRange(0, std::max(1, int(progress.length / 1024)));
-        pgbReadFile->setValue(int(progress.bytes / 1024));
+        const int maximum = std::max(1, int(progress.length / 1024));
+        pgbReadFile->setRange(0, maximum);
+        pgbReadFile->setValue(progress.bytes < progress.length ? int(progress.bytes / 1024) : maximum);
     }
     ShowBar();
     pgbReadFile->setUpdatesEnabled(true);
     const bool failed = failure_.stage != DownloadFailure::Stage::None;
     Detail(note_.empty() ? loadText::Phase(progress, sentAgain_, failed) : note_);
-    PaintWindow();
+    PaintNow(window()); // no turn does so between two blocks
 }
 
 basUtils::ReadProgress frmSelectFirmware::ReadingProgress() {
