@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QKeyEvent>
 
 #include <fmt/format.h>
@@ -44,6 +45,16 @@ private:
     void Copy() { QApplication::clipboard()->setText((hasSelectedText() ? selectedText() : text()).trimmed()); }
 };
 
+// The desktop's font of fixed pitch, for which the rows are aligned; another one where the desktop has none configured.
+QFont FixedFont() {
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    if (!QFontInfo(font).fixedPitch()) {
+        font.setFamily("Courier New");
+        font.setStyleHint(QFont::Monospace);
+    }
+    return font;
+}
+
 } // namespace
 
 frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
@@ -56,7 +67,7 @@ frmCRCs::frmCRCs() : Form("frmCRCs", "Firmware Image CRCs on Device") {
     int top = Frame2->geometry().bottom() + gap;
     const auto label = [&](const char* name) {
         auto* made = Named(new Row(this), name);
-        made->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        made->setFont(FixedFont());
         made->setGeometry(2 * gap, top, width - 2 * gap, line);
         auto* all = new QAction("Copy &All", made);
         connect(all, &QAction::triggered, this, [this] { CopyAll(); });
