@@ -245,12 +245,15 @@ TEST_F(Parent, ShowsTimesLevelsAndStatesWholeInALargeFont) {
     large.setPointSizeF(font.pointSizeF() * 1.4);
     QApplication::setFont(large);
     Restart();
-    const std::tuple<const QTableView*, int, const char*> columns[] = {
-        {status().mfgStatus, 0, "0:00:00.000"},
-        {status().mfgStatus, 1, "WARNING(7)"},
-        {form().mfgDevices, deviceRows::STATE, "Bootloader Running"}};
-    for (const auto& [grid, column, text] : columns)
-        EXPECT_GT(grid->columnWidth(column), grid->fontMetrics().horizontalAdvance(text)) << text;
+    QFont bold = large; // of a fatal error
+    bold.setBold(true);
+    const std::tuple<const QTableView*, int, const char*, QFont> columns[] = {
+        {status().mfgStatus, 0, "0:00:00.000", bold},
+        {status().mfgStatus, 1, "FATAL(15)", bold},
+        {status().mfgStatus, 1, "WARNING(7)", large},
+        {form().mfgDevices, deviceRows::STATE, "Bootloader Running", large}};
+    for (const auto& [grid, column, text, drawnIn] : columns)
+        EXPECT_GT(grid->columnWidth(column), QFontMetrics(drawnIn).horizontalAdvance(text)) << text;
     QApplication::setFont(font);
 }
 

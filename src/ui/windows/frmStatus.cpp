@@ -30,6 +30,19 @@ namespace {
 constexpr int MAXIMUM_ROW_COUNT = 500;     // the heading counts
 constexpr std::int32_t SHOW_INTERVAL = 50; // ms between two paintings of new rows
 
+// Narrow, to leave room for the rest of the strip; but its list shows every row whole.
+class NarrowBox : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+    void showPopup() override {
+        int width = 0; // the size hints of some styles leave out the text
+        for (int i = 0; i < count(); ++i)
+            width = std::max(width, view()->fontMetrics().horizontalAdvance(itemText(i)));
+        view()->setMinimumWidth(width + 4 * iconSize().width()); // icon, mark and margins
+        QComboBox::showPopup();
+    }
+};
+
 } // namespace
 
 frmStatus::frmStatus()
@@ -81,9 +94,9 @@ void frmStatus::MakeStrip() {
         return control;
     };
     const auto filter = [&](const char* name, const char* all, const char* tip) {
-        QComboBox* box = add(new QComboBox(strip_), name, tip);
+        QComboBox* box = add(new NarrowBox(strip_), name, tip);
         box->addItem(all);
-        box->setMinimumContentsLength(10);
+        box->setMinimumContentsLength(13); // as long as "basBootloader"
         connect(box, &QComboBox::currentIndexChanged, this, [this] { ApplyFilter(); });
         return box;
     };
@@ -325,8 +338,10 @@ void frmStatus::SizeColumns(int available) {
     const int share = available / 10, message = available * 7 / 10;
     std::array<int, 4> widths{share, share, share, message};
     const char* const texts[] = {"0:00:00.000", "WARNING(7)"};
+    QFont bold = font(); // as the rows of a fatal error are
+    bold.setBold(true);
     for (std::size_t column = 0; column < std::size(texts); ++column)
-        widths[column] = std::max(share, fontMetrics().horizontalAdvance(texts[column]) + CELL_MARGINS);
+        widths[column] = std::max(share, QFontMetrics(bold).horizontalAdvance(texts[column]) + CELL_MARGINS);
     widths[3] -= widths[0] + widths[1] - 2 * share;
     if (widths[3] < available / 2)
         widths = {share, share, share, message};
