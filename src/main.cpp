@@ -1,4 +1,4 @@
-// The program: the window system, the windows wired to the layers below, and the message loop.
+// The program with windows: the window system, the front end, and the message loop.
 
 #include "AppIcon.h"
 #include "AppPalette.h"
@@ -19,7 +19,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,8 +32,8 @@ bool HasOperations(const std::string& commandLine) {
 
 bool programRuns = false; // from Main until the message loop has ended
 
-// When its display server goes away, the window system calls exit() in the middle of a turn: everything is still up,
-// and destroyed by the C library in an order of its own it would fall over itself.
+// When its display server goes away, the window system calls exit() in the middle of a turn, while everything still
+// exists. The C library would destroy it in an order that crashes.
 void EndWithDisplay() {
     if (!programRuns)
         return;
@@ -53,7 +52,7 @@ void Run(const std::string& commandLine) {
         const program::EndWatch watch;
         QApplication::exec();
     } else {
-        basApp::ShutdownApplication(); // what the start had opened, while all that it stands on is there
+        basApp::ShutdownApplication(); // what the start has opened, while the platform it needs still exists
     }
     programRuns = false;
 }

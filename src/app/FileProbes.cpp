@@ -1,4 +1,4 @@
-// What the program asks about files and times.
+// Questions about files and times.
 #include "Files.h"
 #include "basApp.h"
 
@@ -31,9 +31,9 @@ platform::FileTime GetFileDate64(const std::string& path) {
 }
 
 std::int32_t SystemTimeToLocal(const platform::SystemTime& utcTime, platform::SystemTime& localTime) {
-    constexpr std::uint32_t DAYLIGHT_SAVING_TIME = 2, ALSO_KNOWN = 3;
+    constexpr std::uint32_t ALSO_ACCEPTED = 3; // never reported by this platform
     const std::uint32_t zone = platform::GetTimeZoneInformation();
-    if (zone != DAYLIGHT_SAVING_TIME && zone != ALSO_KNOWN)
+    if (zone != platform::TIME_ZONE_ID_DAYLIGHT && zone != ALSO_ACCEPTED)
         return -1;
     return platform::SystemTimeToTzSpecificLocalTime(utcTime, localTime) ? 1 : -1;
 }

@@ -10,7 +10,7 @@
 
 namespace basApp {
 
-// Does nothing by itself; PlainFrontEnd is a program without windows.
+// Its defaults do nothing; PlainFrontEnd is a program without windows.
 class FrontEnd {
 public:
     FrontEnd() = default;
@@ -19,11 +19,11 @@ public:
     virtual ~FrontEnd() = default;
 
     // --- Start and end ---
-    virtual void Open() {} // once the settings are read; the bus is taken up afterwards
-    // Before and after, only errors are shown, as message boxes.
+    virtual void Open() {} // once the settings are read, before the bus is used
+    // While false, only errors are shown, as message boxes.
     virtual bool IsOpen() const { return true; }
     virtual void TakeFocus() {}
-    // Takes down what waits for a user. False while something has to come to its end first.
+    // Dismisses whatever waits for a user. False while something has to finish first.
     virtual bool ReadyToEnd() { return true; }
     virtual void Close() {}      // as its user does; ends the program
     virtual void EndProgram() {} // the last step of the shutdown

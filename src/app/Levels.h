@@ -6,7 +6,7 @@
 #include <string_view>
 
 inline constexpr std::int32_t LEVEL_DETAIL = 1;  // every transaction, every step
-inline constexpr std::int32_t LEVEL_MUTEX = 3;   // taking and giving back of mutexes
+inline constexpr std::int32_t LEVEL_MUTEX = 3;   // acquiring and releasing mutexes
 inline constexpr std::int32_t LEVEL_TRACE = 5;   // normal progress; a message that gives no level
 inline constexpr std::int32_t LEVEL_WARNING = 7; // a failure that the program survives
 inline constexpr std::int32_t LEVEL_WATCH = 9;   // worth seeing in a normal run
@@ -20,7 +20,7 @@ namespace basDebug {
 // "DETAIL" for 1 and so on, "unknown" for a number without a name.
 std::string GetLevelName(std::int32_t number);
 // Text that begins with a digit is that number; otherwise the first level word found in it,
-// without regard to case; 5 when there is none.
+// without regard to case; 5 if there is none.
 std::int32_t GetLevelNumber(std::string_view level);
 inline std::int32_t GetLevelNumber() {
     return LEVEL_TRACE;

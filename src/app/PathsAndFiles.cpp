@@ -30,8 +30,8 @@ void ShowProgress(const ReadProgress* progress, std::int64_t count, std::int32_t
         progress->value(std::min<double>(static_cast<double>(count) / PROGRESS_UNIT, maximum));
 }
 
-// Fresh memory comes page by page, which takes longer than the reading of the file itself. Large
-// pages make that cost vanish; where the system has none, the advice is simply not followed.
+// The kernel supplies fresh memory page by page, which takes longer than reading the file. Large pages
+// avoid that cost; a system without them ignores the advice.
 void ReserveInLargePages(ByteArray& bytes, std::int64_t size) {
     constexpr std::uintptr_t PAGE = 4096, LARGE_PAGE = 2 * 1024 * 1024;
     bytes.reserve(static_cast<std::size_t>(size));

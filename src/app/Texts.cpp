@@ -1,4 +1,4 @@
-// Text out of bytes and dates, and bytes out of text.
+// Text from bytes and dates, and bytes from text.
 #include "CodePage.h"
 #include "Failure.h"
 #include "basUtils.h"
@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <vector>
 
 namespace basUtils {

@@ -1,5 +1,5 @@
-// What came of an operation and of the device it was meant for, as values for a front end. The messages say the same
-// in words.
+// The outcome of an operation and the state in which it left its device, as values for a front end. The messages say
+// the same in words.
 #pragma once
 
 #include "FileName.h"

@@ -33,7 +33,7 @@ struct Globals {
     bool DownloadInProgress = false;          // quiets low levels, holds off a discovery that is owed
     bool UseTwlThesyconDriver = false;        // mirrors a menu entry; no other code reads it
     bool PerformUnattendedOperations = false; // a run is on; message boxes become status file lines
-    bool EndRequested = false;                // no operation of the run is begun any more; a signal alone: platform::
+    bool EndRequested = false;                // no further operation begins; a signal alone: platform::EndRequested()
     platform::Handle ApplicationShutdownEvent = 0;
     std::string StoreNotice;                     // why the store can't be written, "" while it can
     std::string RawCommandLine;                  // as given, arguments joined
@@ -44,7 +44,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// What messages and probes need of higher layers. Filled by program/Program.cpp.
+// What messages and probes need from higher layers. Filled by program/Program.cpp.
 struct Hooks {
     // Whole milliseconds since a counter value, by the access library. Failure 53 without one.
     std::function<float(std::int64_t counter)> queryElapsedTimeMs;
@@ -78,7 +78,7 @@ bool FileExists(const std::string& path);
 bool DirectoryExists(const std::string& path);
 std::int64_t GetFileSize64(const std::string& path);       // first match; -1 when there is none
 platform::FileTime GetFileDate64(const std::string& path); // the same
-// 1; -1 when the local zone doesn't tell standard from daylight time, or the date is none.
+// 1; -1 for an invalid date, or unless the local zone is now on daylight saving time (state 2 or 3).
 std::int32_t SystemTimeToLocal(const platform::SystemTime& utcTime, platform::SystemTime& localTime);
 // Milliseconds since a counter value, by the access library; failure 53 when it isn't loaded.
 float ElapsedMilliseconds(std::int64_t startCount);

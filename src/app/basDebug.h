@@ -22,7 +22,7 @@ struct Globals {
 extern Globals globals;
 
 struct Hooks {
-    // The store's log; empty while there is no store, which fills it.
+    // The store's log, set when the store is created; empty without a store.
     std::function<void(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime)>
         appendToLog;
 };

@@ -30,7 +30,7 @@ void GrowTo(ByteArray& bytes, std::int64_t start, std::int64_t count) {
         bytes.resize(size);
 }
 
-// The bytes from startByte to endByte as one number, after the checks that bear `caller`'s name.
+// The bytes from startByte to endByte as one number, after checks that name `caller` in their messages.
 std::uint32_t NumberFromBytes(const ByteArray& bytes, std::int64_t startByte, std::int64_t endByte, bool bigEndian,
                               const char* caller) {
     if (endByte - startByte > 3 || endByte < startByte) {
@@ -88,7 +88,7 @@ std::int32_t CopyByteArray(const ByteArray& source, std::int64_t sourceStart, st
         return 1;
     CheckRange(source, sourceStart, count);
     GrowTo(dest, destStart, count);
-    const std::uint8_t* from = source.data() + sourceStart; // behind the growth: both can be one array
+    const std::uint8_t* from = source.data() + sourceStart; // after the growth: both may be the same array
     std::uint8_t* to = dest.data() + destStart;
     if (to <= from)
         std::copy(from, from + count, to);

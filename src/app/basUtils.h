@@ -38,15 +38,15 @@ double LargeIntegerToDouble(std::int64_t value);
 // `value` in upper-case hex, filled or cut to the template's length: "0000" gives "00FF"; a
 // template that begins with "0x" gives that prefix.
 std::string FormatHex(std::uint32_t value, std::string_view hexTemplate);
-// Two upper-case digits a byte, a blank after every groupSize bytes, none at the end.
+// Two upper-case digits a byte, a blank between groups of groupSize bytes.
 std::string ByteArrayToHexString(const ByteArray& bytes, std::int32_t groupSize = 1);
 std::string ByteArrayToHexString(const std::uint8_t* bytes, std::size_t count, std::int32_t groupSize = 1);
-// Takes out blanks, "0x", "&H", CR, LF, then turns each pair of digits into a byte. 1; -1 and one
+// Removes blanks, "0x", "&H", CR, LF, then turns each pair of digits into a byte. 1; -1 and one
 // zero byte for an empty text. Failure 30742 for an odd number of digits, 13 for what isn't hex.
 std::int32_t HexString2Ascii(std::string_view hex, ByteArray& bytes);
 // True when the first character is a digit.
 bool IsNumericText(std::string_view text);
-// What stands between "<Name=" and ">" in `options` less its blanks, or "".
+// The text between "<Name=" and ">" in `options` without its blanks, or "".
 std::string GetOption(std::string_view options, std::string_view name);
 // Lines of "0x<address>: ", the bytes, their characters, CR LF. Options: "<columnwidth=n>".
 std::string FormatHexDump(std::uint32_t startAddress, const ByteArray& bytes, std::string_view options);
@@ -68,8 +68,8 @@ struct ReadProgress {
     std::function<void(double value)> value;
     std::function<void()> repaint; // before the window system gets its turn
 };
-// The file's bytes with one 0 behind them, or bytes 0..maxBytes when that is given and isn't 0.
-// 1; -1 for a file that isn't there or has fewer than two bytes.
+// The file's bytes followed by one 0, or bytes 0..maxBytes when that is given and isn't 0.
+// 1; -1 for a file that doesn't exist or has fewer than two bytes.
 std::int32_t ReadFileBytes(const std::string& path, ByteArray& bytes, std::int64_t maxBytes = 0,
                            const ReadProgress* progress = nullptr);
 

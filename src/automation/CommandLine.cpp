@@ -11,7 +11,7 @@ std::size_t NextAfter(const std::string& text, char character, std::size_t posit
     return text.find(character, position) + 1; // npos is -1
 }
 
-// A stretch in double quotes; both ends 0 without one, only the last when it isn't closed.
+// A quotation; both ends are 0 if there is none, only the last if it isn't closed.
 struct Quotation {
     std::size_t first = 0, last = 0;
     bool Holds(std::size_t position) const { return position > first && position < last; }

@@ -16,9 +16,9 @@ namespace {
 
 constexpr std::size_t GUID_BYTES = 8;
 constexpr std::size_t MAC_BYTES = 6;
-constexpr std::size_t LONGEST_ITEM = 512; // more than any value that can be good
+constexpr std::size_t LONGEST_ITEM = 512; // longer than any valid value
 
-// What is wrong with a text that should be so many bytes in hex; empty for a good one.
+// What is wrong with a text that should be so many bytes in hex; empty for a valid one.
 std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArray& bytes) {
     if (platform::Trim(text).empty())
         return "it is empty";
@@ -29,7 +29,7 @@ std::string FaultOfValue(const std::string& text, std::size_t byteCount, ByteArr
     return {};
 }
 
-// A text of a user or a file, for a message: short, on one line.
+// Text from a user or a file, shortened to one line for a message.
 std::string Shown(const std::string& text) {
     constexpr std::size_t LONGEST = 40;
     ByteArray characters = platform::AnsiFromText(text);
@@ -40,8 +40,8 @@ std::string Shown(const std::string& text) {
     return platform::TextFromAnsi(characters) + (cut ? "..." : "");
 }
 
-// Why the text can't be programmed, which is also logged at ERROR; empty for a good one. Nothing doubtful gets past
-// here.
+// Why the text can't be programmed, which is also logged at ERROR; empty for a valid one. Nothing doubtful gets
+// through.
 std::string Decode(const char* kind, const std::string& source, const std::string& text, std::size_t byteCount,
                    ByteArray& bytes) {
     std::string fault = FaultOfValue(text, byteCount, bytes);
@@ -80,7 +80,7 @@ std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, co
 
 std::string DecodeMacFile(const platform::FileName& file, ByteArray& mac) {
     std::string fault = Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac);
-    mac.insert(mac.begin(), 2, 0); // 12 digits of a MAC make the low end of 8 bytes
+    mac.insert(mac.begin(), 2, 0); // the 6 bytes of a MAC are the low end of 8
     return fault;
 }
 

@@ -102,7 +102,7 @@ bool BusIsKnown() {
     return !bas1394::globals.BusResetPending;
 }
 
-// Does nothing once the run is to end; an operation that has begun is finished all the same.
+// Does nothing once the run is to end; an operation that has begun is still finished.
 // A success across a bus reset may be that of another device, so the operation is repeated.
 void Perform(KeyOperation& operation) {
     constexpr int MOST_ATTEMPTS = 3;
@@ -128,8 +128,8 @@ void ShowStatusFile() {
         platform::Shell("cmd /c start notepad.exe " + globals.StatusFile);
 }
 
-// Logs at ERROR, and returns, that there is no such file, or that its name could be that of several; empty for a
-// batch file.
+// The error, also logged, if there is no such file or its name could mean several; empty for a batch file that can be
+// used.
 std::string FaultOfBatchFile(const platform::FileName& file) {
     if (!FileIsThere(file)) {
         TellMissing("PerformKeyBatchOperation", file);
@@ -220,7 +220,7 @@ std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basAp
     globals.KeyBatchDirectory = FolderOf(batchFile);
     std::vector<KeyOperation> operations;
     std::int32_t dropped = 0;
-    // True when the step worked; a failed one is reported, and the others go on.
+    // True if the step worked; a failed one is reported, and the next still runs.
     const auto works = [&](const char* step, auto&& run) {
         const std::int32_t code = platform::ResultOf(run, logFailure);
         if (code != SUCCESS)

@@ -18,7 +18,7 @@ namespace basAutomation {
 // could be one of several. Adds a step for each operation to the verdict of the run.
 [[nodiscard]] std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basApp::RunVerdict& verdict);
 // 1; -1 when the file doesn't exist. Data files are looked for in KeyBatchDirectory. `dropped` gets the number of
-// lines that make no operation.
+// lines that aren't operations.
 [[nodiscard]] std::int32_t GetKeyOperationsFromFile(const platform::FileName& batchFile,
                                                     std::vector<KeyOperation>& operations, std::int32_t& dropped);
 // 1; -1 and one zero byte when no text remains.

@@ -17,8 +17,8 @@ namespace {
 using basBootloader::SUCCESS;
 using platform::Failure;
 
-constexpr std::int32_t INPUT_PAST_END = 62;     // the classic number of a read beyond the end of a file
-constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // of one file, which could be any file of any size
+constexpr std::int32_t INPUT_PAST_END = 62;     // the customary number for a read beyond the end of a file
+constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // per file, which may be of any kind and size
 
 std::string TextOfFile(const platform::FileName& file) {
     const ByteArray bytes = platform::ReadWholeFile(file.Typed);

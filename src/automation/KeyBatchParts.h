@@ -14,7 +14,7 @@ inline constexpr std::size_t LONGEST_PATH = 4096; // a longer one can't exist an
 // The folder of a file with its separator, or empty.
 platform::FileName FolderOf(const platform::FileName& file);
 void TellMissing(const char* procedure, const platform::FileName& file);
-// 0 or -101 without such a target.
+// 0 or -101 if there is no such target.
 std::int32_t HandleOfGuid(const ByteArray& deviceId);
 
 } // namespace basAutomation

@@ -5,7 +5,6 @@
 #include "basUtils.h"
 
 #include <algorithm>
-#include <array>
 
 namespace basAutomation {
 

@@ -14,8 +14,8 @@ constexpr const char* DTCP_IMAGE = "DTCP\\GUID\\MACID\\Config_Image.twd";
 constexpr const char* DTCP_GUID = "DTCP\\GUID\\MACID\\GUID.txt";
 constexpr const char* DTCP_MAC = "DTCP\\GUID\\MACID\\MACID.txt";
 
-// Logged only: the settings of the option stay in force.
-void RefuseCompany(const std::string& command) {
+// Only logs: the settings of the option stay in force.
+void RequireAlone(const std::string& command) {
     if (platform::UpperCase(platform::Trim(basApp::globals.CommandLine)) != command)
         StatusDisplay(LEVEL_ERROR, "The {} command cannot be used with other command-line options!", command);
 }
@@ -36,12 +36,12 @@ void ProgramAll() {
     globals.MacFile = DTCP_MAC;
     globals.ProgramGuidFromFileFlag = true;
     globals.ProgramMacFromFileFlag = true;
-    RefuseCompany("/A");
+    RequireAlone("/A");
 }
 
 void ProgramFirmware() {
     globals.ImageFile = DTCP_IMAGE;
-    RefuseCompany("/F");
+    RequireAlone("/F");
 }
 
 struct WholeCommand {
@@ -65,19 +65,19 @@ std::string ArgumentWithoutBlanks(const std::string& option) {
 }
 
 // A run that did nothing must not look like one that did its work.
-void PassOver(std::string reason) {
+void SkipOption(std::string reason) {
     StatusDisplay(LEVEL_ERROR, "{}", reason);
     globals.IdleOptions.push_back(std::move(reason));
 }
 
 void NotAvailable(const std::string& command) {
-    PassOver(fmt::format("The option {} has no operation in this version; nothing was done for it.", command));
+    SkipOption(fmt::format("The option {} has no operation in this version; nothing was done for it.", command));
 }
 
 // An empty value counts as not given.
 template <class Text> Text Value(const std::string& command, Text value) {
     if (value.empty())
-        PassOver(fmt::format("The option {} has no value and is passed over.", command));
+        SkipOption(fmt::format("The option {} has no value and is passed over.", command));
     return value;
 }
 

@@ -161,7 +161,7 @@ std::int32_t Load(std::int32_t handle, std::int32_t imageType, const platform::F
     return verdict.Steps.back().Result;
 }
 
-// A load that wasn't begun, since its file has no use.
+// A load that wasn't begun because its file can't be used.
 std::int32_t RefuseLoad(std::int32_t handle, const platform::FileName& file, const std::string& reason,
                         RunVerdict& verdict) {
     basApp::StepVerdict& step = NoteStep(verdict, OperationKind::Load, handle, basBootloader::FAILED, reason);

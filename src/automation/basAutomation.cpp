@@ -61,7 +61,7 @@ std::int32_t PerformDeviceWork(const std::string& matchGuid, basApp::RunVerdict&
     return globals.GuidText.empty() ? 0 : WriteGuid(matchGuid, globals.GuidText, verdict);
 }
 
-// A pass that comes to its end although it has left something undone.
+// For a pass that ends with something left undone.
 void NoteUndone(basApp::RunVerdict& verdict, basApp::OutcomeKind outcome, const std::string& reason) {
     basApp::StepVerdict step;
     step.Outcome = outcome;
@@ -69,7 +69,7 @@ void NoteUndone(basApp::RunVerdict& verdict, basApp::OutcomeKind outcome, const 
     verdict.Steps.push_back(step);
 }
 
-// The batch ends the run, also one whose device was only reset so far.
+// The batch ends the run, even if its device has only been reset so far.
 std::int32_t PerformKeyBatch(std::int32_t resultSoFar, basApp::RunVerdict& verdict) {
     if (platform::EndRequested())
         EndAfterOperation(); // the batch reports its operations as not done

@@ -8,7 +8,6 @@
 #include "basApp.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,7 +40,7 @@ struct Globals {
     platform::FileName KeyBatchDirectory; // the batch file's folder with its separator, or empty
     bool ExecuteKeyBatchFlag = false;
     bool ShowOutputOnExit = false; // /S
-    // Options of the pass that nothing was done for, as sentences.
+    // A sentence for each option of the pass that has no effect.
     std::vector<std::string> IdleOptions;
     // The status file of a run.
     std::string StatusFile = "script-data\\1394_write_status.txt";
@@ -49,7 +48,7 @@ struct Globals {
     OutputFileOwner StatusFileHandle;
     // The scheduler.
     bool SchedulerBusy = false;
-    bool PassUnderWay = false; // part of the time that the scheduler is busy: the end of the run isn't
+    bool PassUnderWay = false; // only during a pass: the scheduler is also busy while it ends the run
     std::int16_t SchedulerTicks = 0;
     std::int32_t SchedulerAttempts = 0;       // resets of the device so far in this run
     bool DeviceWasReset = false;              // by a pass of this run
@@ -100,9 +99,9 @@ inline constexpr std::int32_t DEVICE_WAS_RESET = 2; // the pass is to be repeate
                                                        basApp::RunVerdict& verdict);
 // The tick of tmrAutomationScheduler (Scheduler.cpp).
 void SchedulerTick();
-// Ends a pass in order (Scheduler.cpp): the operation under way finishes, none is begun after it, the
-// result is reported, and the program closes as at the end of any run. Safe at every turn. False when no
-// pass is under way: the caller closes the program.
+// Ends a pass in order (Scheduler.cpp): the operation under way finishes, no other begins, the result is
+// reported, and the program closes as at the end of any run. May be called in any turn. False when no pass
+// is under way: the caller closes the program.
 bool EndAfterOperation();
 // For a run that is ended while it waits for the bus: its verdict, and an ERROR line with the state of the device.
 void TellEarlyEnd();

@@ -1,5 +1,5 @@
-// The transaction wrappers: arguments checked against the node's record, the path for its driver
-// chosen, failures told apart in the log.
+// The transaction wrappers: they check arguments against the node's record, choose the path for its
+// driver, and log each kind of failure with its own text.
 
 #include "Failure.h"
 #include "LibraryCalls.h"

@@ -28,7 +28,7 @@ const Twl1394Client* Client() {
     return &bas1394::globals.Client;
 }
 
-// The first virtual device is what all operations are asked of.
+// All operations go through the first virtual device.
 const char* DeviceName() {
     const auto& names = bas1394::globals.VirtualDeviceList.Names;
     return names.empty() ? "" : names.front().c_str();

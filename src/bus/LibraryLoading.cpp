@@ -1,4 +1,4 @@
-// The library's coming and going, and the notices that it posts.
+// Loads and unloads the library, and receives the notices that it posts.
 
 #include "CodePage.h"
 #include "Failure.h"
@@ -16,8 +16,8 @@ namespace {
 constexpr const char* LIBRARY_NAME = "Twl1394api.dll";
 constexpr std::int32_t DRIVER_ERRORS_ENDURED = 19;
 
-// The library's callbacks, on any thread: what they bring is taken at the window system's next
-// turn, and dropped when nobody takes notices any more.
+// The library's callbacks, on any thread. What they deliver is handled at the window system's next
+// turn, and dropped once notices are no longer taken.
 void PostNotice(void*, std::uint32_t number) {
     platform::Post([number] {
         if (globals.CallbackWindowHooked)

@@ -25,7 +25,7 @@ struct Address1394 {
 
 inline constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE"; // the one that is added when there is none
 
-// Result codes of this layer. The library's own codes stand in Twl1394api.h.
+// Result codes of this layer. The library's own codes are in Twl1394api.h.
 inline constexpr std::int32_t RESULT_SUCCESS = 1;
 inline constexpr std::int32_t RESULT_FAILED = -1;
 inline constexpr std::int32_t RESULT_BUS_RESET = -105;
@@ -48,7 +48,7 @@ struct VirtualDeviceList {
 struct Globals {
     // Flags between notices, timers and the enumeration.
     bool BusResetPending = false;     // set by notices, a rescan, Main and the read wrapper
-    bool BusEnumerated = false;       // the last enumeration ran to its end, no reset behind it
+    bool BusEnumerated = false;       // the last enumeration ran to its end, with no reset since
     bool IncomingDataPending = false; // a node wrote into an allocated range
     bool HandlingBusReset = false;    // BusResetHandlerThread is running; it doesn't nest
     std::int32_t DriverErrors = 0;    // error notices so far
@@ -73,7 +73,7 @@ struct Globals {
 };
 extern Globals globals;
 
-// What this layer needs of the bootloader's, which lies above it. Filled by program/Program.cpp. What a front end
+// What this layer needs from the bootloader layer above it. Filled by program/Program.cpp. What a front end
 // is to show or do is called directly, through basApp::CurrentFrontEnd().
 struct Hooks {
     std::function<void()> incomingData;               // a target has announced itself
@@ -85,7 +85,7 @@ struct Hooks {
 };
 extern Hooks hooks;
 
-// For callers whose values are dear to make.
+// For arguments that are expensive to compute.
 inline bool StatusDisplayWanted(std::int32_t level) {
     return !basApp::QuietDuringDownload(level) && basDebug::Wanted(level);
 }
@@ -105,7 +105,7 @@ inline auto LogFailure(const char* procedure) {
 // --- Library loading and notices (LibraryLoading.cpp) ---
 
 // Loads the library of the program directory and registers Client. Null when it can't be loaded.
-// `withCallbacks` false stands for a window handle of 0.
+// `withCallbacks` false corresponds to a window handle of 0.
 [[nodiscard]] void* LoadTwl1394Dll(bool withCallbacks);
 void UnloadTwl1394Dll();
 // Takes (or stops taking) what the library posts; dispatched at the window system's next turn.
@@ -113,13 +113,13 @@ void HookCallbackWindow(bool enable);
 // One notice of the library. Numbers other than the five known do nothing.
 void CallbackWindowProc(std::uint32_t message);
 
-// The lines of the library's debug text, each ending in CR LF; what stands behind the last line end is lost.
+// The lines of the library's debug text, each ending in CR LF; text after the last line end is lost.
 std::vector<std::string> TakeDebugLines(const std::string& boxText);
 
 // --- Transactions (AsyncTransactions.cpp) ---
 
 // Reads `size` bytes (1 to 2048, rounded up to quadlets) into `buffer`, which is replaced; in
-// quadlet mode one quadlet at a time with a turn of the window system behind each, in which the
+// quadlet mode one quadlet at a time, each followed by a turn of the window system, in which the
 // node table may change. A negative time-out is the default one. 1, -1, -105, or the library's
 // code; then `buffer` holds what had arrived, zeros for the rest. No retries.
 [[nodiscard]] std::int32_t AsyncReadWrapperVB(const Device& device, Address1394 address, std::int32_t size,
@@ -131,9 +131,9 @@ std::vector<std::string> TakeDebugLines(const std::string& boxText);
 
 // --- Addresses and ranges on the host (AddressRanges.cpp) ---
 
-// "0x", "&H" and blanks are taken out; digits of a text without "0x" are hexadecimal too. 1, or -1
-// when the number has more than 48 bits. A text that is no number at all is complained of: failure
-// 14592 in an unattended run, else a line of the status file.
+// "0x", "&H" and blanks are removed; digits of a text without "0x" are hexadecimal too. 1, or -1
+// when the number has more than 48 bits. A text that isn't a number is reported: failure 14592
+// in an unattended run, else a line of the status file.
 [[nodiscard]] std::int32_t StringToAddress(const std::string& text, Address1394& address);
 [[nodiscard]] std::int32_t Allocate1394Memory(const std::string& addressText, const std::string& sizeText); // 1 or -1
 [[nodiscard]] std::int32_t AllocateRange(Twl1394AddressRange& record);                                      // 1 or -1

@@ -57,7 +57,7 @@ void TellBeginning(const Load& load) {
 // --- On the target ---
 
 // What a failed announcement means for the flash: a request that was taken starts the erase; one whose write failed
-// may have been taken all the same; one that was answered without a block size may be refused.
+// may have been taken even so; one that was answered without a block size may be refused.
 CommandProgress WatchAnnouncement(Load& load) {
     CommandProgress progress = load.style.startProgress ? *load.style.startProgress : CommandProgress{};
     progress.abandoned = platform::EndRequested;
@@ -326,7 +326,6 @@ void Advance(const Load& load, Step step, std::int32_t tries) {
         load.style.progress({step, load.sent, load.section.Length, tries, load.handle, load.verdict.Guid});
 }
 
-// False, for the caller to return.
 bool Fail(Load& load, Stage stage, const std::string& reason, std::int32_t code) {
     if (load.failedAt == Stage::None) {
         load.failedAt = stage;

@@ -26,7 +26,7 @@ struct DownloadFailure {
     std::int64_t bytes = 0; // sent by then
 };
 
-// What differs between the callers. Levels and texts belong to the messages named beside them;
+// What differs between the callers. The comments name the message of each level and text;
 // "{file}" in a text is the package's path.
 struct DownloadStyle {
     std::int32_t cneAddress = 0;  // where configuration data goes on the target

@@ -42,7 +42,7 @@ std::string HardwareIdText(const Load& load) {
     return load.style.hardwareIdInHex ? fmt::format("{} (0x{:X})", id, Bits(id)) : fmt::format("{}", id);
 }
 
-// Which hardware the package and the target speak of: the first two lines of both boxes.
+// The hardware of the package and of the target: the first two lines of both boxes.
 std::string HardwareLines(const Load& load, std::int32_t model) {
     return fmt::format("The selected TWD file indicates hardware compatibility with Model ID {}.  \r\n"
                        "The selected hardware indicates a Model ID of {}.  \r\n",

@@ -1,7 +1,6 @@
-// One load, for the files of this layer: its checks before the target is touched, and its way to the target.
+// One load, shared by the files of this layer: LoadChecks.cpp is what precedes the target, ImageDownload.cpp the rest.
 #pragma once
 
-#include "Failure.h"
 #include "ImageDownload.h"
 
 namespace basBootloader {

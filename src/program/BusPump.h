@@ -1,5 +1,5 @@
-// What keeps the bus and an unattended run going, whatever the front end: three timers, the library's notices, and
-// the answer to a target that announces itself.
+// What drives the bus and an unattended run under any front end: three timers, the library's notices, and the answer
+// to a target that announces itself.
 #pragma once
 
 #include "WindowSystem.h"

@@ -1,13 +1,12 @@
-// From the arguments that a shell hands over to the one raw command line of the options' parser,
-// which splits at each "/" that isn't inside double quotes.
+// Joins the arguments from the shell into the one raw command line that the parser of the options takes
+// apart at each "/" outside double quotes.
 //
-// A path that has to hold a double quote can't be expressed: the parser knows no way to escape one.
+// A path that contains a double quote can't be expressed: the parser has no escape for it.
 #include "StartUp.h"
 
 #include "CodePage.h"
 #include "Files.h"
 #include "Paths.h"
-#include "basApp.h"
 
 #include <algorithm>
 #include <cctype>
@@ -51,7 +50,7 @@ bool IsOneOf(char letter, std::string_view letters) {
     return letter != '\0' && letters.find(letter) != std::string_view::npos;
 }
 
-// Options that stand together, each of one letter: "/D", "/A/B", "/S /O".
+// Only options of one letter each: "/D", "/A/B", "/S /O".
 bool IsLetterOptions(std::string text) {
     std::erase(text, ' ');
     if (text.empty() || text.size() % 2 != 0)
@@ -62,8 +61,8 @@ bool IsLetterOptions(std::string text) {
     return true;
 }
 
-// The file that stands together with its option, in "/Dfw/app.twd" or "/D my app.twd /S", and the
-// options after it. Nothing when there is no such file.
+// The file in the same argument as its option, as in "/Dfw/app.twd" or "/D my app.twd /S", and the
+// options after it. Nothing if there is no such file.
 struct AttachedFile {
     std::string path, options;
 };
@@ -110,7 +109,7 @@ private:
     void Append(const std::string& text);
 
     char letter_ = '\0';       // of the last option
-    bool awaitsValue_ = false; // which has none yet
+    bool awaitsValue_ = false; // whose value hasn't come yet
 };
 
 void Joiner::Append(const std::string& text) {
@@ -134,7 +133,7 @@ bool Joiner::IsOption(const std::string& text) const {
                              (IsOneOf(letter, SINGLE_OPTIONS) && text[2] == '/'));
 }
 
-// A GUID is none, even where there is a file of that name.
+// A GUID isn't a path, even if there is a file of that name.
 std::string Joiner::Fixed(const std::string& value) const {
     return IsOneOf(letter_, VALUE_OPTIONS) ? value : MadeAbsolute(value);
 }

@@ -1,5 +1,5 @@
-// A program without windows, and what programs with windows share with it: an unattended run prints its messages of
-// level WATCH and above and its progress on standard output, line by line.
+// The front end of a program without windows, and the base of the one with windows: an unattended run prints its
+// messages of level WATCH and above and its progress on standard output, line by line.
 #pragma once
 
 #include "BusPump.h"

@@ -1,6 +1,7 @@
 #include "Program.h"
 
 #include "BusPump.h"
+#include "SettingKeys.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 #include "basBootloader.h"
@@ -29,7 +30,7 @@ void LogTargets() {
     }
 }
 
-// What the layers can't call by name, since it lies above them.
+// Gives the layers what lies above them, which they can't call by name.
 void JoinLayers() {
     basApp::hooks = {
         .queryElapsedTimeMs = bas1394::QueryElapsedTimeMs,
@@ -49,8 +50,8 @@ void JoinLayers() {
 } // namespace
 
 void UseFrontEnd(basApp::FrontEnd& frontEnd) {
-    // Whoever reads standard output may go away in the middle of a load, and the device would be left with half an
-    // image.
+    // The reader of standard output may exit in the middle of a load. The signal would end the program and leave the
+    // device with half an image.
     std::signal(SIGPIPE, SIG_IGN);
     basApp::UseFrontEnd(&frontEnd);
     JoinLayers();
@@ -70,7 +71,9 @@ void ReleaseStore() {
 }
 
 std::string GlobalSetting(const std::string& key, const std::string& defaultValue) {
-    return globals.DbManager ? globals.DbManager->GetSetting(basApp::TITLE, "Global", key, defaultValue) : defaultValue;
+    return globals.DbManager
+               ? globals.DbManager->GetSetting(basApp::TITLE, settingKeys::GLOBAL_SECTION, key, defaultValue)
+               : defaultValue;
 }
 
 } // namespace program

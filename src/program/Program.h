@@ -21,12 +21,12 @@ namespace program {
 
 struct Globals {
     std::unique_ptr<clsDbManager> DbManager; // from Main to ShutdownApplication
-    bool EndTold = false;                    // that a signal ends the program
+    bool EndReported = false;                // a message has said that a signal ends the program
 };
 extern Globals globals;
 
-// Gives every layer what it calls upward. Once, before basApp::Main. The caller keeps ownership until the
-// program has ended.
+// Sets the front end and fills the hooks of every layer. Once, before basApp::Main. The caller keeps ownership until
+// the program has ended.
 void UseFrontEnd(basApp::FrontEnd& frontEnd);
 
 // The store, for StartUp.

@@ -13,12 +13,12 @@ namespace {
 
 constexpr std::int32_t INTERVAL = 100; // ms
 
-// Ticks also come in turns within work, which is left to finish: it looks at the request itself.
+// A tick may come in a turn in the middle of an operation, which checks for the request itself and is left to finish.
 void EndIfPossible() {
     if (!basApp::CurrentFrontEnd().ReadyToEnd() || basAutomation::EndAfterOperation() ||
         basAutomation::globals.SchedulerBusy)
         return;
-    if (!std::exchange(globals.EndTold, true)) {
+    if (!std::exchange(globals.EndReported, true)) {
         if (basApp::globals.PerformUnattendedOperations)
             basAutomation::TellEarlyEnd();
         else
@@ -37,10 +37,10 @@ EndWatch::EndWatch()
       })) {}
 
 void EndWithoutWindows(const char* reason) {
-    PlainFrontEnd lines; // whatever is painted may end the process once more
+    PlainFrontEnd lines; // painting anything could end the process again
     lines.MessageLevel = LEVEL_NONE;
     basApp::UseFrontEnd(&lines);
-    // The access library may have been taken down before: nothing may call it any more.
+    // The access library may already be unloaded: nothing may call it any more.
     basApp::hooks.queryElapsedTimeMs = [](std::int64_t counter) {
         return static_cast<float>(platform::QueryPerformanceCounter() - counter) * 1000 /
                static_cast<float>(platform::QueryPerformanceFrequency());

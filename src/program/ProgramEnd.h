@@ -19,7 +19,7 @@ private:
     std::unique_ptr<platform::DescriptorWatch> watch_;
 };
 
-// For a process that is ending under the program, in the middle of whatever it does: an ERROR line with `reason`
+// For a process that is already exiting, in the middle of whatever the program does: an ERROR line with `reason`
 // and the state of the device, then the shutdown, without windows and access library.
 void EndWithoutWindows(const char* reason);
 

@@ -6,6 +6,7 @@
 #include "Handles.h"
 #include "Paths.h"
 #include "Program.h"
+#include "SettingKeys.h"
 #include "SingleInstance.h"
 #include "WorkingDirectory.h"
 #include "bas1394.h"
@@ -64,19 +65,19 @@ std::int32_t NumberSetting(const std::string& key, std::int32_t defaultValue) {
 }
 
 void ReadDllMessageLevel() {
-    globals.DllMessageLevel = NumberSetting("DllMessageLevel", globals.DllMessageLevel);
+    globals.DllMessageLevel = NumberSetting(settingKeys::DLL_MESSAGE_LEVEL, globals.DllMessageLevel);
 }
 
 void ReadDebugMessageLevel() {
-    globals.DebugMessageLevel = NumberSetting("DebugMessageLevel", globals.DebugMessageLevel);
+    globals.DebugMessageLevel = NumberSetting(settingKeys::DEBUG_MESSAGE_LEVEL, globals.DebugMessageLevel);
 }
 
 void ReadDebugLoggingLevel() {
-    globals.DebugLoggingLevel = NumberSetting("DebugLoggingLevel", globals.DebugLoggingLevel);
+    globals.DebugLoggingLevel = NumberSetting(settingKeys::DEBUG_LOGGING_LEVEL, globals.DebugLoggingLevel);
 }
 
 void ReadTransactionTimeout() {
-    const std::int32_t stored = NumberSetting("Default1394TransactionTimeout", DEFAULT_TRANSACTION_TIMEOUT);
+    const std::int32_t stored = NumberSetting(settingKeys::DEFAULT_TRANSACTION_TIMEOUT, DEFAULT_TRANSACTION_TIMEOUT);
     globals.Default1394TransactionTimeout = stored >= 0 ? stored : DEFAULT_TRANSACTION_TIMEOUT;
 }
 
@@ -174,8 +175,8 @@ constexpr Step DOWN_TO_THE_BUS[] = {
     TakeFocus,
 };
 
-// Main's handler of failures: number 5 costs one step, any other the rest of the start-up. False
-// for the latter.
+// Main's handler of failures: number 5 skips one step, any other the rest of the start-up. False for
+// the latter.
 template <class Statement> bool RunStep(const Statement& step) {
     bool goOn = true;
     platform::Attempt(step, [&goOn](const platform::Failure& failure) {

@@ -14,13 +14,13 @@ namespace basApp {
 // end at once (a second instance, a failed unattended set-up); otherwise it lives on the window system's message
 // loop from here.
 bool Main(const std::string& rawCommandLine);
-// In fixed order: event, mutexes, library, store, front end. Goes on past failures without a message.
+// In fixed order: event, mutexes, library, store, front end. Continues after failures without a message.
 void ShutdownApplication();
-// The same for a process that is ending under the program: neither library nor front end is called any more.
+// The same for a process that is already exiting: calls neither the library nor the front end.
 void ShutdownWithoutLibrary();
 
 // Joins argv into the raw command line: a value that names a path ("/" inside) or holds a blank is
-// put in double quotes, also one that is written together with its option ("/Dfw/app.twd"); one that
+// put in double quotes, also one that is joined to its option ("/Dfw/app.twd"); one that
 // names an existing file relative to the current directory is made absolute. An argument that
 // holds several options with their values is taken word by word.
 std::string JoinArguments(const std::vector<std::string>& arguments);

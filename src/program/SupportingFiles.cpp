@@ -1,4 +1,4 @@
-// Are the files that the program stands on there, and of the expected date? The answers are only
+// Checks that the files the program depends on exist and have the expected dates. The results are only
 // logged.
 #include "StartUp.h"
 
@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::int32_t DIRECTORY_BUFFER_SIZE = 255;
 
-// In the order of checking. The drivers of the bus belong to the kernel of this platform, which
-// gives them no file and no date that could be tested.
+// In the order of checking. On this platform the bus drivers belong to the kernel: there is no file to
+// test.
 std::vector<Dependency> Dependencies() {
     Dependency library{platform::ModuleFileName("Twl1394api.dll"), {}, false, true, true};
     library.ExpectedDate.Year = 2003;
@@ -35,7 +35,7 @@ std::string JoinedTo(const std::string& directory, const std::string& fileName) 
     return platform::JoinPath(directory, start == std::string::npos ? std::string() : fileName.substr(start));
 }
 
-// False, with a message, when the dependency's directory can't be told.
+// False, with a message, when the dependency's directory can't be determined.
 bool DependencyPath(const Dependency& dependency, std::string& path) {
     path = dependency.FileName;
     if (dependency.InWindowsDirectory) {

@@ -6,7 +6,7 @@
 
 namespace basApp {
 
-// What the choice needs to know of the file system and to do to it.
+// The file system, as the choice needs it.
 struct DirectoryCalls {
     std::function<bool(const std::string& path)> exists;
     std::function<void(const std::string& path)> change; // failure 76 when there is no such folder

@@ -115,7 +115,7 @@ TEST_F(Store, LogsOpeningAndClosingAndRemovesACompactedFileLeftByACrash) {
 }
 
 // A program with another lock folder may have the file open, and a run as root mustn't take it from its owner: so it
-// stays the same file, and isn't touched under another program.
+// stays the same file, and isn't touched while another program uses it.
 TEST_F(Store, ShrinksItsFileInPlaceAndOnlyWhileNoOtherProgramHasItOpen) {
     const auto file = [this] { return folder.Status("it's here/db1.mdb"); };
     chmod(live.c_str(), 0640);

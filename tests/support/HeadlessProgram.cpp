@@ -1,6 +1,5 @@
 #include "HeadlessProgram.h"
 
-#include "BusEnumeration.h"
 #include "BusOnVirtualClock.h"
 #include "CodePage.h"
 #include "EndRequest.h"

@@ -50,17 +50,17 @@ Reply ScriptedTarget::Answer(const ByteArray& request) {
 std::int32_t ScriptedTarget::Write(std::uint64_t address, const ByteArray& bytes) {
     if (address != REQUEST)
         return 1;
-    const Reply told = Answer(bytes);
-    const auto quadlets = static_cast<int>(told.operands.size() / 4);
+    const Reply answer = Answer(bytes);
+    const auto quadlets = static_cast<int>(answer.operands.size() / 4);
     response_ = std::exchange(next_, ByteArray(40));
     CopyTo(next_.data(), 7, bytes);
-    next_[0] = static_cast<std::uint8_t>(next_[0] + told.versionOffset);
-    next_[4] = static_cast<std::uint8_t>(next_[4] + told.idOffset);
-    next_[6] = static_cast<std::uint8_t>(next_[6] + told.codeOffset);
-    next_[7] = static_cast<std::uint8_t>(told.count < 0 ? quadlets : told.count);
-    CopyTo(&next_[8], 32, told.operands);
-    latePolls_ = told.latePolls;
-    readResult_ = told.readResult;
+    next_[0] = static_cast<std::uint8_t>(next_[0] + answer.versionOffset);
+    next_[4] = static_cast<std::uint8_t>(next_[4] + answer.idOffset);
+    next_[6] = static_cast<std::uint8_t>(next_[6] + answer.codeOffset);
+    next_[7] = static_cast<std::uint8_t>(answer.count < 0 ? quadlets : answer.count);
+    CopyTo(&next_[8], 32, answer.operands);
+    latePolls_ = answer.latePolls;
+    readResult_ = answer.readResult;
     return 1;
 }
 

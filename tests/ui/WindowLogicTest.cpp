@@ -8,8 +8,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// What is special about a node. Otherwise it is another node than this computer, with an active link and a ROM that was
-// read, on a bus that was scanned; and a target runs its application.
+// How a node differs from the usual one: not this computer, its link active, its ROM read, the bus scanned, and a
+// target in its application.
 enum Circumstances : unsigned {
     NOTHING = 0,
     TARGET = 1,

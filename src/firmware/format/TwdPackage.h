@@ -68,7 +68,7 @@ void LoadTWD(const platform::FileName& file, TwdHeader& header);
 
 // Whether a section lies within a file of so many bytes; an absent one always does.
 [[nodiscard]] bool LiesInside(const TwdSection& section, std::int64_t fileSize);
-// The first section that doesn't, null when all do. Such a package is cut off or damaged, and
+// The first section that doesn't lie inside, null if all do. Such a package is cut off or damaged, and
 // nothing of it may be loaded: the target erases before the missing bytes are noticed.
 [[nodiscard]] const NamedSection* FirstOutside(const TwdHeader& header, std::int64_t fileSize);
 // Reads a package without a message. Why it can't be loaded, as the end of "because ...": "it can't

@@ -4,9 +4,9 @@
 //
 // There are two ways to write. WriteFileAtomically and CopyFile replace the whole file by a new one with the same owner
 // and mode. If the name is a link that the user or root has made, its target is replaced; another user's link is
-// refused. OutputFile writes line by line. Anew never writes through a link or into a file with another name: a new
-// file takes the name (but a link to something other than a file, such as /dev/stdout, is refused). Append treats links
-// as above. What root creates in a user's folder belongs to that user.
+// refused. OutputFile writes line by line. Start::Anew never writes through a link or into a file with another name: a
+// new file takes the name (but a link to something other than a file, such as /dev/stdout, is refused). Append treats
+// links as above. What root creates in a user's folder belongs to that user.
 #pragma once
 
 #include "Bytes.h"

@@ -171,7 +171,7 @@ std::string Quoted(const std::vector<std::string>& paths) {
     return fmt::format("\"{}\"", fmt::join(paths, "\", \""));
 }
 
-// Whoever needs a file that couldn't be copied reports it as missing.
+// A file that couldn't be copied is reported as missing when it is needed.
 void SeedProgramDirectory(const std::string& from, const std::string& to) {
     ResumeNext next{IgnoreFailure};
     next([&] { fs::create_directories(to); });

@@ -33,7 +33,7 @@ struct SystemTime {
     bool operator==(const SystemTime&) const = default;
 };
 
-// 100 ns units since 1601-01-01 UTC; -1 if there is none.
+// 100 ns units since 1601-01-01 UTC; -1 if there is no time.
 using FileTime = std::int64_t;
 FileTime FileTimeFromUnix(std::int64_t nanosecondsSince1970);
 // False for a negative time.

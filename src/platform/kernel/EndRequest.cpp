@@ -26,7 +26,7 @@ const WakeUp& Notice() {
     return notice;
 }
 
-// The clock of the tests stands still for a signal, and a handler may call little else.
+// Not of the current clock: a test's doesn't advance, and a signal handler may call only a few functions.
 std::int64_t Milliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);

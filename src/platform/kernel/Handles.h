@@ -9,7 +9,6 @@ namespace platform {
 using Handle = std::int32_t;
 
 inline constexpr std::uint32_t WAIT_OBJECT_0 = 0;
-inline constexpr std::uint32_t WAIT_ABANDONED = 0x80;
 inline constexpr std::uint32_t WAIT_TIMEOUT = 258;
 inline constexpr std::uint32_t WAIT_FAILED = 0xFFFFFFFF;
 inline constexpr std::uint32_t STILL_ACTIVE = 259;

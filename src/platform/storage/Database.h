@@ -57,8 +57,8 @@ public:
     // Runs statements that return no rows.
     void Execute(const std::string& statements);
 
-    // Shrinks the file in place, which keeps owner and mode and is safe for whoever opens it meanwhile. False, with
-    // nothing done, while anybody has it open.
+    // Shrinks the file in place, which keeps owner and mode and is safe if another program opens it meanwhile. False,
+    // with nothing done, while it is open anywhere.
     [[nodiscard]] static bool Compact(const std::string& path);
     // Creates `path` as a copy of `from` unless another program does so first. What a killed program left of an earlier
     // file of that name is removed: the engine would merge it into this one.

@@ -17,7 +17,6 @@ inline constexpr std::int32_t INDEX_OUT_OF_RANGE = 9;
 inline constexpr std::int32_t TYPE_MISMATCH = 13; // text that isn't a number
 inline constexpr std::int32_t BAD_FILE_NAME = 52; // one that could mean several files
 inline constexpr std::int32_t FILE_NOT_FOUND = 53;
-inline constexpr std::int32_t FILE_ALREADY_OPEN = 55;
 inline constexpr std::int32_t DEVICE_IO_ERROR = 57;
 inline constexpr std::int32_t DISK_FULL = 61;
 inline constexpr std::int32_t PERMISSION_DENIED = 70;

@@ -1,6 +1,5 @@
 #include "DeviceRows.h"
 
-#include "CodePage.h"
 #include "NodeConfigRom.h"
 #include "TwdPackage.h"
 #include "basBootloader.h"

@@ -4,6 +4,7 @@
 #include "Form.h"
 #include "MDIForm1.h"
 #include "Paths.h"
+#include "SettingKeys.h"
 #include "WindowSettings.h"
 #include "basApp.h"
 #include "basAutomation.h"
@@ -122,7 +123,8 @@ void ListChildWindows(QMenu* menu) {
 }
 
 std::string HelpHost() {
-    return windowSettings::Get("Global", "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help");
+    return windowSettings::Get(settingKeys::GLOBAL_SECTION, "HelpHost",
+                               "file://" + platform::ExecutableDirectory() + "/docs/help");
 }
 
 void EndUnattendedRun() {

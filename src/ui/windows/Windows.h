@@ -33,10 +33,10 @@ void UnloadParentWindow();
 std::size_t EmptySlot(std::vector<Form*>& list);
 // Whether a load runs, or its window is still busy with its end.
 bool LoadInProgress();
-// Its browser says so; false when it has none.
+// Has its window report the load; false if no window is loading.
 bool TellLoadInProgress();
-// Whether a child window or an unattended run is in the middle of something; then the parent closes
-// after that, by itself.
+// Whether a child window or an unattended run is in the middle of something; the parent then closes
+// when that has finished.
 bool ParentClosesLater();
 // Declines the dialog that is up, if any, and says whether the parent may be closed: not above a dialog that is
 // still on its way out, nor while a load runs.
@@ -44,7 +44,7 @@ bool ReadyToEnd();
 void ForEachShell(const std::function<void(frmShell& shell)>& step);
 // Unloads each window of a list and empties its slot.
 void UnloadAll(std::vector<Form*>& list);
-// Behind a menu's own items, a line for each visible child window that brings it to the front.
+// After a menu's own items, a line for each visible child window that brings it to the front.
 void ListChildWindows(QMenu* menu);
 // Where the help pages are: a setting, by default those that ship with the program. No "/" at the end.
 std::string HelpHost();

@@ -1,6 +1,5 @@
 #include "frmSelectFirmware.h"
 
-#include "CodePage.h"
 #include "Controls.h"
 #include "MDIForm1.h"
 #include "Paths.h"

@@ -31,7 +31,6 @@ public:
 
     void Form_Load() override;
 
-    std::int32_t FirmwareType() const { return firmwareType_; }
     void setFirmwareType(std::int32_t imageType);
     std::int32_t hDevice() const { return hDevice_; }
     void setHDevice(std::int32_t handle); // after setFirmwareType

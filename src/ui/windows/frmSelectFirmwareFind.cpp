@@ -2,7 +2,6 @@
 
 #include "Controls.h"
 #include "Dialogs.h"
-#include "Paths.h"
 #include "SettingKeys.h"
 #include "UserSettings.h"
 #include "basApp.h"

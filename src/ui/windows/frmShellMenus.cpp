@@ -14,8 +14,6 @@
 
 #include <fmt/format.h>
 
-#include <functional>
-
 using namespace basBootloader;
 
 namespace {
