@@ -10,7 +10,7 @@
 
 namespace basApp {
 
-// Its defaults do nothing; PlainFrontEnd is a program without windows.
+// Its defaults do nothing; PrintingFrontEnd is what all front ends of the program share.
 class FrontEnd {
 public:
     FrontEnd() = default;

@@ -19,21 +19,23 @@ namespace basApp {
 inline constexpr const char* TITLE = "HoistlineApp"; // also the application name in the store
 inline constexpr int VERSION_MAJOR = 1, VERSION_MINOR = 8, VERSION_REVISION = 1;
 
+inline constexpr std::int32_t DEFAULT_TRANSACTION_TIMEOUT = 200, DEFAULT_SETTLE_TIME = 200; // ms
+
 struct Globals {
     std::int64_t PerformanceFrequency = 0; // counter ticks per second
     std::int32_t TicksPerMillisecond = 0;
-    std::int64_t ApplicationStartCount = 0;           // counter at start
-    std::int32_t DebugMessageLevel = 7;               // lowest level a new status window shows
-    std::int32_t DebugLoggingLevel = 5;               // lowest level written to the stored log
-    std::int32_t DllMessageLevel = 7;                 // given to the library's SetDebugSpew
-    std::int32_t Default1394TransactionTimeout = 200; // ms, for a negative time-out
-    std::int32_t CurrentTransactionTimeout = 200;     // ms, of config ROM reads
-    std::int32_t BusResetSettleTime = 200;            // ms before a bus reset is handled
+    std::int64_t ApplicationStartCount = 0;                                   // counter at start
+    std::int32_t DebugMessageLevel = 7;                                       // lowest level a new status window shows
+    std::int32_t DebugLoggingLevel = 5;                                       // lowest level written to the stored log
+    std::int32_t DllMessageLevel = 7;                                         // given to the library's SetDebugSpew
+    std::int32_t Default1394TransactionTimeout = DEFAULT_TRANSACTION_TIMEOUT; // ms, for a negative time-out
+    std::int32_t CurrentTransactionTimeout = DEFAULT_TRANSACTION_TIMEOUT;     // ms, of config ROM reads
+    std::int32_t BusResetSettleTime = DEFAULT_SETTLE_TIME;                    // ms before a bus reset is handled
     bool OverrideHardwareCompatibility = false;
     bool DownloadInProgress = false;          // quiets low levels, holds off a discovery that is owed
     bool UseTwlThesyconDriver = false;        // mirrors a menu entry; no other code reads it
     bool PerformUnattendedOperations = false; // a run is on; message boxes become status file lines
-    bool EndRequested = false;                // no further operation begins; a signal alone: platform::EndRequested()
+    bool ClosesAfterOperation = false;        // no further operation of the run begins
     platform::Handle ApplicationShutdownEvent = 0;
     std::string StoreNotice;                     // why the store can't be written, "" while it can
     std::string RawCommandLine;                  // as given, arguments joined

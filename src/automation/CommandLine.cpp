@@ -57,8 +57,9 @@ void SplitOptions(const std::string& text, const std::string& typed, ParsedComma
 }
 
 CommandLineOption Option(std::string name, std::string shortForm, std::string longForm, std::int16_t arguments,
-                         bool isOperation) {
-    return {std::move(name), std::move(shortForm), {"", std::move(longForm)}, arguments, arguments, isOperation};
+                         bool isOperation, bool takesFile = false) {
+    return {std::move(name), std::move(shortForm), {"", std::move(longForm)}, arguments, arguments, isOperation,
+            takesFile};
 }
 
 bool IsOperation(const std::string& option) {
@@ -101,16 +102,16 @@ std::int32_t ParseCommandLine(std::string& text, const std::string& typed) {
 std::vector<CommandLineOption> OptionRows() {
     return {
         {},
-        Option("DownloadImageAndCne", "D", "--download", 1, true),
-        Option("DownloadBootloader", "B", "--download-bootloader", 1, true),
-        Option("DownloadCne", "C", "--download-config", 1, true),
-        Option("DownloadImage", "Q", "--download-image", 1, true),
+        Option("DownloadImageAndCne", "D", "--download", 1, true, true),
+        Option("DownloadBootloader", "B", "--download-bootloader", 1, true, true),
+        Option("DownloadCne", "C", "--download-config", 1, true, true),
+        Option("DownloadImage", "Q", "--download-image", 1, true, true),
         Option("Override", "O", "--override", 0, false),
         Option("SetGuid", "G", "--set-guid", 1, true),
         Option("SetGuid", "M", "--set-mac", 1, true),
         Option("ShowStatus", "S", "--show-status", 0, false),
         Option("GetSystemInformation", "I", "--information", 0, true),
-        Option("ExecuteKeybatchOperation", "R", "--key-batch", 1, true),
+        Option("ExecuteKeybatchOperation", "R", "--key-batch", 1, true, true),
         Option("MatchGuid", "X", "--match-guid", 1, false),
     };
 }

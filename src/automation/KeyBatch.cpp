@@ -107,7 +107,7 @@ bool BusIsKnown() {
 void Perform(KeyOperation& operation) {
     constexpr int MOST_ATTEMPTS = 3;
     for (int attempt = 0; attempt < MOST_ATTEMPTS && BusIsKnown(); ++attempt) {
-        if (attempt == 0 && basApp::globals.EndRequested) {
+        if (attempt == 0 && basApp::globals.ClosesAfterOperation) {
             operation.NotDone = true;
             return;
         }
@@ -194,7 +194,7 @@ std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
     platform::ResumeNext next{LogFailure("PerformKeyOperations")};
     std::int32_t result = -1;
     for (std::size_t i = 1; i < operations.size(); ++i) {
-        operations[i].NotDone = basApp::globals.EndRequested;
+        operations[i].NotDone = basApp::globals.ClosesAfterOperation;
         if (!operations[i].NotDone)
             next([&] { Perform(operations[i]); });
         if (operations[i].Status == SUCCESS)

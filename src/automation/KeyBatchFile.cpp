@@ -17,8 +17,8 @@ namespace {
 using basBootloader::SUCCESS;
 using platform::Failure;
 
-constexpr std::int32_t INPUT_PAST_END = 62;     // the customary number for a read beyond the end of a file
-constexpr std::int32_t MOST_FAULTS_TOLD = 1000; // per file, which may be of any kind and size
+constexpr std::int32_t INPUT_PAST_END = 62;         // the customary number for a read beyond the end of a file
+constexpr std::int32_t MOST_FAULTS_REPORTED = 1000; // per file, which may be of any kind and size
 
 std::string TextOfFile(const platform::FileName& file) {
     const ByteArray bytes = platform::ReadWholeFile(file.Typed);
@@ -33,11 +33,11 @@ public:
     explicit FaultLog(const platform::FileName& file) : file_(file.Shown) {}
     template <class... Arguments>
     void operator()(std::int32_t level, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
-        if (++count_ <= MOST_FAULTS_TOLD)
+        if (++count_ <= MOST_FAULTS_REPORTED)
             StatusDisplay(level, text, std::forward<Arguments>(arguments)...);
-        else if (count_ == MOST_FAULTS_TOLD + 1)
+        else if (count_ == MOST_FAULTS_REPORTED + 1)
             StatusDisplay(LEVEL_ERROR, "\"{}\" has more than {} faults; the others are not listed.", file_,
-                          MOST_FAULTS_TOLD);
+                          MOST_FAULTS_REPORTED);
     }
 
 private:

@@ -11,14 +11,14 @@ namespace basAutomation {
 
 namespace {
 
-void ShowProgress(const basApp::LoadProgress& progress) {
-    basApp::CurrentFrontEnd().ShowProgress(progress);
-}
-
 using basApp::OperationKind;
 using basApp::OutcomeKind;
 using basApp::RunVerdict;
 using basBootloader::SUCCESS;
+
+void ShowProgress(const basApp::LoadProgress& progress) {
+    basApp::CurrentFrontEnd().ShowProgress(progress);
+}
 
 // What one pass is to program; an empty file name means nothing.
 struct Work {
@@ -45,10 +45,7 @@ std::string FaultOfHardware(const platform::FileName& file, const TwdHeader& pac
             .Info.HardwareModelID;
     if (package.HardwareID == model || basApp::globals.OverrideHardwareCompatibility)
         return {};
-    return fmt::format(
-        "Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target Hardware "
-        "ID = {}(0x{:X}), file '{}'",
-        package.HardwareID, Bits(package.HardwareID), model, Bits(model), file);
+    return fmt::format("{}, file '{}'", basBootloader::HardwareMismatch(package.HardwareID, model), file);
 }
 
 // What the load would refuse once the device is already in its bootloader, reported at ERROR. An image may be absent

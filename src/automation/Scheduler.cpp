@@ -1,5 +1,6 @@
 // The tick of tmrAutomationScheduler: waits for the bus, runs a pass, and repeats it after each reset of the device.
 #include "EndRequest.h"
+#include "FlagGuard.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
@@ -28,17 +29,8 @@ void WaitForTheDevice() {
     EndRun();
 }
 
-// Sets a flag for as long as it lives.
-struct Mark {
-    explicit Mark(bool& marked) : flag(marked) { flag = true; }
-    ~Mark() { flag = false; }
-    Mark(const Mark&) = delete;
-    Mark& operator=(const Mark&) = delete;
-    bool& flag;
-};
-
 std::int32_t Pass() {
-    const Mark underWay(globals.PassUnderWay);
+    const platform::FlagGuard underWay(globals.PassUnderWay);
     // A copy: the work gives the window system turns, in which a menu command may parse another text.
     const std::vector<std::string> options = basApp::globals.CommandLineOptions;
     return PerformUnattendedOperations(options, globals.Verdict);
@@ -50,7 +42,7 @@ void RunPass() {
     if (Pass() != DEVICE_WAS_RESET)
         return EndRun();
     globals.DeviceWasReset = true;
-    if (!basApp::globals.EndRequested && !platform::EndRequested())
+    if (!basApp::globals.ClosesAfterOperation && !platform::EndRequested())
         return WaitForTheDevice();
     TellEarlyEnd();
     EndRun();
@@ -73,7 +65,7 @@ void SchedulerTick() {
         StatusDisplay(LEVEL_WARNING, "tmrAutomationScheduler: ERROR - re-entering scheduler.  Aborting operation!");
         return;
     }
-    const Mark busy(globals.SchedulerBusy);
+    const platform::FlagGuard busy(globals.SchedulerBusy);
     if (!bas1394::globals.BusEnumerated)
         globals.SchedulerTicks = 0;
     else if (++globals.SchedulerTicks >= SETTLED_TICKS)
@@ -81,8 +73,8 @@ void SchedulerTick() {
 }
 
 bool EndAfterOperation() {
-    if (globals.PassUnderWay && !basApp::globals.EndRequested) {
-        basApp::globals.EndRequested = true;
+    if (globals.PassUnderWay && !basApp::globals.ClosesAfterOperation) {
+        basApp::globals.ClosesAfterOperation = true;
         StatusDisplay(LEVEL_USER, "The program closes as soon as the operation under way has finished.");
     }
     return globals.PassUnderWay;

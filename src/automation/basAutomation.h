@@ -20,6 +20,7 @@ struct CommandLineOption {
     std::int16_t MinArguments = 0;
     std::int16_t MaxArguments = 0;
     bool IsOperation = false; // calls for an unattended run
+    bool TakesFile = false;   // its argument names a file
 };
 
 // The rows of CommandLineOptionTable; element 0 is empty.

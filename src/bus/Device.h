@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 // A self-ID packet (IEEE 1394-1995, 4.3.4.1), each field shifted down to bit 0.
 struct SelfId {

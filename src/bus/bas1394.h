@@ -8,7 +8,6 @@
 #include "Twl1394api.h"
 #include "basApp.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>

@@ -8,7 +8,6 @@
 
 #include <optional>
 #include <set>
-#include <string_view>
 #include <tuple>
 #include <utility>
 

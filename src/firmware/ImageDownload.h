@@ -64,4 +64,7 @@ void TellBrokenLoad();
 [[nodiscard]] basApp::StepVerdict DownloadImage(std::int32_t handle, std::int32_t imageType,
                                                 const platform::FileName& file, ProgressFunction progress = {});
 
+// The line of a load that was aborted since the package is for another model than the target.
+std::string HardwareMismatch(std::int32_t packageModel, std::int32_t targetModel);
+
 } // namespace basBootloader

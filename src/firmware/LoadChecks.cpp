@@ -68,10 +68,7 @@ void RefuseHardware(const Load& load, std::int32_t model) {
 
 bool Abort(Load& load, std::int32_t model) {
     Tell(load, LEVEL_ERROR, "Operation aborted due to hardware incompatibility");
-    const std::string ids =
-        fmt::format("Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target "
-                    "Hardware ID = {}(0x{:X})",
-                    load.package.HardwareID, Bits(load.package.HardwareID), model, Bits(model));
+    const std::string ids = HardwareMismatch(load.package.HardwareID, model);
     if (load.style.bothIdsOnAbort)
         Log(load, LEVEL_ERROR, ids);
     return Fail(load, Stage::Hardware, ids);
@@ -124,6 +121,12 @@ bool SectionsAreWhole(Load& load) {
 }
 
 } // namespace
+
+std::string HardwareMismatch(std::int32_t packageModel, std::int32_t targetModel) {
+    return fmt::format("Operation aborted due to hardware incompatibility: TWD Hardware ID = {} (0x{:X})  Target "
+                       "Hardware ID = {}(0x{:X})",
+                       packageModel, Bits(packageModel), targetModel, Bits(targetModel));
+}
 
 bool IsReady(Load& load) {
     return MayBegin(load) && ReadPackage(load) && HardwareFits(load) && PickSection(load) && SectionsAreWhole(load);

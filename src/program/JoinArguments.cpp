@@ -7,6 +7,7 @@
 #include "CodePage.h"
 #include "Files.h"
 #include "Paths.h"
+#include "basAutomation.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,9 +19,24 @@ namespace basApp {
 
 namespace {
 
-constexpr std::string_view FILE_OPTIONS = "DBRCQ";   // a file follows
-constexpr std::string_view VALUE_OPTIONS = "GMX";    // digits follow
-constexpr std::string_view SINGLE_OPTIONS = "OSAFI"; // nothing follows
+enum class Value { Unknown, Nothing, Digits, File };
+
+// What follows the option of this letter; Unknown when there is no such option.
+Value ValueOf(char letter) {
+    if (letter == 'A' || letter == 'F') // operations that aren't in the table
+        return Value::Nothing;
+    static const std::vector<basAutomation::CommandLineOption> rows = basAutomation::OptionRows();
+    const auto row = std::ranges::find(rows, std::string(1, letter), &basAutomation::CommandLineOption::ShortForm);
+    if (row == rows.end())
+        return Value::Unknown;
+    if (row->MinArguments == 0)
+        return Value::Nothing;
+    return row->TakesFile ? Value::File : Value::Digits;
+}
+
+bool TakesValue(char letter) {
+    return ValueOf(letter) == Value::File || ValueOf(letter) == Value::Digits;
+}
 
 bool StartsWithSlash(std::string_view text) {
     return text.starts_with('/');
@@ -46,10 +62,6 @@ char OptionLetter(const std::string& text) {
     return option ? static_cast<char>(std::toupper(static_cast<unsigned char>(text[1]))) : '\0';
 }
 
-bool IsOneOf(char letter, std::string_view letters) {
-    return letter != '\0' && letters.find(letter) != std::string_view::npos;
-}
-
 // Only options of one letter each: "/D", "/A/B", "/S /O".
 bool IsLetterOptions(std::string text) {
     std::erase(text, ' ');
@@ -67,7 +79,7 @@ struct AttachedFile {
     std::string path, options;
 };
 std::optional<AttachedFile> FindAttachedFile(const std::string& text) {
-    if (!IsOneOf(OptionLetter(text), FILE_OPTIONS))
+    if (ValueOf(OptionLetter(text)) != Value::File)
         return {};
     for (std::size_t end = text.size(); end != std::string::npos && end > 2; end = text.rfind('/', end - 1)) {
         const std::string options = text.substr(end), path = platform::Trim(text.substr(2, end - 2));
@@ -129,13 +141,12 @@ bool Joiner::IsOption(const std::string& text) const {
         return true;
     // "/data/app.twd" is a path after "/D", and otherwise what it looks like.
     const char letter = OptionLetter(text);
-    return !awaitsValue_ && (IsOneOf(letter, FILE_OPTIONS) || IsOneOf(letter, VALUE_OPTIONS) ||
-                             (IsOneOf(letter, SINGLE_OPTIONS) && text[2] == '/'));
+    return !awaitsValue_ && (TakesValue(letter) || (ValueOf(letter) == Value::Nothing && text[2] == '/'));
 }
 
 // A GUID isn't a path, even if there is a file of that name.
 std::string Joiner::Fixed(const std::string& value) const {
-    return IsOneOf(letter_, VALUE_OPTIONS) ? value : MadeAbsolute(value);
+    return ValueOf(letter_) == Value::Digits ? value : MadeAbsolute(value);
 }
 
 void Joiner::TakeQuoted(const std::string& text) {
@@ -164,8 +175,8 @@ void Joiner::TakeFileOption(const std::string& text) {
 void Joiner::TakeOption(const std::string& text) {
     const bool lettersOnly = IsLetterOptions(text);
     letter_ = OptionLetter(lettersOnly ? text.substr(text.size() - 2) : text);
-    awaitsValue_ = lettersOnly && (IsOneOf(letter_, FILE_OPTIONS) || IsOneOf(letter_, VALUE_OPTIONS));
-    if (!lettersOnly && IsOneOf(letter_, FILE_OPTIONS)) {
+    awaitsValue_ = lettersOnly && TakesValue(letter_);
+    if (!lettersOnly && ValueOf(letter_) == Value::File) {
         TakeFileOption(text);
         return;
     }
@@ -185,7 +196,7 @@ void Joiner::TakeOptionOrValue(const std::string& text) {
 // A word of a command line, with its quotes.
 void Joiner::TakeWord(const std::string& word) {
     const auto quotes = std::count(word.begin(), word.end(), '"');
-    const bool fileOption = IsOneOf(OptionLetter(word), FILE_OPTIONS);
+    const bool fileOption = ValueOf(OptionLetter(word)) == Value::File;
     const std::size_t first = fileOption ? 2 : 0;
     if (quotes == 0) {
         TakeOptionOrValue(word);

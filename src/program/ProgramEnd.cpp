@@ -2,6 +2,7 @@
 
 #include "Clock.h"
 #include "EndRequest.h"
+#include "PrintingFrontEnd.h"
 #include "Program.h"
 #include "basAutomation.h"
 
@@ -37,8 +38,7 @@ EndWatch::EndWatch()
       })) {}
 
 void EndWithoutWindows(const char* reason) {
-    PlainFrontEnd lines; // painting anything could end the process again
-    lines.MessageLevel = LEVEL_NONE;
+    static PrintingFrontEnd lines; // painting anything could end the process again
     basApp::UseFrontEnd(&lines);
     // The access library may already be unloaded: nothing may call it any more.
     basApp::hooks.queryElapsedTimeMs = [](std::int64_t counter) {

@@ -21,9 +21,6 @@ namespace basApp {
 
 namespace {
 
-constexpr std::int32_t DEFAULT_TRANSACTION_TIMEOUT = 200; // ms
-constexpr std::int32_t DEFAULT_SETTLE_TIME = 200;         // ms
-
 bool ClaimInstance() {
     if (platform::ClaimSingleInstance(TITLE))
         return true;

@@ -7,7 +7,6 @@
 #include "basDebug.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>

@@ -53,7 +53,7 @@ protected:
 
     std::unique_ptr<HeadlessProgram> program;
 
-    std::unique_ptr<program::PlainFrontEnd> frontEnd; // the windows
+    std::unique_ptr<basApp::FrontEnd> frontEnd; // the windows
 
 private:
     void Load(const std::string& commandLine);

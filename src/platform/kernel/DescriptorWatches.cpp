@@ -1,6 +1,6 @@
 #include "DescriptorWatches.h"
 
-#include "Unnested.h"
+#include "FlagGuard.h"
 
 #include <utility>
 
@@ -48,8 +48,10 @@ void DescriptorWatches::RunReady() {
         if (!entry || !entry->Active() || poll(&entry->polled, 1, 0) <= 0)
             continue;
         entry->closed = (entry->polled.revents & POLLNVAL) != 0;
-        if (!entry->closed)
-            RunUnnested(entry->running, entry->call);
+        if (entry->closed)
+            continue;
+        const FlagGuard running(entry->running);
+        entry->call();
     }
 }
 

@@ -1,7 +1,7 @@
 #include "TimerQueue.h"
 
 #include "Clock.h"
-#include "Unnested.h"
+#include "FlagGuard.h"
 
 #include <algorithm>
 #include <utility>
@@ -61,7 +61,8 @@ void TimerQueue::RunDue() {
         if (!entry || !entry->Ready() || entry->due > now)
             continue;
         entry->Restart();
-        RunUnnested(entry->running, entry->tick);
+        const FlagGuard running(entry->running);
+        entry->tick();
     }
 }
 

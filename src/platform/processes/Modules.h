@@ -1,7 +1,6 @@
 // Shared objects loaded at run time; "X.dll" means "X.so".
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 namespace platform {

@@ -1,7 +1,6 @@
 #include "Failure.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <new>
 #include <stdexcept>
 #include <system_error>

@@ -1,7 +1,6 @@
 #include "Places.h"
 
 #include <algorithm>
-#include <string>
 
 namespace places {
 

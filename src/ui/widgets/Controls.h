@@ -4,7 +4,6 @@
 #include <QItemSelectionModel>
 #include <QString>
 
-#include <string>
 #include <string_view>
 
 class QWidget;

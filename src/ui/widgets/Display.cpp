@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -35,7 +36,7 @@ QtMessageHandler before = nullptr; // the handler of other messages
 
 // What a signal handler may use, all of it prepared before the opening.
 struct Silence {
-    std::string told;
+    std::string line;           // for standard error
     char** arguments = nullptr; // to start again with; null not to
     std::vector<char*> environment;
 } silence;
@@ -43,7 +44,7 @@ struct Silence {
 void EndOpening(int) {
     if (silence.arguments != nullptr)
         execve("/proc/self/exe", silence.arguments, silence.environment.data());
-    static_cast<void>(write(STDERR_FILENO, silence.told.data(), silence.told.size()) == 0);
+    std::ignore = write(STDERR_FILENO, silence.line.data(), silence.line.size());
     std::_Exit(1);
 }
 
@@ -78,7 +79,7 @@ bool ChooseDisplay(bool unattended) {
 
 DisplayOpening::DisplayOpening(bool unattended, char** arguments) {
     constexpr unsigned PATIENCE = 20; // s
-    silence.told = "HoistlineApp: no display answers (DISPLAY=\"" + Variable("DISPLAY") + "\", WAYLAND_DISPLAY=\"" +
+    silence.line = "HoistlineApp: no display answers (DISPLAY=\"" + Variable("DISPLAY") + "\", WAYLAND_DISPLAY=\"" +
                    Variable("WAYLAND_DISPLAY") + "\", QT_QPA_PLATFORM=\"" + Variable(PLATFORM) + "\").  " + ADVICE +
                    "\n";
     static char offscreen[] = "QT_QPA_PLATFORM=offscreen";

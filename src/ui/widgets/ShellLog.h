@@ -3,8 +3,6 @@
 
 #include "Files.h"
 
-#include <cstdint>
-#include <memory>
 #include <string>
 
 class ShellLog {

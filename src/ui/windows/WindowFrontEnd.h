@@ -2,16 +2,16 @@
 #pragma once
 
 #include "MDIForm1.h"
-#include "PlainFrontEnd.h"
+#include "PrintingFrontEnd.h"
 #include "Windows.h"
 #include "frmMain.h"
 #include "frmShell.h"
 #include "frmStatus.h"
 
 // A window that doesn't exist (yet, or any more) is passed over.
-class WindowFrontEnd : public program::PlainFrontEnd {
+class WindowFrontEnd : public program::PrintingFrontEnd {
 public:
-    using PlainFrontEnd::PlainFrontEnd;
+    using PrintingFrontEnd::PrintingFrontEnd;
 
     void Open() override { windows::LoadParentWindow(); }
     bool IsOpen() const override { return Main() != nullptr; }
@@ -35,7 +35,7 @@ public:
             Main()->AppendDebugSpew(text);
     }
     void ShowStoreNotice(const std::string& text) override {
-        PlainFrontEnd::ShowStoreNotice(text);
+        PrintingFrontEnd::ShowStoreNotice(text);
         if (windows::globals.parent != nullptr)
             windows::globals.parent->ShowNotice(QString::fromStdString(text));
     }
