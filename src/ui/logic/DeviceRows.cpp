@@ -125,7 +125,7 @@ void FillPanelFromTarget(Panel& panel, const BootloaderTarget& target) {
     panel.whyNoBootloader = panel.bootloaderRunning
                                 ? ""
                                 : "The device runs its application.  Choose Command, Run Selected Device in Firmware "
-                                  "Download Mode; then its firmware can be updated.";
+                                  "Download Mode first.";
     panel.lblBootloaderGuidGet =
         panel.bootloaderRunning ? "ID (Bootloader): " + guid : "ID (Bootloader): <not applicable>";
     panel.lblModelID = fmt::format("Info Registers Hardware Model ID = {} / Version: {}", info.HardwareModelID,
