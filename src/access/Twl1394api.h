@@ -24,6 +24,12 @@ extern "C" {
 
 #define TWL1394_INTERFACE_VERSION 1u
 
+/* The environment variable by which the program chooses the bus, before it loads the library. What
+ * its value names is the library's own affair: a file, a card. Unset or empty: the library's
+ * default. If there is no such bus, there is no virtual device, and the debug text says why; the
+ * default never takes its place. */
+#define TWL1394_BUS_VARIABLE "TWL1394_BUS"
+
 /* Notices, posted through Twl1394Client::PostNotice. */
 enum {
     TWL1394_NOTICE_BUS_RESET_VHPD = 1044, /* bus reset, second driver family */

@@ -9,6 +9,8 @@
 #include "WindowSystem.h"
 #include "bas1394.h"
 
+#include <cstdlib>
+
 namespace bas1394 {
 
 namespace {
@@ -78,6 +80,13 @@ void* LoadAndBind() {
 }
 
 } // namespace
+
+void ChooseBus(const std::string& description) {
+    if (description.empty())
+        unsetenv(TWL1394_BUS_VARIABLE);
+    else
+        setenv(TWL1394_BUS_VARIABLE, description.c_str(), 1);
+}
 
 void* LoadTwl1394Dll(bool withCallbacks) {
     void* module = nullptr;

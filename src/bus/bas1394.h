@@ -103,6 +103,9 @@ inline auto LogFailure(const char* procedure) {
 
 // --- Library loading and notices (LibraryLoading.cpp) ---
 
+// Which bus the library is to use, in the library's own terms (for the simulated bus the path of a description); empty
+// is its default. To be called before the library is loaded.
+void ChooseBus(const std::string& description);
 // Loads the library of the program directory and registers Client. Null when it can't be loaded.
 // `withCallbacks` false corresponds to a window handle of 0.
 [[nodiscard]] void* LoadTwl1394Dll(bool withCallbacks);

@@ -1,4 +1,5 @@
 // An invalid description is rejected with the place and the reason.
+#include "PlatformTest.h"
 #include "SimulatedBus.h"
 
 namespace {
@@ -45,6 +46,32 @@ TEST_F(SimulatedBus, AFileBesideTheLibraryIsNamedInItsErrors) {
     scratch.Put("simulated-bus.json", R"({"nodes": [{"kind": "tree"}]})");
     EXPECT_EQ(SimulatorDescribe(nullptr, scratch.path().c_str()), -1);
     EXPECT_EQ(std::string(SimulatorLastError()).find(scratch.path() + "/simulated-bus.json: /nodes/0/kind: "), 0u);
+}
+
+TEST_F(SimulatedBus, TheFileThatTheProgramNamesIsTheBusOrThereIsNone) {
+    const TestFolder scratch;
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"bus.json", R"({"stateDirectory": "state", "nodes": [{"kind": "off"}]})", ""},
+        {"missing.json", nullptr, "/missing.json: /: can't be read"},
+        {"rejected.json", "{", "/rejected.json: /: no JSON"}};
+    Twl1394VirtualDevice driver{1, 0, 0, "1394_VIRTUAL_DEVICE"};
+    for (const auto& [name, content, error] : rows) {
+        SCOPED_TRACE(name);
+        if (content != nullptr)
+            scratch.Put(name, content);
+        const Variable chosen("TWL1394_BUS", scratch.file(name));
+        text.clear();
+        EXPECT_EQ(SimulatorDescribe(nullptr, nullptr) == 1, !*error);
+        EXPECT_EQ(text, *error ? "simulated bus: " + std::string(SimulatorLastError()) + "\r\n" : "");
+        EXPECT_NE(std::string(SimulatorLastError()).find(error), std::string::npos) << SimulatorLastError();
+        Twl1394VirtualDeviceList list;
+        GetVirtualDeviceList(&list);
+        EXPECT_EQ(list.DeviceCount, *error ? 0u : 1u);
+        EXPECT_EQ(AddVirtualDriver(&client, &driver, 0) == 0, !*error);
+        Bytes data;
+        EXPECT_EQ(Read(0, ROM, 4, data), *error ? TWL1394_NO_RESPONSE : TWL1394_NODE_DID_NOT_RESPOND);
+    }
+    EXPECT_TRUE(std::filesystem::is_directory(scratch.file("state"))) << "paths are relative to the description";
 }
 
 TEST_F(SimulatedBus, TheShippedExamplesAreValid) {

@@ -1,4 +1,5 @@
 // Binding the library, and what each of its notices logs and sets.
+#include "PlatformTest.h"
 #include "ScriptedLibrary.h"
 
 #include <tuple>
@@ -70,6 +71,14 @@ TEST_F(Notices, WaitForEventProcessingAndAreDroppedWithoutAWindow) {
     windowSystem.Turn();
     EXPECT_FALSE(globals.BusResetPending);
     EXPECT_EQ(frontEnd.debugSpew, "café\r\n");
+}
+
+TEST(TheChosenBus, IsSetForTheLibraryAndTakenBack) {
+    const Variable before("TWL1394_BUS", "");
+    ChooseBus("/racks/bus 7.json");
+    EXPECT_STREQ(getenv("TWL1394_BUS"), "/racks/bus 7.json");
+    ChooseBus("");
+    EXPECT_EQ(getenv("TWL1394_BUS"), nullptr);
 }
 
 TEST(DebugText, IsSplitIntoLines) {

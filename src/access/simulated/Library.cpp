@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <utility>
@@ -67,40 +68,60 @@ static std::filesystem::path OwnDirectory() {
     return path.parent_path();
 }
 
-// The file beside the library, or the default bus. Throws DescriptionError for a file that can't be read.
-static std::string ReadDescription(const std::string& path) {
+// Where a description comes from.
+struct Source {
+    std::string name;           // for messages
+    std::filesystem::path base; // of the relative paths in it
+    bool chosen = false;        // the program has named the file
+};
+
+static Source SourceOf(const char* json, const char* baseDirectory) {
+    const char* chosen = std::getenv(TWL1394_BUS_VARIABLE);
+    if (json == nullptr && baseDirectory == nullptr && chosen != nullptr && *chosen != '\0') {
+        const std::filesystem::path file = std::filesystem::absolute(chosen);
+        return {file.string(), file.parent_path(), true};
+    }
+    const std::filesystem::path base = baseDirectory == nullptr ? OwnDirectory() : std::filesystem::path(baseDirectory);
+    return {json == nullptr ? (base / DESCRIPTION_FILE).string() : "description", base};
+}
+
+// The file, or the default bus if it is missing and the program hasn't named it. Throws DescriptionError for a file
+// that can't be read.
+static std::string ReadDescription(const Source& source) {
     std::error_code failure;
-    if (!std::filesystem::exists(path, failure))
+    if (!source.chosen && !std::filesystem::exists(source.name, failure))
         return DefaultBus();
-    const std::optional<Bytes> content = ReadFile(path);
+    const std::optional<Bytes> content = ReadFile(source.name);
     if (!content)
         throw DescriptionError("", "can't be read");
     return {content->begin(), content->end()};
 }
 
-static std::optional<BusDescription> TryDescription(const char* json, const char* baseDirectory) {
-    const std::filesystem::path base = baseDirectory == nullptr ? OwnDirectory() : std::filesystem::path(baseDirectory);
-    const std::string name = json == nullptr ? (base / DESCRIPTION_FILE).string() : "description";
+static std::optional<BusDescription> TryDescription(const char* json, const Source& source) {
     globals.lastError.clear();
     try {
-        return ParseDescription(json == nullptr ? ReadDescription(name) : json, base.string());
+        return ParseDescription(json == nullptr ? ReadDescription(source) : json, source.base.string());
     } catch (const DescriptionError& failure) {
-        globals.lastError = fmt::format("{}: {}", name, failure.what());
+        globals.lastError = fmt::format("{}: {}", source.name, failure.what());
         return std::nullopt;
     }
 }
 
 bool CheckDescription(const char* json, const char* baseDirectory) {
-    return TryDescription(json, baseDirectory).has_value();
+    return TryDescription(json, SourceOf(json, baseDirectory)).has_value();
 }
 
 bool Describe(const char* json, const char* baseDirectory) {
     globals.bus.reset();
     globals.due.clear();
     globals.undelivered.clear();
-    const std::optional<BusDescription> read = TryDescription(json, baseDirectory);
+    globals.virtualDevice = false;
+    const Source source = SourceOf(json, baseDirectory);
+    const std::optional<BusDescription> read = TryDescription(json, source);
     if (!read)
         DebugText(DEBUG_ALWAYS, globals.lastError);
+    if (!read && source.chosen) // exactly that bus was wanted, so none replaces it
+        return false;
     const BusDescription description = read.value_or(EmptyBus());
     globals.virtualDevice = description.virtualDevice;
     globals.bus = std::make_shared<Bus>(description, BusOutlets{.now = [] { return TheClock().Now(); },
@@ -112,10 +133,12 @@ bool Describe(const char* json, const char* baseDirectory) {
 
 std::int32_t Carry(Transaction& transaction) {
     std::unique_lock lock(globals.mutex);
-    if (globals.client == nullptr || globals.bus == nullptr)
+    if (globals.client == nullptr)
         return TWL1394_SHUTTING_DOWN;
     if (!globals.virtualDevice)
         return TWL1394_NO_RESPONSE;
+    if (globals.bus == nullptr)
+        return TWL1394_SHUTTING_DOWN;
     const std::shared_ptr<Bus> bus = globals.bus;
     Clock& clock = TheClock();
     const Bus::Started started = bus->Begin(transaction.timeoutMs);

@@ -14,7 +14,7 @@ struct Globals {
     const Twl1394Client* client = nullptr;              // between RegisterClient and DeRegisterClient
     int debugLevel = DEBUG_ALWAYS;                      // SetDebugSpew
     std::vector<std::string> undelivered;               // debug text from before the client registered
-    std::shared_ptr<Bus> bus;                           // null until described
+    std::shared_ptr<Bus> bus;                           // null until described, and if it can't be opened
     bool virtualDevice = false;                         // the driver is present
     std::string lastError;                              // SimulatorLastError
     std::uint64_t lastTicket = 0;                       // never reset: old tickets may still be pending
@@ -28,8 +28,9 @@ inline constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE";
 // All of these are called with the lock held, unless stated otherwise.
 Clock& TheClock();
 void UseCallersClock(const SimulatorClock* clock); // null: the real one
-// json null: the file beside the library, or the default bus. baseDirectory null: the library's
-// own. False with the reason in lastError; the bus then consists of this computer only.
+// json null: the file that TWL1394_BUS names, the one in baseDirectory, or the default bus. baseDirectory null: the
+// library's own. False with the reason in lastError; the bus then consists of this computer only, or there is none if
+// the program had named the file.
 bool Describe(const char* json, const char* baseDirectory);
 // Only reads and checks.
 [[nodiscard]] bool CheckDescription(const char* json, const char* baseDirectory);

@@ -23,10 +23,10 @@ typedef struct SimulatorClock {
 void SimulatorUseClock(const SimulatorClock* Clock);
 
 // Replaces the whole bus by a description (the JSON of docs/simulated-bus.md; null reads
-// simulated-bus.json beside the library, or the default bus). Relative paths in it are relative to
-// BaseDirectory; null means the library's own directory. All state is discarded, except what is in
-// the state directory. Returns 1, or -1 with the reason (file, path in the document, what is wrong)
-// in SimulatorLastError; the bus then consists of this computer only.
+// the file that TWL1394_BUS names, simulated-bus.json beside the library, or the default bus). Relative paths in it are
+// relative to BaseDirectory; null means the library's own directory. All state is discarded, except what is in the
+// state directory. Returns 1, or -1 with the reason (file, path in the document, what is wrong) in SimulatorLastError;
+// the bus then consists of this computer only.
 int32_t SimulatorDescribe(const char* Json, const char* BaseDirectory);
 // Reads and checks a description as SimulatorDescribe would, and changes nothing: no bus, no state
 // directory, no trace.

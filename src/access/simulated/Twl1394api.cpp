@@ -105,7 +105,7 @@ int32_t GetVirtualDeviceList(Twl1394VirtualDeviceList* list) {
 static int32_t SetVirtualDevice(const Twl1394Client* client, const Twl1394VirtualDevice* record, bool present) {
     const std::lock_guard lock(globals.mutex);
     if (!IsClient(client) || record == nullptr || record->Name == nullptr ||
-        std::strcmp(record->Name, VIRTUAL_DEVICE) != 0)
+        std::strcmp(record->Name, VIRTUAL_DEVICE) != 0 || globals.bus == nullptr)
         return FAILED;
     globals.virtualDevice = present;
     return 0;
