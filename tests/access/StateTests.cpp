@@ -1,16 +1,16 @@
 // The state directory is used again by the next run; damage is reported and survived.
 #include "SimulatedBus.h"
 
+#include <fcntl.h>
+#include <memory>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace {
 
 class State : public SimulatedBus {
 protected:
-    void DescribeAgain() {
-        Describe(OneTarget(R"("mode": "bootloader", "eraseMs": 0, "checkMs": 0, "keys": {"A": "old"})",
-                           R"(, "stateDirectory": ")" + scratch.path() + R"(/state")"));
-    }
+    void DescribeAgain() { Describe(description); }
     void Load(const std::string& image) {
         const auto size = static_cast<uint32_t>(image.size());
         const uint32_t crc = Crc32({image.begin(), image.end()});
@@ -22,6 +22,9 @@ protected:
     }
     const TestFolder scratch;
     const std::string directory = "state/000F1B0000000001/";
+    const std::string description =
+        OneTarget(R"("mode": "bootloader", "eraseMs": 0, "checkMs": 0, "keys": {"A": "old"})",
+                  R"(, "stateDirectory": ")" + scratch.file("state") + '"');
 };
 
 TEST_F(State, FlashIdentityKeysAndModeSurviveARun) {
@@ -86,6 +89,58 @@ TEST_F(State, NoPlantedLinkIsFollowedAndALeftoverDraftIsRemoved) {
     Describe(OneTarget("", R"(, "trace": ")" + sink + '"'));
     EXPECT_NE(text.find("can't write the trace"), std::string::npos) << text;
     EXPECT_TRUE(std::filesystem::is_symlink(sink));
+}
+
+// A second opening of the lock file stands for another process.
+class OtherProcess {
+public:
+    explicit OtherProcess(const std::string& file) : file_(open(file.c_str(), O_RDWR)) {}
+    ~OtherProcess() { close(file_); }
+    bool Takes() const { return flock(file_, LOCK_EX | LOCK_NB) == 0; }
+
+private:
+    int file_;
+};
+
+TEST_F(State, BelongsToOneProcessAtATime) {
+    DescribeAgain();
+    Load("new firmware");
+    auto other = std::make_unique<OtherProcess>(scratch.file("state/lock"));
+    EXPECT_FALSE(other->Takes());
+    EXPECT_EQ(scratch.Content("state/lock"), std::to_string(getpid()));
+    DescribeAgain(); // gives back its own lock first
+    Describe(OneTarget(""));
+    EXPECT_TRUE(other->Takes());
+
+    scratch.Put("state/lock", "4711");
+    const auto deviceCount = [] {
+        Twl1394VirtualDeviceList list;
+        GetVirtualDeviceList(&list);
+        return list.DeviceCount;
+    };
+    Twl1394VirtualDevice driver{1, 0, 0, "1394_VIRTUAL_DEVICE"};
+    const std::string reason = "the state directory '" + scratch.file("state") +
+                               "' is in use by another program (process 4711); there is no bus until it ends";
+    EXPECT_EQ(SimulatorDescribe(description.c_str(), nullptr), -1);
+    EXPECT_EQ(SimulatorLastError(), reason);
+    EXPECT_EQ(deviceCount(), 0u);
+    EXPECT_NE(AddVirtualDriver(&client, &driver, 0), 0);
+    EXPECT_EQ(deviceCount(), 0u);
+    EXPECT_EQ(text, "simulated bus: " + reason + "\r\n") << "once";
+    EXPECT_EQ(scratch.Content("state/lock"), "4711");
+
+    other.reset();
+    EXPECT_EQ(deviceCount(), 1u);
+    uint8_t content[20];
+    EXPECT_EQ(SimulatorSection(0, "application", content, 20), 12);
+}
+
+TEST_F(State, StaysInMemoryWhereItsDirectoryCanNotBeLocked) {
+    std::filesystem::create_directories(scratch.file("state/lock"));
+    DescribeAgain();
+    EXPECT_NE(text.find("can't write to '" + scratch.file("state") + "'"), std::string::npos) << text;
+    Load("new firmware");
+    EXPECT_FALSE(std::filesystem::exists(scratch.file(directory)));
 }
 
 TEST_F(State, ADamagedFileIsReportedAndSurvived) {

@@ -124,7 +124,7 @@ class Program:
     def flash(self):
         """{GUID: {section: bytes}} of the devices that anything was stored in."""
         return {device.name: {path.stem: path.read_bytes() for path in device.glob("*.bin")}
-                for device in (self.data / "bus-state").glob("*")}
+                for device in (self.data / "bus-state").glob("*") if device.is_dir()}
 
     def identity(self, guid):
         path = self.data / "bus-state" / guid / "identity.json"

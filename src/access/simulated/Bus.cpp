@@ -14,13 +14,8 @@ Bus::Bus(const BusDescription& description, BusOutlets outlets)
       start_(outlets_.now()), trace_(description.traceFile) {
     if (trace_.Failed())
         outlets_.debugText(DEBUG_ALWAYS, fmt::format("can't write the trace '{}'", description.traceFile));
-    std::string directory = description.stateDirectory;
-    if (!directory.empty() && !CanWriteTo(directory)) {
-        outlets_.debugText(DEBUG_ALWAYS, fmt::format("can't write to '{}': the state stays in memory", directory));
-        directory.clear();
-    }
     for (std::uint32_t i = 0; i < description.nodes.size(); ++i)
-        AddNode(description, i, directory);
+        AddNode(description, i);
     for (const auto& node : nodes_)
         if (node->AsTarget() != nullptr)
             node->AsTarget()->PowerUp();
@@ -29,7 +24,8 @@ Bus::Bus(const BusDescription& description, BusOutlets outlets)
     CarryDueFaults();
 }
 
-void Bus::AddNode(const BusDescription& description, std::uint32_t index, const std::string& directory) {
+void Bus::AddNode(const BusDescription& description, std::uint32_t index) {
+    const std::string& directory = description.stateDirectory;
     const NodeDescription& node = description.nodes[index];
     const auto sameName = [&node](const NodeDescription& other) {
         return other.kind == NodeKind::Target && other.guid == node.guid;

@@ -20,6 +20,7 @@ struct BusOutlets {
 
 class Bus {
 public:
+    // A state directory has to be writable, and locked by the owner.
     Bus(const BusDescription& description, BusOutlets outlets);
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
@@ -52,7 +53,7 @@ private:
         std::uint32_t length;
     };
 
-    void AddNode(const BusDescription& description, std::uint32_t index, const std::string& directory);
+    void AddNode(const BusDescription& description, std::uint32_t index);
     Surroundings SurroundingsOf(std::uint32_t index);
     // Index of the node that currently has this number.
     std::optional<std::uint32_t> IndexOf(std::uint32_t nodeNumber) const;

@@ -18,7 +18,8 @@ namespace {
 namespace files = std::filesystem;
 
 constexpr const char* DRAFT = ".new"; // then the process ID
-constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+constexpr int NEW_FILE = O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+constexpr int OLD_FILE = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 // Closes the file; a negative number is no file.
 struct OpenFile {
@@ -122,7 +123,7 @@ void ReplaceFile(const std::string& path, ByteView content) {
     unlink(draft.c_str()); // a leftover, or a planted link
     struct stat old {};
     const bool exists = lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode);
-    const OpenFile file(open(draft.c_str(), NEW_FILE, exists ? 0600 : 0666));
+    const OpenFile file(open(draft.c_str(), O_WRONLY | NEW_FILE, exists ? 0600 : 0666));
     if (file.number < 0)
         Refuse(draft);
     flock(file.number, LOCK_EX | LOCK_NB);
@@ -149,17 +150,31 @@ std::FILE* OpenToWrite(const std::string& path) {
             return nullptr;   // such as /dev/stdout, which root would remove for every program
         unlink(path.c_str()); // so that a link's target isn't written
     }
-    int file = open(path.c_str(), NEW_FILE, 0666);
+    int file = open(path.c_str(), O_WRONLY | NEW_FILE, 0666);
     if (file >= 0)
         GiveToOwnerOfFolder(file, path);
     else
-        file = open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        file = open(path.c_str(), O_WRONLY | OLD_FILE);
     if (file < 0 || !IsRegular(file) || ftruncate(file, 0) != 0) {
         if (file >= 0)
             close(file);
         return nullptr;
     }
     return fdopen(file, "w");
+}
+
+int OpenLockFile(const std::string& path) {
+    int file = open(path.c_str(), O_RDWR | NEW_FILE, 0666);
+    if (file >= 0)
+        GiveToOwnerOfFolder(file, path);
+    for (const int access : {O_RDWR, O_RDONLY})
+        if (file < 0)
+            file = open(path.c_str(), access | OLD_FILE);
+    if (file >= 0 && !IsRegular(file)) {
+        close(file);
+        return -1;
+    }
+    return file;
 }
 
 } // namespace simulator

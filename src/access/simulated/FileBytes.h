@@ -21,5 +21,8 @@ void RemoveStaleDrafts(const std::string& directory, std::span<const std::string
 void CreateDirectories(const std::string& path);
 // A new file to write line by line; null if it can't be created.
 std::FILE* OpenToWrite(const std::string& path);
+// The number of a file that is there for its lock only, created if necessary; one of another user may be open for
+// reading alone. Negative if it isn't a regular file or can't be created.
+[[nodiscard]] int OpenLockFile(const std::string& path);
 
 } // namespace simulator

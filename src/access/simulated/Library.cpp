@@ -111,34 +111,74 @@ bool CheckDescription(const char* json, const char* baseDirectory) {
     return TryDescription(json, SourceOf(json, baseDirectory)).has_value();
 }
 
-bool Describe(const char* json, const char* baseDirectory) {
+void CloseBus() {
     globals.bus.reset();
-    globals.due.clear();
-    globals.undelivered.clear();
+    globals.stateLock.reset();
+    globals.awaited.reset();
     globals.virtualDevice = false;
-    const Source source = SourceOf(json, baseDirectory);
-    const std::optional<BusDescription> read = TryDescription(json, source);
-    if (!read)
-        DebugText(DEBUG_ALWAYS, globals.lastError);
-    if (!read && source.chosen) // exactly that bus was wanted, so none replaces it
+    globals.due.clear();
+}
+
+static bool ReportUse(const std::string& directory) {
+    const std::string reason = fmt::format("the state directory '{}' is in use by {}; there is no bus until it ends",
+                                           directory, globals.stateLock->User());
+    if (std::exchange(globals.lastError, reason) != reason) // once, however often it is tried
+        DebugText(DEBUG_ALWAYS, reason);
+    return false;
+}
+
+// False if another process uses the directory. One that can't be used at all is taken out of the description.
+static bool LockState(std::string& directory) {
+    if (directory.empty())
+        return true;
+    if (CanWriteTo(directory)) {
+        globals.stateLock = std::make_unique<DirectoryLock>(directory);
+        if (globals.stateLock->Taken())
+            return true;
+        if (globals.stateLock->InUse())
+            return ReportUse(directory);
+    }
+    DebugText(DEBUG_ALWAYS, fmt::format("can't write to '{}': the state stays in memory", directory));
+    directory.clear();
+    return true;
+}
+
+static bool OpenBus(BusDescription description) {
+    if (!LockState(description.stateDirectory)) {
+        globals.awaited = std::move(description);
         return false;
-    const BusDescription description = read.value_or(EmptyBus());
+    }
     globals.virtualDevice = description.virtualDevice;
     globals.bus = std::make_shared<Bus>(description, BusOutlets{.now = [] { return TheClock().Now(); },
                                                                 .callAt = CallAt,
                                                                 .postNotice = PostNotice,
                                                                 .debugText = DebugText});
-    return read.has_value();
+    return true;
+}
+
+void OpenAwaitedBus() {
+    if (std::optional<BusDescription> description = std::exchange(globals.awaited, std::nullopt))
+        OpenBus(std::move(*description));
+}
+
+bool Describe(const char* json, const char* baseDirectory) {
+    CloseBus();
+    globals.undelivered.clear();
+    const Source source = SourceOf(json, baseDirectory);
+    if (std::optional<BusDescription> description = TryDescription(json, source))
+        return OpenBus(std::move(*description));
+    DebugText(DEBUG_ALWAYS, globals.lastError);
+    if (!source.chosen) // otherwise exactly that bus was wanted
+        OpenBus(EmptyBus());
+    return false;
 }
 
 std::int32_t Carry(Transaction& transaction) {
     std::unique_lock lock(globals.mutex);
     if (globals.client == nullptr)
         return TWL1394_SHUTTING_DOWN;
-    if (!globals.virtualDevice)
+    if (!globals.virtualDevice || globals.bus == nullptr)
         return TWL1394_NO_RESPONSE;
-    if (globals.bus == nullptr)
-        return TWL1394_SHUTTING_DOWN;
     const std::shared_ptr<Bus> bus = globals.bus;
     Clock& clock = TheClock();
     const Bus::Started started = bus->Begin(transaction.timeoutMs);

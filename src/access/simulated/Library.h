@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Bus.h"
+#include "DirectoryLock.h"
 #include "SimulatedClock.h"
 
 #include <vector>
@@ -15,6 +16,8 @@ struct Globals {
     int debugLevel = DEBUG_ALWAYS;                      // SetDebugSpew
     std::vector<std::string> undelivered;               // debug text from before the client registered
     std::shared_ptr<Bus> bus;                           // null until described, and if it can't be opened
+    std::unique_ptr<DirectoryLock> stateLock;           // of the bus's state directory; null without one
+    std::optional<BusDescription> awaited;              // a bus whose state directory another process has
     bool virtualDevice = false;                         // the driver is present
     std::string lastError;                              // SimulatorLastError
     std::uint64_t lastTicket = 0;                       // never reset: old tickets may still be pending
@@ -29,9 +32,12 @@ inline constexpr const char* VIRTUAL_DEVICE = "1394_VIRTUAL_DEVICE";
 Clock& TheClock();
 void UseCallersClock(const SimulatorClock* clock); // null: the real one
 // json null: the file that TWL1394_BUS names, the one in baseDirectory, or the default bus. baseDirectory null: the
-// library's own. False with the reason in lastError; the bus then consists of this computer only, or there is none if
-// the program had named the file.
+// library's own. False with the reason in lastError; the bus then consists of this computer only, or there is none: if
+// the program had named the file, or if another process uses the state directory.
 bool Describe(const char* json, const char* baseDirectory);
+// Opens a bus whose state directory was in use, if that has ended.
+void OpenAwaitedBus();
+void CloseBus();
 // Only reads and checks.
 [[nodiscard]] bool CheckDescription(const char* json, const char* baseDirectory);
 void DebugText(int level, const std::string& text);

@@ -14,8 +14,7 @@ void SimulatorUseClock(const SimulatorClock* clock) {
     std::unique_ptr<Clock> old;
     {
         const std::lock_guard lock(globals.mutex);
-        globals.bus.reset();
-        globals.due.clear();
+        CloseBus();
         old = std::move(globals.clock);
         UseCallersClock(clock);
     }

@@ -22,11 +22,12 @@ typedef struct SimulatorClock {
 // clock was asked for remain valid after a new description, but then do nothing.
 void SimulatorUseClock(const SimulatorClock* Clock);
 
-// Replaces the whole bus by a description (the JSON of docs/simulated-bus.md; null reads
-// the file that TWL1394_BUS names, simulated-bus.json beside the library, or the default bus). Relative paths in it are
-// relative to BaseDirectory; null means the library's own directory. All state is discarded, except what is in the
+// Replaces the whole bus by a description (the JSON of docs/simulated-bus.md; null reads the file that TWL1394_BUS
+// names, simulated-bus.json beside the library, or the default bus). Relative paths in it are relative to
+// BaseDirectory; null means the library's own directory. All state is discarded, except what is in the
 // state directory. Returns 1, or -1 with the reason (file, path in the document, what is wrong) in SimulatorLastError;
-// the bus then consists of this computer only.
+// the bus then consists of this computer only, or there is no virtual device: if TWL1394_BUS had named the file, and
+// while another process has the state directory.
 int32_t SimulatorDescribe(const char* Json, const char* BaseDirectory);
 // Reads and checks a description as SimulatorDescribe would, and changes nothing: no bus, no state
 // directory, no trace.

@@ -95,6 +95,11 @@ int32_t GetVirtualDeviceList(Twl1394VirtualDeviceList* list) {
     if (list == nullptr)
         return FAILED;
     std::memset(list, 0, sizeof *list);
+    try {
+        OpenAwaitedBus();
+    } catch (const std::exception& failure) {
+        DebugText(DEBUG_ALWAYS, failure.what());
+    }
     if (globals.virtualDevice) {
         list->DeviceCount = 1;
         std::strcpy(list->Name[0], VIRTUAL_DEVICE);
