@@ -57,7 +57,8 @@ struct StepVerdict {
     std::int32_t Result = -1;                 // the required result code, 1 for success
     std::int64_t Sent = 0, Length = 0;        // bytes of a section or a value
     std::optional<std::uint32_t> PackageCrc, DeviceCrc;
-    std::string Reason; // why it isn't done, as one sentence
+    std::string Reason;             // why it isn't done, as one sentence
+    std::int64_t Milliseconds = -1; // that it took; -1 when nobody measured
 };
 
 struct RunVerdict {

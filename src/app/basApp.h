@@ -18,6 +18,9 @@ namespace basApp {
 
 inline constexpr const char* TITLE = "HoistlineApp"; // also the application name in the store
 inline constexpr int VERSION_MAJOR = 1, VERSION_MINOR = 8, VERSION_REVISION = 1;
+inline std::string VersionText() { // "1.8.1"
+    return fmt::format("{}.{}.{}", VERSION_MAJOR, VERSION_MINOR, VERSION_REVISION);
+}
 
 inline constexpr std::int32_t DEFAULT_TRANSACTION_TIMEOUT = 200, DEFAULT_SETTLE_TIME = 200; // ms
 

@@ -55,6 +55,7 @@ struct Globals {
     // The node table; never empty. An empty bus is one record with NodeNum 128.
     std::vector<Device> DeviceTable = std::vector<Device>(1);
     Device NullDevice;
+    std::vector<Device> HiddenNodes;                // those that the last enumeration left out of the table, as read
     ::bas1394::TopologyMap TopologyMap;             // last map read
     ::bas1394::VirtualDeviceList VirtualDeviceList; // last list read
     std::uint8_t LocalHostNode = 128;               // node number of this computer, 128 during a reset

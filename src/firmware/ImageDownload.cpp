@@ -5,6 +5,7 @@
 #include "basUtils.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace basBootloader {
@@ -251,6 +252,7 @@ basApp::StepVerdict Verdict(Load& load, std::int32_t result) {
     verdict.Result = result;
     verdict.Outcome = OutcomeOf(load);
     verdict.Sent = load.sent;
+    verdict.Milliseconds = std::llround(basApp::ElapsedMilliseconds(load.startCount));
     if (result == SUCCESS) {
         verdict.Flash = FlashState::Identical;
         verdict.Reason.clear();

@@ -261,14 +261,20 @@ void ShutdownWithoutLibrary() {
     RunPastFailures({SignalShutdown, CloseShutdownEvent, basBootloader::TerminateTargetList, program::ReleaseStore});
 }
 
-bool Main(const std::string& rawCommandLine) {
-    if (!ClaimInstance())
-        return false;
+static bool Start(const std::string& rawCommandLine) {
     globals.RawCommandLine = rawCommandLine;
     bool lives = true;
     if (RunSteps(UP_TO_THE_WINDOWS) && RunStep([&lives] { lives = ProcessCommandLine(); }) && lives)
         RunSteps(DOWN_TO_THE_BUS);
     return lives;
+}
+
+bool Main(const std::string& rawCommandLine) {
+    return ClaimInstance() && Start(rawCommandLine);
+}
+
+bool StartBesideOthers() {
+    return Start({});
 }
 
 } // namespace basApp

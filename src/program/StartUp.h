@@ -14,6 +14,8 @@ namespace basApp {
 // end at once (a second instance, a failed unattended set-up); otherwise it lives on the window system's message
 // loop from here.
 bool Main(const std::string& rawCommandLine);
+// The same for a program that may run beside others, without the options of the command line.
+bool StartBesideOthers();
 // In fixed order: event, mutexes, library, store, front end. Continues after failures without a message.
 void ShutdownApplication();
 // The same for a process that is already exiting: calls neither the library nor the front end.

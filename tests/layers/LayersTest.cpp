@@ -39,7 +39,8 @@ const std::map<std::string, std::vector<std::string>> BELOW{
     {"ui/logic", {"firmware", "configrom/nodes"}},
     {"ui/widgets", {"ui/logic"}},
     {"ui/windows", {"ui/widgets", "program"}},
-    {"", {"ui/windows"}},
+    {"cli", {"program"}},
+    {"", {"ui/windows", "cli"}},
 };
 
 // The longest folder that fits a path.

@@ -1,5 +1,6 @@
 #include "BusEnumeration.h"
 
+#include "EndRequest.h"
 #include "Failure.h"
 #include "NodeConfigRom.h"
 #include "WindowSystem.h"
@@ -94,6 +95,7 @@ private:
     // The next node takes its record.
     void Hide(std::size_t index) {
         ++hiddenNodes_;
+        globals.HiddenNodes.push_back(globals.DeviceTable[index]);
         if (index > 0)
             globals.DeviceTable.resize(index);
         else
@@ -136,7 +138,7 @@ void EnumerateUntilQuiet() {
         else
             StatusDisplay(LEVEL_WARNING, "BusResetHandlerThread: failed call to bas1394.BusResetHandler, code {}",
                           code);
-    } while (globals.BusResetPending);
+    } while (globals.BusResetPending && !platform::EndRequested()); // the resets may never stop
 }
 
 } // namespace
@@ -181,6 +183,7 @@ std::int32_t BusResetHandler(bool forceRead) {
     globals.LocalHostNode = NO_NODE;
     StatusDisplay(LEVEL_TRACE, "BusResetHandler called.");
     globals.DeviceTable.assign(1, globals.NullDevice);
+    globals.HiddenNodes.clear();
     if (globals.BusResetPending)
         return RESULT_FAILED;
     std::int32_t code = VdevBusResetHandler(forceRead);

@@ -1,5 +1,6 @@
 #include "EndRequest.h"
 
+#include "Clock.h"
 #include "WakeUp.h"
 
 #include <atomic>
@@ -17,6 +18,7 @@ constexpr std::int64_t SAME_REQUEST = 500; // ms
 
 struct Globals {
     std::atomic<std::int64_t> requestedAt = 0; // ms of the monotonic clock; 0: not yet
+    std::atomic<std::int64_t> limit = 0;       // of the performance counter; 0: none
 } globals;
 static_assert(std::atomic<std::int64_t>::is_always_lock_free, "it is written by a signal handler");
 
@@ -66,7 +68,18 @@ void CatchEndSignals() {
 }
 
 bool EndRequested() {
-    return globals.requestedAt != 0;
+    return WhyEndRequested() != EndReason::None;
+}
+
+void RequestEndAt(std::int64_t counter) {
+    globals.limit = counter;
+}
+
+EndReason WhyEndRequested() {
+    if (globals.requestedAt != 0)
+        return EndReason::Signal;
+    const std::int64_t limit = globals.limit;
+    return limit != 0 && QueryPerformanceCounter() >= limit ? EndReason::TimeLimit : EndReason::None;
 }
 
 int EndRequestDescriptor() {
@@ -79,6 +92,7 @@ void RequestEnd() {
 
 void ForgetEndRequest() {
     globals.requestedAt = 0;
+    globals.limit = 0;
     Notice().Clear();
 }
 

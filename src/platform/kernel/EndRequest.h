@@ -1,5 +1,7 @@
-// The system's request that the program end: SIGTERM, SIGINT, SIGHUP.
+// The request that the program end: of the system (SIGTERM, SIGINT, SIGHUP), or of a time limit.
 #pragma once
+
+#include <cstdint>
 
 namespace platform {
 
@@ -11,6 +13,13 @@ void CatchEndSignals();
 bool EndRequested();        // any thread
 int EndRequestDescriptor(); // readable once the end has been requested
 void RequestEnd();          // as the first signal does
-void ForgetEndRequest();
+
+// From this time of the performance counter on the end counts as requested. The descriptor doesn't show it: whoever
+// waits bounds the wait.
+void RequestEndAt(std::int64_t counter);
+enum class EndReason { None, Signal, TimeLimit }; // the first of them
+EndReason WhyEndRequested();
+
+void ForgetEndRequest(); // of either kind
 
 } // namespace platform

@@ -58,6 +58,10 @@ void EventLoop::Wait(std::optional<std::int64_t> nanoseconds) {
     watches_.Wait(nanoseconds);
 }
 
+void EventLoop::Idle(std::int64_t nanoseconds) {
+    Wait(std::min(nanoseconds, TimeToNextTurn().value_or(nanoseconds)));
+}
+
 std::optional<std::int64_t> EventLoop::TimeToNextTurn() const {
     constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::max();
     if (!posted_.Empty())

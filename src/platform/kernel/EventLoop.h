@@ -36,6 +36,7 @@ protected:
     // Between two turns: until a descriptor is ready or so many nanoseconds have passed; without them no limit. For
     // tests to replace.
     virtual void Wait(std::optional<std::int64_t> nanoseconds);
+    void Idle(std::int64_t nanoseconds) override;
 
 private:
     std::optional<std::int64_t> TimeToNextTurn() const;

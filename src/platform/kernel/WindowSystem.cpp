@@ -1,7 +1,9 @@
 #include "WindowSystem.h"
 
+#include "Clock.h"
 #include "PostedCalls.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -41,6 +43,25 @@ struct Globals {
 } globals;
 
 } // namespace
+
+bool WindowSystem::RunUntil(const std::function<bool()>& done, std::int64_t milliseconds) {
+    const std::int64_t end = CurrentClock().Now() + milliseconds * 1'000'000;
+    while (!done()) {
+        Turn();
+        if (done())
+            return true;
+        const std::int64_t left = end - CurrentClock().Now();
+        if (left <= 0)
+            return false;
+        Idle(left);
+    }
+    return true;
+}
+
+void WindowSystem::Idle(std::int64_t nanoseconds) {
+    constexpr std::int64_t POLL = 10'000'000;
+    CurrentClock().Sleep(std::min(nanoseconds, POLL));
+}
 
 void UseWindowSystem(WindowSystem* windowSystem) {
     globals.current = windowSystem;

@@ -38,6 +38,13 @@ public:
     [[nodiscard]] virtual std::unique_ptr<DescriptorWatch> WatchDescriptor(int descriptor, DescriptorEvent event,
                                                                            std::function<void()> call) = 0;
     virtual void Beep() = 0;
+
+    // The message loop: turns until `done` (then true) or until that much time has passed, idle in between.
+    bool RunUntil(const std::function<bool()>& done, std::int64_t milliseconds);
+
+protected:
+    // Between two turns, until there may be something for the next one; `nanoseconds` at most.
+    virtual void Idle(std::int64_t nanoseconds);
 };
 
 // Null restores the plain one (posted calls only; its timers never tick, its watches never call).

@@ -35,18 +35,10 @@ std::unique_ptr<DescriptorWatch> ManualWindowSystem::WatchDescriptor(int descrip
     return watches_.Watch(descriptor, event, std::move(call));
 }
 
-bool ManualWindowSystem::RunUntil(const std::function<bool()>& done, std::int64_t milliseconds) {
-    const std::int64_t end = CurrentClock().Now() + milliseconds * 1'000'000;
-    while (!done()) {
-        Turn();
-        if (done())
-            return true;
-        if (CurrentClock().Now() >= end)
-            return false;
-        if (posted_.Empty())
-            CurrentClock().Sleep(timers_.NextDue(end) - CurrentClock().Now());
-    }
-    return true;
+void ManualWindowSystem::Idle(std::int64_t nanoseconds) {
+    const std::int64_t now = CurrentClock().Now();
+    if (posted_.Empty())
+        CurrentClock().Sleep(timers_.NextDue(now + nanoseconds) - now);
 }
 
 } // namespace platform::testing

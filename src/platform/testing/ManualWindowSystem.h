@@ -24,13 +24,12 @@ public:
                                                                    std::function<void()> call) override;
     void Beep() override { ++beeps; }
 
-    // The message loop: turns, and between them sleeps until the next timer is due, until `done` is true (then true) or
-    // that much time has passed.
-    bool RunUntil(const std::function<bool()>& done, std::int64_t milliseconds);
-
     std::function<void()> eachTurn; // what else has a turn, such as the events of a toolkit
     int beeps = 0;
     int turns = 0;
+
+protected:
+    void Idle(std::int64_t nanoseconds) override; // until the next timer is due
 
 private:
     PostedCalls posted_;

@@ -1,0 +1,103 @@
+#include "BusSession.h"
+
+#include "BusEnumeration.h"
+#include "Modules.h"
+#include "Program.h"
+#include "bas1394.h"
+#include "basApp.h"
+#include "basBootloader.h"
+#include "basConfigRom.h"
+#include "basUtils.h"
+
+namespace cli {
+
+namespace {
+
+constexpr std::string_view SIMULATED = "simulated", SIMULATED_FILE = "simulated:";
+
+// The description that --bus names, for the access library.
+std::string DescriptionOf(const std::string& bus) {
+    return bus.starts_with(SIMULATED_FILE) ? bus.substr(SIMULATED_FILE.size()) : "";
+}
+
+} // namespace
+
+BusSession::BusSession(Call& call) : call_(call), frontEnd_(call) {
+    call_.frontEnd = &frontEnd_;
+    program::UseFrontEnd(frontEnd_);
+    basApp::globals.PerformUnattendedOperations = true; // nobody answers a box
+}
+
+BusSession::~BusSession() {
+    if (busOpen_)
+        frontEnd_.Close();
+    else
+        program::ReleaseStore();
+    basApp::globals.PerformUnattendedOperations = false;
+    basApp::UseFrontEnd(nullptr);
+    call_.frontEnd = nullptr;
+}
+
+void BusSession::OpenStore() {
+    program::CreateStore();
+}
+
+bool BusSession::OpenBus() {
+    call_.report.BusKind = SIMULATED;
+    call_.report.BusDescription = DescriptionOf(call_.options.Bus);
+    bas1394::ChooseBus(call_.report.BusDescription);
+    busOpen_ = true;
+    basApp::StartBesideOthers();
+    basApp::globals.PerformUnattendedOperations = true; // the start reads it from a command line
+    if (bas1394::globals.LibraryModule == nullptr)
+        return call_.End(Verdict::NoBus,
+                         fmt::format("The access library can't be loaded: {}.", platform::LastModuleError()));
+    platform::DoEvents(); // what the library has to say
+    bas1394::BusResetHandlerThread();
+    if (call_.MustEnd())
+        return false;
+    if (!bas1394::globals.BusEnumerated)
+        return EndWithoutBus();
+    return true;
+}
+
+bool BusSession::EndWithoutBus() {
+    platform::DoEvents();
+    const std::string& trouble = frontEnd_.lastTrouble;
+    return call_.End(Verdict::NoBus, trouble.empty() ? "There is no interface to the bus." : trouble);
+}
+
+const BootloaderTarget* TargetOf(std::int32_t handle) {
+    const std::int32_t index = basBootloader::GetDeviceIndex(handle);
+    return index < 0 ? nullptr : &basBootloader::globals.TargetList[static_cast<std::size_t>(index)];
+}
+
+bool IsPresent(const BootloaderTarget& target) {
+    return target.Handle > 0 && target.Device.NodeNum != NO_NODE;
+}
+
+bool RunsBootloader(const BootloaderTarget& target) {
+    return IsPresent(target) && target.Info.BootloaderVersion != 0;
+}
+
+const char* ModeOf(const BootloaderTarget& target) {
+    return !IsPresent(target) ? "unknown" : RunsBootloader(target) ? "bootloader" : "application";
+}
+
+std::string GuidText(const std::array<std::uint8_t, 8>& guid) {
+    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
+}
+
+void NoteDevice(Call& call, std::int32_t handle) {
+    const BootloaderTarget* target = TargetOf(handle);
+    if (target == nullptr)
+        return;
+    DeviceSummary& device = call.report.Device.emplace();
+    device.Guid = GuidText(target->Info.GUID);
+    device.Node = IsPresent(*target) ? target->Device.NodeNum : -1;
+    device.Vendor = basConfigRom::GetConfigRomVendorText(target->Device.ConfigRom);
+    device.Model = basConfigRom::GetConfigRomModelText(target->Device.ConfigRom);
+    device.Mode = ModeOf(*target);
+}
+
+} // namespace cli

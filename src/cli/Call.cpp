@@ -1,0 +1,133 @@
+#include "Call.h"
+
+#include "Clock.h"
+#include "EndRequest.h"
+#include "Failure.h"
+#include "Files.h"
+#include "WindowSystem.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace cli {
+
+namespace {
+
+constexpr std::int64_t NANOSECONDS = 1'000'000'000;
+
+std::string Coloured(Verdict verdict) {
+    return fmt::format("\x1B[{}m{}\x1B[0m", verdict == Verdict::Done ? 32 : 31, WordOf(verdict));
+}
+
+} // namespace
+
+Call::Call(CommonOptions commonOptions, Streams outputs, std::string command)
+    : options(std::move(commonOptions)), streams(std::move(outputs)), start_(platform::QueryPerformanceCounter()) {
+    report.Command = std::move(command);
+    if (options.Timeout)
+        platform::RequestEndAt(start_ + std::llround(*options.Timeout * NANOSECONDS));
+}
+
+void Call::Print(std::string_view line) {
+    if (!options.AsJson)
+        Write(fmt::format("{}\n", line));
+}
+
+void Call::PrintEvent(const Json& event) {
+    streamed = true;
+    Write(Dump(event, -1) + "\n");
+}
+
+void Call::Write(std::string_view bytes) {
+    if (!outputFailed_ && !streams.Out(bytes))
+        outputFailed_ = true;
+}
+
+void Call::Tell(std::string_view line) {
+    if (!options.Quiet)
+        TellAnyway(line);
+}
+
+void Call::TellAnyway(std::string_view line) {
+    streams.Error(fmt::format("{}\n", line)); // nobody could be told of a failure
+}
+
+bool Call::End(Verdict verdict, std::string reason) {
+    report.End(verdict, std::move(reason));
+    return false;
+}
+
+bool Call::MustEnd() {
+    switch (platform::WhyEndRequested()) {
+    case platform::EndReason::None:
+        break;
+    case platform::EndReason::Signal:
+        End(Verdict::Interrupted, "A signal ended the call.");
+        break;
+    case platform::EndReason::TimeLimit:
+        End(Verdict::TimedOut, fmt::format("The time limit of {} s is over.", options.Timeout.value_or(0)));
+        break;
+    }
+    if (outputFailed_)
+        End(Verdict::Failed, "Standard output can't be written.");
+    return Ended();
+}
+
+bool Call::Wait(const std::function<bool()>& done, std::int64_t milliseconds) {
+    if (options.Timeout) { // the end of the time limit wakes nobody
+        const std::int64_t limit = start_ + std::llround(*options.Timeout * NANOSECONDS);
+        const std::int64_t left = (limit - platform::QueryPerformanceCounter()) / 1'000'000 + 1;
+        milliseconds = std::clamp<std::int64_t>(left, 0, milliseconds);
+    }
+    platform::CurrentWindowSystem().RunUntil([&] { return done() || MustEnd(); }, milliseconds);
+    return done() && !MustEnd();
+}
+
+int Call::Finish() {
+    MustEnd();
+    report.Seconds = static_cast<double>(platform::QueryPerformanceCounter() - start_) / NANOSECONDS;
+    WriteJUnit();
+    if (options.AsJson)
+        Write(Dump(ToJson(report), streamed ? -1 : 2) + "\n");
+    if (outputFailed_ && report.Concluded() == Verdict::Done)
+        report.Outcome = Verdict::Failed, report.Reason = "Standard output can't be written.";
+    TellVerdict();
+    return static_cast<int>(report.Concluded());
+}
+
+void Call::WriteJUnit() {
+    if (options.JUnit.empty())
+        return;
+    const std::string xml = ToJUnit(report);
+    platform::Attempt([&] { platform::WriteFileAtomically(options.JUnit, ByteArray(xml.begin(), xml.end())); },
+                      [&](const platform::Failure& failure) {
+                          const std::string reason = fmt::format("The JUnit file \"{}\" can't be written: {}",
+                                                                 options.JUnit, failure.Description);
+                          TellAnyway("hoistline: " + Printable(reason));
+                          if (report.Concluded() == Verdict::Done)
+                              report.Outcome = Verdict::Failed, report.Reason = reason;
+                      });
+}
+
+void Call::TellVerdict() {
+    const Verdict verdict = report.Concluded();
+    if (verdict == Verdict::Done && (!showsVerdict || options.Quiet))
+        return;
+    const bool colour = streams.ErrorTakesColour && !options.NoColor;
+    const std::string program = report.Command.empty() ? "hoistline" : "hoistline " + report.Command;
+    std::string line = fmt::format("{}: {}", program, colour ? Coloured(verdict) : WordOf(verdict));
+    if (verdict != Verdict::Done && !report.Reason.empty())
+        line += ": " + Printable(report.Reason);
+    TellAnyway(line);
+}
+
+std::string Printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
+}
+
+} // namespace cli

@@ -1,0 +1,85 @@
+// One call of the program, from its command line to its verdict.
+#pragma once
+
+#include "Report.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+// Where the output goes. False when it can't be written.
+struct Streams {
+    std::function<bool(std::string_view text)> Out, Error;
+    bool OutIsTerminal = false, ErrorIsTerminal = false;
+    bool ErrorTakesColour = false; // also by TERM
+};
+
+enum class ProgressStyle { Auto, Lines, None }; // Lines: of JSON
+
+// The options of all commands.
+struct CommonOptions {
+    bool AsJson = false, Quiet = false, NoColor = false;
+    int Verbose = 0;               // 1: WARNING and above, 2: TRACE, 3: everything
+    std::optional<double> Timeout; // seconds, of the whole call
+    std::string JUnit;             // a file, or empty
+    std::string Bus;               // "" the default, "simulated", "simulated:FILE"
+    ProgressStyle Progress = ProgressStyle::Auto;
+};
+
+class CommandFrontEnd;
+
+class Call {
+public:
+    Call(CommonOptions options, Streams streams, std::string command);
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    // --- Output. Untrusted text goes through Printable first. ---
+
+    // A line of the answer on standard output; nothing with --json, since the answer is in the record then.
+    void Print(std::string_view line);
+    // A line of a stream of JSON documents (list --watch, log --follow, shell); flushed. The record is the last one.
+    void PrintEvent(const Json& event);
+    // Bytes of a device, or a document, as they are.
+    void Write(std::string_view bytes);
+    // A line for a person on standard error: what happens, a prompt. Nothing with --quiet.
+    void Tell(std::string_view line);
+    // The same for what has to be seen.
+    void TellAnyway(std::string_view line);
+    [[nodiscard]] bool WantsLines() const { return !options.AsJson; }
+
+    // --- The end ---
+
+    // False; the first end holds.
+    bool End(Verdict verdict, std::string reason = {});
+    [[nodiscard]] bool Ended() const { return report.Outcome.has_value(); }
+    // Ends the call when a signal or the time limit asks for it; true when it has ended, however.
+    bool MustEnd();
+    // Turns of the message loop until `done` (true), or until that much time has passed or the call must end (false).
+    [[nodiscard]] bool Wait(const std::function<bool()>& done, std::int64_t milliseconds);
+    // Writes what is still owed (record, JUnit file, verdict line). The exit code.
+    int Finish();
+
+    const CommonOptions options;
+    const Streams streams;
+    Report report;
+    CommandFrontEnd* frontEnd = nullptr; // once the bus or the store is in use
+    bool showsVerdict = false;           // also a verdict of "done" has its line
+    bool streamed = false;               // the record is the last of several documents
+
+private:
+    void WriteJUnit();
+    void TellVerdict();
+
+    std::int64_t start_;
+    bool outputFailed_ = false;
+};
+
+// Text of a device or a file, safe for a terminal: control characters become "?".
+std::string Printable(std::string text);
+
+} // namespace cli

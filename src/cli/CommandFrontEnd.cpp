@@ -1,0 +1,73 @@
+#include "CommandFrontEnd.h"
+
+#include "bas1394.h"
+#include "basDebug.h"
+
+namespace cli {
+
+namespace {
+
+// By --verbose. Without it the verdict says what went wrong.
+constexpr std::int32_t LOWEST_LEVELS[] = {LEVEL_FATAL, LEVEL_WARNING, LEVEL_TRACE, LEVEL_DETAIL};
+
+} // namespace
+
+CommandFrontEnd::CommandFrontEnd(Call& call) : call_(call) {
+    MessageLevel = LOWEST_LEVELS[std::min<std::size_t>(static_cast<std::size_t>(std::max(call.options.Verbose, 0)),
+                                                       std::size(LOWEST_LEVELS) - 1)];
+}
+
+bool CommandFrontEnd::StatusWindowWants(std::size_t slot, std::int32_t level) const {
+    return slot == 0 && (level >= MessageLevel || level >= LEVEL_ERROR);
+}
+
+void CommandFrontEnd::PostToStatusWindow(std::size_t /*slot*/, std::string_view message, float /*elapsedTime*/,
+                                         std::int32_t level, std::string_view module) {
+    if (level >= LEVEL_ERROR)
+        call_.report.Messages.push_back({level, std::string(module), std::string(message)});
+    if (level == LEVEL_ERROR)
+        lastTrouble = message;
+    if (level >= MessageLevel)
+        PrintError(MessageLine(message, level));
+}
+
+// A library says first why it has no bus; what fails after that is a consequence.
+void CommandFrontEnd::AppendDebugSpew(const std::string& text) {
+    spew_ += text;
+    for (const std::string& line : bas1394::TakeDebugLines(spew_)) {
+        if (!bas1394::globals.BusEnumerated)
+            lastTrouble = line;
+        basDebug::StatusDisplay(line, LEVEL_USER, "Twl1394api.dll");
+    }
+    const std::size_t end = spew_.rfind("\r\n");
+    spew_.erase(0, end == std::string::npos ? 0 : end + 2);
+}
+
+void CommandFrontEnd::ShowStoreNotice(const std::string& text) {
+    if (!text.empty())
+        PrintError("hoistline: " + text);
+}
+
+void CommandFrontEnd::PrintError(std::string_view line) {
+    call_.Tell(Printable(std::string(line)));
+}
+
+void CommandFrontEnd::ShowProgress(const basApp::LoadProgress& /*progress*/) {}
+
+void CommandFrontEnd::ResetComplete() {
+    if (onResetComplete)
+        onResetComplete();
+}
+
+void CommandFrontEnd::NodesChanged() {
+    PlainFrontEnd::NodesChanged();
+    if (onNodesChanged)
+        onNodesChanged();
+}
+
+void CommandFrontEnd::ShellCharactersLost(std::int32_t handle, std::int32_t count) {
+    if (onShellLoss)
+        onShellLoss(handle, count);
+}
+
+} // namespace cli

@@ -1,0 +1,114 @@
+#include "Commands.h"
+
+#include "Paths.h"
+#include "basApp.h"
+
+namespace cli {
+
+namespace {
+
+constexpr const char* FOOTER =
+    "Exit codes, each with its verdict:\n"
+    "  0 done, 1 failed, 2 usage, 3 no-bus, 4 no-device, 5 ambiguous, 6 refused (nothing was written),\n"
+    "  7 unchanged (it failed before the device was changed), 8 damaged (the device needs another load),\n"
+    "  9 differs, 10 timed-out, 130 interrupted\n"
+    "\"hoistline COMMAND --help\" tells more about a command.";
+
+std::string CallersPath(const std::string& path) {
+    return path.empty() || path.front() == '/' ? path : platform::JoinPath(platform::CurrentDirectory(), path);
+}
+
+std::string BusFault(const std::string& bus) {
+    if (bus == "simulated" || (bus.starts_with("simulated:") && bus.size() > 10))
+        return {};
+    return "use \"simulated\" or \"simulated:FILE\"";
+}
+
+void AddCommonOptions(CLI::App& app, CommonOptions& options) {
+    app.add_flag("--json", options.AsJson, "one JSON document on standard output in place of text");
+    app.add_flag("-q,--quiet", options.Quiet, "neither progress nor messages, only a failure's reason");
+    app.add_flag("-v,--verbose", options.Verbose,
+                 "messages on standard error: warnings and above; twice: each step; three times: each transaction");
+    app.add_option("--timeout", options.Timeout, "limit for the whole call")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.001, 1e6).description(""));
+    app.add_flag("--no-color", options.NoColor, "no colours; so does the environment variable NO_COLOR");
+    AddFile(&app, "--junit", options.JUnit, "also write the verdict and the steps as JUnit XML");
+    app.add_option("--bus", options.Bus, "simulated, or simulated:FILE for the bus that a file describes")
+        ->type_name("BUS")
+        ->check(CLI::Validator(BusFault, ""))
+        ->each([&options](const std::string& bus) {
+            if (const std::size_t colon = bus.find(':'); colon != std::string::npos)
+                options.Bus = bus.substr(0, colon + 1) + CallersPath(bus.substr(colon + 1));
+        });
+    const std::map<std::string, ProgressStyle> styles = {
+        {"auto", ProgressStyle::Auto}, {"json", ProgressStyle::Lines}, {"none", ProgressStyle::None}};
+    app.add_option("--progress", options.Progress,
+                   "progress on standard error: auto, json (a line for each step), none")
+        ->type_name("STYLE")
+        ->transform(CLI::CheckedTransformer(styles).description(""));
+}
+
+} // namespace
+
+CommandSet::CommandSet() : app("Finds, loads and programs devices with a Tarnwell bootloader on an IEEE 1394 bus.") {
+    app.name("hoistline");
+    app.footer(FOOTER);
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "hoistline " + basApp::VersionText());
+    AddCommonOptions(app, options);
+}
+
+CLI::App* CommandSet::Add(const std::string& name, const std::string& summary, RunCommand run, CLI::App* parent) {
+    CLI::App* command = (parent == nullptr ? &app : parent)->add_subcommand(name, summary);
+    command->fallthrough(); // the common options may come after the command
+    runs_[command] = std::move(run);
+    return command;
+}
+
+CLI::App* CommandSet::AddGroup(const std::string& name, const std::string& summary) {
+    CLI::App* group = app.add_subcommand(name, summary);
+    group->fallthrough();
+    group->require_subcommand(1);
+    return group;
+}
+
+std::vector<const CLI::App*> CommandSet::ParsedPath() const {
+    std::vector<const CLI::App*> path;
+    for (const CLI::App* command = &app; !command->get_subcommands().empty();)
+        path.push_back(command = command->get_subcommands().front());
+    return path;
+}
+
+const RunCommand* CommandSet::Parsed() const {
+    const std::vector<const CLI::App*> path = ParsedPath();
+    const auto run = path.empty() ? runs_.end() : runs_.find(path.back());
+    return run == runs_.end() ? nullptr : &run->second;
+}
+
+std::string CommandSet::ParsedName() const {
+    std::string name;
+    for (const CLI::App* command : ParsedPath())
+        name += (name.empty() ? "" : " ") + command->get_name();
+    return name;
+}
+
+CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& path, const std::string& description) {
+    return command->add_option(name, path, description)->type_name("FILE")->each([&path](const std::string& typed) {
+        path = CallersPath(typed);
+    });
+}
+
+CLI::Option* AddDevice(CLI::App* command, std::string& device) {
+    return command
+        ->add_option("DEVICE", device, "its GUID, or \"#2\" for node 2; not needed when exactly one device fits")
+        ->type_name("");
+}
+
+std::unique_ptr<CommandSet> AllCommands() {
+    auto set = std::make_unique<CommandSet>();
+    AddList(*set);
+    return set;
+}
+
+} // namespace cli

@@ -1,0 +1,16 @@
+// The three descriptors that a process is started with.
+#pragma once
+
+#include <string_view>
+#include <unistd.h>
+
+namespace platform {
+
+// For the start of a program: closed ones get a stand-in that refuses what is written and has nothing to read, so that
+// no other file takes their place, and a reader that goes away is an error instead of a signal.
+void OpenStandardStreams();
+
+// All of the text. False, with errno, when it can't be written; a full pipe is waited for.
+[[nodiscard]] bool WriteTo(int descriptor, std::string_view text);
+
+} // namespace platform

@@ -1,0 +1,95 @@
+// What every command has in common: which device it means, its ends, and its output.
+#include "CommandTest.h"
+#include "EndRequest.h"
+
+#include <filesystem>
+
+using namespace testing_support;
+
+namespace {
+
+class CallTest : public CommandTest {
+protected:
+    std::string Verdict(const std::vector<std::string>& arguments) { return Record(arguments)["verdict"]; }
+};
+
+const std::string TWO_AND_A_CAMERA =
+    Bus({Target("000F1B00000000AB", "bootloader"), Target("000F1B0000000002", "application"), R"({"kind": "device"})"});
+
+TEST_F(CallTest, ListsNodesAndTheHiddenOnesWhenAsked) {
+    UseBus(TWO_AND_A_CAMERA);
+    const auto states = [this](const std::vector<std::string>& arguments) {
+        std::string text;
+        const cli::Json record = Record(arguments);
+        for (const auto& node : record["answer"]["nodes"])
+            text += fmt::format("{}:{} ", node["node"].get<int>(), node["state"].get<std::string>());
+        return text;
+    };
+    EXPECT_EQ(states({"list"}), "0:bootloader 1:application 3:host ");
+    EXPECT_EQ(states({"list", "--all"}), "0:bootloader 1:application 2:other 3:host ");
+    UseBus(Bus({}));
+    EXPECT_EQ(states({"list"}), "0:host ") << "an empty list is an answer";
+}
+
+TEST_F(CallTest, WatchesArrivalsAndDeparturesUntilItsTimeIsOver) {
+    UseBus(TWO_AND_A_CAMERA);
+    program->windowSystem.eachTurn = [this, step = 0]() mutable {
+        const std::int64_t seconds = program->clock.Now() / 1'000'000'000;
+        if (seconds >= 2 && step == 0 && ++step)
+            SimulatorUnplug(1);
+        if (seconds >= 4 && step == 1 && ++step)
+            SimulatorPlug(1);
+    };
+    EXPECT_EQ(Call({"list", "--watch", "--json", "--timeout", "10"}), 10);
+    std::vector<std::string> events;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+        const cli::Json event = cli::Json::parse(line);
+        events.push_back(event.contains("event")
+                             ? event["event"].get<std::string>() + " " + event["node"]["guid"].dump()
+                             : event["verdict"].get<std::string>());
+    }
+    const std::vector<std::string> expected = {R"(present "000F1B00000000AB")",
+                                               R"(present "000F1B0000000002")",
+                                               "present null",
+                                               R"(departed "000F1B0000000002")",
+                                               R"(changed null)",
+                                               R"(arrived "000F1B0000000002")",
+                                               R"(changed null)",
+                                               "timed-out"};
+    EXPECT_EQ(events, expected) << out;
+}
+
+TEST_F(CallTest, EndsWithTheVerdictThatFitsAndOneDocumentWhateverHappens) {
+    UseBus(TWO_AND_A_CAMERA);
+    const std::pair<std::vector<std::string>, const char*> cases[] = {{{"list", "--timeout", "0.1"}, "timed-out"},
+                                                                      {{"list", "--bogus"}, "usage"},
+                                                                      {{}, "usage"},
+                                                                      {{"list", "--timeout", "-1"}, "usage"},
+                                                                      {{"list", "--bus", "rs232"}, "usage"},
+                                                                      {{"list", "--progress", "fancy"}, "usage"}};
+    for (const auto& [arguments, verdict] : cases)
+        EXPECT_EQ(Verdict(arguments), verdict) << fmt::format("{}", fmt::join(arguments, " "));
+    const std::filesystem::path library = program->directory.file("Twl1394api.so");
+    std::filesystem::remove(library);
+    std::filesystem::create_directory(library);
+    const cli::Json record = Record({"list"});
+    EXPECT_EQ(record["verdict"], "no-bus");
+    EXPECT_NE(record["reason"].dump().find("The access library can't be loaded: not a regular file"), std::string::npos)
+        << record["reason"];
+}
+
+TEST_F(CallTest, IsInterruptedBySignalAndFailsWithoutItsOutput) {
+    UseBus(TWO_AND_A_CAMERA);
+    program->windowSystem.eachTurn = [this] {
+        if (program->clock.Now() > 3'000'000'000)
+            platform::RequestEnd();
+    };
+    EXPECT_EQ(Call({"list", "--watch"}), 130);
+    program->windowSystem.eachTurn = nullptr;
+    outputWorks = false;
+    EXPECT_EQ(Call({"list"}), 1);
+    EXPECT_NE(error.find("Standard output can't be written"), std::string::npos) << error;
+}
+
+} // namespace
