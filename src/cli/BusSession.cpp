@@ -42,12 +42,27 @@ void BusSession::OpenStore() {
     program::CreateStore();
 }
 
+// A call logs many rows in a short time; what is kept longer than this would be lost with a process that is killed.
+void BusSession::StoreLogInBatches() {
+    constexpr std::size_t ROWS = 200;
+    constexpr std::int32_t LONGEST_TIME = 250; // ms
+    if (!program::globals.DbManager)
+        return;
+    program::globals.DbManager->StoreInBatches(ROWS);
+    storing_ = platform::MakeTimer(LONGEST_TIME, [] {
+        if (program::globals.DbManager)
+            program::globals.DbManager->StoreKeptRows();
+    });
+    storing_->SetEnabled(true);
+}
+
 bool BusSession::OpenBus() {
     call_.report.BusKind = SIMULATED;
     call_.report.BusDescription = DescriptionOf(call_.options.Bus);
     bas1394::ChooseBus(call_.report.BusDescription);
     busOpen_ = true;
     basApp::StartBesideOthers();
+    StoreLogInBatches();
     basApp::globals.PerformUnattendedOperations = true; // the start reads it from a command line
     if (bas1394::globals.LibraryModule == nullptr)
         return call_.End(Verdict::NoBus,

@@ -6,8 +6,10 @@
 #include "Call.h"
 #include "CommandFrontEnd.h"
 #include "Device.h"
+#include "WindowSystem.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace cli {
@@ -26,10 +28,12 @@ public:
     [[nodiscard]] bool OpenBus();
 
 private:
+    void StoreLogInBatches();
     bool EndWithoutBus();
 
     Call& call_;
     CommandFrontEnd frontEnd_;
+    std::unique_ptr<platform::Timer> storing_; // of the log's rows
     bool busOpen_ = false;
 };
 

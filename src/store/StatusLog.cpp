@@ -53,20 +53,24 @@ void clsDbManager::AppendToLog(std::string_view message, std::int32_t level, std
                                std::int32_t runTime) {
     ResumeNext next{IgnoreFailure};
     next([&] { WriteStatusFileLine(message, level, module, runTime); });
-    next([&] {
-        if (StatusRecordset && Updatable())
-            StoreLogRow(message, level, module, runTime);
-    });
+    KeptRows.push_back(
+        {FirstCharacters(message, LONGEST_MESSAGE), FirstCharacters(module, LONGEST_MODULE), level, runTime});
+    if (KeptRows.size() >= LogBatch || level == LEVEL_ERROR || level >= LEVEL_FATAL)
+        next([&] { StoreKeptRows(); });
 }
 
-// Adding a row and removing the oldest are one transaction, which costs half as much as two.
-void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std::string_view module,
-                               std::int32_t runTime) {
+// Adding rows and removing the oldest are one transaction: for a single row, that costs half as much as two.
+void clsDbManager::StoreKeptRows() {
+    const std::vector<LogRow> rows = std::exchange(KeptRows, {});
+    if (rows.empty() || !StatusRecordset || !Updatable())
+        return;
     Database->Execute("BEGIN");
     const bool stored = platform::Attempt(
         [&] {
-            AddLogRow(message, level, module, runTime);
-            RemoveSurplusRows();
+            for (const LogRow& row : rows) {
+                AddLogRow(row);
+                RemoveSurplusRows();
+            }
             Database->Execute("COMMIT");
         },
         [](const platform::Failure& failure) { store::TellNotWritable(failure.Description); });
@@ -78,13 +82,12 @@ void clsDbManager::StoreLogRow(std::string_view message, std::int32_t level, std
     }
 }
 
-void clsDbManager::AddLogRow(std::string_view message, std::int32_t level, std::string_view module,
-                             std::int32_t runTime) {
+void clsDbManager::AddLogRow(const LogRow& row) {
     StatusRecordset->AddNew();
-    StatusRecordset->SetField("lngRuntime", std::int64_t{runTime});
-    StatusRecordset->SetField("Level", std::int64_t{level});
-    StatusRecordset->SetField("Message", FirstCharacters(message, LONGEST_MESSAGE));
-    StatusRecordset->SetField("strModule", FirstCharacters(module, LONGEST_MODULE));
+    StatusRecordset->SetField("lngRuntime", std::int64_t{row.runTime});
+    StatusRecordset->SetField("Level", std::int64_t{row.level});
+    StatusRecordset->SetField("Message", row.message);
+    StatusRecordset->SetField("strModule", row.module);
     StatusRecordset->Update();
 }
 
@@ -108,6 +111,7 @@ std::int32_t clsDbManager::MakeCopy(const std::string& strFilename) {
         [&] {
             if (!MayWrite(strFilename))
                 return;
+            StoreKeptRows();
             closed = CloseDatabase();
             platform::CopyFile(store::LiveDatabase(), strFilename);
             result = ReopenDatabase();

@@ -108,6 +108,7 @@ clsDbManager::clsDbManager() {
 clsDbManager::~clsDbManager() {
     ResumeNext next{IgnoreFailure};
     next([this] { StatusDisplay(LEVEL_TRACE, "Closing database..."); });
+    next([this] { StoreKeptRows(); });
     // A file that never opened may be worth rescuing, so it isn't touched. One that can't be written can't be shrunk
     // either, and has been reported.
     const bool mayShrink = Updatable();

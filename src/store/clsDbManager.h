@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 class clsDbManager {
 public:
@@ -33,6 +34,10 @@ public:
     std::int32_t RemoveSetting(const std::string& appName, const std::string& section, const std::string& key);
     // `runTime` in whole milliseconds, -1 without a clock.
     void AppendToLog(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
+    // From here on rows are kept and stored so many at a time, which costs a tenth; an error, the end of the object,
+    // and StoreKeptRows store what is kept.
+    void StoreInBatches(std::size_t rows) { LogBatch = rows; }
+    void StoreKeptRows();
     // Opens a mail to the support address with a copy of the file (ErrorReport.cpp). Reports every failure itself, by
     // a message box, the log, or both. 1 or -1; -1 in an unattended run.
     std::int32_t SendErrorReport();
@@ -54,8 +59,11 @@ private:
     bool Updatable() const;
     std::unique_ptr<platform::Recordset> OpenSetting(const std::string& appName, const std::string& section,
                                                      const std::string& key);
-    void StoreLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
-    void AddLogRow(std::string_view message, std::int32_t level, std::string_view module, std::int32_t runTime);
+    struct LogRow {
+        std::string message, module;
+        std::int32_t level, runTime;
+    };
+    void AddLogRow(const LogRow& row);
     void RemoveSurplusRows();
     // The stored address, else the one that the user enters; may be empty.
     std::string SupportAddress();
@@ -73,4 +81,6 @@ private:
     std::unique_ptr<platform::Recordset> StatusRecordset; // on tblStatus
     std::string StatusQuery = "SELECT * FROM tblStatus";
     std::int32_t MaxLogRecords = 2000;
+    std::vector<LogRow> KeptRows; // not stored yet
+    std::size_t LogBatch = 1;
 };

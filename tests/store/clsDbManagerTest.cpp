@@ -154,6 +154,23 @@ TEST_F(Store, KeepsTheLast2000MessagesAndTheirFirst250Characters) {
     EXPECT_EQ(log[1998].size(), 2u + 500u);
 }
 
+TEST_F(Store, KeepsRowsOfABatchUntilItIsFullOrAnErrorComes) {
+    {
+        clsDbManager store;
+        TakeLog(live);
+        store.StoreInBatches(3);
+        const std::pair<std::int32_t, Texts> steps[] = {
+            {LEVEL_USER, {}},  {LEVEL_ERROR, {"13 1", "11 2"}},      {LEVEL_TRACE, {}},
+            {LEVEL_TRACE, {}}, {LEVEL_TRACE, {"5 3", "5 4", "5 5"}}, {LEVEL_TRACE, {}}};
+        int number = 0;
+        for (const auto& [level, stored] : steps) {
+            store.AppendToLog(std::to_string(++number), level, "m", 0);
+            EXPECT_EQ(TakeLog(live), stored) << number;
+        }
+    }
+    EXPECT_EQ(TakeLog(live).front(), "5 6") << "the end stores what is kept";
+}
+
 TEST_F(Store, ReadsADatabaseThatItCannotWrite) {
     {
         clsDbManager store;
