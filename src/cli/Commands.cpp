@@ -18,6 +18,20 @@ std::string CallersPath(const std::string& path) {
     return path.empty() || path.front() == '/' ? path : platform::JoinPath(platform::CurrentDirectory(), path);
 }
 
+std::string CallersBus(const std::string& bus) {
+    const std::size_t path = bus.find(':') + 1;
+    return path == 0 ? bus : bus.substr(0, path) + CallersPath(bus.substr(path));
+}
+
+// Replaces what was typed.
+CLI::Validator Turned(std::string (*turn)(const std::string& typed)) {
+    return {[turn](std::string& text) {
+                text = turn(text);
+                return std::string();
+            },
+            ""};
+}
+
 std::string BusFault(const std::string& bus) {
     if (bus == "simulated" || (bus.starts_with("simulated:") && bus.size() > 10))
         return {};
@@ -37,10 +51,7 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option("--bus", options.Bus, "simulated, or simulated:FILE for the bus that a file describes")
         ->type_name("BUS")
         ->check(CLI::Validator(BusFault, ""))
-        ->each([&options](const std::string& bus) {
-            if (const std::size_t colon = bus.find(':'); colon != std::string::npos)
-                options.Bus = bus.substr(0, colon + 1) + CallersPath(bus.substr(colon + 1));
-        });
+        ->transform(Turned(CallersBus));
     const std::map<std::string, ProgressStyle> styles = {
         {"auto", ProgressStyle::Auto}, {"json", ProgressStyle::Lines}, {"none", ProgressStyle::None}};
     app.add_option("--progress", options.Progress,
@@ -94,9 +105,7 @@ std::string CommandSet::ParsedName() const {
 }
 
 CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& path, const std::string& description) {
-    return command->add_option(name, path, description)->type_name("FILE")->each([&path](const std::string& typed) {
-        path = CallersPath(typed);
-    });
+    return command->add_option(name, path, description)->type_name("FILE")->transform(Turned(CallersPath));
 }
 
 CLI::Option* AddDevice(CLI::App* command, std::string& device) {
@@ -108,6 +117,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device) {
 std::unique_ptr<CommandSet> AllCommands() {
     auto set = std::make_unique<CommandSet>();
     AddList(*set);
+    AddPackage(*set);
     return set;
 }
 

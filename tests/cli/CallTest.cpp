@@ -1,6 +1,7 @@
 // What every command has in common: which device it means, its ends, and its output.
 #include "CommandTest.h"
 #include "EndRequest.h"
+#include "Paths.h"
 
 #include <filesystem>
 
@@ -90,6 +91,18 @@ TEST_F(CallTest, IsInterruptedBySignalAndFailsWithoutItsOutput) {
     outputWorks = false;
     EXPECT_EQ(Call({"list"}), 1);
     EXPECT_NE(error.find("Standard output can't be written"), std::string::npos) << error;
+}
+
+// The start changes the directory.
+TEST_F(CallTest, RelativePathsBelongToTheCallersFolder) {
+    UseBus(Bus({}));
+    const TestFolder folder;
+    const std::string before = platform::CurrentDirectory();
+    platform::ChangeDirectory(folder.path());
+    const cli::Json record = Record({"list", "--bus", "simulated:bus.json", "--junit", "report.xml"});
+    platform::ChangeDirectory(before);
+    EXPECT_EQ(record["bus"]["description"], folder.file("bus.json"));
+    EXPECT_NE(folder.Content("report.xml").find("<testsuite "), std::string::npos);
 }
 
 } // namespace
