@@ -117,6 +117,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device) {
 std::unique_ptr<CommandSet> AllCommands() {
     auto set = std::make_unique<CommandSet>();
     AddList(*set);
+    AddRom(*set);
     AddPackage(*set);
     return set;
 }

@@ -10,6 +10,20 @@ namespace basConfigRom {
 
 namespace {
 
+// Whole quadlets of a block. What lies below the base or beyond an entry's reach is no part of the ROM.
+void Put(RomImage& image, std::int32_t address, const ByteArray& raw) {
+    constexpr std::size_t REACH = 0x4000000;
+    const std::size_t start = static_cast<std::uint32_t>(address) - ROM_BASE, size = raw.size() & ~std::size_t{3};
+    if (start % 4 != 0 || start > REACH || size == 0)
+        return;
+    if (image.Bytes.size() < start + size) {
+        image.Bytes.resize(start + size);
+        image.Known.resize(image.Bytes.size() / 4);
+    }
+    std::copy_n(raw.begin(), size, image.Bytes.begin() + std::ptrdiff_t(start));
+    std::fill_n(image.Known.begin() + std::ptrdiff_t(start / 4), size / 4, true);
+}
+
 // The bus name "1394" (IEEE 1394-1995, 8.3.2.5.2) reads "4931" when each quadlet is reversed.
 bool IsReversed(const ByteArray& image) {
     return image.size() >= 8 && std::string_view(reinterpret_cast<const char*>(image.data()) + 4, 4) == "4931";
@@ -41,6 +55,17 @@ std::int32_t ImageQuadlets::Read(std::uint32_t address, std::int32_t size, ByteA
 std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom) {
     ImageQuadlets source(std::move(image));
     return GetFormattedConfigRom(source, rom);
+}
+
+RomImage ImageOf(const ConfigRomRecord& rom) {
+    RomImage image;
+    Put(image, ROM_BASE, rom.RawData);
+    for (const ConfigRomDirectory& directory : rom.Directories) {
+        Put(image, directory.Address, directory.RawData);
+        for (const ConfigRomLeaf& leaf : directory.Leaves)
+            Put(image, leaf.Address, leaf.RawData);
+    }
+    return image;
 }
 
 } // namespace basConfigRom

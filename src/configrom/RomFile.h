@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace basConfigRom {
 
@@ -26,5 +27,13 @@ private:
 
 // The result of GetFormattedConfigRom for such an image.
 [[nodiscard]] std::int32_t ReadRomImage(ByteArray image, ConfigRomRecord& rom);
+
+// A ROM from its base to the end of the last block that was read, big-endian.
+struct RomImage {
+    ByteArray Bytes;         // 0 where nothing is known
+    std::vector<bool> Known; // by quadlet
+};
+// The blocks of a record at their places; the quadlets between them are unknown.
+RomImage ImageOf(const ConfigRomRecord& rom);
 
 } // namespace basConfigRom

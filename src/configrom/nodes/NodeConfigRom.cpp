@@ -2,6 +2,8 @@
 
 #include "bas1394.h"
 
+#include <algorithm>
+
 namespace basConfigRom {
 
 namespace {
@@ -72,6 +74,25 @@ void GetConfigRomLeaf(const std::string& logTrail, std::int32_t nodeIndex, std::
                       const ConfigRomEntry& entry, ConfigRomLeaf& leaf) {
     NodeQuadlets node(nodeIndex);
     GetConfigRomLeaf(logTrail, node, leafAddress, entry, leaf);
+}
+
+RomImage ImageOf(const Device& node) {
+    constexpr std::size_t RESERVED = 256; // quadlets
+    RomImage image = ImageOf(node.ConfigRom);
+    for (std::size_t at = 0; at < std::min(image.Known.size(), RESERVED); ++at) {
+        if (image.Known[at])
+            continue;
+        ByteArray quadlet;
+        const bas1394::Address1394 address{ROM_HIGH, ROM_BASE + 4 * static_cast<std::uint32_t>(at)};
+        const std::int32_t code =
+            bas1394::AsyncReadWrapperVB(node, address, 4, true, basApp::globals.CurrentTransactionTimeout, quadlet);
+        if (code == READ_BUS_RESET)
+            break;
+        image.Known[at] = code == READ_SUCCESS;
+        if (image.Known[at])
+            std::ranges::copy(quadlet, image.Bytes.begin() + std::ptrdiff_t(4 * at));
+    }
+    return image;
 }
 
 std::string GetHardwareVersion(const ConfigRomRecord& rom) {

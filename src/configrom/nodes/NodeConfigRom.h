@@ -1,6 +1,8 @@
 // basConfigRom's procedures for the nodes of the bus. NodeIndex is the index in bas1394's DeviceTable.
 #pragma once
 
+#include "Device.h"
+#include "RomFile.h"
 #include "basConfigRom.h"
 
 namespace basConfigRom {
@@ -21,5 +23,9 @@ void GetConfigRomLeaf(const std::string& logTrail, std::int32_t nodeIndex, std::
 
 // The hardware versions of all directories, as text. Empty while the bus isn't enumerated.
 std::string GetHardwareVersion(const ConfigRomRecord& rom);
+
+// The image of a node's ROM. The quadlets between the blocks of its record are read now, as far as they lie in the 1
+// KiB that is reserved for a ROM and the node answers.
+RomImage ImageOf(const Device& node);
 
 } // namespace basConfigRom
