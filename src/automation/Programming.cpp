@@ -225,6 +225,12 @@ std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, co
         verdict.End(OutcomeKind::Refused, std::move(fault));
         return 0;
     }
+    const basBootloader::DeviceLock lock(handle); // over all steps: image and configuration come from one program
+    if (!lock.Taken()) {
+        StatusDisplay(LEVEL_ERROR, "{}  Nothing was sent to it.", lock.Trouble());
+        verdict.End(OutcomeKind::Unchanged, lock.Trouble());
+        return 0;
+    }
     if (bootloaderVersion != 0)
         return ProgramTarget(handle, work, verdict);
     platform::Attempt([&] { ResetIntoBootloader(handle, verdict); }, logFailure);

@@ -3,6 +3,8 @@
 #include "basBootloader.h"
 #include "basUtils.h"
 
+#include <algorithm>
+
 namespace basBootloader {
 
 namespace {
@@ -103,6 +105,15 @@ bool IsIdentity(const Command& command, const ByteArray& bytes) {
     return false;
 }
 
+bool StaysLocked(std::int32_t handle, const ByteArray& newGuid) {
+    DeviceGuid guid{};
+    std::ranges::copy(newGuid, guid.begin());
+    const bool locked = KeepLockOver(handle, guid);
+    if (!locked)
+        StatusDisplay(LEVEL_ERROR, "ProgramGUID failed: another program is loading a device of this GUID.");
+    return locked;
+}
+
 // A good exchange with the expected count.
 bool Programmed(std::int32_t result, const BootloaderResponse& response) {
     return result == SUCCESS && response.NumQuadlets == 0;
@@ -172,7 +183,10 @@ std::int32_t ProgramGUID(std::int32_t handle, ByteArray& guid) {
                 return FAILED;
             basUtils::ChangeEndian(guid);
             StatusDisplay(LEVEL_WATCH, "Setting GUID to {}...", basUtils::ByteArrayToHexString(guid));
+            const bool locked = StaysLocked(handle, guid);
             basUtils::ChangeEndian(guid);
+            if (!locked)
+                return FAILED;
             BootloaderResponse response;
             const std::int32_t result = Run(PROGRAM_GUID, handle, ByteArray(guid), response);
             if (Programmed(result, response))

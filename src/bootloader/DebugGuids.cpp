@@ -12,9 +12,13 @@ namespace {
 
 using Guid = std::array<std::uint8_t, 8>;
 
-// A target whose answer is awaited can't be asked now; the discovery that is owed for it is run later.
+// Otherwise the target can't be asked now; the discovery that is owed for it is run later.
+bool IsFree(const BootloaderTarget& target) {
+    return !AnswerAwaited(target.Handle) && !LoadedByAnother(target.Handle);
+}
+
 bool TakesPart(const BootloaderTarget& target) {
-    return target.Handle > 0 && target.Info.BootloaderVersion != 0 && !AnswerAwaited(target.Handle);
+    return target.Handle > 0 && target.Info.BootloaderVersion != 0 && IsFree(target);
 }
 
 bool IsNull(const ByteArray& guid) {
@@ -86,8 +90,7 @@ std::int32_t HandleDuplicateGUIDs() {
     auto& targets = globals.TargetList;
     for (std::size_t i = 0; i < targets.size(); ++i)
         for (std::size_t j = i + 1; j < targets.size(); ++j)
-            if (TakesPart(targets[i]) && !AnswerAwaited(targets[j].Handle) &&
-                targets[i].DebugGUID == targets[j].DebugGUID)
+            if (targets[i].DebugGUID == targets[j].DebugGUID && TakesPart(targets[i]) && IsFree(targets[j]))
                 PartDuplicates(targets[i], targets[j]);
     return SUCCESS;
 }

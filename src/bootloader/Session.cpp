@@ -16,6 +16,7 @@ namespace {
 constexpr std::uint32_t REQUEST = 0x1000, REQUEST_BUFFER = 0x1040, RESPONSE = 0x9000, RESPONSE_BUFFER = 0x9040;
 constexpr std::int32_t HEADER_BYTES = 8, RESPONSE_BYTES = 40, MAX_RESPONSE_QUADLETS = 14;
 constexpr std::int32_t RESET_DEVICE = 2;                                  // the only command that needs no answer
+constexpr std::int32_t READ_SHELL = 8;                                    // asked for many times a second
 constexpr std::int32_t COMMAND_ID_LIMIT = 32767;                          // neither this nor 0 is ever sent
 constexpr std::uint32_t PAUSE_AFTER_READ = 10, PAUSE_BETWEEN_POLLS = 100; // ms
 
@@ -158,11 +159,15 @@ void ShowProgress(std::int32_t handle, const CommandProgress& progress, float el
         TurnInExchange(handle, progress.repaint);
 }
 
-bool Refused(const char* procedure, std::int32_t handle) {
-    const bool awaited = AnswerAwaited(handle);
-    if (awaited)
+bool Refused(const char* procedure, std::int32_t handle, std::int32_t level) {
+    if (AnswerAwaited(handle)) {
         StatusDisplay(LEVEL_TRACE, "{} failed: another exchange with the target awaits its answer", procedure);
-    return awaited;
+        return true;
+    }
+    const bool loaded = LoadedByAnother(handle);
+    if (loaded && StatusWanted(level))
+        StatusDisplay(level, "{} failed: {}  Nothing was sent.", procedure, LoadedByAnotherText(handle));
+    return loaded;
 }
 
 std::int32_t PollForResponse(std::int32_t handle, const BootloaderRequest& request, BootloaderResponse& response,
@@ -210,7 +215,7 @@ std::int32_t SendRequest(std::int32_t handle, BootloaderRequest& request) {
                 StatusDisplay(LEVEL_WARNING, "SendRequest failed: invalid device handle: {}", handle);
                 return FAILED;
             }
-            if (Refused("SendRequest", handle))
+            if (Refused("SendRequest", handle, request.CommandCode == READ_SHELL ? LEVEL_TRACE : LEVEL_ERROR))
                 return FAILED;
             std::optional<Device> broadcast;
             const Device& device = handle == 0 ? broadcast.emplace(BroadcastDevice()) : GetNodeNum(handle);
@@ -309,7 +314,7 @@ std::int32_t WriteRequestBuffer(std::int32_t handle, std::int32_t /*numBytes*/, 
         StatusDisplay(LEVEL_ERROR, "WriteRequestBuffer failed, INVALID_HANDLE_ERROR");
         return INVALID_HANDLE_ERROR;
     }
-    if (Refused("WriteRequestBuffer", handle))
+    if (Refused("WriteRequestBuffer", handle, LEVEL_ERROR))
         return FAILED;
     const Device& device = GetNodeNum(handle);
     if (!IsNode(device))

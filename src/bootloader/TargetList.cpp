@@ -199,9 +199,9 @@ std::int32_t BusResetHandler() {
         LogFailure("BusResetHandler"));
 }
 
-// Not between the blocks of a load either: any other request could disturb the target.
+// Not between the blocks of a load either, whoever runs it: any other request could disturb the target.
 bool TakeOwedDiscovery() {
-    if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress)
+    if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress || LoadedByAnother(0))
         return false;
     globals.DiscoveryOwed = false;
     return true;
@@ -271,12 +271,13 @@ std::int32_t CreateBootloaderDevice(const Device& device, const BootloaderInfoRe
 std::int32_t ConnectToBootloaderDevice(BootloaderTarget& target) {
     if (target.Info.BootloaderVersion <= 0)
         return FAILED;
-    if (AnswerAwaited(target.Handle)) {
+    const char* busy = AnswerAwaited(target.Handle)     ? "busy with an exchange"
+                       : LoadedByAnother(target.Handle) ? "being loaded by another program"
+                                                        : nullptr;
+    if (busy) {
         globals.DiscoveryOwed = true;
-        StatusDisplay(LEVEL_TRACE,
-                      "ConnectToBootloaderDevice: node #{} is busy with an exchange, discovery is "
-                      "repeated after it",
-                      target.Device.NodeNum);
+        StatusDisplay(LEVEL_TRACE, "ConnectToBootloaderDevice: node #{} is {}, discovery is repeated after it",
+                      target.Device.NodeNum, busy);
         return SUCCESS;
     }
     const std::int32_t halted = HaltBootloader(target.Handle);

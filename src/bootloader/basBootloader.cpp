@@ -34,6 +34,7 @@ void InitializeTargetList() {
 }
 
 void TerminateTargetList() {
+    globals.DeviceLocks.reset();
     for (platform::Handle* mutex : {&globals.TargetListMutex, &globals.TransactionMutex}) {
         if (*mutex != 0)
             platform::CloseHandle(*mutex);

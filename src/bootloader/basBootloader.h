@@ -4,6 +4,7 @@
 
 #include "BootloaderRecords.h"
 #include "BootloaderStatus.h"
+#include "DeviceLock.h"
 #include "TwdPackage.h"
 #include "bas1394.h"
 
@@ -47,11 +48,13 @@ struct Globals {
     std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
     bool DiscoveryInterrupted = false;                         // another bus reset arrived
     bool DiscoveryComplete = false;
-    bool DiscoveryOwed = false;                  // it left out a target whose answer was awaited
+    bool DiscoveryOwed = false;                  // it left out a target that couldn't be spoken to
     std::array<std::uint8_t, 8> GeneratedGuid{}; // last made-up debug GUID, zero before the first
     std::int32_t OldHead = 0;                    // of a console's ring, as last read; one for all targets, never reset
     std::int64_t LastDirectWrite = 0;            // to a console, by the performance counter; 0 before the first
     LoadUnderWay Load;
+    std::shared_ptr<platform::LockFile> DeviceLocks;    // of all processes; null until needed
+    std::vector<std::weak_ptr<HeldDevice>> HeldDevices; // of this process
 };
 extern Globals globals;
 

@@ -79,7 +79,7 @@ struct Hooks {
     std::function<void()> incomingData;               // a target has announced itself
     std::function<std::int32_t()> bootloaderBusReset; // basBootloader::BusResetHandler
     std::function<bool()> discoveryOwed;              // basBootloader::TakeOwedDiscovery: a pass is due now
-    std::function<bool()> answerAwaited;              // basBootloader::AnswerAwaited: nothing can go to all nodes now
+    std::function<bool()> answerAwaited;              // nothing can go to all nodes now
     std::function<void()> discoveryInterrupted;       // sets DiscoveryInterrupted, clears DiscoveryComplete
     std::function<void()> logTargets;                 // one TRACE line for each target
 };

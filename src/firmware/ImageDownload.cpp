@@ -243,8 +243,7 @@ OutcomeKind OutcomeOf(const Load& load) {
         return load.verdict.Outcome;
     if (load.verdict.Flash != FlashState::Unchanged)
         return OutcomeKind::Damaged;
-    return load.failedAt != Stage::None && load.failedAt < Stage::Announcement ? OutcomeKind::Refused
-                                                                               : OutcomeKind::Unchanged;
+    return load.failedAt != Stage::None && load.failedAt < Stage::Busy ? OutcomeKind::Refused : OutcomeKind::Unchanged;
 }
 
 basApp::StepVerdict Verdict(Load& load, std::int32_t result) {
@@ -260,6 +259,13 @@ basApp::StepVerdict Verdict(Load& load, std::int32_t result) {
     return verdict;
 }
 
+std::int32_t RefuseBusyDevice(Load& load, const DeviceLock& lock) {
+    const std::string text = lock.Trouble() + "  Nothing was loaded.";
+    Tell(load, LEVEL_ERROR, text);
+    Fail(load, Stage::Busy, text);
+    return FAILED;
+}
+
 std::int32_t Run(Load& load) {
     platform::ResumeNext next{LogFailure(load)};
     load.startCount = platform::QueryPerformanceCounter();
@@ -273,6 +279,9 @@ std::int32_t Run(Load& load) {
     next([&] { ready = IsReady(load); });
     if (!ready)
         return FAILED;
+    const DeviceLock lock(load.handle);
+    if (!lock.Taken())
+        return RefuseBusyDevice(load, lock);
     next([&] { TellBeginning(load); });
     if (!load.style.clockFromEntry)
         load.startCount = platform::QueryPerformanceCounter();

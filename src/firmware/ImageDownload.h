@@ -20,7 +20,7 @@ using ProgressFunction = std::function<void(const LoadProgress&)>;
 
 // Where a load failed.
 struct DownloadFailure {
-    enum class Stage { None, File, Hardware, NoSection, Outside, Announcement, Refusal, Block, End, Crc };
+    enum class Stage { None, File, Hardware, NoSection, Outside, Busy, Announcement, Refusal, Block, End, Crc };
     Stage stage = Stage::None;
     std::int32_t code = 0;  // of the command; for a refusal the block size that was answered
     std::int64_t bytes = 0; // sent by then
@@ -55,9 +55,10 @@ struct DownloadStyle {
 // For a process that ends in the middle of a load: an ERROR line with the state of the device. Nothing without a load.
 void TellBrokenLoad();
 
-// The sequence. The verdict's Result is 1 when the target holds the section and judged it good, else -1. A load can't
-// be undone: after DownloadStart the old image is lost. When the program is to end the load ends early: the
-// erase isn't waited for, the block under way is, DownloadEnd follows, and an ERROR line gives the device's state.
+// The sequence, under the device's lock: without it nothing is sent. The verdict's Result is 1 when the target holds
+// the section and judged it good, else -1. A load can't be undone: after DownloadStart the old image is lost. When the
+// program is to end the load ends early: the erase isn't waited for, the block under way is, DownloadEnd follows, and
+// an ERROR line gives the device's state.
 [[nodiscard]] basApp::StepVerdict DownloadImageInStyle(std::int32_t handle, std::int32_t imageType,
                                                        const platform::FileName& file, const DownloadStyle& style);
 // The version for unattended work.

@@ -1,3 +1,4 @@
+#include "AnotherProgram.h"
 #include "HeadlessProgram.h"
 #include "Levels.h"
 #include "PackageBuilder.h"
@@ -88,6 +89,40 @@ TEST(UnattendedRun, DoesItsWorkInAFixedOrderAndClosesTheProgram) {
         for (const char* line : {"progress loading 300/300", "progress done 300/300"})
             EXPECT_EQ(std::ranges::count(program.standardOutput, line), loadedCne) << line;
         EXPECT_EQ(std::ranges::count(program.standardOutput, "progress loading 1024/2500"), row.application == IMAGE);
+    }
+}
+
+TEST(UnattendedRun, LeavesADeviceAloneThatAnotherProgramLoads) {
+    for (const char* mode : {"application", "bootloader"}) {
+        SCOPED_TRACE(mode);
+        HeadlessProgram program(Bus({Target(FIRST, mode)}));
+        WriteFiles(program);
+        AnotherProgram other;
+        ASSERT_TRUE(other.Takes(0x000F1B0000000001));
+        ASSERT_TRUE(program.Run("/G 0011223344556677 /D both.twd"));
+        EXPECT_TRUE(program.RequestsSent().empty());
+        EXPECT_TRUE(program.Said("The device 00 0F 1B 00 00 00 00 01 is being loaded by another program.  Nothing"));
+        EXPECT_EQ(basAutomation::globals.Verdict.Outcome, basApp::OutcomeKind::Unchanged);
+    }
+}
+
+TEST(UnattendedRun, KeepsItsDeviceFromOtherProgramsBetweenItsSteps) {
+    const std::tuple<const char*, const char*, std::int64_t> rows[] = {
+        {"/D both.twd", "Successfully programmed image from ", 0x000F1B0000000001}, // the configuration data follow
+        {"/A", "Successfully set MAC address to the new value.", 0x0011223344556677}};
+    for (const auto& [commandLine, message, guid] : rows) {
+        SCOPED_TRACE(commandLine);
+        HeadlessProgram program(Bus({Target(FIRST, "bootloader")}));
+        WriteFiles(program);
+        const AnotherProgram other;
+        std::vector<bool> free; // for another program, whenever the message comes
+        program.eachMessage = [&, text = message, number = guid](std::string_view said) {
+            if (said.starts_with(text))
+                free.push_back(other.CouldTake(number));
+        };
+        ASSERT_TRUE(program.Run(commandLine));
+        EXPECT_EQ(free, std::vector{false});
+        EXPECT_TRUE(other.CouldTake(guid));
     }
 }
 

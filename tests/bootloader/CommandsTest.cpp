@@ -1,4 +1,5 @@
 // The single-shot commands: their bytes on the wire and the handling of each answer.
+#include "AnotherProgram.h"
 #include "Handles.h"
 #include "TargetScript.h"
 
@@ -12,9 +13,69 @@ constexpr const char* TURNED = "33 22 11 00 77 66 55 44";
 
 class SingleCommands : public OneTarget {
 protected:
+    SingleCommands() {
+        library.write = [this, send = library.write](std::uint32_t node, std::uint64_t address,
+                                                     const ByteArray& bytes) {
+            if (address == 0xFFFFC8021040)
+                written.push_back(bytes);
+            return send(node, address, bytes);
+        };
+    }
     std::int32_t crc = 77, validity = 77, flag = 77;
     ByteArray guid = Bytes(TURNED), read;
+    std::vector<ByteArray> written; // to the Request Buffer
 };
+
+constexpr std::int64_t OF_TARGET = 0x000F1B0000000001, OF_TYPED = 0x0011223344556677;
+
+TEST_F(SingleCommands, AreRefusedWhileAnotherProgramLoadsTheDevice) {
+    AnotherProgram other;
+    ASSERT_TRUE(other.Takes(OF_TARGET));
+    constexpr const char* REFUSAL = "11 SendRequest failed: The device 00 0F 1B 00 00 00 00 01 is being loaded by "
+                                    "another program.  Nothing was sent.";
+    const std::function<std::int32_t()> calls[] = {
+        [&] { return ResetDevice(HANDLE, 1); },
+        [&] { return StartImage(HANDLE, 0, flag); },
+        [&] { return ProgramGUID(HANDLE, guid); },
+        [&] { return InitializePersistentParams(HANDLE); },
+        [&] { return ReadImageCRC(HANDLE, 0, crc, validity); },
+        [&] { return HaltBootloader(HANDLE); },
+    };
+    for (const auto& call : calls) {
+        log.clear();
+        EXPECT_EQ(call(), -1);
+        EXPECT_TRUE(Logged(REFUSAL));
+    }
+    EXPECT_EQ(WriteKey(HANDLE, "A", Bytes("01")), -1);
+    EXPECT_NE(WriteShellCharacters(HANDLE, Bytes("41")), 1);
+    log.clear();
+    EXPECT_EQ(ReadShellCharacters(HANDLE, read, false), -1);
+    EXPECT_EQ(CountLogged("11 "), 0u) << "asked for many times a second";
+    EXPECT_EQ(HaltBootloader(0), -1);
+    EXPECT_TRUE(Logged("11 SendRequest failed: A device is being loaded by another program.  Nothing was sent."));
+    EXPECT_TRUE(requests.empty() && written.empty());
+    other.Releases(OF_TARGET);
+    EXPECT_EQ(ResetDevice(HANDLE, 1), 1);
+}
+
+TEST_F(SingleCommands, KeepTheLockOverANewGuid) {
+    AnotherProgram other;
+    {
+        const DeviceLock run(HANDLE);
+        {
+            const DeviceLock load(HANDLE);
+            EXPECT_TRUE(run.Taken() && load.Taken());
+        }
+        EXPECT_FALSE(other.CouldTake(OF_TARGET)) << "the run still has it";
+        ASSERT_TRUE(other.Takes(OF_TYPED));
+        EXPECT_EQ(ProgramGUID(HANDLE, guid), -1);
+        EXPECT_TRUE(requests.empty());
+        other.Releases(OF_TYPED);
+        EXPECT_EQ(ProgramGUID(HANDLE, guid), 1);
+        EXPECT_FALSE(other.CouldTake(OF_TYPED) || other.CouldTake(OF_TARGET));
+    }
+    EXPECT_TRUE(other.CouldTake(OF_TYPED) && other.CouldTake(OF_TARGET));
+}
 
 TEST_F(SingleCommands, SendTheirBytesAndCheckTheirAnswers) {
     const struct {

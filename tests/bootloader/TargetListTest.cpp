@@ -1,5 +1,8 @@
 // Discovery after bus resets: who is in the list, under which handle, with which GUIDs.
+#include "AnotherProgram.h"
 #include "TargetScript.h"
+
+#include <algorithm>
 
 using namespace testing_support;
 using namespace basBootloader;
@@ -120,6 +123,36 @@ TEST_F(TargetList, ContinuesAfterANodeThatFailsAndLooksForADebuggerOnAMinimalRom
     EXPECT_EQ(globals.DebuggerList.at(0).NodeNum, 0);
     EXPECT_TRUE(Logged("Debugger is running on node #0"));
     EXPECT_TRUE(Logged("BuildBootloaderDeviceList warning: failed to read info registers for node 1, code 121(0x79)"));
+}
+
+TEST_F(TargetList, LeavesADeviceAloneWhileAnotherProgramLoadsIt) {
+    const auto commands = [this](std::uint32_t node) {
+        return std::ranges::count(requests, node, &std::pair<std::uint32_t, ByteArray>::first);
+    };
+    AnotherProgram other;
+    for (const auto& [guid, number] : {std::pair{FIRST, 0x000F1B0000000001}, {NULL_GUID, 0x0L}}) {
+        SCOPED_TRACE(guid);
+        ASSERT_TRUE(other.Takes(number));
+        requests.clear();
+        log.clear();
+        targets[0].debugGuid = targets[1].debugGuid = ByteArray(8); // to be made distinct, but for the lock
+        EXPECT_EQ(discover({guid, SECOND}), 1);
+        globals.TargetList[0].DebugGUID = globals.TargetList[1].DebugGUID;
+        EXPECT_EQ(HandleDuplicateGUIDs(), 1);
+        EXPECT_EQ(commands(0), 0);
+        EXPECT_EQ(CountLogged("11 "), 0u) << "it is passed over, not refused";
+        EXPECT_GT(commands(1), 0);
+        EXPECT_TRUE(Logged("ConnectToBootloaderDevice: node #0 is being loaded by another program, discovery is"));
+        EXPECT_EQ(globals.TargetList[0].Info.ApplicationVersion, 0x01020304) << "its registers are read";
+        for (int tick = 0; tick < 3; ++tick)
+            EXPECT_FALSE(TakeOwedDiscovery()) << "it would only be left out again";
+        other.Releases(number);
+        EXPECT_TRUE(TakeOwedDiscovery());
+        EXPECT_EQ(discover({guid, SECOND}), 1);
+        EXPECT_GT(commands(0), 0);
+        EXPECT_FALSE(TakeOwedDiscovery());
+        globals.TargetList.assign(1, BootloaderTarget{});
+    }
 }
 
 TEST_F(TargetList, IsLeftWithoutNodeNumbersWhenItsMutexCannotBeTaken) {

@@ -1,5 +1,6 @@
 // The loading of a section: the requests to the target, the messages to the user.
 #include "ImageDownload.h"
+#include "AnotherProgram.h"
 #include "HeadlessProgram.h"
 #include "PackageBuilder.h"
 #include "WindowSystem.h"
@@ -112,6 +113,49 @@ TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
         EXPECT_EQ(program->Said("Successfully loaded new "), loaded);
         EXPECT_EQ(program->Said("Load new Application Image operation failed."), !loaded);
     }
+}
+
+TEST_F(ImageDownload, TakesTheDeviceForItselfOrLeavesItAlone) {
+    constexpr std::int64_t GUID = 0x000F1B0000000001;
+    Start();
+    AnotherProgram other;
+    ASSERT_TRUE(other.Takes(GUID));
+    program->Write("app.twd", Package(Pattern(2048)));
+    const std::int32_t handle = globals.TargetList.at(0).Handle;
+    const std::size_t sent = program->RequestsSent().size();
+    const basApp::StepVerdict verdict = DownloadImage(handle, 0, program->directory.file("app.twd"));
+    const std::string reason =
+        "The device 00 0F 1B 00 00 00 00 01 is being loaded by another program.  Nothing was loaded.";
+    EXPECT_EQ(verdict.Reason, reason);
+    EXPECT_EQ(verdict.Outcome, basApp::OutcomeKind::Unchanged);
+    EXPECT_EQ(verdict.Flash, basApp::FlashState::Unchanged);
+    EXPECT_EQ(std::ranges::count(program->messages, reason, &testing_support::Message::text), 1);
+    EXPECT_EQ(program->RequestsSent().size(), sent);
+    EXPECT_TRUE(program->WrittenTo("0xffffc8021040").empty());
+
+    other.Releases(GUID);
+    std::string free; // for another program, at each step
+    progress = [&](const LoadProgress& at) { free += fmt::format("{}{} ", int(at.step), other.CouldTake(GUID)); };
+    EXPECT_EQ(Load(Package(Pattern(2048))), 1);
+    EXPECT_EQ(free, "0true 1false 2false 2false 3false 4false ");
+    EXPECT_TRUE(other.CouldTake(GUID));
+}
+
+TEST_F(ImageDownload, OfAnotherProgramHoldsBackTheHaltOfAllNodes) {
+    program =
+        std::make_unique<HeadlessProgram>(Bus({Target("000F1B0000000001", "bootloader"),
+                                               Target("000F1B0000000002", "application", R"(, "announce": true)")}));
+    program->Run("", 3000);
+    AnotherProgram other;
+    ASSERT_EQ(ResetDevice(globals.TargetList.at(1).Handle, RESET_INTO_BOOTLOADER), 1);
+    ASSERT_TRUE(other.Takes(0x000F1B0000000001));
+    program->messages.clear();
+    program->Pass(3000);
+    EXPECT_TRUE(program->Said("Incoming Data Message received"));
+    EXPECT_FALSE(program->Said("Broadcasted halt command."));
+    other.Releases(0x000F1B0000000001);
+    program->Pass(100);
+    EXPECT_TRUE(program->Said("Broadcasted halt command."));
 }
 
 // While the first device erases, a second one without a GUID comes up in its bootloader, with bus resets and an

@@ -1,4 +1,5 @@
 #include "Handles.h"
+#include "LockFile.h"
 #include "LockFolder.h"
 #include "PlatformTest.h"
 #include "SingleInstance.h"
@@ -125,6 +126,27 @@ TEST_F(ANamedMutex, MakesOneProcessTheOnlyInstance) {
     peer.Kill();
     EXPECT_TRUE(platform::ClaimSingleInstance("HoistlineApp"));
     platform::ReleaseSingleInstance();
+}
+
+using ALockFile = ANamedMutex;
+
+TEST_F(ALockFile, HasOneOwnerOfEachByteUntilItIsUnlockedOrClosed) {
+    constexpr std::int64_t LAST = 0x7FFFFFFFFFFFFFFF; // byte of a file
+    auto first = std::make_unique<platform::LockFile>("devices");
+    platform::LockFile second("devices");
+    for (const std::int64_t byte : {std::int64_t{0}, std::int64_t{5}, LAST}) {
+        EXPECT_TRUE(first->Lock(byte) && first->Lock(byte)) << "again";
+        EXPECT_FALSE(second.Lock(byte));
+        EXPECT_TRUE(second.OthersHave(byte) && second.OthersHave(0, 0));
+        EXPECT_FALSE(first->OthersHave(byte) || first->OthersHave(0, 0)) << "its own";
+        first->Unlock(byte);
+        EXPECT_FALSE(second.OthersHave(0, 0));
+    }
+    EXPECT_TRUE(first->Share(7) && second.Share(7));
+    EXPECT_FALSE(first->Lock(7));
+    EXPECT_TRUE(first->Lock(LAST));
+    first.reset();
+    EXPECT_TRUE(second.Lock(LAST) && second.Lock(7));
 }
 
 TEST_F(ANamedMutex, HasItsFileWhereOnlyItsUserCanWriteAndReportsOneThatCannotBeUsed) {

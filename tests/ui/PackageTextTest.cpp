@@ -139,6 +139,7 @@ TEST(LoadText, NamesPhaseAndCause) {
         {S::Crc, 1, true, false, "its CRC is not that of the package", "old image is gone"},
         {S::Crc, 1, true, false, "its CRC is not that of the package", "old configuration data is gone",
          basBootloader::IMAGE_CONFIG},
+        {S::Busy, -1, true, false, "Another program is loading this device.", "Nothing was sent to it"},
         {S::Refusal, 0, true, false, "refused the configuration data", "data was left as it was",
          basBootloader::IMAGE_CONFIG},
     };

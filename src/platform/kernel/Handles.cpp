@@ -2,11 +2,8 @@
 
 #include "Clock.h"
 #include "HandleTable.h"
-#include "LockFolder.h"
+#include "LockFile.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <sys/syscall.h>
@@ -16,68 +13,8 @@ namespace platform {
 
 namespace {
 
-// The lock file of a named mutex. The owner locks byte 0, and everybody who has the mutex open shares a lock of byte 1;
-// the system releases both when a process ends, however it ends.
-class LockFile {
-public:
-    explicit LockFile(const std::string& name) {
-        const std::string folder = LockFolder();
-        if (folder.empty()) {
-            trouble_ = "there is no folder for lock files that only this user can write";
-            return;
-        }
-        const std::string path = folder + "/" + FileNameOf(name);
-        descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
-        struct flock probe = Range(F_WRLCK, OWNER);
-        if (descriptor_ < 0 || fcntl(descriptor_, F_OFD_GETLK, &probe) != 0)
-            trouble_ = "lock file \"" + path + "\": " + std::strerror(errno);
-    }
-    ~LockFile() {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-    }
-    LockFile(const LockFile&) = delete;
-    LockFile& operator=(const LockFile&) = delete;
-
-    // Why the file can't be locked; empty when it can.
-    const std::string& Trouble() const { return trouble_; }
-    bool TryOwn() { return Lock(F_WRLCK, OWNER); }
-    void Disown() { Lock(F_UNLCK, OWNER); }
-    void JoinUsers() { Lock(F_RDLCK, USERS); }
-    bool HasUsers() {
-        struct flock probe = Range(F_WRLCK, USERS);
-        return fcntl(descriptor_, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
-    }
-
-private:
-    static constexpr off_t OWNER = 0, USERS = 1;
-
-    // With the machine's name: machines may share a home, but each has a bus of its own.
-    static std::string FileNameOf(std::string name) {
-        char host[256] = "";
-        gethostname(host, sizeof host - 1);
-        name += std::string("-") + host;
-        for (char& character : name)
-            if (character == '/' || character == '\0')
-                character = '_';
-        return name + ".lock";
-    }
-    static struct flock Range(short type, off_t byte) {
-        struct flock range {};
-        range.l_type = type;
-        range.l_whence = SEEK_SET;
-        range.l_start = byte;
-        range.l_len = 1;
-        return range;
-    }
-    bool Lock(short type, off_t byte) {
-        struct flock range = Range(type, byte);
-        return fcntl(descriptor_, F_OFD_SETLK, &range) == 0;
-    }
-
-    std::string trouble_;
-    int descriptor_ = -1;
-};
+// In the lock file of a named mutex its owner locks one byte, and everybody who has it open shares the other.
+constexpr std::int64_t OWNER = 0, USERS = 1;
 
 class Event : public KernelObject {
 public:
@@ -102,7 +39,7 @@ public:
         const std::lock_guard guard(guard_);
         if (count_ > 0 && owner_ != thread)
             return false;
-        if (count_ == 0 && file_ && !file_->TryOwn())
+        if (count_ == 0 && file_ && !file_->Lock(OWNER))
             return false;
         owner_ = thread;
         ++count_;
@@ -113,7 +50,7 @@ public:
         if (count_ == 0 || owner_ != GetCurrentThreadId())
             return false;
         if (--count_ == 0 && file_)
-            file_->Disown();
+            file_->Unlock(OWNER);
         return true;
     }
 
@@ -138,9 +75,9 @@ std::shared_ptr<Mutex> NamedMutex(const std::string& name, bool create) {
         return known;
     auto file = std::make_unique<LockFile>(name);
     globals.lockTrouble = file->Trouble();
-    if (!file->Trouble().empty() || (!create && !file->HasUsers()))
+    if (!file->Trouble().empty() || (!create && !file->OthersHave(USERS)))
         return nullptr;
-    file->JoinUsers();
+    file->Share(USERS);
     auto mutex = std::make_shared<Mutex>(std::move(file));
     globals.namedMutexes[name] = mutex;
     return mutex;

@@ -132,6 +132,9 @@ std::string Cause(const DownloadFailure& failure, std::int32_t imageType, bool o
     const bool isConfig = imageType == basBootloader::IMAGE_CONFIG;
     if (failure.stage == Stage::None)
         return {};
+    if (failure.stage == Stage::Busy)
+        return "Another program is loading this device.  Nothing was sent to it: wait until that has ended, then load "
+               "again.";
     if (const std::string before = CauseBefore(failure.stage); !before.empty())
         return before + Untouched(isConfig);
     if (!onTheBus)

@@ -71,6 +71,7 @@ void frmSelectFirmware::LoadFrame(const char* procedure, const std::string& begi
     failure_ = {};
     EnableCommands(false);
     Status(beginning);
+    const DeviceLock lock(hDevice_); // image and configuration data come from one program; a load reports its absence
     bool loaded = false;
     platform::Attempt([&] { loaded = load(picked); }, ShowFailure(procedure));
     if (loaded)
