@@ -71,17 +71,14 @@ std::int32_t ProgramGuidBytes(std::int32_t handle, const std::string& source, co
     ByteArray guid;
     if (!Decode("GUID", source, text, GUID_BYTES, guid).empty())
         return -1;
-    basUtils::ChangeEndian(guid);
-    const std::int32_t code = basBootloader::ProgramGUID(handle, guid);
+    const std::int32_t code = WriteGuidBytes(handle, std::move(guid));
     if (code != basBootloader::SUCCESS)
         StatusDisplay(LEVEL_ERROR, "ProgramGuidFromString: basBootloader.ProgramGUID returned code 0x{:X}", Bits(code));
     return code;
 }
 
 std::string DecodeMacFile(const platform::FileName& file, ByteArray& mac) {
-    std::string fault = Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac);
-    mac.insert(mac.begin(), 2, 0); // the 6 bytes of a MAC are the low end of 8
-    return fault;
+    return Decode("MAC address", FileSource(file), FirstItem(file), MAC_BYTES, mac);
 }
 
 // The passes of /G on a chosen device.
@@ -108,6 +105,17 @@ std::int32_t WriteGuidTo(std::int32_t handle, const std::string& guidText, basAp
 }
 
 } // namespace
+
+std::int32_t WriteGuidBytes(std::int32_t handle, ByteArray guid) {
+    basUtils::ChangeEndian(guid);
+    return basBootloader::ProgramGUID(handle, guid);
+}
+
+std::int32_t WriteMacBytes(std::int32_t handle, ByteArray mac) {
+    mac.insert(mac.begin(), 2, 0); // the 6 bytes are the low end of 8
+    basUtils::ChangeEndian(mac);
+    return basBootloader::ProgramMAC(handle, mac);
+}
 
 std::string FaultOfGuidFile(const platform::FileName& file) {
     ByteArray guid;
@@ -157,8 +165,7 @@ std::int32_t ProgramMacFromFile(std::int32_t handle, const platform::FileName& f
     ByteArray mac;
     if (!DecodeMacFile(file, mac).empty())
         return -1;
-    basUtils::ChangeEndian(mac);
-    const std::int32_t code = basBootloader::ProgramMAC(handle, mac);
+    const std::int32_t code = WriteMacBytes(handle, std::move(mac));
     if (code != basBootloader::SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Program new MAC address.  basBootloader.ProgramMAC failed, code {} (0x{:X}) in "

@@ -2,11 +2,11 @@
 #include "KeyBatch.h"
 
 #include "CodePage.h"
+#include "EndRequest.h"
 #include "KeyBatchParts.h"
 #include "OneTarget.h"
 #include "Paths.h"
 #include "Processes.h"
-#include "WindowSystem.h"
 #include "basAutomation.h"
 #include "basBootloader.h"
 #include "basUtils.h"
@@ -53,7 +53,6 @@ void TellData(const char* verb, const char* direction, const ByteArray& data) {
 }
 
 void Read(std::int32_t handle, KeyOperation& operation) {
-    constexpr std::size_t SHORTEST_VALUE = 2;
     operation.Status = basBootloader::ReadKey(handle, operation.KeyName, operation.Data);
     if (operation.Status != SUCCESS) {
         StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: failed to read key value, code 0x{:X}.",
@@ -63,8 +62,6 @@ void Read(std::int32_t handle, KeyOperation& operation) {
     if (!operation.Data.empty())
         operation.Data.pop_back(); // the spare byte after the value
     TellData("received", "from", operation.Data);
-    if (operation.Data.size() < SHORTEST_VALUE)
-        operation.Status = -1;
 }
 
 void Write(std::int32_t handle, KeyOperation& operation) {
@@ -89,38 +86,18 @@ void PerformOnce(KeyOperation& operation) {
         Write(handle, operation);
 }
 
-// Gives the window system turns until no bus reset is pending: after one the node numbers at hand may be those of
-// other devices. False when it stays pending.
-bool BusIsKnown() {
-    constexpr std::int32_t MOST_TURNS = 500;
-    constexpr std::uint32_t PAUSE = 20; // ms
-    platform::DoEvents();
-    for (std::int32_t turn = 0; bas1394::globals.BusResetPending && turn < MOST_TURNS; ++turn) {
-        platform::Sleep(PAUSE);
-        platform::DoEvents();
-    }
-    return !bas1394::globals.BusResetPending;
+// An end that is asked for here is in effect before the front end has had a turn to see it.
+bool Ends() {
+    return basApp::globals.ClosesAfterOperation || platform::EndRequested();
 }
 
-// Does nothing once the run is to end; an operation that has begun is still finished.
-// A success across a bus reset may be that of another device, so the operation is repeated.
-void Perform(KeyOperation& operation) {
-    constexpr int MOST_ATTEMPTS = 3;
-    for (int attempt = 0; attempt < MOST_ATTEMPTS && BusIsKnown(); ++attempt) {
-        if (attempt == 0 && basApp::globals.ClosesAfterOperation) {
-            operation.NotDone = true;
-            return;
-        }
-        const std::int32_t generation = bas1394::globals.TopologyMap.Generation;
-        PerformOnce(operation);
-        if (operation.Status != SUCCESS)
-            return;
-        if (BusIsKnown() && bas1394::globals.TopologyMap.Generation == generation)
-            return;
-        operation.Status = bas1394::RESULT_BUS_RESET;
-        StatusDisplay(LEVEL_WARNING, "PerformKeyOperations: the bus was reset during the operation.");
-    }
-    StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: bus resets kept the operation from being carried out.");
+// A batch takes a value of one character for none.
+void PerformInBatch(KeyOperation& operation) {
+    constexpr std::size_t SHORTEST_VALUE = 2;
+    PerformKeyOperation(operation);
+    const bool read = operation.Operation == READ_KEY_OPERATION && operation.Status == SUCCESS;
+    if (read && operation.Data.size() < SHORTEST_VALUE)
+        operation.Status = -1;
 }
 
 void ShowStatusFile() {
@@ -190,13 +167,26 @@ std::int32_t HandleOfGuid(const ByteArray& deviceId) {
     return basBootloader::GetDeviceHandleFromGuid(guid);
 }
 
+void PerformKeyOperation(KeyOperation& operation) {
+    bool begun = false;
+    operation.Status = OnKnownBus("PerformKeyOperations", [&] {
+        if (begun)
+            operation.Status = bas1394::RESULT_BUS_RESET;
+        operation.NotDone = !begun && Ends();
+        begun = true;
+        if (!operation.NotDone)
+            PerformOnce(operation);
+        return operation.Status;
+    });
+}
+
 std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
     platform::ResumeNext next{LogFailure("PerformKeyOperations")};
     std::int32_t result = -1;
     for (std::size_t i = 1; i < operations.size(); ++i) {
-        operations[i].NotDone = basApp::globals.ClosesAfterOperation;
+        operations[i].NotDone = Ends();
         if (!operations[i].NotDone)
-            next([&] { Perform(operations[i]); });
+            next([&] { PerformInBatch(operations[i]); });
         if (operations[i].Status == SUCCESS)
             result = 1;
     }
@@ -208,7 +198,8 @@ std::int32_t PerformKeyOperations(std::vector<KeyOperation>& operations) {
     return result;
 }
 
-std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basApp::RunVerdict& verdict) {
+std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basApp::RunVerdict& verdict,
+                                      const std::function<bool(std::vector<KeyOperation>& operations)>& mayBegin) {
     const auto logFailure = LogFailure("PerformKeyBatchOperation");
     const auto refuse = [&](std::string reason) {
         verdict.End(basApp::OutcomeKind::Refused, std::move(reason));
@@ -229,6 +220,8 @@ std::int32_t PerformKeyBatchOperation(const platform::FileName& batchFile, basAp
     };
     if (!works("GetKeyOperationsFromFile", [&] { return GetKeyOperationsFromFile(batchFile, operations, dropped); }))
         return refuse(fmt::format("The key batch \"{}\" can't be read.", batchFile));
+    if (mayBegin && !mayBegin(operations))
+        return -1;
     works("PerformKeyOperations", [&] { return PerformKeyOperations(operations); });
     const bool reported = works("DumpKeyBatchOutput", [&] { return DumpKeyBatchOutput(operations, batchFile); });
     NoteBatch(operations, dropped, reported, verdict);

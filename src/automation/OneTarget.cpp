@@ -1,6 +1,9 @@
 #include "OneTarget.h"
 
+#include "Clock.h"
 #include "Paths.h"
+#include "WindowSystem.h"
+#include "bas1394.h"
 #include "basAutomation.h"
 #include "basBootloader.h"
 #include "basUtils.h"
@@ -42,6 +45,19 @@ std::int32_t NodesMeant(const std::string& matchGuid) {
     return static_cast<std::int32_t>(
         std::ranges::count_if(basBootloader::globals.CompatibleGuids,
                               [&](const auto& guid) { return matchGuid.empty() || GuidDigits(guid) == matchGuid; }));
+}
+
+// Gives the window system turns until no bus reset is pending: after one the node numbers at hand may be those of
+// other devices. False when it stays pending.
+bool BusIsKnown() {
+    constexpr std::int32_t MOST_TURNS = 500;
+    constexpr std::uint32_t PAUSE = 20; // ms
+    platform::DoEvents();
+    for (std::int32_t turn = 0; bas1394::globals.BusResetPending && turn < MOST_TURNS; ++turn) {
+        platform::Sleep(PAUSE);
+        platform::DoEvents();
+    }
+    return !bas1394::globals.BusResetPending;
 }
 
 } // namespace
@@ -142,6 +158,23 @@ void StartApplication(std::int32_t handle, basApp::RunVerdict& verdict) {
     NoteUnansweredStep(verdict, basApp::OperationKind::StartApplication, handle, code, text);
     if (code != basBootloader::SUCCESS)
         StatusDisplay(LEVEL_WARNING, "{}", text);
+}
+
+std::int32_t OnKnownBus(const char* caller, const std::function<std::int32_t()>& exchange) {
+    constexpr int MOST_ATTEMPTS = 3;
+    std::int32_t code = basBootloader::FAILED;
+    for (int attempt = 0; attempt < MOST_ATTEMPTS && BusIsKnown(); ++attempt) {
+        const std::int32_t generation = bas1394::globals.TopologyMap.Generation;
+        code = exchange();
+        if (code != basBootloader::SUCCESS)
+            return code;
+        if (BusIsKnown() && bas1394::globals.TopologyMap.Generation == generation)
+            return code;
+        code = bas1394::RESULT_BUS_RESET;
+        StatusDisplay(LEVEL_WARNING, "{}: the bus was reset during the operation.", caller);
+    }
+    StatusDisplay(LEVEL_ERROR, "{}: bus resets kept the operation from being carried out.", caller);
+    return code;
 }
 
 std::string FaultOfFile(const platform::FileName& file) {

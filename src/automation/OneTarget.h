@@ -1,10 +1,12 @@
 // What the two ways of programming one device share (Programming.cpp, Identity.cpp).
 #pragma once
 
+#include "Bytes.h"
 #include "FileName.h"
 #include "Verdict.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace basAutomation {
@@ -29,6 +31,15 @@ void ResetIntoBootloader(std::int32_t handle, basApp::RunVerdict& verdict);
 bool SetUpPersistentParams(std::int32_t handle, basApp::RunVerdict& verdict);
 // A failure is only logged: a bootloader that starts the image at once can't answer.
 void StartApplication(std::int32_t handle, basApp::RunVerdict& verdict);
+
+// The bytes as they are written down: 8 of a GUID, 6 of a MAC. 1, or the code of the failure.
+[[nodiscard]] std::int32_t WriteGuidBytes(std::int32_t handle, ByteArray guid);
+[[nodiscard]] std::int32_t WriteMacBytes(std::int32_t handle, ByteArray mac);
+
+// Gives the window system turns until the node numbers at hand are those of the present bus; then carries out
+// `exchange`, and again after a bus reset: its success may then be that of another device. Its code, RESULT_BUS_RESET,
+// or -1 when the bus doesn't become known. `caller` is the name in front of the messages.
+[[nodiscard]] std::int32_t OnKnownBus(const char* caller, const std::function<std::int32_t()>& exchange);
 
 // Each of these logs at ERROR what it finds, and returns it; empty for a file that can be used.
 

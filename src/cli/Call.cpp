@@ -82,8 +82,11 @@ bool Call::Wait(const std::function<bool()>& done, std::int64_t milliseconds) {
         const std::int64_t left = (limit - platform::QueryPerformanceCounter()) / 1'000'000 + 1;
         milliseconds = std::clamp<std::int64_t>(left, 0, milliseconds);
     }
-    platform::CurrentWindowSystem().RunUntil([&] { return done() || MustEnd(); }, milliseconds);
-    return done() && !MustEnd();
+    const auto stopped = [this] { return platform::EndRequested() || outputFailed_; };
+    platform::CurrentWindowSystem().RunUntil([&] { return done() || stopped(); }, milliseconds);
+    if (stopped())
+        MustEnd();
+    return done() && !stopped();
 }
 
 int Call::Finish() {

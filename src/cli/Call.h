@@ -59,7 +59,8 @@ public:
     [[nodiscard]] bool Ended() const { return report.Outcome.has_value(); }
     // Ends the call when a signal or the time limit asks for it; true when it has ended, however.
     bool MustEnd();
-    // Turns of the message loop until `done` (true), or until that much time has passed or the call must end (false).
+    // Turns of the message loop until `done` (true), or until that much time has passed or something must end the call
+    // (false). Also waits after the verdict: a device may have to be brought back.
     [[nodiscard]] bool Wait(const std::function<bool()>& done, std::int64_t milliseconds);
     // Writes what is still owed (record, JUnit file, verdict line). The exit code.
     int Finish();

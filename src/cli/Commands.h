@@ -45,6 +45,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device);
 
 // Each defined with its command.
 void AddList(CommandSet& set);
+void AddIdentity(CommandSet& set);
 void AddPackage(CommandSet& set);
 void AddRom(CommandSet& set);
 

@@ -3,6 +3,7 @@
 #include "BusSession.h"
 #include "Clock.h"
 #include "EndRequest.h"
+#include "WindowSystem.h"
 #include "bas1394.h"
 #include "basBootloader.h"
 
@@ -13,14 +14,13 @@ namespace cli {
 
 namespace {
 
-constexpr int ATTEMPTS = 3;                     // a request can be lost, and a device can come up in its application
-constexpr std::int64_t TIME_TO_RETURN = 10'000; // ms, for each attempt
-constexpr std::int32_t BAD_CRC = -1;
-
-// Since the last bus reset is the list of targets known.
 bool BusIsKnown() {
     return bas1394::globals.BusEnumerated && !bas1394::globals.BusResetPending;
 }
+
+constexpr int ATTEMPTS = 3;                     // a request can be lost, and a device can come up in its application
+constexpr std::int64_t TIME_TO_RETURN = 10'000; // ms, for each attempt
+constexpr std::int32_t BAD_CRC = -1;
 
 bool WaitForMode(Call& call, std::int32_t handle, bool bootloader) {
     return call.Wait(
@@ -69,6 +69,11 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
     return step;
 }
 
+bool SettleBus(Call& call) {
+    platform::DoEvents();
+    return call.Wait(BusIsKnown, TIME_TO_RETURN);
+}
+
 bool EnterBootloader(Call& call, std::int32_t handle) {
     if (IsInBootloader(handle))
         return true;
@@ -76,6 +81,8 @@ bool EnterBootloader(Call& call, std::int32_t handle) {
     const std::int64_t start = platform::QueryPerformanceCounter();
     bool entered = false;
     for (int attempt = 0; attempt < ATTEMPTS && !entered && !call.MustEnd(); ++attempt) {
+        if (!SettleBus(call))
+            continue;
         std::ignore = basBootloader::ResetDevice(handle, basBootloader::RESET_INTO_BOOTLOADER); // need not be answered
         entered = WaitForMode(call, handle, true);
     }
@@ -95,8 +102,9 @@ bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle) {
 
 bool StartApplication(Call& call, std::int32_t handle) {
     const std::int64_t start = platform::QueryPerformanceCounter();
-    std::int32_t crcFlag = 0;
-    const std::int32_t code = basBootloader::StartImage(handle, basBootloader::IMAGE_APPLICATION, crcFlag);
+    std::int32_t code = basBootloader::FAILED, crcFlag = 0;
+    if (SettleBus(call))
+        code = basBootloader::StartImage(handle, basBootloader::IMAGE_APPLICATION, crcFlag);
     const bool refused = code == basBootloader::SUCCESS && crcFlag == BAD_CRC;
     const bool runs = !refused && WaitForMode(call, handle, false);
     NoteDevice(call, handle);

@@ -14,6 +14,10 @@ namespace cli {
 Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict outcome, std::string reason = {},
                std::int64_t start = 0);
 
+// Gives the notice of a bus reset its turn, and waits until the targets are found again: before that, a node number may
+// be that of another device. False when they aren't, or when the call must end.
+[[nodiscard]] bool SettleBus(Call& call);
+
 // A device that runs its application is reset into its bootloader and waited for. False: it doesn't come up there, and
 // the call ends as "unchanged".
 [[nodiscard]] bool EnterBootloader(Call& call, std::int32_t handle);
