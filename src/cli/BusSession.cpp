@@ -71,14 +71,14 @@ bool BusSession::OpenBus() {
     bas1394::BusResetHandlerThread();
     if (call_.MustEnd())
         return false;
-    if (!bas1394::globals.BusEnumerated)
+    if (!bas1394::globals.BusEnumerated || bas1394::globals.LastVirtualDeviceCount < 1)
         return EndWithoutBus();
     return true;
 }
 
 bool BusSession::EndWithoutBus() {
     platform::DoEvents();
-    const std::string& trouble = frontEnd_.lastTrouble;
+    const std::string& trouble = frontEnd_.libraryTrouble.empty() ? frontEnd_.lastTrouble : frontEnd_.libraryTrouble;
     return call_.End(Verdict::NoBus, trouble.empty() ? "There is no interface to the bus." : trouble);
 }
 

@@ -31,12 +31,12 @@ void CommandFrontEnd::PostToStatusWindow(std::size_t /*slot*/, std::string_view 
         PrintError(MessageLine(message, level));
 }
 
-// A library says first why it has no bus; what fails after that is a consequence.
+// A library says why it has no bus; what fails after that is a consequence.
 void CommandFrontEnd::AppendDebugSpew(const std::string& text) {
     spew_ += text;
     for (const std::string& line : bas1394::TakeDebugLines(spew_)) {
         if (!bas1394::globals.BusEnumerated)
-            lastTrouble = line;
+            libraryTrouble = line;
         basDebug::StatusDisplay(line, LEVEL_USER, "Twl1394api.dll");
     }
     const std::size_t end = spew_.rfind("\r\n");

@@ -32,7 +32,8 @@ public:
 
     std::function<void()> onNodesChanged, onResetComplete;                    // of the command; may be empty
     std::function<void(std::int32_t handle, std::int32_t count)> onShellLoss; // the same
-    std::string lastTrouble; // the last ERROR, or what the access library said instead; for a reason
+    std::string lastTrouble;                                                  // the last ERROR; for a reason
+    std::string libraryTrouble; // what the access library said before there was a bus; explains more
 
 private:
     Call& call_;

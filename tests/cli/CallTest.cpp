@@ -2,6 +2,7 @@
 #include "CommandTest.h"
 #include "EndRequest.h"
 #include "Paths.h"
+#include "bas1394.h"
 
 #include <filesystem>
 
@@ -78,6 +79,17 @@ TEST_F(CallTest, EndsWithTheVerdictThatFitsAndOneDocumentWhateverHappens) {
     EXPECT_EQ(record["verdict"], "no-bus");
     EXPECT_NE(record["reason"].dump().find("The access library can't be loaded: not a regular file"), std::string::npos)
         << record["reason"];
+}
+
+TEST_F(CallTest, SaysWhyTheBusThatWasNamedCanNotBeHad) {
+    UseBus(Bus({}));
+    const std::string missing = program->directory.file("missing.json");
+    bas1394::ChooseBus(missing);
+    EXPECT_EQ(SimulatorDescribe(nullptr, nullptr), -1);
+    const cli::Json record = Record({"list", "--bus", "simulated:" + missing});
+    EXPECT_EQ(record["verdict"], "no-bus");
+    EXPECT_NE(record["reason"].dump().find("missing.json: /: can't be read"), std::string::npos) << record["reason"];
+    bas1394::ChooseBus("");
 }
 
 TEST_F(CallTest, IsInterruptedBySignalAndFailsWithoutItsOutput) {
