@@ -120,6 +120,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddRom(*set);
     AddIdentity(*set);
     AddPackage(*set);
+    AddLog(*set);
     return set;
 }
 

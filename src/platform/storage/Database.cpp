@@ -344,6 +344,24 @@ void Database::Execute(const std::string& statements) {
     Run(connection_, statements);
 }
 
+std::vector<std::vector<FieldValue>> Database::Read(const std::string& path, const std::string& query) {
+    const std::string resolved = ResolvePath(path);
+    RequireRegularFile(resolved);
+    const Connection connection = Open(resolved, SQLITE_OPEN_READONLY);
+    sqlite3_busy_timeout(connection.get(), BUSY_TIMEOUT);
+    const Statement select = Prepare(connection.get(), query);
+    std::vector<std::vector<FieldValue>> rows;
+    int code = SQLITE_ROW;
+    while ((code = sqlite3_step(select.get())) == SQLITE_ROW) {
+        std::vector<FieldValue>& row = rows.emplace_back();
+        for (int column = 0; column < sqlite3_column_count(select.get()); ++column)
+            row.push_back(ColumnValue(select.get(), column));
+    }
+    if (code != SQLITE_DONE)
+        RaiseEngine(connection.get());
+    return rows;
+}
+
 bool Database::Compact(const std::string& path) {
     const std::string resolved = ResolvePath(path);
     RequireRegularFile(resolved);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <variant>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -57,6 +58,9 @@ public:
     // Runs statements that return no rows.
     void Execute(const std::string& statements);
 
+    // The rows of any query, values by column. The file isn't written, and other programs may write it meanwhile.
+    // Failure if it doesn't exist or isn't a database, or if it stays locked for two seconds.
+    static std::vector<std::vector<FieldValue>> Read(const std::string& path, const std::string& query);
     // Shrinks the file in place, which keeps owner and mode and is safe if another program opens it meanwhile. False,
     // with nothing done, while it is open anywhere.
     [[nodiscard]] static bool Compact(const std::string& path);
