@@ -25,7 +25,8 @@ std::string Coloured(Verdict verdict) {
 } // namespace
 
 Call::Call(CommonOptions commonOptions, Streams outputs, std::string command)
-    : options(std::move(commonOptions)), streams(std::move(outputs)), start_(platform::QueryPerformanceCounter()) {
+    : options(std::move(commonOptions)), streams(std::move(outputs)), progress(options, streams),
+      start_(platform::QueryPerformanceCounter()) {
     report.Command = std::move(command);
     if (options.Timeout)
         platform::RequestEndAt(start_ + std::llround(*options.Timeout * NANOSECONDS));
@@ -42,6 +43,8 @@ void Call::PrintEvent(const Json& event) {
 }
 
 void Call::Write(std::string_view bytes) {
+    if (streams.OutIsTerminal)
+        progress.Erase();
     if (!outputFailed_ && !streams.Out(bytes))
         outputFailed_ = true;
 }
@@ -52,6 +55,7 @@ void Call::Tell(std::string_view line) {
 }
 
 void Call::TellAnyway(std::string_view line) {
+    progress.Erase();
     streams.Error(fmt::format("{}\n", line)); // nobody could be told of a failure
 }
 
@@ -91,6 +95,7 @@ bool Call::Wait(const std::function<bool()>& done, std::int64_t milliseconds) {
 
 int Call::Finish() {
     MustEnd();
+    progress.Erase();
     report.Seconds = static_cast<double>(platform::QueryPerformanceCounter() - start_) / NANOSECONDS;
     WriteJUnit();
     if (options.AsJson)
@@ -131,6 +136,16 @@ std::string Printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
     return text;
+}
+
+std::string AsciiOnly(std::string_view text) {
+    std::string ascii;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80 || byte >= 0xC0) // the others continue a character
+            ascii += byte < 0x80 ? c : '?';
+    }
+    return ascii;
 }
 
 } // namespace cli

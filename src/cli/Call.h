@@ -1,6 +1,7 @@
 // One call of the program, from its command line to its verdict.
 #pragma once
 
+#include "Progress.h"
 #include "Report.h"
 
 #include <cstdint>
@@ -15,7 +16,8 @@ namespace cli {
 struct Streams {
     std::function<bool(std::string_view text)> Out, Error;
     bool OutIsTerminal = false, ErrorIsTerminal = false;
-    bool ErrorTakesColour = false; // also by TERM
+    bool ErrorTakesColour = false;     // also by TERM; a line can be redrawn then
+    std::function<int()> ErrorColumns; // its width; 0 or empty when it isn't known
 };
 
 enum class ProgressStyle { Auto, Lines, None }; // Lines: of JSON
@@ -68,6 +70,7 @@ public:
     const CommonOptions options;
     const Streams streams;
     Report report;
+    Progress progress;                   // of a load, on standard error
     CommandFrontEnd* frontEnd = nullptr; // once the bus or the store is in use
     bool showsVerdict = false;           // also a verdict of "done" has its line
     bool streamed = false;               // the record is the last of several documents
@@ -82,5 +85,7 @@ private:
 
 // Text of a device or a file, safe for a terminal: control characters become "?".
 std::string Printable(std::string text);
+// For a terminal without UTF-8: each character beyond ASCII becomes "?".
+std::string AsciiOnly(std::string_view text);
 
 } // namespace cli

@@ -52,7 +52,9 @@ void CommandFrontEnd::PrintError(std::string_view line) {
     call_.Tell(Printable(std::string(line)));
 }
 
-void CommandFrontEnd::ShowProgress(const basApp::LoadProgress& /*progress*/) {}
+void CommandFrontEnd::ShowProgress(const basApp::LoadProgress& progress) {
+    call_.progress.Show(progress);
+}
 
 void CommandFrontEnd::ResetComplete() {
     if (onResetComplete)

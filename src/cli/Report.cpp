@@ -39,10 +39,8 @@ const char* OperationName(basApp::OperationKind operation) {
 }
 
 std::string SubjectOf(const basApp::StepVerdict& verdict) {
-    constexpr const char* IMAGES[] = {"application", "config", "debugger", "bootloader"};
-    if (verdict.ImageType >= 0 && verdict.ImageType < static_cast<std::int32_t>(std::size(IMAGES)))
-        return IMAGES[verdict.ImageType];
-    return verdict.Key;
+    const char* image = NameOfImage(verdict.ImageType);
+    return image == nullptr ? verdict.Key : image;
 }
 
 // Null in place of an empty text.
@@ -97,6 +95,11 @@ void Report::Take(const basApp::RunVerdict& run) {
     std::ranges::transform(run.Steps, std::back_inserter(Steps), StepFrom);
     Flash = run.Flash();
     End(VerdictOf(run.Outcome), run.Reason);
+}
+
+const char* NameOfImage(std::int32_t imageType) {
+    constexpr const char* IMAGES[] = {"application", "config", "debugger", "bootloader"};
+    return imageType >= 0 && imageType < static_cast<std::int32_t>(std::size(IMAGES)) ? IMAGES[imageType] : nullptr;
 }
 
 Step StepFrom(const basApp::StepVerdict& verdict) {

@@ -61,6 +61,8 @@ struct Report {
     [[nodiscard]] Verdict Concluded() const { return Outcome.value_or(Verdict::Done); }
 };
 
+// "application", "config", "debugger", "bootloader"; null for no image.
+const char* NameOfImage(std::int32_t imageType);
 Step StepFrom(const basApp::StepVerdict& verdict);
 // The whole record by the schema.
 Json ToJson(const Report& report);

@@ -57,6 +57,11 @@ void TellBeginning(const Load& load) {
 
 // --- On the target ---
 
+// For a caller without a bar of its own, which learns at each poll that the step still goes on.
+std::function<void(std::int32_t)> Repeat(const Load& load, Step step) {
+    return [&load, step](std::int32_t /*value*/) { Advance(load, step); };
+}
+
 // What a failed announcement means for the flash: a request that was taken starts the erase; one whose write failed
 // may have been taken even so; one that was answered without a block size may be refused.
 CommandProgress WatchAnnouncement(Load& load) {
@@ -65,6 +70,8 @@ CommandProgress WatchAnnouncement(Load& load) {
     progress.sent = [&load](std::int32_t result) {
         load.verdict.Flash = result == SUCCESS ? FlashState::Damaged : FlashState::Unknown;
     };
+    if (!progress.value)
+        progress.value = Repeat(load, Step::Erasing);
     return progress;
 }
 
@@ -171,7 +178,10 @@ std::int32_t SendBlocks(Load& load, std::int32_t maxBlockSize) {
 std::int32_t CloseLoad(Load& load) {
     Advance(load, Step::Checking);
     std::int32_t crc = 0, crcValidity = 0;
-    const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT, load.style.endProgress);
+    CommandProgress progress = load.style.endProgress ? *load.style.endProgress : CommandProgress{};
+    if (!progress.value)
+        progress.value = Repeat(load, Step::Checking);
+    const std::int32_t result = DownloadEnd(load.handle, crc, crcValidity, END_TIMEOUT, &progress);
     if (result != SUCCESS) {
         const std::string text = fmt::format("Download end command failed while loading '{}' onto target.", load.file);
         Show(load, text);
@@ -334,7 +344,8 @@ void Tell(const Load& load, std::int32_t level, const std::string& text) {
 void Advance(const Load& load, Step step, std::int32_t tries) {
     globals.Load = {step > Step::Reading && step < Step::Done ? load.name : nullptr, load.sent, load.section.Length};
     if (load.style.progress)
-        load.style.progress({step, load.sent, load.section.Length, tries, load.handle, load.verdict.Guid});
+        load.style.progress(
+            {step, load.sent, load.section.Length, tries, load.handle, load.verdict.Guid, load.imageType});
 }
 
 bool Fail(Load& load, Stage stage, const std::string& reason, std::int32_t code) {

@@ -15,7 +15,7 @@ namespace basBootloader {
 
 using basApp::LoadProgress;
 
-// Called at each step and after each block, whether it was sent or not.
+// Called at each step and after each block, whether it was sent or not; during erase and check also at each poll.
 using ProgressFunction = std::function<void(const LoadProgress&)>;
 
 // Where a load failed.

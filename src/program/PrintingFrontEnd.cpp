@@ -9,28 +9,6 @@ namespace program {
 
 namespace {
 
-using Step = basApp::LoadProgress::Step;
-
-const char* StepName(Step step) {
-    switch (step) {
-    case Step::Reading:
-        return "reading";
-    case Step::Erasing:
-        return "erasing";
-    case Step::Loading:
-        return "loading";
-    case Step::Checking:
-        return "checking";
-    case Step::Done:
-        break;
-    }
-    return "done";
-}
-
-std::int64_t Twentieth(const basApp::LoadProgress& progress) {
-    return progress.length > 0 ? progress.bytes * 20 / progress.length : 0;
-}
-
 void PrintTo(std::FILE* file, std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), file);
     std::fputc('\n', file);
@@ -66,12 +44,12 @@ void PrintingFrontEnd::PrintError(std::string_view line) {
 void PrintingFrontEnd::ShowProgress(const basApp::LoadProgress& progress) {
     if (!basApp::globals.PerformUnattendedOperations)
         return;
-    const std::int64_t twentieth = Twentieth(progress);
+    const std::int64_t twentieth = basApp::Twentieth(progress);
     if (progress.step == shownStep_ && twentieth == shownTwentieth_)
         return;
     shownStep_ = progress.step;
     shownTwentieth_ = twentieth;
-    Print(fmt::format("progress {} {}/{}", StepName(progress.step), progress.bytes, progress.length));
+    Print(fmt::format("progress {} {}/{}", NameOf(progress.step), progress.bytes, progress.length));
 }
 
 } // namespace program

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 using namespace testing_support;
 using namespace basBootloader;
 
@@ -77,11 +79,21 @@ TEST_F(ImageDownload, PutsConfigurationDataAtAFixedAddressAndReportsRateAndProgr
         steps += fmt::format("{}:{}/{} ", static_cast<int>(at.step), at.bytes, at.length);
         EXPECT_EQ(at.handle, globals.TargetList.at(0).Handle);
         EXPECT_EQ(at.guid[7], 1);
+        EXPECT_EQ(at.imageType, 1);
     };
     EXPECT_EQ(Load(Package({}, Pattern(1500)), 1), 1);
     EXPECT_EQ(Blocks(), "00:00001a20+0004 01:00041a20+dc01 ");
     EXPECT_EQ(steps, "0:0/0 1:0/1500 2:1024/1500 2:1500/1500 3:1500/1500 4:1500/1500 ");
     EXPECT_TRUE(program->Said("onto target at 36.59 kB/sec.")); // four answers of 10 ms, ten transactions of 125 us
+}
+
+TEST_F(ImageDownload, ReportsErasingAndCheckingForAsLongAsTheyTake) {
+    std::map<LoadProgress::Step, int> reports;
+    Start(R"(, "eraseMs": 2000, "checkMs": 1000)");
+    progress = [&](const LoadProgress& at) { ++reports[at.step]; };
+    EXPECT_EQ(Load(Package(Pattern(16)), 0), 1);
+    EXPECT_NEAR(reports[LoadProgress::Step::Erasing], 20, 3) << "one at each poll";
+    EXPECT_NEAR(reports[LoadProgress::Step::Checking], 10, 2);
 }
 
 TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {

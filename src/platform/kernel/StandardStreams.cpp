@@ -1,9 +1,13 @@
 #include "StandardStreams.h"
 
+#include "CodePage.h"
+
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 
 namespace platform {
 
@@ -28,6 +32,23 @@ bool WriteTo(int descriptor, std::string_view text) {
         }
     }
     return true;
+}
+
+int ColumnsOf(int descriptor) {
+    winsize size{};
+    return ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+// Not by setlocale: that knows only the locales that are installed here, while a remote terminal names its own.
+bool LocaleIsUtf8() {
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* value = std::getenv(name);
+        if (value == nullptr || *value == '\0')
+            continue;
+        const std::string locale = UpperCase(value);
+        return locale.find("UTF-8") != std::string::npos || locale.find("UTF8") != std::string::npos;
+    }
+    return false;
 }
 
 } // namespace platform

@@ -13,4 +13,10 @@ void OpenStandardStreams();
 // All of the text. False, with errno, when it can't be written; a full pipe is waited for.
 [[nodiscard]] bool WriteTo(int descriptor, std::string_view text);
 
+// Of a terminal, which may change; 0 for anything else.
+[[nodiscard]] int ColumnsOf(int descriptor);
+
+// Whether the environment's locale (LC_ALL, LC_CTYPE, LANG) has UTF-8.
+[[nodiscard]] bool LocaleIsUtf8();
+
 } // namespace platform
