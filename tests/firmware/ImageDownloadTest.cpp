@@ -129,7 +129,7 @@ TEST_F(ImageDownload, SucceedsOnlyWhenTheTargetTookEveryStep) {
 
 TEST_F(ImageDownload, TakesTheDeviceForItselfOrLeavesItAlone) {
     constexpr std::int64_t GUID = 0x000F1B0000000001;
-    Start();
+    Start(R"(, "eraseMs": 0, "checkMs": 0)");
     AnotherProgram other;
     ASSERT_TRUE(other.Takes(GUID));
     program->Write("app.twd", Package(Pattern(2048)));
