@@ -2,6 +2,7 @@
 
 #include "BusEnumeration.h"
 #include "Modules.h"
+#include "Paths.h"
 #include "Program.h"
 #include "bas1394.h"
 #include "basApp.h"
@@ -39,6 +40,7 @@ BusSession::~BusSession() {
 }
 
 void BusSession::OpenStore() {
+    platform::ChangeDirectory(platform::ProgramDirectory()); // where the store looks for its file
     program::CreateStore();
 }
 

@@ -121,6 +121,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddIdentity(*set);
     AddPackage(*set);
     AddLog(*set);
+    AddSettings(*set);
     return set;
 }
 

@@ -49,6 +49,7 @@ void AddIdentity(CommandSet& set);
 void AddLog(CommandSet& set);
 void AddPackage(CommandSet& set);
 void AddRom(CommandSet& set);
+void AddSettings(CommandSet& set);
 
 // All of them.
 std::unique_ptr<CommandSet> AllCommands();

@@ -121,11 +121,12 @@ void LogClock::NoteStart(const LogRow& row) {
     if (program == basApp::TITLE) // runs once at a time: an earlier run that hasn't ended was killed
         std::erase_if(runs_, [](const Run& run) { return run.Program == basApp::TITLE; });
     runs_.push_back({*time - std::max<std::int64_t>(row.RunTime, 0), program});
-    if (last_) // the calendar may have been set back
-        last_ = std::min(*last_, *time);
+    last_ = time; // it is certain, also when the calendar has been set back
 }
 
-// Rows are stored in the order of their times, so among the runs that haven't ended it is the one with the next time.
+// Rows are stored in the order of their times, so among the runs that haven't ended it is the one with the next time. A
+// run that was killed still counts, and takes a row if nothing has been stored for longer than lies between its start
+// and the next.
 std::optional<std::int64_t> LogClock::TimeOf(const LogRow& row, std::int64_t latest) {
     NoteStart(row);
     std::optional<std::int64_t> next;

@@ -52,6 +52,7 @@ protected:
 
 TEST_F(LogTest, DerivesTimesFromTheStartsOfRuns) {
     Add(90'000, 5, "bas1394", "of a run whose start has gone");
+    AddStart("2026-11-24 06:00:00", "hoistline"); // killed
     AddStart("2026-11-24 09:00:00");
     Add(3'600'020, 7, "basBootloader", "an hour later");
     Add(-1, 5, "clsDbManager", "Closing database...");
@@ -65,6 +66,8 @@ TEST_F(LogTest, DerivesTimesFromTheStartsOfRuns) {
     program->clock.SetCalendar(*store::ParseSince("2026-11-25 14:30", 0) * 1'000'000);
     const Texts all = Rows({});
     const Texts expected = {"- of a run whose start has gone",
+                            "2026-11-24T06:00:00 Database initialized and status log opened on 2026-11-24 06:00:00.",
+                            "2026-11-24T06:00:00 Started hoistline version 1.8.1 at 2026-11-24 06:00:00",
                             "2026-11-24T09:00:00 Database initialized and status log opened on 2026-11-24 09:00:00.",
                             "2026-11-24T09:00:00 Started HoistlineApp version 1.8.1 at 2026-11-24 09:00:00",
                             "2026-11-24T10:00:00 an hour later",

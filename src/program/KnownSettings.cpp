@@ -1,0 +1,79 @@
+#include "KnownSettings.h"
+
+#include "CodePage.h"
+#include "Levels.h"
+#include "Paths.h"
+#include "SettingKeys.h"
+#include "basApp.h"
+
+#include <charconv>
+#include <limits>
+
+namespace program {
+
+namespace {
+
+constexpr std::int32_t NO_LIMIT = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t LONGEST_TIMEOUT = 3000; // ms
+
+std::vector<KnownSetting> MakeSettings() {
+    const std::string global = settingKeys::GLOBAL_SECTION, firmware = settingKeys::SELECT_FIRMWARE_SECTION;
+    const auto text = [](const std::string& section, const std::string& key, const std::string& otherwise,
+                         const std::string& meaning) {
+        return KnownSetting{section, key, otherwise, meaning, false, 0, 0};
+    };
+    const auto number = [](const std::string& section, const std::string& key, std::int32_t otherwise,
+                           std::int32_t lowest, std::int32_t highest, const std::string& meaning) {
+        return KnownSetting{section, key, std::to_string(otherwise), meaning, true, lowest, highest};
+    };
+    return {
+        number(global, settingKeys::DEBUG_LOGGING_LEVEL, LEVEL_TRACE, LEVEL_DETAIL, LEVEL_NONE,
+               "lowest level of messages in the stored log"),
+        number(global, settingKeys::DEBUG_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
+               "lowest level of messages in a new status window"),
+        number(global, settingKeys::DLL_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
+               "lowest level of messages of the access library"),
+        number(global, settingKeys::DEFAULT_TRANSACTION_TIMEOUT, basApp::DEFAULT_TRANSACTION_TIMEOUT, 0,
+               LONGEST_TIMEOUT, "time-out of a transaction on the bus, ms"),
+        text(global, "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help", "where the help lies"),
+        text("Settings", "SupportEmailAddress", "", "where the error report is sent"),
+        number(firmware, settingKeys::DEFAULT_LOAD_BEHAVIOR, 0, 0, 2,
+               "what a double-click loads: 0 config and image, 1 image, 2 config"),
+        number(firmware, "AlwaysLoadConfig", 0, 0, 1, "1: the config is always loaded with an application image"),
+        number("frmShell", "ShellPollingInterval", 200, 1, NO_LIMIT, "time between two looks at a console, ms"),
+        number("frmShell", "ScrollBackLines", 10000, 0, NO_LIMIT, "lines that a terminal keeps; 0: all"),
+        number("MDIForm1", "AutoScaleChildForms", 1, 0, 1, "1: the controls of a window grow with it"),
+        number("frmMain", "RemoveDriverOnShutdown", 0, 0, 1, "1: the virtual device is removed at the end"),
+    };
+}
+
+} // namespace
+
+const std::vector<KnownSetting>& KnownSettings() {
+    static const std::vector<KnownSetting> settings = MakeSettings();
+    return settings;
+}
+
+const KnownSetting* FindSetting(const std::string& section, const std::string& key) {
+    for (const KnownSetting& setting : KnownSettings())
+        if (platform::UpperCase(setting.Section) == platform::UpperCase(section) &&
+            platform::UpperCase(setting.Key) == platform::UpperCase(key))
+            return &setting;
+    return nullptr;
+}
+
+bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t highest) {
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    return error == std::errc() && end == value.data() + value.size() && number >= lowest && number <= highest;
+}
+
+std::string SettingFault(const KnownSetting& setting, const std::string& value) {
+    if (!setting.IsNumber || IsWholeNumber(value, setting.Lowest, setting.Highest))
+        return {};
+    if (setting.Highest == NO_LIMIT)
+        return fmt::format("it isn't a number from {} on", setting.Lowest);
+    return fmt::format("it isn't a number from {} to {}", setting.Lowest, setting.Highest);
+}
+
+} // namespace program

@@ -1,0 +1,23 @@
+// The settings that this program stores, with their bounds: for a front end that shows or changes them all.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace program {
+
+struct KnownSetting {
+    std::string Section, Key, Default, Meaning;
+    bool IsNumber = true;
+    std::int32_t Lowest = 0, Highest = 0; // of a number
+};
+
+const std::vector<KnownSetting>& KnownSettings();
+// Without regard to case; null for an unknown one.
+const KnownSetting* FindSetting(const std::string& section, const std::string& key);
+// Why the value can't be stored, as the end of "because ...": "it isn't a number from 1 to 15"; "" when it can.
+std::string SettingFault(const KnownSetting& setting, const std::string& value);
+[[nodiscard]] bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t highest);
+
+} // namespace program
