@@ -118,6 +118,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     auto set = std::make_unique<CommandSet>();
     AddList(*set);
     AddRom(*set);
+    AddKey(*set);
     AddIdentity(*set);
     AddPackage(*set);
     AddLog(*set);

@@ -46,6 +46,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device);
 // Each defined with its command.
 void AddList(CommandSet& set);
 void AddIdentity(CommandSet& set);
+void AddKey(CommandSet& set);
 void AddLog(CommandSet& set);
 void AddPackage(CommandSet& set);
 void AddRom(CommandSet& set);

@@ -2,6 +2,7 @@
 
 #include "BusSession.h"
 #include "Clock.h"
+#include "DeviceLock.h"
 #include "EndRequest.h"
 #include "WindowSystem.h"
 #include "bas1394.h"
@@ -41,19 +42,6 @@ std::string WhereItIs(std::int32_t handle) {
     return target != nullptr && IsPresent(*target) ? "It runs its application." : "It isn't on the bus.";
 }
 
-// Of a step that isn't done: what ended the waiting, or `otherwise`.
-Verdict OutcomeOfEnd(Verdict otherwise) {
-    switch (platform::WhyEndRequested()) {
-    case platform::EndReason::Signal:
-        return Verdict::Interrupted;
-    case platform::EndReason::TimeLimit:
-        return Verdict::TimedOut;
-    case platform::EndReason::None:
-        break;
-    }
-    return otherwise;
-}
-
 } // namespace
 
 Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict outcome, std::string reason,
@@ -67,6 +55,18 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
     if (start != 0)
         step.Seconds = static_cast<double>(platform::QueryPerformanceCounter() - start) / 1e9;
     return step;
+}
+
+Verdict OutcomeOfEnd(Verdict otherwise) {
+    switch (platform::WhyEndRequested()) {
+    case platform::EndReason::Signal:
+        return Verdict::Interrupted;
+    case platform::EndReason::TimeLimit:
+        return Verdict::TimedOut;
+    case platform::EndReason::None:
+        break;
+    }
+    return otherwise;
 }
 
 bool SettleBus(Call& call) {
@@ -113,6 +113,26 @@ bool StartApplication(Call& call, std::int32_t handle) {
                                          : "The device doesn't come up in its application.";
     NoteStep(call, handle, "start", runs ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), reason, start);
     return runs || call.End(Verdict::Failed, reason);
+}
+
+void StartAgain(Call& call, std::int32_t handle) {
+    if (platform::WhyEndRequested() == platform::EndReason::None)
+        std::ignore = StartApplication(call, handle);
+}
+
+void InBootloader(Call& call, std::int32_t& handle, bool mayReset, const std::function<void()>& work) {
+    const bool ranApplication = !IsInBootloader(handle);
+    const basBootloader::DeviceLock lock(handle);
+    if (!lock.Taken()) {
+        call.End(Verdict::Unchanged, lock.Trouble());
+        return;
+    }
+    if (!EnterBootloaderIf(mayReset, call, handle))
+        return;
+    work();
+    NoteDevice(call, handle);
+    if (ranApplication)
+        StartAgain(call, handle);
 }
 
 } // namespace cli

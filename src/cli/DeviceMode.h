@@ -5,6 +5,7 @@
 #include "Call.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace cli {
@@ -18,6 +19,9 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
 // be that of another device. False when they aren't, or when the call must end.
 [[nodiscard]] bool SettleBus(Call& call);
 
+// Of a step that isn't done: what ended the call, or `otherwise`.
+Verdict OutcomeOfEnd(Verdict otherwise);
+
 // A device that runs its application is reset into its bootloader and waited for. False: it doesn't come up there, and
 // the call ends as "unchanged".
 [[nodiscard]] bool EnterBootloader(Call& call, std::int32_t handle);
@@ -25,5 +29,12 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
 [[nodiscard]] bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle);
 // Starts the application and waits until it runs. False: it doesn't, and the call ends as "failed".
 [[nodiscard]] bool StartApplication(Call& call, std::int32_t handle);
+
+// The same, unless a signal or the time limit has ended the call: nobody would wait for the device then.
+void StartAgain(Call& call, std::int32_t handle);
+
+// Carries out `work` with the device locked and in its bootloader, as EnterBootloaderIf brings it there; an application
+// that ran before is started again. `work` may give the device another handle.
+void InBootloader(Call& call, std::int32_t& handle, bool mayReset, const std::function<void()>& work);
 
 } // namespace cli

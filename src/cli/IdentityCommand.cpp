@@ -3,7 +3,6 @@
 #include "CodePage.h"
 #include "Commands.h"
 #include "DeviceMode.h"
-#include "EndRequest.h"
 #include "OneTarget.h"
 #include "bas1394.h"
 #include "basBootloader.h"
@@ -149,14 +148,7 @@ void Programming::ShowPlan() {
 }
 
 void Programming::Run() {
-    const bool ranApplication = !RunsBootloader(*TargetOf(handle_));
-    if (!EnterBootloader(call_, handle_))
-        return;
-    WriteAll();
-    NoteDevice(call_, handle_);
-    // After an interruption the device stays as it is: nobody would wait for it.
-    if (ranApplication && platform::WhyEndRequested() == platform::EndReason::None && StartApplication(call_, handle_))
-        NoteDevice(call_, handle_);
+    InBootloader(call_, handle_, true, [this] { WriteAll(); });
 }
 
 // The order of the production line. The first that fails ends it.
@@ -266,6 +258,10 @@ bool Programming::WriteMac() {
 
 void Identity(Call& call, const IdentityOptions& options) {
     call.showsVerdict = true;
+    if (!options.guid && !options.mac) {
+        call.End(Verdict::Usage, "Give --guid, --mac or both.  See \"hoistline identity --help\".");
+        return;
+    }
     ByteArray guid, mac;
     if (!Decode(call, "GUID", options.guid, GUID_BYTES, guid) ||
         !Decode(call, "MAC address", options.mac, MAC_BYTES, mac))
@@ -286,17 +282,14 @@ void AddIdentity(CommandSet& set) {
     auto options = std::make_shared<IdentityOptions>();
     CLI::App* command = set.Add("identity", "programs a device's GUID and MAC address",
                                 [options](Call& call) { Identity(call, *options); });
-    CLI::Option_group* values = command->add_option_group("Values", "at least one of");
-    values->add_option("--guid", options->guid, "the GUID: 8 bytes in hexadecimal, blanks, \"-\" or \":\" between them")
+    command->add_option("--guid", options->guid, "8 bytes in hexadecimal, with blanks, \"-\" or \":\" between them")
         ->type_name("BYTES");
-    CLI::Option* mac =
-        values->add_option("--mac", options->mac, "the MAC address: 6 bytes in the same way")->type_name("BYTES");
-    values->require_option(1, 2);
+    CLI::Option* mac = command->add_option("--mac", options->mac, "6 bytes in the same way; it can't be read back")
+                           ->type_name("BYTES");
     command
         ->add_flag("--initialize", options->initialize,
-                   "first initialize the persistent parameters, as for a new device: keys get their factory values, "
-                   "the MAC address is lost and has to be given")
-        ->needs(mac);
+                   "first initialize the persistent parameters, as for a new device: keys get their factory values")
+        ->needs(mac); // the parameters hold it
     command->add_flag("--dry-run", options->dryRun, "only check and show what would be written");
     AddDevice(command, options->device);
 }

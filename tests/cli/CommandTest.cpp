@@ -15,6 +15,7 @@ int CommandTest::Call(const std::vector<std::string>& arguments) {
         error += text;
         return true;
     };
+    streams.OutIsTerminal = outIsTerminal;
     return cli::Run(arguments, streams);
 }
 

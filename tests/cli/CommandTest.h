@@ -26,7 +26,7 @@ protected:
 
     std::unique_ptr<HeadlessProgram> program;
     std::string out, error;
-    bool outputWorks = true;
+    bool outputWorks = true, outIsTerminal = false;
 };
 
 } // namespace testing_support
