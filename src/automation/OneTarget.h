@@ -3,6 +3,7 @@
 
 #include "Bytes.h"
 #include "FileName.h"
+#include "TwdPackage.h"
 #include "Verdict.h"
 
 #include <cstdint>
@@ -40,6 +41,12 @@ void StartApplication(std::int32_t handle, basApp::RunVerdict& verdict);
 // `exchange`, and again after a bus reset: its success may then be that of another device. Its code, RESULT_BUS_RESET,
 // or -1 when the bus doesn't become known. `caller` is the name in front of the messages.
 [[nodiscard]] std::int32_t OnKnownBus(const char* caller, const std::function<std::int32_t()>& exchange);
+
+inline constexpr std::int32_t MAX_RESETS = 5; // into its bootloader, of a device that comes back without it
+
+// Why the package may not be loaded into the device of `handle`; empty when it may.
+[[nodiscard]] std::string FaultOfHardware(const platform::FileName& file, const TwdHeader& package,
+                                          std::int32_t handle);
 
 // Each of these logs at ERROR what it finds, and returns it; empty for a file that can be used.
 

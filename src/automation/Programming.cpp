@@ -39,15 +39,6 @@ std::string FaultOfFiles(const Work& work) {
     return fault;
 }
 
-std::string FaultOfHardware(const platform::FileName& file, const TwdHeader& package, std::int32_t handle) {
-    const std::int32_t model =
-        basBootloader::globals.TargetList.at(static_cast<std::size_t>(basBootloader::GetDeviceIndex(handle)))
-            .Info.HardwareModelID;
-    if (package.HardwareID == model || basApp::globals.OverrideHardwareCompatibility)
-        return {};
-    return fmt::format("{}, file '{}'", basBootloader::HardwareMismatch(package.HardwareID, model), file);
-}
-
 // What the load would refuse once the device is already in its bootloader, reported at ERROR. An image may be absent
 // where configuration data may be loaded alone.
 std::string FaultOfPackage(const platform::FileName& file, bool imageNeeded, std::int32_t handle) {
@@ -119,7 +110,7 @@ std::int32_t LoadImageAndCne(std::int32_t handle, const platform::FileName& file
 }
 
 std::int32_t LoadBootloader(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
-    const std::int32_t code = ProgramBootloaderImageFromFile(handle, file, verdict);
+    const std::int32_t code = ProgramImageFromFile(handle, basBootloader::IMAGE_BOOTLOADER, file, verdict);
     if (code != SUCCESS)
         StatusDisplay(LEVEL_ERROR, "{}", FailureText("ERROR: ProgramBootloaderImageFromFile", code));
     else
@@ -167,7 +158,12 @@ std::int32_t RefuseLoad(std::int32_t handle, const platform::FileName& file, con
     return step.Result;
 }
 
-std::int32_t LoadImage(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+std::int32_t LoadImageOf(const TwdHeader& package, std::int32_t handle, const platform::FileName& file,
+                         RunVerdict& verdict) {
+    if (package.Image1.Length < 1) {
+        StatusDisplay(LEVEL_USER, "File does not contain an application image: {}", file);
+        return SUCCESS;
+    }
     const std::int32_t code = Load(handle, basBootloader::IMAGE_APPLICATION, file, verdict);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
@@ -190,7 +186,12 @@ void SetFactoryDefaults(std::int32_t handle, RunVerdict& verdict) {
         StatusDisplay(LEVEL_USER, "Successfully set CNE to factory default.");
 }
 
-std::int32_t LoadCne(std::int32_t handle, const platform::FileName& file, RunVerdict& verdict) {
+std::int32_t LoadCneOf(const TwdHeader& package, std::int32_t handle, const platform::FileName& file,
+                       RunVerdict& verdict) {
+    if (package.Cne.Length == 0) {
+        StatusDisplay(LEVEL_USER, "File does not contain a CNE (configuration data): {}", file);
+        return SUCCESS;
+    }
     const std::int32_t code = Load(handle, basBootloader::IMAGE_CONFIG, file, verdict);
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
@@ -237,7 +238,17 @@ std::int32_t m_PerformUnattendedOperations(bool programGuid, bool programMac, co
     return DEVICE_WAS_RESET;
 }
 
-std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName, RunVerdict& verdict) {
+std::string FaultOfHardware(const platform::FileName& file, const TwdHeader& package, std::int32_t handle) {
+    const std::int32_t model =
+        basBootloader::globals.TargetList.at(static_cast<std::size_t>(basBootloader::GetDeviceIndex(handle)))
+            .Info.HardwareModelID;
+    if (package.HardwareID == model || basApp::globals.OverrideHardwareCompatibility)
+        return {};
+    return fmt::format("{}, file '{}'", basBootloader::HardwareMismatch(package.HardwareID, model), file);
+}
+
+std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName, RunVerdict& verdict,
+                                        PackageParts parts) {
     if (const std::string fault = FaultOfFile(fileName); !fault.empty())
         return RefuseLoad(handle, fileName, fault, verdict);
     const auto logFailure = LogFailure("ProgramImageAndCneFromFile");
@@ -248,26 +259,19 @@ std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::Fil
     if (header.Image1.Length < 1 && header.Cne.Length == 0)
         RefuseLoad(handle, fileName, "The package holds neither an image nor configuration data.", verdict);
     std::int32_t code = SUCCESS;
-    if (header.Image1.Length < 1)
-        StatusDisplay(LEVEL_USER, "File does not contain an application image: {}", fileName);
-    else
-        code = platform::ResultOf([&] { return LoadImage(handle, fileName, verdict); }, logFailure);
-    if (code != SUCCESS)
-        return code;
-    if (header.Cne.Length == 0)
-        StatusDisplay(LEVEL_USER, "File does not contain a CNE (configuration data): {}", fileName);
-    else
-        code = platform::ResultOf([&] { return LoadCne(handle, fileName, verdict); }, logFailure);
+    if (parts != PackageParts::ConfigOnly)
+        code = platform::ResultOf([&] { return LoadImageOf(header, handle, fileName, verdict); }, logFailure);
+    if (code == SUCCESS && parts != PackageParts::ApplicationOnly)
+        code = platform::ResultOf([&] { return LoadCneOf(header, handle, fileName, verdict); }, logFailure);
     return code;
 }
 
-std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName,
-                                            RunVerdict& verdict) {
+std::int32_t ProgramImageFromFile(std::int32_t handle, std::int32_t imageType, const platform::FileName& fileName,
+                                  RunVerdict& verdict) {
     if (const std::string fault = FaultOfFile(fileName); !fault.empty())
         return RefuseLoad(handle, fileName, fault, verdict);
-    const std::int32_t code =
-        platform::ResultOf([&] { return Load(handle, basBootloader::IMAGE_BOOTLOADER, fileName, verdict); },
-                           LogFailure("ProgramBootloaderImageFromFile"));
+    const std::int32_t code = platform::ResultOf([&] { return Load(handle, imageType, fileName, verdict); },
+                                                 LogFailure("ProgramBootloaderImageFromFile"));
     if (code != SUCCESS) {
         StatusDisplay(LEVEL_ERROR,
                       "Failed to Download Image.  basBootloader.DownloadImage failed, code {} (0x{:X}) in "

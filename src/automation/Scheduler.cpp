@@ -1,6 +1,7 @@
 // The tick of tmrAutomationScheduler: waits for the bus, runs a pass, and repeats it after each reset of the device.
 #include "EndRequest.h"
 #include "FlagGuard.h"
+#include "OneTarget.h"
 #include "bas1394.h"
 #include "basAutomation.h"
 
@@ -9,7 +10,6 @@ namespace basAutomation {
 namespace {
 
 constexpr std::int16_t SETTLED_TICKS = 4; // in a row with the bus enumerated
-constexpr std::int32_t MAX_REPEATS = 5;   // resets of the device in one run
 
 void EndRun() {
     basApp::CurrentFrontEnd().EndRun();
@@ -21,7 +21,7 @@ void StopTimer() {
 
 void WaitForTheDevice() {
     globals.SchedulerTicks = 0;
-    if (++globals.SchedulerAttempts <= MAX_REPEATS)
+    if (++globals.SchedulerAttempts <= MAX_RESETS)
         return;
     StatusDisplay(LEVEL_ERROR, "Performed {} attempts to reset the device and resume the operation(s).  Aborting.",
                   globals.SchedulerAttempts);

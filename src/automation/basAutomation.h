@@ -117,10 +117,14 @@ void TellEarlyEnd();
 // With a matchGuid (upper-case digits) 0 or 1; the out values are those of the last target looked at.
 [[nodiscard]] std::int32_t GetNumCompatibleTargets(const std::string& matchGuid, std::int32_t& handle,
                                                    std::int32_t& bootloaderVersion);
+// Image1 as application, then the configuration data with factory defaults. A part that the package lacks is left out.
+enum class PackageParts { ApplicationAndConfig, ApplicationOnly, ConfigOnly };
 [[nodiscard]] std::int32_t ProgramImageAndCneFromFile(std::int32_t handle, const platform::FileName& fileName,
-                                                      basApp::RunVerdict& verdict);
-[[nodiscard]] std::int32_t ProgramBootloaderImageFromFile(std::int32_t handle, const platform::FileName& fileName,
-                                                          basApp::RunVerdict& verdict);
+                                                      basApp::RunVerdict& verdict,
+                                                      PackageParts parts = PackageParts::ApplicationAndConfig);
+// Image1 as bootloader or debugger.
+[[nodiscard]] std::int32_t ProgramImageFromFile(std::int32_t handle, std::int32_t imageType,
+                                                const platform::FileName& fileName, basApp::RunVerdict& verdict);
 [[nodiscard]] std::int32_t initCNEFactoryDefaults(std::int32_t handle);
 
 // --- Identity (Identity.cpp). Text that isn't exactly 8 bytes (6 of a MAC) never reaches the device. ---

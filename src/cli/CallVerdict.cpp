@@ -1,5 +1,7 @@
 #include "CallVerdict.h"
 
+#include "EndRequest.h"
+
 namespace cli {
 
 const char* WordOf(Verdict verdict) {
@@ -48,7 +50,7 @@ Verdict VerdictOf(basApp::OutcomeKind outcome) {
     case basApp::OutcomeKind::Damaged:
         return Verdict::Damaged;
     case basApp::OutcomeKind::Interrupted:
-        return Verdict::Interrupted;
+        return platform::WhyEndRequested() == platform::EndReason::TimeLimit ? Verdict::TimedOut : Verdict::Interrupted;
     case basApp::OutcomeKind::Pending:
     case basApp::OutcomeKind::Failed:
         break;

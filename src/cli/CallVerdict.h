@@ -22,7 +22,7 @@ enum class Verdict {
 };
 
 const char* WordOf(Verdict verdict); // "no-bus"
-// Pending counts as failed; an unconfirmed step is done.
+// Pending counts as failed; an unconfirmed step is done; what a time limit interrupted has timed out.
 Verdict VerdictOf(basApp::OutcomeKind outcome);
 const char* WordOf(basApp::FlashState state); // "identical"
 

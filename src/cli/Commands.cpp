@@ -117,6 +117,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device) {
 std::unique_ptr<CommandSet> AllCommands() {
     auto set = std::make_unique<CommandSet>();
     AddList(*set);
+    AddLoad(*set);
     AddRom(*set);
     AddKey(*set);
     AddIdentity(*set);

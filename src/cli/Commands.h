@@ -48,6 +48,7 @@ void AddList(CommandSet& set);
 void AddIdentity(CommandSet& set);
 void AddKey(CommandSet& set);
 void AddLog(CommandSet& set);
+void AddLoad(CommandSet& set);
 void AddPackage(CommandSet& set);
 void AddRom(CommandSet& set);
 void AddSettings(CommandSet& set);

@@ -2,12 +2,13 @@
 
 #include "BusSession.h"
 #include "Clock.h"
-#include "DeviceLock.h"
 #include "EndRequest.h"
+#include "OneTarget.h"
 #include "WindowSystem.h"
 #include "bas1394.h"
 #include "basBootloader.h"
 
+#include <functional>
 #include <tuple>
 #include <utility>
 
@@ -15,31 +16,78 @@ namespace cli {
 
 namespace {
 
+constexpr std::int64_t TIME_TO_SETTLE = 4'000;  // ms: a device that is there then stays in its mode
+constexpr std::int64_t TIME_TO_RETURN = 15'000; // ms, for one that is away longer
+constexpr std::int32_t BAD_CRC = -1;
+
 bool BusIsKnown() {
     return bas1394::globals.BusEnumerated && !bas1394::globals.BusResetPending;
 }
 
-constexpr int ATTEMPTS = 3;                     // a request can be lost, and a device can come up in its application
-constexpr std::int64_t TIME_TO_RETURN = 10'000; // ms, for each attempt
-constexpr std::int32_t BAD_CRC = -1;
+// A device that a command sends off the bus. To be made just before the command, on a settled bus.
+class Journey {
+public:
+    Journey(Call& call, std::int32_t handle)
+        : call_(call), handle_(handle), othersWatch_(std::exchange(call.frontEnd->onResetComplete, [this] {
+              readAnew_ = true;
+              if (othersWatch_)
+                  othersWatch_();
+          })) {}
+    ~Journey() { call_.frontEnd->onResetComplete = std::move(othersWatch_); }
+    Journey(const Journey&) = delete;
+    Journey& operator=(const Journey&) = delete;
 
-bool WaitForMode(Call& call, std::int32_t handle, bool bootloader) {
-    return call.Wait(
-        [&] {
-            const BootloaderTarget* target = TargetOf(handle);
-            return BusIsKnown() && target != nullptr && IsPresent(*target) && RunsBootloader(*target) == bootloader;
-        },
-        TIME_TO_RETURN);
-}
+    // Waits for it, and notes its mode: what was known before the command is out of date.
+    bool EndsIn(bool bootloader) const {
+        if (!call_.Wait([&] { return IsBackIn(bootloader); }, TIME_TO_SETTLE) && !IsThere())
+            std::ignore = call_.Wait([this] { return IsThere(); }, TIME_TO_RETURN - TIME_TO_SETTLE);
+        const bool back = IsBackIn(bootloader);
+        NoteDevice(call_, handle_);
+        if (!back && (!IsThere() || platform::EndRequested()))
+            call_.report.Device->Mode = "unknown";
+        return back;
+    }
+
+private:
+    bool IsThere() const {
+        const BootloaderTarget* target = TargetOf(handle_);
+        return BusIsKnown() && target != nullptr && IsPresent(*target);
+    }
+    bool IsBackIn(bool bootloader) const {
+        return readAnew_ && IsThere() && RunsBootloader(*TargetOf(handle_)) == bootloader;
+    }
+
+    Call& call_;
+    std::int32_t handle_;
+    bool readAnew_ = false;
+    std::function<void()> othersWatch_;
+};
 
 bool IsInBootloader(std::int32_t handle) {
     const BootloaderTarget* target = TargetOf(handle);
     return target != nullptr && RunsBootloader(*target);
 }
 
-std::string WhereItIs(std::int32_t handle) {
+bool IsOnBus(std::int32_t handle) {
     const BootloaderTarget* target = TargetOf(handle);
-    return target != nullptr && IsPresent(*target) ? "It runs its application." : "It isn't on the bus.";
+    return target != nullptr && IsPresent(*target);
+}
+
+// A reset isn't answered: the device's return proves it.
+bool ResetOnce(Call& call, std::int32_t handle, bool bootloader) {
+    if (!SettleBus(call))
+        return false;
+    const Journey journey(call, handle);
+    std::ignore = basBootloader::ResetDevice(handle, bootloader ? basBootloader::RESET_INTO_BOOTLOADER
+                                                                : basBootloader::RESET_INTO_APPLICATION);
+    return journey.EndsIn(bootloader);
+}
+
+std::string NotUp(std::int32_t handle, bool bootloader) {
+    const char* where = !IsOnBus(handle)         ? "It isn't on the bus."
+                        : IsInBootloader(handle) ? "It runs its bootloader."
+                                                 : "It runs its application.";
+    return fmt::format("The device doesn't come up in its {}.  {}", bootloader ? "bootloader" : "application", where);
 }
 
 } // namespace
@@ -58,15 +106,11 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
 }
 
 Verdict OutcomeOfEnd(Verdict otherwise) {
-    switch (platform::WhyEndRequested()) {
-    case platform::EndReason::Signal:
-        return Verdict::Interrupted;
-    case platform::EndReason::TimeLimit:
-        return Verdict::TimedOut;
-    case platform::EndReason::None:
-        break;
-    }
-    return otherwise;
+    return platform::EndRequested() ? VerdictOf(basApp::OutcomeKind::Interrupted) : otherwise;
+}
+
+bool HasLock(Call& call, const basBootloader::DeviceLock& lock) {
+    return lock.Taken() || call.End(Verdict::Unchanged, lock.Trouble());
 }
 
 bool SettleBus(Call& call) {
@@ -80,14 +124,13 @@ bool EnterBootloader(Call& call, std::int32_t handle) {
     call.Tell("The device runs its application; it is reset into its bootloader ...");
     const std::int64_t start = platform::QueryPerformanceCounter();
     bool entered = false;
-    for (int attempt = 0; attempt < ATTEMPTS && !entered && !call.MustEnd(); ++attempt) {
-        if (!SettleBus(call))
-            continue;
-        std::ignore = basBootloader::ResetDevice(handle, basBootloader::RESET_INTO_BOOTLOADER); // need not be answered
-        entered = WaitForMode(call, handle, true);
+    // A request can be lost, and a device can come up in its application.
+    for (std::int32_t attempt = 0; attempt < basAutomation::MAX_RESETS && !entered && !call.MustEnd(); ++attempt) {
+        if (attempt > 0 && !IsOnBus(handle))
+            break;
+        entered = ResetOnce(call, handle, true);
     }
-    NoteDevice(call, handle);
-    const std::string reason = entered ? "" : "The device doesn't come up in its bootloader.  " + WhereItIs(handle);
+    const std::string reason = entered ? "" : NotUp(handle, true);
     NoteStep(call, handle, "reset", entered ? Verdict::Done : OutcomeOfEnd(Verdict::Unchanged), reason, start);
     return entered || call.End(Verdict::Unchanged, reason);
 }
@@ -102,37 +145,47 @@ bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle) {
 
 bool StartApplication(Call& call, std::int32_t handle) {
     const std::int64_t start = platform::QueryPerformanceCounter();
+    const bool hadVerdict = call.Ended(), settled = SettleBus(call);
+    const Journey journey(call, handle);
     std::int32_t code = basBootloader::FAILED, crcFlag = 0;
-    if (SettleBus(call))
+    if (settled)
         code = basBootloader::StartImage(handle, basBootloader::IMAGE_APPLICATION, crcFlag);
     const bool refused = code == basBootloader::SUCCESS && crcFlag == BAD_CRC;
-    const bool runs = !refused && WaitForMode(call, handle, false);
-    NoteDevice(call, handle);
+    const bool runs = !refused && journey.EndsIn(false);
     const std::string reason = runs      ? ""
                                : refused ? "The device doesn't start its application: it isn't good."
-                                         : "The device doesn't come up in its application.";
-    NoteStep(call, handle, "start", runs ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), reason, start);
+                                         : NotUp(handle, false);
+    Step& step = NoteStep(call, handle, "start", runs ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), reason, start);
+    if (!runs && hadVerdict) {
+        step.Outcome = Verdict::Done;
+        step.Confirmed = false;
+        call.Tell(reason);
+    }
     return runs || call.End(Verdict::Failed, reason);
 }
 
 void StartAgain(Call& call, std::int32_t handle) {
-    if (platform::WhyEndRequested() == platform::EndReason::None)
+    if (!platform::EndRequested())
         std::ignore = StartApplication(call, handle);
 }
 
 void InBootloader(Call& call, std::int32_t& handle, bool mayReset, const std::function<void()>& work) {
     const bool ranApplication = !IsInBootloader(handle);
     const basBootloader::DeviceLock lock(handle);
-    if (!lock.Taken()) {
-        call.End(Verdict::Unchanged, lock.Trouble());
-        return;
-    }
-    if (!EnterBootloaderIf(mayReset, call, handle))
+    if (!HasLock(call, lock) || !EnterBootloaderIf(mayReset, call, handle))
         return;
     work();
     NoteDevice(call, handle);
     if (ranApplication)
         StartAgain(call, handle);
+}
+
+bool ResetInto(Call& call, std::int32_t handle, bool bootloader) {
+    const std::int64_t start = platform::QueryPerformanceCounter();
+    const bool done = ResetOnce(call, handle, bootloader);
+    const std::string reason = done ? "" : NotUp(handle, bootloader);
+    NoteStep(call, handle, "reset", done ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), reason, start);
+    return done || call.End(Verdict::Failed, reason);
 }
 
 } // namespace cli

@@ -1,8 +1,9 @@
-// Brings a device into the mode that a command needs. Each step is noted in the record; a procedure that answers with a
-// bool ends the call when it answers false.
+// Brings a device into the mode that a command needs. Each step is noted in the record, and so is the mode in which the
+// device was left; a procedure that answers with a bool ends the call when it answers false.
 #pragma once
 
 #include "Call.h"
+#include "DeviceLock.h"
 
 #include <cstdint>
 #include <functional>
@@ -22,16 +23,23 @@ Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict o
 // Of a step that isn't done: what ended the call, or `otherwise`.
 Verdict OutcomeOfEnd(Verdict otherwise);
 
+// A command that sends a device something which another program's load doesn't bear holds its lock from there to its
+// end. False: another program loads the device, and the call ends as "unchanged".
+[[nodiscard]] bool HasLock(Call& call, const basBootloader::DeviceLock& lock);
+
 // A device that runs its application is reset into its bootloader and waited for. False: it doesn't come up there, and
 // the call ends as "unchanged".
 [[nodiscard]] bool EnterBootloader(Call& call, std::int32_t handle);
 // The same for a command that resets a device only when asked: without `mayReset` it ends as "unchanged" with the hint.
 [[nodiscard]] bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle);
-// Starts the application and waits until it runs. False: it doesn't, and the call ends as "failed".
+// Starts the application and waits until it runs. False: it doesn't, and the call ends as "failed"; a call that had its
+// verdict before keeps it, and its step counts as unconfirmed.
 [[nodiscard]] bool StartApplication(Call& call, std::int32_t handle);
-
 // The same, unless a signal or the time limit has ended the call: nobody would wait for the device then.
 void StartAgain(Call& call, std::int32_t handle);
+
+// One reset of the device, whatever it runs. False: it isn't back in that mode in time, and the call ends as "failed".
+[[nodiscard]] bool ResetInto(Call& call, std::int32_t handle, bool bootloader);
 
 // Carries out `work` with the device locked and in its bootloader, as EnterBootloaderIf brings it there; an application
 // that ran before is started again. `work` may give the device another handle.

@@ -52,10 +52,6 @@ double Rounded(double seconds) {
     return std::round(seconds * 1000) / 1000;
 }
 
-std::string CrcText(std::uint32_t crc) {
-    return fmt::format("0x{:08X}", crc);
-}
-
 Json ToJson(const Step& step) {
     Json json{{"operation", step.Operation},
               {"subject", TextOrNull(step.Subject)},
@@ -72,6 +68,8 @@ Json ToJson(const Step& step) {
         json["deviceCrc"] = CrcText(*step.DeviceCrc);
     if (step.Seconds)
         json["seconds"] = Rounded(*step.Seconds);
+    if (const std::optional<double> rate = step.Rate())
+        json["kBPerSecond"] = Rounded(*rate);
     return json;
 }
 
@@ -83,6 +81,16 @@ Json ToJson(const DeviceSummary& device) {
 }
 
 } // namespace
+
+std::string CrcText(std::uint32_t crc) {
+    return fmt::format("0x{:08X}", crc);
+}
+
+std::optional<double> Step::Rate() const {
+    if (!Bytes || !Seconds || *Seconds <= 0)
+        return {};
+    return static_cast<double>(*Bytes) / 1000 / *Seconds;
+}
 
 void Report::End(Verdict verdict, std::string reason) {
     if (Outcome)

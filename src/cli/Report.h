@@ -28,6 +28,8 @@ struct Step {
     std::optional<std::int64_t> Bytes, Length;
     std::optional<std::uint32_t> PackageCrc, DeviceCrc;
     std::optional<double> Seconds;
+
+    [[nodiscard]] std::optional<double> Rate() const; // kB/s
 };
 
 struct LoggedMessage {
@@ -63,6 +65,7 @@ struct Report {
 
 // "application", "config", "debugger", "bootloader"; null for no image.
 const char* NameOfImage(std::int32_t imageType);
+std::string CrcText(std::uint32_t crc); // 0x0123ABCD
 Step StepFrom(const basApp::StepVerdict& verdict);
 // The whole record by the schema.
 Json ToJson(const Report& report);
