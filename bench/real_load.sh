@@ -8,7 +8,7 @@ mib=${2:-1}
 bytes=$((mib * 1048576))
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp "$source"/{HoistlineApp,Twl1394api.so,db1_clean.mdb,twd} "$work"
+cp "$source"/{HoistlineApp,Twl1394api.so,db1_clean.mdb,hoistline} "$work"
 export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 
 milliseconds() { echo $((${EPOCHREALTIME/[.,]/} / 1000)); }
@@ -36,7 +36,7 @@ awk -v took="$took" -v transactions="$transactions" 'BEGIN {
 # The load, without a trace. The program's time includes reading the package.
 rm -r "$work/simulated-bus.json" "$work/bus-state"
 head -c $bytes /dev/urandom >"$work/image.bin"
-"$work/twd" pack "$work/image.twd" --image1 "$work/image.bin" --image1-address 0x20000000 --hardware-id 17 >/dev/null
+"$work/hoistline" package pack "$work/image.twd" --image1 "$work/image.bin" --image1-address 0x20000000 --hardware-id 17 >/dev/null
 coproc program { exec "$work/HoistlineApp" /D "$work/image.twd" /X 000F1B0000000001 2>/dev/null; }
 rate=
 while IFS= read -r line; do

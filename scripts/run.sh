@@ -6,21 +6,21 @@ program=run/program
 guid=000F1B0000000001
 target=$program/bus-state/$guid
 package=${1:-}
-twd=$program/twd
+hoistline=$program/hoistline
 
 if [ -z "$package" ]; then
     package=run/application.twd
-    # The packing tool itself serves as a real file of some size.
-    head -c 131072 "$program/twd" > run/application.bin
-    "$twd" pack "$package" --image1 run/application.bin --image1-address 0x20000000 --software-id 0x1234 \
+    # The program itself serves as a real file of some size.
+    head -c 131072 "$hoistline" > run/application.bin
+    "$hoistline" package pack "$package" --image1 run/application.bin --image1-address 0x20000000 --software-id 0x1234 \
         --software-version 0x01020305 --hardware-id 17 --info "made by make run" >/dev/null
 fi
 log=run/messages.txt
 "$program/HoistlineApp" /D "$package" /X "$guid" | tee "$log" | bash scripts/progress.sh
 
 section=run/section.bin
-"$twd" extract "$package" image1 "$section"
-crc=$("$twd" show "$package" | sed -n 's/^image1 .* crc //p')
+"$hoistline" package unpack "$package" image1 "$section" >/dev/null
+crc=$("$hoistline" package show "$package" | sed -n 's/^image1 .* crc //p')
 rate=$(sed -n 's/.*Successfully loaded new Application Image.* at \([0-9.]* kB.sec\).*/\1/p' "$log")
 failure=$(grep -m 1 -o 'CRC failure.*' "$log" || true)
 echo

@@ -44,10 +44,9 @@ ByteArray BytesOf(const std::vector<std::string>& lines) {
 // --- Where a value may be written ---
 
 // Files and folders of the program in its directory.
-constexpr const char* PROGRAM_FILES[] = {
-    "HoistlineApp",  "hoistline",          "twd",         "romview",       "Twl1394api.so",
-    "db1.mdb",       "db1.mdb-wal",        "db1.mdb-shm", "db1_clean.mdb", "db1-compacted.mdb",
-    "debug_log.mdb", "simulated-bus.json", "bus-state",   "docs"};
+constexpr const char* PROGRAM_FILES[] = {"HoistlineApp",  "hoistline",          "Twl1394api.so", "db1.mdb",
+                                         "db1.mdb-wal",   "db1.mdb-shm",        "db1_clean.mdb", "db1-compacted.mdb",
+                                         "debug_log.mdb", "simulated-bus.json", "bus-state",     "docs"};
 
 // Without links and "..", as far as it exists.
 fs::path RealPath(const std::string& path) {

@@ -364,7 +364,7 @@ def attempt(case, installed, base):
 
 def pack(installed, name, **sections):
     arguments = "--date 20020831 --time 152503 --software-id 0x1234 --software-version 0x01020305 --hardware-id 17"
-    command = [installed / "twd", "pack", installed / name, *arguments.split()]
+    command = [installed / "hoistline", "package", "pack", installed / name, *arguments.split()]
     for section, (content, address) in sections.items():
         part = installed / f"{section}.bin"
         part.write_bytes(content)
