@@ -1,7 +1,6 @@
 // hoistline rom: the config ROM of a node or of a file.
 #include "BusSession.h"
 #include "CallFiles.h"
-#include "CodePage.h"
 #include "Commands.h"
 #include "ConfigRomText.h"
 #include "NodeConfigRom.h"
@@ -30,14 +29,11 @@ struct RomRead {
     std::string name; // for reasons: "node 2", the file in quotes
 };
 
+// No device's name has a "/" or a ".".
 bool MeansFile(const std::string& subject) {
-    constexpr std::string_view SUFFIXES[] = {".rom", ".bin", ".img"};
     std::error_code error;
     return !subject.empty() &&
-           (subject.find('/') != std::string::npos || std::filesystem::exists(subject, error) ||
-            std::ranges::any_of(SUFFIXES, [lower = platform::LowerCase(subject)](std::string_view suffix) {
-                return lower.ends_with(suffix);
-            }));
+           (subject.find_first_of("/.") != std::string::npos || std::filesystem::exists(subject, error));
 }
 
 bool IsFault(const basConfigRom::RomFinding& finding) {

@@ -53,6 +53,8 @@ protected:
 TEST_F(LogTest, DerivesTimesFromTheStartsOfRuns) {
     Add(90'000, 5, "bas1394", "of a run whose start has gone");
     AddStart("2026-11-24 06:00:00", "hoistline"); // killed
+    AddStart("2026-11-24 08:30:00", "hoistline");
+    Add(-1, 5, "clsDbManager", "Closing database...");
     AddStart("2026-11-24 09:00:00");
     Add(3'600'020, 7, "basBootloader", "an hour later");
     Add(-1, 5, "clsDbManager", "Closing database...");
@@ -68,6 +70,9 @@ TEST_F(LogTest, DerivesTimesFromTheStartsOfRuns) {
     const Texts expected = {"- of a run whose start has gone",
                             "2026-11-24T06:00:00 Database initialized and status log opened on 2026-11-24 06:00:00.",
                             "2026-11-24T06:00:00 Started hoistline version 1.8.1 at 2026-11-24 06:00:00",
+                            "2026-11-24T08:30:00 Database initialized and status log opened on 2026-11-24 08:30:00.",
+                            "2026-11-24T08:30:00 Started hoistline version 1.8.1 at 2026-11-24 08:30:00",
+                            "2026-11-24T08:30:00 Closing database...",
                             "2026-11-24T09:00:00 Database initialized and status log opened on 2026-11-24 09:00:00.",
                             "2026-11-24T09:00:00 Started HoistlineApp version 1.8.1 at 2026-11-24 09:00:00",
                             "2026-11-24T10:00:00 an hour later",

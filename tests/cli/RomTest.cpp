@@ -72,6 +72,7 @@ TEST_F(RomCommandTest, ShowsAWholeRomAndReportsAnIncompleteOne) {
         EXPECT_NE(out.find(part), std::string::npos) << out;
     }
     EXPECT_EQ(Call({"rom", Path("none")}), 6);
+    EXPECT_EQ(Call({"rom", "none.rom"}), 6);
     EXPECT_EQ(Call({"rom", folder.path()}), 6) << "a folder";
 }
 
