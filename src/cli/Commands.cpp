@@ -117,7 +117,12 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device) {
 std::unique_ptr<CommandSet> AllCommands() {
     auto set = std::make_unique<CommandSet>();
     AddList(*set);
+    AddInfo(*set);
     AddLoad(*set);
+    AddVerify(*set);
+    AddCrc(*set);
+    AddReset(*set);
+    AddBusReset(*set);
     AddRom(*set);
     AddKey(*set);
     AddIdentity(*set);

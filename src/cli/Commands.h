@@ -44,14 +44,19 @@ CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& pa
 CLI::Option* AddDevice(CLI::App* command, std::string& device);
 
 // Each defined with its command.
+void AddBusReset(CommandSet& set);
+void AddCrc(CommandSet& set);
 void AddList(CommandSet& set);
+void AddInfo(CommandSet& set);
 void AddIdentity(CommandSet& set);
 void AddKey(CommandSet& set);
 void AddLog(CommandSet& set);
 void AddLoad(CommandSet& set);
 void AddPackage(CommandSet& set);
+void AddReset(CommandSet& set);
 void AddRom(CommandSet& set);
 void AddSettings(CommandSet& set);
+void AddVerify(CommandSet& set);
 
 // All of them.
 std::unique_ptr<CommandSet> AllCommands();
