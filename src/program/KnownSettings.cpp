@@ -13,37 +13,49 @@ namespace program {
 
 namespace {
 
+using namespace settingKeys;
+
 constexpr std::int32_t NO_LIMIT = std::numeric_limits<std::int32_t>::max();
-constexpr std::int32_t LONGEST_TIMEOUT = 3000; // ms
+
+bool IsFlag(const std::string& value) {
+    const std::string word = platform::UpperCase(value);
+    return word == "0" || word == "1" || word == "FALSE" || word == "TRUE";
+}
 
 std::vector<KnownSetting> MakeSettings() {
-    const std::string global = settingKeys::GLOBAL_SECTION, firmware = settingKeys::SELECT_FIRMWARE_SECTION;
+    const std::string global = GLOBAL_SECTION, firmware = SELECT_FIRMWARE_SECTION;
     const auto text = [](const std::string& section, const std::string& key, const std::string& otherwise,
                          const std::string& meaning) {
-        return KnownSetting{section, key, otherwise, meaning, false, 0, 0};
+        return KnownSetting{section, key, otherwise, meaning, SettingKind::Text, 0, 0};
+    };
+    const auto flag = [](const std::string& section, const std::string& key, const std::string& otherwise,
+                         const std::string& meaning) {
+        return KnownSetting{section, key, otherwise, meaning, SettingKind::Flag, 0, 0};
     };
     const auto number = [](const std::string& section, const std::string& key, std::int32_t otherwise,
                            std::int32_t lowest, std::int32_t highest, const std::string& meaning) {
-        return KnownSetting{section, key, std::to_string(otherwise), meaning, true, lowest, highest};
+        return KnownSetting{section, key, std::to_string(otherwise), meaning, SettingKind::Number, lowest, highest};
     };
     return {
-        number(global, settingKeys::DEBUG_LOGGING_LEVEL, LEVEL_TRACE, LEVEL_DETAIL, LEVEL_NONE,
+        number(global, DEBUG_LOGGING_LEVEL, LEVEL_TRACE, LEVEL_DETAIL, LEVEL_NONE,
                "lowest level of messages in the stored log"),
-        number(global, settingKeys::DEBUG_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
+        number(global, DEBUG_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
                "lowest level of messages in a new status window"),
-        number(global, settingKeys::DLL_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
+        number(global, DLL_MESSAGE_LEVEL, LEVEL_WARNING, LEVEL_DETAIL, LEVEL_FATAL,
                "lowest level of messages of the access library"),
-        number(global, settingKeys::DEFAULT_TRANSACTION_TIMEOUT, basApp::DEFAULT_TRANSACTION_TIMEOUT, 0,
-               LONGEST_TIMEOUT, "time-out of a transaction on the bus, ms"),
-        text(global, "HelpHost", "file://" + platform::ExecutableDirectory() + "/docs/help", "where the help lies"),
-        text("Settings", "SupportEmailAddress", "", "where the error report is sent"),
-        number(firmware, settingKeys::DEFAULT_LOAD_BEHAVIOR, 0, 0, 2,
+        number(global, DEFAULT_TRANSACTION_TIMEOUT, basApp::DEFAULT_TRANSACTION_TIMEOUT, 0, LONGEST_TRANSACTION_TIMEOUT,
+               "time-out of a transaction on the bus, ms"),
+        text(global, HELP_HOST, "file://" + platform::ExecutableDirectory() + "/docs/help", "where the help lies"),
+        text(SUPPORT_SECTION, SUPPORT_ADDRESS, "", "where the error report is sent"),
+        number(firmware, DEFAULT_LOAD_BEHAVIOR, 0, 0, 2,
                "what a double-click loads: 0 config and image, 1 image, 2 config"),
-        number(firmware, "AlwaysLoadConfig", 0, 0, 1, "1: the config is always loaded with an application image"),
-        number("frmShell", "ShellPollingInterval", 200, 1, NO_LIMIT, "time between two looks at a console, ms"),
-        number("frmShell", "ScrollBackLines", 10000, 0, NO_LIMIT, "lines that a terminal keeps; 0: all"),
-        number("MDIForm1", "AutoScaleChildForms", 1, 0, 1, "1: the controls of a window grow with it"),
-        number("frmMain", "RemoveDriverOnShutdown", 0, 0, 1, "1: the virtual device is removed at the end"),
+        number(firmware, ALWAYS_LOAD_CONFIG, 0, 0, 1, "1: the config is always loaded with an application image"),
+        number(SHELL_SECTION, SHELL_POLLING_INTERVAL, DEFAULT_POLLING_INTERVAL, 1, NO_LIMIT,
+               "time between two looks at a console, ms"),
+        number(SHELL_SECTION, SCROLL_BACK_LINES, DEFAULT_SCROLL_BACK, 0, NO_LIMIT,
+               "lines that a terminal keeps; 0: all"),
+        flag(PARENT_SECTION, AUTO_SCALE_CHILDREN, "1", "1: the controls of a window grow with it"),
+        flag(MAIN_SECTION, REMOVE_DRIVER, "0", "1: the virtual device is removed at the end"),
     };
 }
 
@@ -69,7 +81,9 @@ bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t h
 }
 
 std::string SettingFault(const KnownSetting& setting, const std::string& value) {
-    if (!setting.IsNumber || IsWholeNumber(value, setting.Lowest, setting.Highest))
+    if (setting.Kind == SettingKind::Flag)
+        return IsFlag(value) ? "" : "it is neither 0 nor 1";
+    if (setting.Kind == SettingKind::Text || IsWholeNumber(value, setting.Lowest, setting.Highest))
         return {};
     if (setting.Highest == NO_LIMIT)
         return fmt::format("it isn't a number from {} on", setting.Lowest);

@@ -7,9 +7,11 @@
 
 namespace program {
 
+enum class SettingKind { Number, Flag, Text }; // Flag: 0 or 1, or the words false and true
+
 struct KnownSetting {
     std::string Section, Key, Default, Meaning;
-    bool IsNumber = true;
+    SettingKind Kind = SettingKind::Number;
     std::int32_t Lowest = 0, Highest = 0; // of a number
 };
 

@@ -4,14 +4,13 @@
 #include "Failure.h"
 #include "Files.h"
 #include "Mail.h"
+#include "SettingKeys.h"
 #include "StoreFiles.h"
 #include "basApp.h"
 #include "clsDbManager.h"
 
 namespace {
 
-constexpr const char* ADDRESS_SECTION = "Settings";
-constexpr const char* ADDRESS_KEY = "SupportEmailAddress";
 constexpr const char* NO_SESSION = "Failed to establish a mail session.";
 constexpr const char* NO_COPY = "Failed to backup database file.";
 
@@ -48,12 +47,13 @@ void StartMessage(platform::Mail& mail, const std::string& address) {
 } // namespace
 
 std::string clsDbManager::SupportAddress() {
-    std::string address = platform::Trim(GetSetting(basApp::TITLE, ADDRESS_SECTION, ADDRESS_KEY));
+    std::string address =
+        platform::Trim(GetSetting(basApp::TITLE, settingKeys::SUPPORT_SECTION, settingKeys::SUPPORT_ADDRESS));
     if (!address.empty())
         return address;
     address = AskForAddress();
     if (!address.empty())
-        SaveSetting(basApp::TITLE, ADDRESS_SECTION, ADDRESS_KEY, address);
+        SaveSetting(basApp::TITLE, settingKeys::SUPPORT_SECTION, settingKeys::SUPPORT_ADDRESS, address);
     return address;
 }
 

@@ -50,7 +50,9 @@ TEST_F(SettingsTest, StoresWhatIsWithinItsBounds) {
         {"frmShell", "ShellPollingInterval", "0", 6},
         {"frmShell", "ScrollBackLines", "99999999999", 6},
         {"frmSelectFirmware", "DefaultLoadBehavior", "3", 6},
-        {"MDIForm1", "AutoScaleChildForms", "true", 6},
+        {"MDIForm1", "AutoScaleChildForms", "False", 0},
+        {"MDIForm1", "AutoScaleChildForms", "2", 6},
+        {"frmSelectFirmware", "AlwaysLoadConfig", "true", 6},
         {"Settings", "SupportEmailAddress", "Ü <it's@example.org>", 0},
         {"Global", "NoSuchKey", "1", 6},
         {"DebugLoggingLevel", "Global", "1", 6}};

@@ -5,6 +5,7 @@
 #include "Layout.h"
 #include "LogFailure.h"
 #include "Menus.h"
+#include "SettingKeys.h"
 #include "StartUp.h"
 #include "WindowSettings.h"
 #include "Windows.h"
@@ -32,7 +33,6 @@
 namespace {
 
 constexpr const char* MODULE = "MDIForm1"; // also the section of its settings
-constexpr const char* AUTO_SCALE_KEY = "AutoScaleChildForms";
 constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
@@ -159,7 +159,7 @@ void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
     if (!basApp::globals.StoreNotice.empty())
         ShowNotice(QString::fromStdString(basApp::globals.StoreNotice));
-    mnuAutoScaleChildren->setChecked(windowSettings::GetFlag(MODULE, AUTO_SCALE_KEY, "1"));
+    mnuAutoScaleChildren->setChecked(windowSettings::GetFlag(MODULE, settingKeys::AUTO_SCALE_CHILDREN, "1"));
     setWindowTitle(
         QString::fromStdString(fmt::format("Hoistline / Shell Application v{}.{}.{} (Engineering Version)"
                                            " (ORV Custom Build)",

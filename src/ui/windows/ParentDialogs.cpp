@@ -120,7 +120,6 @@ void MDIForm1::mnuDllMessageLevel_Click() {
 
 void MDIForm1::mnuDefault1394TransactionTimeout_Click() {
     static constexpr const char* CAPTION = "Invalid Time Setting";
-    constexpr std::int32_t LONGEST = 3000; // ms
     const auto ask = [] {
         auto& globals = basApp::globals;
         const std::string answer = platform::CurrentDialogs().InputBox(
@@ -138,7 +137,7 @@ void MDIForm1::mnuDefault1394TransactionTimeout_Click() {
             return;
         }
         const std::int32_t number = platform::NumberFromText(answer);
-        if (number < 0 || number > LONGEST) {
+        if (number < 0 || number > settingKeys::LONGEST_TRANSACTION_TIMEOUT) {
             platform::CurrentDialogs().MessageBox(
                 fmt::format("Invalid result: {}.  Default transaction time unchanged.", number), CAPTION);
             return;

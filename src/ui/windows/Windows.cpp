@@ -123,7 +123,7 @@ void ListChildWindows(QMenu* menu) {
 }
 
 std::string HelpHost() {
-    return windowSettings::Get(settingKeys::GLOBAL_SECTION, "HelpHost",
+    return windowSettings::Get(settingKeys::GLOBAL_SECTION, settingKeys::HELP_HOST,
                                "file://" + platform::ExecutableDirectory() + "/docs/help");
 }
 

@@ -2,6 +2,7 @@
 
 #include "Controls.h"
 #include "MDIForm1.h"
+#include "SettingKeys.h"
 #include "WindowSettings.h"
 #include "Windows.h"
 #include "bas1394.h"
@@ -22,7 +23,6 @@
 
 namespace {
 
-constexpr const char* REMOVE_DRIVER_KEY = "RemoveDriverOnShutdown";
 constexpr int GAP = 6;                   // pixels between controls
 constexpr int CELL_MARGINS = 10;         // pixels, both sides together
 constexpr std::int32_t HINT_DELAY = 500; // ms, in case no bus is read at the start
@@ -164,7 +164,8 @@ void frmMain::SetUpGrid() {
 void frmMain::Form_Load() {
     if (MDIForm1* parent = windows::globals.parent)
         mnuAutoScaleChildren->setChecked(parent->mnuAutoScaleChildren->isChecked());
-    mnuRemove1394VirtualDriverOnShutdown->setChecked(windowSettings::GetFlag(nameText(), REMOVE_DRIVER_KEY, "0"));
+    mnuRemove1394VirtualDriverOnShutdown->setChecked(
+        windowSettings::GetFlag(nameText(), settingKeys::REMOVE_DRIVER, "0"));
     SetUpGrid();
     fitClient(fraDeviceList->geometry().right() + 1 + fraDeviceList->x(), fraSelectedDevice->geometry().bottom() + 7);
     FindSmallestFrame();

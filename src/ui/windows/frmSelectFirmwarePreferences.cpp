@@ -10,7 +10,6 @@
 namespace {
 
 constexpr const char* SECTION = settingKeys::SELECT_FIRMWARE_SECTION;
-constexpr const char* ALWAYS_LOAD_CONFIG_KEY = "AlwaysLoadConfig";
 
 } // namespace
 
@@ -38,7 +37,7 @@ frmSelectFirmwarePreferences::frmSelectFirmwarePreferences(QWidget* owner) : QDi
     cmdClose->setDefault(true); // Enter and Escape close the dialog, even on a check box
 
     connect(chkAlwaysLoadConfig, &QCheckBox::clicked, this,
-            [](bool checked) { windowSettings::Save(SECTION, ALWAYS_LOAD_CONFIG_KEY, checked ? "1" : "0"); });
+            [](bool checked) { windowSettings::Save(SECTION, settingKeys::ALWAYS_LOAD_CONFIG, checked ? "1" : "0"); });
     connect(chkOverrideHardwareCompatibility, &QCheckBox::clicked, this,
             [](bool checked) { basApp::globals.OverrideHardwareCompatibility = checked; });
     std::int32_t behavior = 0;
@@ -61,7 +60,7 @@ bool frmSelectFirmwarePreferences::Form_Load() {
 }
 
 bool frmSelectFirmwarePreferences::AlwaysLoadConfig() {
-    return windowSettings::Get(SECTION, ALWAYS_LOAD_CONFIG_KEY, "0") == "1";
+    return windowSettings::Get(SECTION, settingKeys::ALWAYS_LOAD_CONFIG, "0") == "1";
 }
 
 std::int32_t frmSelectFirmwarePreferences::GetDefaultDownloadBehavior() {

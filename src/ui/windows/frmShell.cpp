@@ -24,8 +24,6 @@
 namespace {
 
 constexpr const char* MODULE = frmShell::NAME;
-constexpr std::int32_t DEFAULT_INTERVAL = 200;      // ms
-constexpr std::int32_t DEFAULT_SCROLL_BACK = 10000; // lines
 constexpr int PASSES_PER_TICK = 3;
 constexpr std::uint8_t PASTE = 22;          // Control V
 constexpr std::size_t LONG_PASTE = 4 << 10; // characters, a third of a second
@@ -71,8 +69,8 @@ std::string LineOf(const BootloaderTarget& target) {
 frmShell::frmShell() : Form(NAME, "Tarnwell 1394 Shell Window") {
     BuildControls();
     BuildMenus();
-    tmrPollForShellData =
-        new WindowTimer(this, "tmrPollForShellData", DEFAULT_INTERVAL, [this] { tmrPollForShellData_Timer(); });
+    tmrPollForShellData = new WindowTimer(this, "tmrPollForShellData", settingKeys::DEFAULT_POLLING_INTERVAL,
+                                          [this] { tmrPollForShellData_Timer(); });
 }
 
 void frmShell::BuildControls() {
@@ -135,8 +133,9 @@ void frmShell::Form_Load() {
     fitClient(fraRawInterface->geometry().right() + 7, fraRawInterface->geometry().bottom() + 7);
     layout_ = std::make_unique<clsLayoutManager>();
     platform::Attempt([this] { layout_->SetLayoutForm(this); }, LogFailure("Form_Load"));
-    txtShell->SetScrollBack(NumberSetting(SCROLL_BACK_KEY, 0, DEFAULT_SCROLL_BACK));
-    tmrPollForShellData->setInterval(NumberSetting(POLLING_INTERVAL_KEY, 1, DEFAULT_INTERVAL));
+    txtShell->SetScrollBack(NumberSetting(settingKeys::SCROLL_BACK_LINES, 0, settingKeys::DEFAULT_SCROLL_BACK));
+    tmrPollForShellData->setInterval(
+        NumberSetting(settingKeys::SHELL_POLLING_INTERVAL, 1, settingKeys::DEFAULT_POLLING_INTERVAL));
     tmrPollForShellData->setEnabled(true);
     txtShell->Replace({});
     cmdCheckForData->setVisible(!tmrPollForShellData->isEnabled());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Form.h"
+#include "SettingKeys.h"
 #include "ShellLog.h"
 #include "ShellTerminal.h"
 #include "WindowTimer.h"
@@ -24,8 +25,7 @@
 class frmShell : public Form {
     Q_OBJECT
 public:
-    static constexpr const char* NAME = "frmShell"; // in messages, and the section of its settings
-    static constexpr const char *POLLING_INTERVAL_KEY = "ShellPollingInterval", *SCROLL_BACK_KEY = "ScrollBackLines";
+    static constexpr const char* NAME = settingKeys::SHELL_SECTION; // in messages, and the section of its settings
 
     frmShell();
 

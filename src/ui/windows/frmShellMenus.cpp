@@ -150,7 +150,7 @@ void frmShell::mnuPollingRate_Click() {
     if (interval <= 0)
         return;
     tmrPollForShellData->setInterval(interval);
-    windowSettings::Save(MODULE, POLLING_INTERVAL_KEY, std::to_string(interval));
+    windowSettings::Save(MODULE, settingKeys::SHELL_POLLING_INTERVAL, std::to_string(interval));
 }
 
 void frmShell::mnuScrollBack_Click() {
@@ -159,7 +159,7 @@ void frmShell::mnuScrollBack_Click() {
     if (lines < 0)
         return;
     txtShell->SetScrollBack(lines);
-    windowSettings::Save(MODULE, SCROLL_BACK_KEY, std::to_string(lines));
+    windowSettings::Save(MODULE, settingKeys::SCROLL_BACK_LINES, std::to_string(lines));
 }
 
 void frmShell::mnuFind_Click() {
