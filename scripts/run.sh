@@ -24,7 +24,7 @@ shown load "$package" "$guid"
 shown verify --reset "$package" "$guid"
 
 section=run/section.bin
-"$program/hoistline" package unpack "$package" image1 "$section"
+"$program/hoistline" package unpack "$package" image1 "$section" >/dev/null
 if cmp -s "$section" "$program/bus-state/$guid/application.bin"; then
     echo "The device's flash is identical with the package's section ($(stat -c %s "$section") bytes)."
 else
