@@ -55,6 +55,8 @@ void TakeVerdict(Call& call, basApp::RunVerdict& run, std::size_t images) {
     run.Conclude();
     const FlashState flash = FlashOf(run, images);
     run.Outcome = OutcomeOf(run, flash);
+    if (run.Outcome == OutcomeKind::Damaged)
+        run.Reason += "  The device needs another load.";
     call.report.Take(run);
     call.report.Flash = flash;
 }

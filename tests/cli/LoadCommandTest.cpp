@@ -148,6 +148,18 @@ TEST_F(LoadTest, SaysWhatAFailureMeansForTheDevice) {
     }
 }
 
+TEST_F(LoadTest, IsDamagedWithTheFirstImageAlone) {
+    UseTarget("application");
+    program->windowSystem.eachTurn = [this] {
+        if (program->Changes().find("block") != std::string::npos)
+            std::filesystem::remove(Path("app.twd"));
+    };
+    EXPECT_EQ(Load("app.twd"), "reset start block*3 end: damaged damaged bootloader");
+    program->windowSystem.eachTurn = nullptr;
+    EXPECT_EQ(record["steps"][1]["outcome"], "done");
+    EXPECT_EQ(record["steps"][2]["outcome"], "refused");
+}
+
 TEST_F(LoadTest, LeavesADeviceAloneThatAnotherProgramLoads) {
     UseTarget("application");
     AnotherProgram other;
