@@ -32,6 +32,8 @@ int main(int argc, char** argv) {
     platform::CatchEndSignals();
     const platform::EventLoop loop;
     cli::Streams streams;
+    streams.In = STDIN_FILENO;
+    streams.InIsTerminal = isatty(STDIN_FILENO) != 0;
     streams.OutIsTerminal = isatty(STDOUT_FILENO) != 0;
     streams.ErrorIsTerminal = isatty(STDERR_FILENO) != 0;
     streams.ErrorTakesColour = streams.ErrorIsTerminal && TakesColour();

@@ -15,7 +15,8 @@ namespace cli {
 // Where the output goes. False when it can't be written.
 struct Streams {
     std::function<bool(std::string_view text)> Out, Error;
-    bool OutIsTerminal = false, ErrorIsTerminal = false;
+    int In = -1; // a descriptor, since a console's input is awaited together with its output
+    bool InIsTerminal = false, OutIsTerminal = false, ErrorIsTerminal = false;
     bool ErrorTakesColour = false;     // also by TERM; a line can be redrawn then
     std::function<int()> ErrorColumns; // its width; 0 or empty when it isn't known
 };

@@ -124,6 +124,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddReset(*set);
     AddBusReset(*set);
     AddRom(*set);
+    AddShell(*set);
     AddKey(*set);
     AddIdentity(*set);
     AddPackage(*set);

@@ -55,6 +55,7 @@ void AddLoad(CommandSet& set);
 void AddPackage(CommandSet& set);
 void AddReset(CommandSet& set);
 void AddRom(CommandSet& set);
+void AddShell(CommandSet& set);
 void AddSettings(CommandSet& set);
 void AddVerify(CommandSet& set);
 

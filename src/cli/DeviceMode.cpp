@@ -20,10 +20,6 @@ constexpr std::int64_t TIME_TO_SETTLE = 4'000;  // ms: a device that is there th
 constexpr std::int64_t TIME_TO_RETURN = 15'000; // ms, for one that is away longer
 constexpr std::int32_t BAD_CRC = -1;
 
-bool BusIsKnown() {
-    return bas1394::globals.BusEnumerated && !bas1394::globals.BusResetPending;
-}
-
 // A device that a command sends off the bus. To be made just before the command, on a settled bus.
 class Journey {
 public:
@@ -111,6 +107,10 @@ Verdict OutcomeOfEnd(Verdict otherwise) {
 
 bool HasLock(Call& call, const basBootloader::DeviceLock& lock) {
     return lock.Taken() || call.End(Verdict::Unchanged, lock.Trouble());
+}
+
+bool BusIsKnown() {
+    return bas1394::globals.BusEnumerated && !bas1394::globals.BusResetPending;
 }
 
 bool SettleBus(Call& call) {

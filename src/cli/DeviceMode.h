@@ -16,6 +16,8 @@ namespace cli {
 Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict outcome, std::string reason = {},
                std::int64_t start = 0);
 
+bool BusIsKnown(); // as far as notices have had their turn
+
 // Gives the notice of a bus reset its turn, and waits until the targets are found again: before that, a node number may
 // be that of another device. False when they aren't, or when the call must end.
 [[nodiscard]] bool SettleBus(Call& call);

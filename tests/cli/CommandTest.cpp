@@ -16,6 +16,8 @@ int CommandTest::Call(const std::vector<std::string>& arguments) {
         return true;
     };
     streams.OutIsTerminal = outIsTerminal;
+    streams.In = input;
+    streams.InIsTerminal = inIsTerminal;
     return cli::Run(arguments, streams);
 }
 

@@ -26,7 +26,8 @@ protected:
 
     std::unique_ptr<HeadlessProgram> program;
     std::string out, error;
-    bool outputWorks = true, outIsTerminal = false;
+    bool outputWorks = true, outIsTerminal = false, inIsTerminal = false;
+    int input = -1;
 };
 
 } // namespace testing_support

@@ -1,6 +1,7 @@
 #include "EndRequest.h"
 
 #include "Clock.h"
+#include "Terminal.h"
 #include "WakeUp.h"
 
 #include <atomic>
@@ -47,6 +48,7 @@ void TakeSignal(int number) {
     const std::int64_t first = Request();
     if (first == 0 || Milliseconds() - first < SAME_REQUEST)
         return;
+    RestoreTerminal();
     std::signal(number, SIG_DFL);
     std::raise(number); // takes effect when the handler returns
 }

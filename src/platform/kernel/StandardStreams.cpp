@@ -51,4 +51,12 @@ bool LocaleIsUtf8() {
     return false;
 }
 
+std::int64_t ReadFrom(int descriptor, char* to, std::size_t size) {
+    ssize_t count = 0;
+    do
+        count = read(descriptor, to, size);
+    while (count < 0 && errno == EINTR);
+    return count;
+}
+
 } // namespace platform

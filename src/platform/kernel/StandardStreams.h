@@ -1,6 +1,8 @@
 // The three descriptors that a process is started with.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <unistd.h>
 
@@ -18,5 +20,8 @@ void OpenStandardStreams();
 
 // Whether the environment's locale (LC_ALL, LC_CTYPE, LANG) has UTF-8.
 [[nodiscard]] bool LocaleIsUtf8();
+
+// What is there, up to `size` bytes; 0 at the end, negative when it can't be read.
+[[nodiscard]] std::int64_t ReadFrom(int descriptor, char* to, std::size_t size);
 
 } // namespace platform
