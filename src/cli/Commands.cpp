@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Description.h"
 #include "Paths.h"
 #include "basApp.h"
 
@@ -13,6 +14,11 @@ constexpr const char* FOOTER =
     "  7 unchanged (it failed before the device was changed), 8 damaged (the device needs another load),\n"
     "  9 differs, 10 timed-out, 130 interrupted\n"
     "\"hoistline COMMAND --help\" tells more about a command.";
+constexpr const char* COMMANDS_FOOTER = "Options of all commands, such as --json, and exit codes: hoistline --help";
+
+// Of CLI11's help.
+constexpr std::pair<const char*, const char*> LABELS[] = {
+    {"REQUIRED", ""}, {"Positionals", "Arguments"}, {"SUBCOMMAND", "COMMAND"}};
 
 std::string CallersPath(const std::string& path) {
     return path.empty() || path.front() == '/' ? path : platform::JoinPath(platform::CurrentDirectory(), path);
@@ -55,23 +61,39 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
     const std::map<std::string, ProgressStyle> styles = {
         {"auto", ProgressStyle::Auto}, {"json", ProgressStyle::Lines}, {"none", ProgressStyle::None}};
     app.add_option("--progress", options.Progress,
-                   "progress on standard error: auto, json (a line for each step), none")
-        ->type_name("STYLE")
+                   "progress on standard error: one line on a terminal and one for each phase elsewhere; lines of JSON")
+        ->type_name("auto|json|none")
         ->transform(CLI::CheckedTransformer(styles).description(""));
+}
+
+std::string FooterOf(const CommandFacts& command) {
+    std::string footer;
+    for (const Example& example : command.Examples)
+        footer += fmt::format("{}  {}\n      {}\n", footer.empty() ? "Examples:\n" : "", example.Line, example.Text);
+    return (footer.empty() ? footer : footer + "\n") + (command.Path.empty() ? FOOTER : COMMANDS_FOOTER);
+}
+
+void AddFooters(CLI::App& app, const CommandFacts& facts) {
+    app.footer(FooterOf(facts));
+    for (const CommandFacts& command : facts.Commands)
+        AddFooters(*app.get_subcommand(command.Name()), command);
 }
 
 } // namespace
 
 CommandSet::CommandSet() : app("Finds, loads and programs devices with a Tarnwell bootloader on an IEEE 1394 bus.") {
     app.name("hoistline");
-    app.footer(FOOTER);
     app.require_subcommand(1);
-    app.set_version_flag("--version", "hoistline " + basApp::VersionText());
+    app.set_help_flag("-h,--help", "print this help and end");
+    app.set_version_flag("--version", "hoistline " + basApp::VersionText(), "print the version and end");
+    for (const auto& [label, text] : LABELS)
+        app.get_formatter()->label(label, text);
     AddCommonOptions(app, options);
 }
 
 CLI::App* CommandSet::Add(const std::string& name, const std::string& summary, RunCommand run, CLI::App* parent) {
     CLI::App* command = (parent == nullptr ? &app : parent)->add_subcommand(name, summary);
+    command->group("Commands");
     command->fallthrough(); // the common options may come after the command
     runs_[command] = std::move(run);
     return command;
@@ -79,6 +101,7 @@ CLI::App* CommandSet::Add(const std::string& name, const std::string& summary, R
 
 CLI::App* CommandSet::AddGroup(const std::string& name, const std::string& summary) {
     CLI::App* group = app.add_subcommand(name, summary);
+    group->group("Commands");
     group->fallthrough();
     group->require_subcommand(1);
     return group;
@@ -105,7 +128,14 @@ std::string CommandSet::ParsedName() const {
 }
 
 CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& path, const std::string& description) {
-    return command->add_option(name, path, description)->type_name("FILE")->transform(Turned(CallersPath));
+    return command->add_option(name, path, description)
+        ->type_name("FILE")
+        ->transform(Turned(CallersPath).name(FILE_VALIDATOR));
+}
+
+CLI::Option* TakesOneOf(CLI::Option* option, const std::vector<std::string>& words) {
+    return option->type_name(fmt::format("{}", fmt::join(words, "|")))
+        ->transform(CLI::IsMember(words, CLI::ignore_case).description(""));
 }
 
 CLI::Option* AddDevice(CLI::App* command, std::string& device) {
@@ -130,6 +160,8 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddPackage(*set);
     AddLog(*set);
     AddSettings(*set);
+    AddCompletion(*set);
+    AddFooters(set->app, Describe(*set));
     return set;
 }
 

@@ -40,12 +40,16 @@ private:
 
 // An option or argument that names a file: a relative path belongs to the caller's folder.
 CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& path, const std::string& description);
+// The words that the option takes, in any case. Help and completion name them.
+CLI::Option* TakesOneOf(CLI::Option* option, const std::vector<std::string>& words);
+inline constexpr const char* FILE_VALIDATOR = "file"; // of each AddFile
 // The last argument of a device command.
 CLI::Option* AddDevice(CLI::App* command, std::string& device);
 
 // Each defined with its command.
 void AddBusReset(CommandSet& set);
 void AddCrc(CommandSet& set);
+void AddCompletion(CommandSet& set);
 void AddList(CommandSet& set);
 void AddInfo(CommandSet& set);
 void AddIdentity(CommandSet& set);

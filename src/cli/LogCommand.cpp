@@ -142,11 +142,7 @@ void AddLog(CommandSet& set) {
     std::vector<std::string> levels;
     for (std::int32_t level = LEVEL_DETAIL; level <= LEVEL_FATAL; level += 2)
         levels.push_back(platform::LowerCase(basDebug::GetLevelName(level)));
-    command
-        ->add_option("--level", options->level,
-                     fmt::format("messages of this level and above: {}", fmt::join(levels, ", ")))
-        ->type_name("LEVEL")
-        ->transform(CLI::IsMember(levels, CLI::ignore_case).description(""));
+    TakesOneOf(command->add_option("--level", options->level, "messages of this level and above"), levels);
     command->add_option("--module", options->module, "messages of this module, such as basBootloader")
         ->type_name("MODULE");
     command

@@ -233,10 +233,7 @@ void AddUnpack(CommandSet& set, CLI::App* group) {
     std::vector<std::string> names;
     std::ranges::transform(SECTIONS, std::back_inserter(names), SectionWord);
     AddPackageArgument(command, options->package);
-    command->add_option("SECTION", options->section, "image1, image2 or cne")
-        ->required()
-        ->type_name("")
-        ->transform(CLI::IsMember(names, CLI::ignore_case).description(""));
+    TakesOneOf(command->add_option("SECTION", options->section, "the section")->required(), names);
     AddFile(command, "FILE", options->output, "the file to write")->required()->type_name("");
 }
 

@@ -51,12 +51,10 @@ void WarnOfCrc(Call& call, const PlannedImage& image) {
 
 void AddPackageChoice(CLI::App* command, PackageChoice& choice) {
     AddFile(command, "PACKAGE", choice.file, "the firmware package, a *.twd file")->type_name("")->required();
-    CLI::Option* only = command->add_option("--only", choice.only, "application or config, in place of both")
-                            ->type_name("PART")
-                            ->check(CLI::IsMember({"application", "config"}).description(""));
-    command->add_option("--as", choice.as, "what the package's image is, if not the application: bootloader, debugger")
-        ->type_name("IMAGE")
-        ->check(CLI::IsMember({"bootloader", "debugger"}).description(""))
+    CLI::Option* only = TakesOneOf(command->add_option("--only", choice.only, "one of them in place of both"),
+                                   {"application", "config"});
+    TakesOneOf(command->add_option("--as", choice.as, "what the package's image is, if not the application"),
+               {"bootloader", "debugger"})
         ->excludes(only);
 }
 

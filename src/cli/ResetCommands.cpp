@@ -55,10 +55,8 @@ void AddReset(CommandSet& set) {
     auto options = std::make_shared<ResetOptions>();
     CLI::App* command = set.Add("reset", "resets a device into its application or its bootloader",
                                 [options](Call& call) { Reset(call, *options); });
-    command->add_option("--into", options->into, "application or bootloader")
-        ->type_name("MODE")
-        ->check(CLI::IsMember({"application", "bootloader"}).description(""))
-        ->required();
+    TakesOneOf(command->add_option("--into", options->into, "what it runs afterwards")->required(),
+               {"application", "bootloader"});
     AddDevice(command, options->device);
 }
 
