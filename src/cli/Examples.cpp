@@ -19,7 +19,7 @@ const std::vector<Example> EXAMPLES = {
     {"rom", "hoistline rom --check '#2'", "the config ROM of node 2, and what is wrong with it"},
     {"rom", "hoistline rom --save rom.bin 000F1B0000000001", "also into a file, which \"hoistline rom rom.bin\" shows"},
     {"identity", "hoistline identity --guid 000F1B0000000009 --mac 0000A1B2C3D4 --dry-run", "what would be written"},
-    {"key get", "hoistline key get model 000F1B0000000001", "a key's value"},
+    {"key get", "hoistline key get MODEL 000F1B0000000001", "a key's value"},
     {"settings list", "hoistline settings list", "all settings"},
     {"package pack", "hoistline package pack --image1 app.bin --image1-address 0x20000000 --hardware-id 17 app.twd",
      "a package with an application"},

@@ -2,6 +2,7 @@
 #include "Report.h"
 
 #include "CodePage.h"
+#include "Levels.h"
 
 #include <fmt/format.h>
 
@@ -50,6 +51,8 @@ std::vector<Step> CasesOf(const Report& report) {
         whole.Guid = report.Device ? report.Device->Guid : "";
         whole.Outcome = report.Concluded();
         whole.Reason = report.Reason;
+        if (report.Steps.empty())
+            whole.Seconds = report.Seconds;
     }
     return cases;
 }
@@ -58,15 +61,41 @@ bool IsError(Verdict verdict) {
     return verdict == Verdict::Failed || verdict == Verdict::Usage || verdict == Verdict::NoBus;
 }
 
+// What proves a step, for whoever reads the report later.
+std::string Proof(const Step& step) {
+    std::string proof;
+    if (step.Bytes && step.Length)
+        proof += fmt::format("{} of {} bytes\n", *step.Bytes, *step.Length);
+    if (step.PackageCrc)
+        proof += fmt::format("CRC of the package {}\n", CrcText(*step.PackageCrc));
+    if (step.DeviceCrc)
+        proof += fmt::format("CRC of the device {}\n", CrcText(*step.DeviceCrc));
+    if (!step.Confirmed)
+        proof += "The device didn't answer, and need not.\n";
+    return proof;
+}
+
+std::string SystemOut(const std::string& text, int indent) {
+    return text.empty() ? text : fmt::format("{:{}}<system-out>{}</system-out>\n", "", indent, Escaped(text));
+}
+
 std::string CaseXml(const Report& report, const Step& step) {
-    std::string xml =
+    const std::string open =
         fmt::format("    <testcase classname=\"hoistline.{}{}\" name=\"{}\" time=\"{:.3f}\"", Escaped(report.Command),
                     step.Guid.empty() ? "" : "." + step.Guid, Escaped(CaseName(step)), step.Seconds.value_or(0));
-    if (step.Outcome == Verdict::Done)
-        return xml + "/>\n";
-    const char* element = IsError(step.Outcome) ? "error" : "failure";
-    return xml + fmt::format(">\n      <{0} type=\"{1}\" message=\"{2}\"/>\n    </testcase>\n", element,
-                             WordOf(step.Outcome), Escaped(step.Reason));
+    std::string content;
+    if (step.Outcome != Verdict::Done) // the text too, since not every reader shows the attribute
+        content = fmt::format("      <{0} type=\"{1}\" message=\"{2}\">{2}</{0}>\n",
+                              IsError(step.Outcome) ? "error" : "failure", WordOf(step.Outcome), Escaped(step.Reason));
+    content += SystemOut(Proof(step), 6);
+    return content.empty() ? open + "/>\n" : open + ">\n" + content + "    </testcase>\n";
+}
+
+std::string MessagesText(const Report& report) {
+    std::string text;
+    for (const LoggedMessage& message : report.Messages)
+        text += fmt::format("{} {}: {}\n", basDebug::GetLevelName(message.level), message.module, message.text);
+    return text;
 }
 
 std::string Property(const char* name, const std::string& value) {
@@ -96,7 +125,7 @@ std::string ToJUnit(const Report& report) {
     xml += "    </properties>\n";
     for (const Step& step : cases)
         xml += CaseXml(report, step);
-    return xml + "  </testsuite>\n</testsuites>\n";
+    return xml + SystemOut(MessagesText(report), 4) + "  </testsuite>\n</testsuites>\n";
 }
 
 } // namespace cli

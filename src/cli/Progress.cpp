@@ -17,7 +17,7 @@ constexpr std::int64_t ESTIMATE_AFTER = SECOND / 2; // the first blocks say litt
 constexpr const char* ERASE_LINE = "\r\x1B[K";
 
 std::string Kilobytes(std::int64_t bytes) {
-    return fmt::format("{:.1f}", static_cast<double>(bytes) / 1024);
+    return fmt::format("{:.1f}", static_cast<double>(bytes) / 1000);
 }
 
 std::string ImageName(const basApp::LoadProgress& progress) {
@@ -112,10 +112,10 @@ void Progress::WritePhase() const {
 
 std::string Progress::LoadingText() {
     const std::int64_t percent = shown_.length > 0 ? shown_.bytes * 100 / shown_.length : 0;
-    std::string text = fmt::format("{:3} %  {} of {} KiB", percent, Kilobytes(shown_.bytes), Kilobytes(shown_.length));
+    std::string text = fmt::format("{:3} %  {} of {} kB", percent, Kilobytes(shown_.bytes), Kilobytes(shown_.length));
     const double rate = Rate();
     if (rate > 0)
-        text += fmt::format("  {:.1f} KiB/s", rate / 1024);
+        text += fmt::format("  {:.1f} kB/s", rate / 1000);
     if (rate > 0 && lastTime_ - firstTime_ >= ESTIMATE_AFTER) {
         const auto left = std::llround(std::ceil(static_cast<double>(shown_.length - shown_.bytes) / rate));
         secondsLeft_ = secondsLeft_ < 0 ? left : std::min<std::int64_t>(secondsLeft_, left);

@@ -94,7 +94,7 @@ TEST_F(Description, IsWhatTheManualPagesTell) {
         for (const auto* options : {&command->Options, &command->Arguments})
             for (const OptionFacts& option : *options)
                 for (const std::string& name : option.Names)
-                    EXPECT_NE(page.find(name), std::string::npos) << command->Path << " " << name;
+                    EXPECT_NE(page.find("\\fB" + name + "\\fR"), std::string::npos) << command->Path << " " << name;
         EXPECT_NE(page.find(command->Path), std::string::npos);
     }
 }

@@ -16,7 +16,7 @@ constexpr std::int32_t APPLICATION = 0, CONFIG = 1;
 class ProgressTest : public testing::Test {
 protected:
     // The standard error of a load of two sections: the first takes 1 MiB at 10 KiB in 100 ms, with a block that is
-    // sent again and bytes that are counted anew; the second takes one block.
+    // sent again while bytes are counted anew; the second takes one block.
     std::string Load(cli::CommonOptions options, bool terminal, int columns = 0) {
         std::string error;
         cli::Streams streams;
@@ -43,8 +43,8 @@ protected:
             show(Step::Erasing, 0);
         for (std::int64_t bytes = std::min<std::int64_t>(length, 1024); bytes < length; bytes += 1024) {
             show(Step::Loading, bytes);
-            if (bytes == 100 * 1024)
-                show(Step::Loading, bytes - 2048, 1);
+            for (int again = 0; bytes == 100 * 1024 && again < 20; ++again)
+                show(Step::Loading, bytes / 2, 1);
         }
         show(Step::Loading, length);
         show(Step::Checking, length);
@@ -86,8 +86,8 @@ TEST_F(ProgressTest, RedrawsOneLineThatNeverGoesBackward) {
             EXPECT_GE(now, percent) << frame;
             percent = now;
         }
-        const std::size_t at = frame.find("KiB/s  ");
-        if (at != std::string::npos && std::sscanf(frame.c_str() + at, "KiB/s %d s left", &seconds) == 1) {
+        const std::size_t at = frame.find("kB/s  ");
+        if (at != std::string::npos && std::sscanf(frame.c_str() + at, "kB/s %d s left", &seconds) == 1) {
             EXPECT_LE(seconds, left) << frame;
             left = seconds;
         }
@@ -99,7 +99,7 @@ TEST_F(ProgressTest, RedrawsOneLineThatNeverGoesBackward) {
     EXPECT_TRUE(shows("application: checking  0 s"));
     EXPECT_TRUE(shows("A message.\n")) << "it stands on a line of its own";
     EXPECT_TRUE(shows("config: erasing  0 s"));
-    EXPECT_NE(error.find("application: loading   50 %  520.0 of 1024.0 KiB  99.8 KiB/s  6 s left"), std::string::npos)
+    EXPECT_NE(error.find("application: loading   50 %  533.5 of 1048.6 kB  98.6 kB/s  6 s left"), std::string::npos)
         << error;
     EXPECT_TRUE(error.ends_with("\r\x1B[K"));
 }
@@ -132,8 +132,8 @@ TEST_F(ProgressTest, TellsASupervisorEachPhaseAndEachTwentieth) {
             bytes = 0, steps.push_back(step);
         EXPECT_GE(event["bytes"].get<std::int64_t>(), bytes) << line;
         bytes = event["bytes"].get<std::int64_t>();
-        if (step == "application loading" && bytes > 52428) {
-            EXPECT_NEAR(event["rate"].get<double>(), 102400, 2048) << line;
+        if (step == "application loading" && bytes > 524288) {
+            EXPECT_NEAR(event["rate"].get<double>(), 102400, 5000) << line;
         }
     }
     EXPECT_EQ(fmt::format("{}", fmt::join(steps, ", ")),

@@ -76,17 +76,20 @@ class Program:
         shell = [*unshare(), "sh", "-c", ON_A_FULL_DISK, "sh", str(size), str(self.folder), str(full), str(space)]
         return shell + [str(full / "HoistlineApp"), *command[1:]]
 
-    def start(self, options, name="first", space_on_disk=None, **variables):
+    def environment(self, **variables):
         environment = {key: value for key, value in os.environ.items() if not key.startswith(("XDG_", "QT_"))}
         environment |= {"HOME": str(self.base / "home"), "XDG_RUNTIME_DIR": str(self.base / "runtime"),
                         "QT_QPA_PLATFORM": "offscreen"} | variables
-        environment = {key: value for key, value in environment.items() if value is not None}
+        return {key: value for key, value in environment.items() if value is not None}
+
+    def start(self, options, name="first", space_on_disk=None, **variables):
         command = [str(self.folder / "HoistlineApp"), *options]
         if space_on_disk is not None:
             command = self.full_disk(command, space_on_disk)
         with open(self.base / f"{name}.out", "wb") as out, open(self.base / f"{name}.err", "wb") as err:
-            return subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=out,
-                                    stderr=err, start_new_session=True, **self.account)
+            return subprocess.Popen(command, cwd=self.folder, env=self.environment(**variables),
+                                    stdin=subprocess.DEVNULL, stdout=out, stderr=err, start_new_session=True,
+                                    **self.account)
 
     def end(self, process):  # including its children
         if process.poll() is None:
