@@ -389,8 +389,7 @@ def main(cmake, build, word=""):
         base = Path(folder)
         base.chmod(0o755)
         install(cmake, build, base / "installed")
-        for document in (EXAMPLES.parents[1] / "README.md", GUIDE):
-            assert all(text in document.read_text() for text in PROOFS.values()), f"{document} tells scripts otherwise"
+        assert all(text in GUIDE.read_text() for text in PROOFS.values()), f"{GUIDE} tells scripts otherwise"
         with ThreadPoolExecutor(RUNS_AT_ONCE) as pool:
             jobs = [pool.submit(attempt, case, base / "installed", base / str(number))
                     for number, case in enumerate(CASES) if word in case.name]
