@@ -31,8 +31,8 @@ std::int32_t HandleOfFirstTarget(ByteArray& deviceId) {
 
 // Devices with the same GUID may share one record of the list, so that a value could reach either.
 bool IsUnique(const ByteArray& deviceId) {
-    const auto sharing = std::ranges::count_if(basBootloader::globals.CompatibleGuids, [&](const auto& guid) {
-        return std::equal(guid.begin(), guid.end(), deviceId.begin(), deviceId.end());
+    const auto sharing = std::ranges::count_if(basBootloader::globals.CompatibleNodes, [&](const CompatibleNode& node) {
+        return std::ranges::equal(node.GUID, deviceId);
     });
     if (sharing > 1)
         StatusDisplay(LEVEL_ERROR, "PerformKeyOperations: {} devices on the bus have the ID '{}'.  None is worked on.",

@@ -43,8 +43,9 @@ std::int32_t CountTargets(const std::string& matchGuid, std::int32_t& handle, st
 // share one record of the list, so its length isn't the number of devices.
 std::int32_t NodesMeant(const std::string& matchGuid) {
     return static_cast<std::int32_t>(
-        std::ranges::count_if(basBootloader::globals.CompatibleGuids,
-                              [&](const auto& guid) { return matchGuid.empty() || GuidDigits(guid) == matchGuid; }));
+        std::ranges::count_if(basBootloader::globals.CompatibleNodes, [&](const CompatibleNode& node) {
+            return matchGuid.empty() || GuidDigits(node.GUID) == matchGuid;
+        }));
 }
 
 // Gives the window system turns until no bus reset is pending: after one the node numbers at hand may be those of

@@ -46,6 +46,12 @@ struct BootloaderResponse {
     ByteArray Operands; // NumQuadlets x 4 bytes; as it was when that is 0
 };
 
+// A node whose registers a target's are. Several with one GUID share a BootloaderTarget.
+struct CompatibleNode {
+    std::int16_t NodeNum;
+    std::array<std::uint8_t, 8> GUID;
+};
+
 // One target met since start; kept for the life of the program.
 struct BootloaderTarget {
     std::int32_t Handle = 0;            // 0 in an empty first record, -101 until the first open

@@ -78,16 +78,24 @@ DeviceLock::DeviceLock(std::int32_t handle) {
     globals.HeldDevices.push_back(held_);
 }
 
+bool AnyLoadedByAnother() {
+    return TheLocks()->OthersHave(0, 0);
+}
+
+std::string AnyLoadedByAnotherText() {
+    return "A device is being loaded by another program.";
+}
+
 bool LoadedByAnother(std::int32_t handle) {
     if (handle == 0)
-        return TheLocks()->OthersHave(0, 0);
+        return AnyLoadedByAnother();
     const DeviceGuid* guid = GuidOf(handle);
     return guid != nullptr && TheLocks()->OthersHave(ByteOf(*guid));
 }
 
 std::string LoadedByAnotherText(std::int32_t handle) {
     const DeviceGuid* guid = GuidOf(handle);
-    return guid == nullptr ? "A device is being loaded by another program."
+    return guid == nullptr ? AnyLoadedByAnotherText()
                            : fmt::format("The device {} is being loaded by another program.",
                                          basUtils::ByteArrayToHexString(guid->data(), guid->size()));
 }

@@ -46,10 +46,13 @@ private:
     std::string trouble_;
 };
 
-// While another process loads a target nothing may be sent to it; its registers may be read. Handle 0: any device,
-// since what goes to all nodes also reaches one that isn't in the list yet.
+// While another process loads a target nothing may be sent to it; its registers may be read. Under handle 0, that of a
+// request to all nodes, the answer is AnyLoadedByAnother's.
 [[nodiscard]] bool LoadedByAnother(std::int32_t handle);
 std::string LoadedByAnotherText(std::int32_t handle); // one sentence
+// The same of any device, in the list or not.
+[[nodiscard]] bool AnyLoadedByAnother();
+std::string AnyLoadedByAnotherText();
 // Before the device gets a new GUID: what this process has locked of it stays locked under the new one. False when
 // another process loads a device of that GUID.
 [[nodiscard]] bool KeepLockOver(std::int32_t handle, const DeviceGuid& newGuid);

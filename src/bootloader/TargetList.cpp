@@ -90,7 +90,7 @@ Findings ExamineNode(const Device& device, std::int32_t& compatibleNodes) {
             return;
         findings.shellCapable = true;
         ++compatibleNodes;
-        globals.CompatibleGuids.push_back(info.GUID);
+        globals.CompatibleNodes.push_back({device.NodeNum, info.GUID});
         findings.upgradable = EnterTarget(device, info);
     });
     next([&] { findings.underDebugger = CheckForDebugger(device); });
@@ -201,7 +201,7 @@ std::int32_t BusResetHandler() {
 
 // Not between the blocks of a load either, whoever runs it: any other request could disturb the target.
 bool TakeOwedDiscovery() {
-    if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress || LoadedByAnother(0))
+    if (!globals.DiscoveryOwed || AnswerAwaited() || basApp::globals.DownloadInProgress || AnyLoadedByAnother())
         return false;
     globals.DiscoveryOwed = false;
     return true;
@@ -210,7 +210,7 @@ bool TakeOwedDiscovery() {
 std::int32_t BuildBootloaderDeviceList() {
     const std::vector<Device>& nodes = bas1394::globals.DeviceTable;
     globals.DiscoveryInterrupted = globals.DiscoveryOwed = false;
-    globals.CompatibleGuids.clear();
+    globals.CompatibleNodes.clear();
     if (nodes.front().NodeNum == NO_NODE)
         return FAILED;
     if (nodes.size() > 1)

@@ -43,7 +43,7 @@ struct Globals {
     std::int32_t MutexWaitTime = 2000;        // ms
     std::vector<std::int32_t> AwaitedHandles; // whose answers are awaited during a turn
     std::vector<BootloaderTarget> TargetList = std::vector<BootloaderTarget>(1); // never shrinks
-    std::vector<std::array<std::uint8_t, 8>> CompatibleGuids; // one for each node of the last discovery
+    std::vector<CompatibleNode> CompatibleNodes;                                 // of the last discovery
     std::int32_t NextHandle = 63;
     std::vector<Device> DebuggerList = std::vector<Device>(1); // one blank record when empty
     bool DiscoveryInterrupted = false;                         // another bus reset arrived

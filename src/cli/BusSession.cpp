@@ -6,9 +6,6 @@
 #include "Program.h"
 #include "bas1394.h"
 #include "basApp.h"
-#include "basBootloader.h"
-#include "basConfigRom.h"
-#include "basUtils.h"
 
 namespace cli {
 
@@ -82,39 +79,6 @@ bool BusSession::EndWithoutBus() {
     platform::DoEvents();
     const std::string& trouble = frontEnd_.libraryTrouble.empty() ? frontEnd_.lastTrouble : frontEnd_.libraryTrouble;
     return call_.End(Verdict::NoBus, trouble.empty() ? "There is no interface to the bus." : trouble);
-}
-
-const BootloaderTarget* TargetOf(std::int32_t handle) {
-    const std::int32_t index = basBootloader::GetDeviceIndex(handle);
-    return index < 0 ? nullptr : &basBootloader::globals.TargetList[static_cast<std::size_t>(index)];
-}
-
-bool IsPresent(const BootloaderTarget& target) {
-    return target.Handle > 0 && target.Device.NodeNum != NO_NODE;
-}
-
-bool RunsBootloader(const BootloaderTarget& target) {
-    return IsPresent(target) && target.Info.BootloaderVersion != 0;
-}
-
-const char* ModeOf(const BootloaderTarget& target) {
-    return !IsPresent(target) ? "unknown" : RunsBootloader(target) ? "bootloader" : "application";
-}
-
-std::string GuidText(const std::array<std::uint8_t, 8>& guid) {
-    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
-}
-
-void NoteDevice(Call& call, std::int32_t handle) {
-    const BootloaderTarget* target = TargetOf(handle);
-    if (target == nullptr)
-        return;
-    DeviceSummary& device = call.report.Device.emplace();
-    device.Guid = GuidText(target->Info.GUID);
-    device.Node = IsPresent(*target) ? target->Device.NodeNum : -1;
-    device.Vendor = basConfigRom::GetConfigRomVendorText(target->Device.ConfigRom);
-    device.Model = basConfigRom::GetConfigRomModelText(target->Device.ConfigRom);
-    device.Mode = ModeOf(*target);
 }
 
 } // namespace cli

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Description.h"
+#include "DeviceChoice.h"
 #include "Paths.h"
 #include "basApp.h"
 
@@ -141,7 +142,8 @@ CLI::Option* TakesOneOf(CLI::Option* option, const std::vector<std::string>& wor
 CLI::Option* AddDevice(CLI::App* command, std::string& device) {
     return command
         ->add_option("DEVICE", device, "its GUID, or \"#2\" for node 2; not needed when exactly one device fits")
-        ->type_name("");
+        ->type_name("")
+        ->check(CLI::Validator(FaultOfName, ""));
 }
 
 std::unique_ptr<CommandSet> AllCommands() {

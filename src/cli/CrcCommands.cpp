@@ -2,6 +2,7 @@
 #include "BusSession.h"
 #include "Clock.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceMode.h"
 #include "ImageCrcs.h"
 #include "PackagePlan.h"

@@ -1,8 +1,10 @@
-// Which device a call means.
-#include "BusSession.h"
+#include "DeviceChoice.h"
+
 #include "CodePage.h"
 #include "bas1394.h"
 #include "basBootloader.h"
+#include "basConfigRom.h"
+#include "basUtils.h"
 
 #include <algorithm>
 #include <charconv>
@@ -41,21 +43,6 @@ bool Matches(const DeviceName& name, int node, const std::string& guid) {
     return (!name.node || *name.node == node) && (name.guid.empty() || name.guid == guid);
 }
 
-bool EndWithBadName(Call& call, const std::string& text) {
-    return call.End(Verdict::Usage, fmt::format("\"{}\" doesn't name a device: give a GUID of 16 hexadecimal digits, "
-                                                "or \"#2\" for node 2.",
-                                                text));
-}
-
-std::string Candidates(const std::vector<std::string>& names) {
-    return fmt::format("{}", fmt::join(names, ", "));
-}
-
-// Nodes of the last discovery with this GUID. They share one record, so its handle could mean any of them.
-std::int64_t NodesWithGuid(const std::array<std::uint8_t, 8>& guid) {
-    return std::ranges::count(basBootloader::globals.CompatibleGuids, guid);
-}
-
 bool EndWithoutMatch(Call& call, const std::string& text, const char* what) {
     if (text.empty())
         return call.End(Verdict::NoDevice, fmt::format("There is no {} on the bus.", what));
@@ -65,32 +52,65 @@ bool EndWithoutMatch(Call& call, const std::string& text, const char* what) {
 bool EndWithSeveral(Call& call, const std::string& text, const std::vector<std::string>& names) {
     return call.End(Verdict::Ambiguous, text.empty()
                                             ? fmt::format("There are {} devices on the bus; name one of {}.",
-                                                          names.size(), Candidates(names))
-                                            : fmt::format("\"{}\" could be any of {}.", text, Candidates(names)));
+                                                          names.size(), fmt::join(names, ", "))
+                                            : fmt::format("\"{}\" could be any of {}.", text, fmt::join(names, ", ")));
 }
 
-std::string RomGuid(const Device& node) {
-    return GuidText(node.ConfigRom.GUID);
+bool EndWithDuplicates(Call& call, const CompatibleNode& device) {
+    std::vector<std::string> nodes;
+    for (const int node : NodesWithGuid(device.GUID))
+        nodes.push_back(fmt::format("#{}", node));
+    const std::string last = nodes.back();
+    nodes.pop_back();
+    return call.End(Verdict::Ambiguous,
+                    fmt::format("Nodes {} and {} have the same GUID {}; disconnect {}.", fmt::join(nodes, ", "), last,
+                                GuidText(device.GUID), nodes.size() == 1 ? "one" : "all but one"));
+}
+
+// Without this computer.
+std::vector<const Device*> NodesNamed(const DeviceName& name, const std::vector<Device>& nodes) {
+    std::vector<const Device*> found;
+    for (const Device& node : nodes)
+        if (node.NodeNum != NO_NODE && node.NodeNum != bas1394::globals.LocalHostNode &&
+            Matches(name, node.NodeNum, GuidText(node.ConfigRom.GUID)))
+            found.push_back(&node);
+    return found;
 }
 
 } // namespace
 
+std::string FaultOfName(const std::string& text) {
+    DeviceName name;
+    return Parse(text, name)
+               ? ""
+               : fmt::format("\"{}\" doesn't name a device: give a GUID of 16 hexadecimal digits, or \"#2\" for node 2",
+                             text);
+}
+
+bool IsDeviceName(const std::string& text) {
+    DeviceName name;
+    return Parse(text, name) && (name.node || !name.guid.empty());
+}
+
 bool ChooseTarget(Call& call, const std::string& text, std::int32_t& handle) {
     DeviceName name;
     if (!Parse(text, name))
-        return EndWithBadName(call, text);
-    std::vector<std::string> found;
-    for (const BootloaderTarget& target : basBootloader::globals.TargetList) {
-        if (!IsPresent(target) || !Matches(name, target.Device.NodeNum, GuidText(target.Info.GUID)))
-            continue;
-        handle = target.Handle;
-        for (std::int64_t same = std::max<std::int64_t>(NodesWithGuid(target.Info.GUID), 1); same > 0; --same)
-            found.push_back(GuidText(target.Info.GUID));
-    }
-    if (found.empty())
+        return call.End(Verdict::Usage, FaultOfName(text) + ".");
+    std::vector<const CompatibleNode*> found;
+    for (const CompatibleNode& node : basBootloader::globals.CompatibleNodes)
+        if (Matches(name, node.NodeNum, GuidText(node.GUID)))
+            found.push_back(&node);
+    std::vector<std::string> names;
+    for (const CompatibleNode* node : found)
+        if (const std::string guid = GuidText(node->GUID); std::ranges::find(names, guid) == names.end())
+            names.push_back(guid);
+    if (names.size() > 1)
+        return EndWithSeveral(call, text, names);
+    if (names.size() == 1 && NodesWithGuid(found.front()->GUID).size() > 1)
+        return EndWithDuplicates(call, *found.front());
+    handle = names.empty() ? 0 : basBootloader::GetDeviceHandleFromGuid(found.front()->GUID);
+    if (const BootloaderTarget* target = TargetOf(handle); target == nullptr || !IsPresent(*target))
         return EndWithoutMatch(call, text, "device with a bootloader that this program knows");
-    if (found.size() > 1)
-        return EndWithSeveral(call, text, found);
     NoteDevice(call, handle);
     return true;
 }
@@ -98,23 +118,67 @@ bool ChooseTarget(Call& call, const std::string& text, std::int32_t& handle) {
 bool ChooseNode(Call& call, const std::string& text, Device& node) {
     DeviceName name;
     if (!Parse(text, name))
-        return EndWithBadName(call, text);
-    std::vector<std::string> found;
-    for (const auto* nodes : {&bas1394::globals.DeviceTable, &bas1394::globals.HiddenNodes}) {
-        for (const Device& candidate : *nodes) {
-            const bool asked = name.node || !name.guid.empty() || nodes == &bas1394::globals.DeviceTable;
-            if (!asked || candidate.NodeNum == NO_NODE || candidate.NodeNum == bas1394::globals.LocalHostNode ||
-                !Matches(name, candidate.NodeNum, RomGuid(candidate)))
-                continue;
-            node = candidate;
-            found.push_back(fmt::format("#{}", candidate.NodeNum));
-        }
-    }
+        return call.End(Verdict::Usage, FaultOfName(text) + ".");
+    if (name.node == bas1394::globals.LocalHostNode)
+        return call.End(Verdict::NoDevice, fmt::format("Node #{} is this computer; its ROM isn't read.", *name.node));
+    std::vector<const Device*> found = NodesNamed(name, bas1394::globals.DeviceTable);
+    if (found.size() != 1 || IsDeviceName(text))
+        std::ranges::copy(NodesNamed(name, bas1394::globals.HiddenNodes), std::back_inserter(found));
     if (found.empty())
-        return EndWithoutMatch(call, text, "node");
-    if (found.size() > 1)
-        return EndWithSeveral(call, text, found);
+        return EndWithoutMatch(call, text, text.empty() ? "node but this computer" : "node");
+    std::vector<std::string> names;
+    for (const Device* candidate : found)
+        names.push_back(fmt::format("#{}", candidate->NodeNum));
+    if (names.size() > 1)
+        return EndWithSeveral(call, text, names);
+    node = *found.front();
     return true;
+}
+
+const BootloaderTarget* TargetOf(std::int32_t handle) {
+    const std::int32_t index = basBootloader::GetDeviceIndex(handle);
+    return index < 0 ? nullptr : &basBootloader::globals.TargetList[static_cast<std::size_t>(index)];
+}
+
+bool IsPresent(const BootloaderTarget& target) {
+    return target.Handle > 0 && target.Device.NodeNum != NO_NODE;
+}
+
+bool RunsBootloader(const BootloaderTarget& target) {
+    return IsPresent(target) && target.Info.BootloaderVersion != 0;
+}
+
+const char* ModeOf(const BootloaderTarget& target) {
+    return !IsPresent(target) ? "unknown" : RunsBootloader(target) ? "bootloader" : "application";
+}
+
+std::string GuidText(const std::array<std::uint8_t, 8>& guid) {
+    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
+}
+
+void NoteDevice(Call& call, std::int32_t handle) {
+    const BootloaderTarget* target = TargetOf(handle);
+    if (target == nullptr)
+        return;
+    DeviceSummary& device = call.report.Device.emplace();
+    device.Guid = GuidText(target->Info.GUID);
+    device.Node = IsPresent(*target) ? target->Device.NodeNum : -1;
+    device.Vendor = basConfigRom::GetConfigRomVendorText(target->Device.ConfigRom);
+    device.Model = basConfigRom::GetConfigRomModelText(target->Device.ConfigRom);
+    device.Mode = ModeOf(*target);
+}
+
+const CompatibleNode* CompatibleAt(int node) {
+    const auto found = std::ranges::find(basBootloader::globals.CompatibleNodes, node, &CompatibleNode::NodeNum);
+    return found == basBootloader::globals.CompatibleNodes.end() ? nullptr : &*found;
+}
+
+std::vector<int> NodesWithGuid(const std::array<std::uint8_t, 8>& guid) {
+    std::vector<int> nodes;
+    for (const CompatibleNode& node : basBootloader::globals.CompatibleNodes)
+        if (node.GUID == guid)
+            nodes.push_back(node.NodeNum);
+    return nodes;
 }
 
 } // namespace cli

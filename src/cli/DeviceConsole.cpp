@@ -3,6 +3,7 @@
 #include "BusSession.h"
 #include "Clock.h"
 #include "CodePage.h"
+#include "DeviceChoice.h"
 #include "DeviceLock.h"
 #include "DeviceMode.h"
 #include "Failure.h"

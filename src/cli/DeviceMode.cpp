@@ -1,7 +1,8 @@
 #include "DeviceMode.h"
 
-#include "BusSession.h"
 #include "Clock.h"
+#include "CommandFrontEnd.h"
+#include "DeviceChoice.h"
 #include "EndRequest.h"
 #include "OneTarget.h"
 #include "WindowSystem.h"

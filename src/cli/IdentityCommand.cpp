@@ -2,6 +2,7 @@
 #include "BusSession.h"
 #include "CodePage.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceMode.h"
 #include "OneTarget.h"
 #include "bas1394.h"

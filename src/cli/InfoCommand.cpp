@@ -2,6 +2,7 @@
 #include "BusSession.h"
 #include "CodePage.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceLock.h"
 #include "ImageCrcs.h"
 #include "NodeConfigRom.h"

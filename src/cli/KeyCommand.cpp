@@ -3,6 +3,7 @@
 #include "CallFiles.h"
 #include "CodePage.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceLock.h"
 #include "DeviceMode.h"
 #include "KeyBatch.h"
@@ -64,6 +65,11 @@ bool TakeValue(Call& call, KeyOptions& options, ByteArray& value) {
         if (!options.value)
             return call.End(Verdict::Usage,
                             "Give the value, or a file with --from.  See \"hoistline key set --help\".");
+        if (options.device.empty() && IsDeviceName(*options.value)) // the value may have been forgotten
+            return call.End(Verdict::Usage,
+                            fmt::format("\"{}\" could be the value or the device.  For the value, name the device too "
+                                        "or give the value in a file with --from.",
+                                        *options.value));
         if (!HasBytes(*options.value))
             return call.End(Verdict::Refused, "The value has characters that the code page Windows-1252 lacks; give "
                                               "its bytes in a file with --from.");
@@ -73,6 +79,8 @@ bool TakeValue(Call& call, KeyOptions& options, ByteArray& value) {
             return call.End(Verdict::Usage, "Give the value or a file, not both.  See \"hoistline key set --help\".");
         if (options.value)
             options.device = *options.value;
+        if (const std::string fault = FaultOfName(options.device); !fault.empty())
+            return call.End(Verdict::Usage, fault + ".");
         if (!ReadInput(call, options.from, value))
             return false;
     }

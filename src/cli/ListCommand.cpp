@@ -1,6 +1,7 @@
 // hoistline list: the nodes on the bus.
 #include "BusSession.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "Table.h"
 #include "TwdPackage.h"
 #include "bas1394.h"
@@ -22,7 +23,8 @@ struct ListOptions {
 struct NodeFacts {
     int node = 0;
     std::string guid, vendor, model;
-    std::string state; // "application", "bootloader", "debugger", "host", "off", "other", "unreadable"
+    std::string state; // "application", "bootloader", "debugger", "duplicate",
+                       // "host", "off", "other", "unreadable"
     std::string application, bootloader;
     bool operator==(const NodeFacts&) const = default;
 };
@@ -39,11 +41,18 @@ bool UnderDebugger(const Device& node) {
                                [&](const Device& listed) { return listed.NodeNum == node.NodeNum; });
 }
 
+bool SharesGuid(const Device& node) {
+    const CompatibleNode* compatible = CompatibleAt(node.NodeNum);
+    return compatible != nullptr && NodesWithGuid(compatible->GUID).size() > 1;
+}
+
 std::string StateOf(const Device& node, const BootloaderTarget* target) {
     if (node.NodeNum == bas1394::globals.LocalHostNode)
         return "host";
     if (node.SelfId.LinkActive == 0)
         return "off";
+    if (SharesGuid(node))
+        return "duplicate"; // no call can mean it
     if (target != nullptr)
         return ModeOf(*target);
     if (UnderDebugger(node))
@@ -62,9 +71,10 @@ NodeFacts FactsOf(const Device& node) {
         facts.guid = GuidText(node.ConfigRom.GUID);
     facts.vendor = basConfigRom::GetConfigRomVendorText(node.ConfigRom);
     facts.model = basConfigRom::GetConfigRomModelText(node.ConfigRom);
-    if (target == nullptr)
+    if (const CompatibleNode* compatible = CompatibleAt(node.NodeNum))
+        facts.guid = GuidText(compatible->GUID);
+    if (target == nullptr || facts.state == "duplicate") // its record is of any of them
         return facts;
-    facts.guid = GuidText(target->Info.GUID);
     facts.application = basBootloader::FormatVersion(target->Info.ApplicationVersion);
     if (target->Info.BootloaderVersion != 0)
         facts.bootloader = basBootloader::FormatVersion(target->Info.BootloaderVersion);
@@ -125,7 +135,7 @@ Json NodesJson(const std::vector<NodeFacts>& nodes) {
 bool SameDevice(const NodeFacts& a, const NodeFacts& b) {
     if (a.guid.empty() && b.guid.empty())
         return a.state == "host" ? b.state == "host" : a.node == b.node;
-    return a.guid == b.guid;
+    return a.guid == b.guid && (a.state != "duplicate" || b.state != "duplicate" || a.node == b.node);
 }
 
 void TellChange(Call& call, const char* event, const NodeFacts& node) {

@@ -1,6 +1,7 @@
 // hoistline load: a package into a device, in the order of an unattended run.
 #include "BusSession.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceMode.h"
 #include "EndRequest.h"
 #include "PackagePlan.h"

@@ -1,6 +1,7 @@
 // hoistline reset and bus-reset.
 #include "BusSession.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceMode.h"
 #include "bas1394.h"
 #include "basBootloader.h"
@@ -33,8 +34,8 @@ void ResetBus(Call& call) {
     BusSession session(call);
     if (!session.OpenBus())
         return;
-    if (basBootloader::LoadedByAnother(0)) {
-        call.End(Verdict::Unchanged, basBootloader::LoadedByAnotherText(0));
+    if (basBootloader::AnyLoadedByAnother()) {
+        call.End(Verdict::Unchanged, basBootloader::AnyLoadedByAnotherText());
         return;
     }
     bool complete = false;

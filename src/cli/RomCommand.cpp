@@ -3,6 +3,7 @@
 #include "CallFiles.h"
 #include "Commands.h"
 #include "ConfigRomText.h"
+#include "DeviceChoice.h"
 #include "NodeConfigRom.h"
 #include "RomChecks.h"
 #include "RomFile.h"
@@ -27,6 +28,7 @@ struct RomRead {
     ConfigRomRecord rom;
     basConfigRom::RomImage image;
     std::string name; // for reasons: "node 2", the file in quotes
+    bool isFile = false;
 };
 
 // No device's name has a "/" or a ".".
@@ -49,6 +51,7 @@ bool ReadFile(Call& call, const std::string& path, RomRead& read) {
         return false;
     read.image.Bytes = basConfigRom::BigEndianImage(std::move(read.image.Bytes));
     read.name = fmt::format("\"{}\"", path);
+    read.isFile = true;
     std::ignore = basConfigRom::ReadRomImage(read.image.Bytes, read.rom); // IsWhole says more
     return true;
 }
@@ -108,6 +111,10 @@ bool ShowRows(Call& call, const ConfigRomRecord& rom) {
     return whole;
 }
 
+bool HasRows(const Call& call) {
+    return !call.report.Answer["rows"].empty();
+}
+
 void Check(Call& call, const RomRead& read) {
     const auto findings = basConfigRom::CheckConfigRom(read.rom, AllKnown(read.image) ? read.image.Bytes : ByteArray());
     call.report.Answer["summary"] = basConfigRom::SummaryText(findings);
@@ -129,12 +136,25 @@ void Save(Call& call, const RomRead& read, const std::string& path) {
         call.TellAnyway(fmt::format("hoistline: {} quadlets of the ROM couldn't be read and are saved as 0", gaps));
 }
 
+// A file is what it is; the rest of a node's ROM could be read another time.
+void EndIncomplete(Call& call, const RomRead& read) {
+    if (read.isFile && !HasRows(call))
+        call.End(Verdict::Refused, fmt::format("{} holds no config ROM.", read.name));
+    else
+        call.End(read.isFile ? Verdict::Refused : Verdict::Failed,
+                 fmt::format("Only part of the config ROM of {} could be read.", read.name));
+}
+
 void Rom(Call& call, const RomOptions& options) {
     RomRead read;
     if (MeansFile(options.subject)) {
         if (!ReadFile(call, options.subject, read))
             return;
     } else {
+        if (const std::string fault = FaultOfName(options.subject); !fault.empty()) {
+            call.End(Verdict::Usage, fault + ", or a file that exists.");
+            return;
+        }
         BusSession session(call);
         if (!session.OpenBus() || !ReadNode(call, options.subject, read))
             return;
@@ -142,10 +162,12 @@ void Rom(Call& call, const RomOptions& options) {
     const bool whole = ShowRows(call, read.rom);
     if (!options.save.empty())
         Save(call, read, options.save);
-    if (!whole)
-        call.End(Verdict::Failed, fmt::format("Only part of the config ROM of {} could be read.", read.name));
+    if (!whole && !(read.isFile && HasRows(call))) // a fault tells more of a file than that it isn't whole
+        EndIncomplete(call, read);
     if (options.check)
         Check(call, read);
+    if (!whole)
+        EndIncomplete(call, read);
 }
 
 } // namespace

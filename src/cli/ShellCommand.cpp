@@ -2,6 +2,7 @@
 #include "BusSession.h"
 #include "Clock.h"
 #include "Commands.h"
+#include "DeviceChoice.h"
 #include "DeviceConsole.h"
 #include "DeviceLock.h"
 #include "DeviceMode.h"

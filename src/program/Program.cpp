@@ -41,7 +41,7 @@ void JoinLayers() {
         .incomingData = IEEE1394IncomingDataHandler,
         .bootloaderBusReset = basBootloader::BusResetHandler,
         .discoveryOwed = basBootloader::TakeOwedDiscovery,
-        .answerAwaited = [] { return basBootloader::AnswerAwaited() || basBootloader::LoadedByAnother(0); },
+        .answerAwaited = [] { return basBootloader::AnswerAwaited() || basBootloader::AnyLoadedByAnother(); },
         .discoveryInterrupted = InterruptDiscovery,
         .logTargets = LogTargets,
     };

@@ -33,6 +33,58 @@ TEST_F(CallTest, ListsNodesAndTheHiddenOnesWhenAsked) {
     EXPECT_EQ(states({"list"}), "0:host ") << "an empty list is an answer";
 }
 
+TEST_F(CallTest, TakesADevicesNameInAnyFormAndOnlyIfItMeansOneDevice) {
+    const std::string twins = Bus({Target("000F1B00000000AB", "bootloader"), Target("000F1B00000000AB", "application"),
+                                   Target("000F1B0000000003", "bootloader"), R"({"kind": "device"})"});
+    const std::string camera = Bus({R"({"kind": "device"})"});
+    struct Case {
+        const std::string& bus;
+        std::vector<std::string> arguments;
+        const char *verdict, *device, *reason;
+    };
+    const Case cases[] = {
+        {TWO_AND_A_CAMERA, {"info", "000F1B00000000AB"}, "done", "000F1B00000000AB", ""},
+        {TWO_AND_A_CAMERA, {"info", " 00 0f 1b 00\t000000ab "}, "done", "000F1B00000000AB", ""},
+        {TWO_AND_A_CAMERA, {"info", "0x000f1b0000000002"}, "done", "000F1B0000000002", ""},
+        {TWO_AND_A_CAMERA, {"info", "# 1"}, "done", "000F1B0000000002", ""},
+        {TWO_AND_A_CAMERA,
+         {"info"},
+         "ambiguous",
+         "",
+         "2 devices on the bus; name one of 000F1B00000000AB, 000F1B00000"},
+        {TWO_AND_A_CAMERA, {"info", "#2"}, "no-device", "", "\"#2\" is no device with a bootloader"},
+        {TWO_AND_A_CAMERA, {"info", "000F1B0000000009"}, "no-device", "", "is no device with a bootloader"},
+        {TWO_AND_A_CAMERA, {"info", "#64"}, "usage", "", "\"#64\" doesn't name a device: give a GUID"},
+        {TWO_AND_A_CAMERA, {"info", "zzz"}, "usage", "", "\"zzz\" doesn't name a device"},
+        {TWO_AND_A_CAMERA, {"info", "000F1B00000000A"}, "usage", "", "doesn't name a device"},
+        {TWO_AND_A_CAMERA, {"info", "#"}, "usage", "", "doesn't name a device"},
+        {TWO_AND_A_CAMERA, {"rom", "zzz"}, "usage", "", "doesn't name a device"},
+        {TWO_AND_A_CAMERA, {"rom", "#3"}, "no-device", "", "Node #3 is this computer; its ROM isn't read."},
+        {TWO_AND_A_CAMERA, {"rom"}, "ambiguous", "", "There are 3 devices on the bus; name one of #0, #1, #2."},
+        {camera, {"info"}, "no-device", "", "There is no device with a bootloader"},
+        {camera, {"rom"}, "done", "00A0B00000000000", ""},
+        {twins, {"crc", "#0"}, "ambiguous", "", "Nodes #0 and #1 have the same GUID 000F1B00000000AB; disconnect one."},
+        {twins, {"crc", "#1"}, "ambiguous", "", "Nodes #0 and #1 have the same GUID 000F1B00000000AB; disconnect one."},
+        {twins, {"crc", "000F1B00000000AB"}, "ambiguous", "", "Nodes #0 and #1 have the same GUID"},
+        {twins, {"crc"}, "ambiguous", "", "There are 2 devices on the bus; name one of 000F1B00000000AB, 000F1B00000"},
+        {twins, {"info", "#2"}, "done", "000F1B0000000003", ""},
+        {twins, {"rom", "#0"}, "done", "000F1B00000000AB", ""}};
+    for (const Case& c : cases) {
+        UseBus(c.bus);
+        const cli::Json record = Record(c.arguments);
+        SCOPED_TRACE(fmt::format("{}", fmt::join(c.arguments, " ")) + record["reason"].dump());
+        EXPECT_EQ(record["verdict"], c.verdict);
+        EXPECT_NE(record["reason"].is_null() ? 0 : record["reason"].get<std::string>().find(c.reason),
+                  std::string::npos);
+        EXPECT_EQ(record["device"].is_null() ? cli::Json("") : record["device"]["guid"], c.device);
+        EXPECT_EQ(record["bus"].is_null(), std::string(c.verdict) == "usage") << "a wrong name touches nothing";
+    }
+    UseBus(twins);
+    EXPECT_EQ(Call({"list"}), 0);
+    EXPECT_NE(out.find("#0    000F1B00000000AB  duplicate"), std::string::npos) << out;
+    EXPECT_NE(out.find("#1    000F1B00000000AB  duplicate"), std::string::npos) << out;
+}
+
 TEST_F(CallTest, WatchesArrivalsAndDeparturesUntilItsTimeIsOver) {
     UseBus(TWO_AND_A_CAMERA);
     program->windowSystem.eachTurn = [this, step = 0]() mutable {

@@ -17,7 +17,7 @@ void RequestEnd();          // as the first signal does
 // From this time of the performance counter on the end counts as requested. The descriptor doesn't show it: whoever
 // waits bounds the wait.
 void RequestEndAt(std::int64_t counter);
-enum class EndReason { None, Signal, TimeLimit }; // the first of them
+enum class EndReason { None, Signal, TimeLimit }; // Signal if both have asked, whichever came first
 EndReason WhyEndRequested();
 
 void ForgetEndRequest(); // of either kind
