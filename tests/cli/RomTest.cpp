@@ -57,12 +57,13 @@ TEST_F(RomCommandTest, ShowsAWholeRomAndReportsAnIncompleteOne) {
         {Changed(20, {"\0\2\x12\x34", 4}), {}, 0, "ROOT DIRECTORY\n"},
         {Changed(20, {"\0\2\x12\x34", 4}), {"--check"}, 9, "0xF0000414  fault  The directory's CRC is 0x1234"},
         {Changed(48, "\x1B[2J"), {}, 0, "\"?[2J\"\n"},                   // no control character reaches the terminal
-        {ROM.substr(0, 48), {}, 1, "key=0x01 value=(Text)  data=0x2\n"}, // cut in the leaf
-        {Changed(28, {"\xD1\0\1\0", 4}), {}, 1, "key=0x11 value=UNIT_DIRECTORY_OFFSET  data=0x100\n"},
-        {ROM.substr(0, 28), {}, 1, "ROOT DIRECTORY\n"},
-        {ROM.substr(0, 16), {"--json"}, 1, "\"rows\": []"},
+        {ROM.substr(0, 48), {}, 6, "key=0x01 value=(Text)  data=0x2\n"}, // cut in the leaf
+        {Changed(28, {"\xD1\0\1\0", 4}), {}, 6, "key=0x11 value=UNIT_DIRECTORY_OFFSET  data=0x100\n"},
+        {ROM.substr(0, 28), {}, 6, "ROOT DIRECTORY\n"},
+        {ROM.substr(0, 28), {"--check"}, 9, "ROOT DIRECTORY\n"},
+        {ROM.substr(0, 16), {"--json"}, 6, "\"rows\": []"},
         {std::string("\1\0\x0A\x27", 4), {}, 0, "MINIMAL ROM, vendor 0x000A27\n"},
-        {"", {"--check"}, 1, ""}};
+        {"", {"--check"}, 6, ""}};
     for (const auto& [image, options, code, part] : rows) {
         SCOPED_TRACE(part);
         folder.Put("image", image);
@@ -71,6 +72,7 @@ TEST_F(RomCommandTest, ShowsAWholeRomAndReportsAnIncompleteOne) {
         EXPECT_EQ(Call(arguments), code) << error;
         EXPECT_NE(out.find(part), std::string::npos) << out;
     }
+    EXPECT_NE(error.find("image\" holds no config ROM."), std::string::npos) << error;
     EXPECT_EQ(Call({"rom", Path("none")}), 6);
     EXPECT_EQ(Call({"rom", "none.rom"}), 6);
     EXPECT_EQ(Call({"rom", folder.path()}), 6) << "a folder";
