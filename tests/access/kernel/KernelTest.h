@@ -1,0 +1,121 @@
+// The kernel's library over a fake kernel: one adapter, a target and another device.
+#pragma once
+
+#include "FakeKernel.h"
+#include "LibraryUnderTest.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <future>
+
+namespace testing_support {
+
+inline const Operations& KernelLibrary() {
+    static const Operations operations = OperationsOf(KERNEL_LIBRARY);
+    return operations;
+}
+
+inline void UseKernel(kernel_bus::KernelCalls* calls) {
+    static void* const module = dlopen(KERNEL_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    reinterpret_cast<void (*)(kernel_bus::KernelCalls*)>(dlsym(module, "KernelLibraryUseCalls"))(calls);
+}
+
+using Notices = std::vector<std::uint32_t>;
+
+class KernelTest : public testing::Test {
+protected:
+    static constexpr const char* DEVICE = "1394_VIRTUAL_DEVICE";
+    static constexpr std::uint64_t ADDRESS = 0xFFFFC8021000;
+    static constexpr std::uint32_t ADAPTER = 2, TARGET = 0, CAMERA = 1; // node numbers
+
+    KernelTest() {
+        kernel.topology = TopologyOf(3);
+        UseKernel(&kernel);
+    }
+    ~KernelTest() override {
+        library.DeRegisterClient(client.Get());
+        UseKernel(nullptr);
+        unsetenv(TWL1394_BUS_VARIABLE);
+    }
+
+    // fw0 is the adapter, fw1 the target, fw2 the camera.
+    void Start() {
+        kernel.Add("fw0", {.number = ADAPTER, .local = true});
+        kernel.Add("fw1", {.number = TARGET});
+        kernel.Add("fw2", {.number = CAMERA, .vendor = 0x080046});
+        Register();
+    }
+    void Register() {
+        ASSERT_EQ(library.RegisterClient(client.Get()), 1);
+        Idle();
+        client.TakeNotices();
+    }
+    void Idle() { ASSERT_TRUE(kernel.WaitUntilIdle()); }
+    // Those since the last call.
+    Notices NoticesNow() {
+        EXPECT_TRUE(kernel.WaitUntilIdle());
+        return client.TakeNotices();
+    }
+    std::int32_t Read(std::uint32_t node, Bytes& data, std::uint32_t timeout = 5000) {
+        const Twl1394Address at{static_cast<std::uint16_t>(ADDRESS >> 32), 0, static_cast<std::uint32_t>(ADDRESS)};
+        return library.AsyncReadWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    }
+    std::int32_t Read(std::uint32_t node, std::uint32_t timeout = 5000) {
+        Bytes data(8);
+        return Read(node, data, timeout);
+    }
+    std::int32_t Write(std::uint32_t node, const Bytes& data, std::uint32_t timeout = 5000) {
+        const Twl1394Address at{static_cast<std::uint16_t>(ADDRESS >> 32), 0, static_cast<std::uint32_t>(ADDRESS)};
+        return library.AsyncWriteWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    }
+    // A read that the node leaves unanswered until `meanwhile` is done.
+    std::int32_t ReadDuring(std::uint32_t node, const std::function<void()>& meanwhile) {
+        kernel.answer = [](const SentRequest&) { return std::nullopt; };
+        auto result = std::async(std::launch::async, [=, this] { return Read(node); });
+        EXPECT_TRUE(kernel.WaitForOpen());
+        meanwhile();
+        kernel.answer = nullptr;
+        return result.get();
+    }
+    std::int32_t ReadTopology(Bytes* map = nullptr) {
+        Twl1394HostInformation request{0, 6, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
+        const std::int32_t result = library.GetLocalHostInformation(client.Get(), DEVICE, &request, 0);
+        if (map != nullptr)
+            map->assign(request.CsrData, request.CsrData + request.CsrLength);
+        return result;
+    }
+    std::uint32_t Devices() {
+        Twl1394VirtualDeviceList list;
+        library.GetVirtualDeviceList(&list);
+        return list.DeviceCount;
+    }
+    std::int32_t Allocate(std::uint64_t address, std::uint32_t length, std::uint32_t& handle) {
+        Twl1394AddressRange range{};
+        range.Length = length;
+        range.RequiredOffset = {static_cast<std::uint16_t>(address >> 32), 0, static_cast<std::uint32_t>(address)};
+        const std::int32_t result = library.AllocateAddressRange(client.Get(), DEVICE, &range, 0);
+        handle = range.RangeHandle;
+        return result;
+    }
+    // The register of a bus of so many nodes with a packet each.
+    static Bytes TopologyOf(std::uint32_t nodes) {
+        Bytes map;
+        const auto append = [&](std::uint32_t value) {
+            for (const int shift : {24, 16, 8, 0})
+                map.push_back(static_cast<std::uint8_t>(value >> shift));
+        };
+        append((nodes + 2) << 16);
+        append(7);
+        append(nodes << 16 | nodes);
+        for (std::uint32_t node = 0; node < nodes; ++node)
+            append(2u << 30 | node << 24 | 1u << 22 | 63u << 16 | 2u << 14);
+        return map;
+    }
+
+    FakeKernel kernel;
+    KeepingClient client;
+    const Operations& library = KernelLibrary();
+};
+
+} // namespace testing_support
