@@ -3,7 +3,7 @@ PREFIX ?= run/program
 PACKAGE ?=
 FUZZ_SECONDS ?= 20
 
-.PHONY: run gui test bench lint asan fuzz install setup configure build program clean
+.PHONY: run gui test bench lint asan tsan fuzz install setup configure build program clean
 
 setup:
 	@bash scripts/setup.sh
@@ -40,6 +40,12 @@ asan: setup
 	@cmake --preset asan >/dev/null
 	@cmake --build --preset asan
 	@bash scripts/test.sh asan
+
+# The tests of the library that has threads.
+tsan: setup
+	@cmake --preset tsan >/dev/null
+	@cmake --build --preset tsan
+	@bash scripts/test.sh tsan
 
 fuzz: setup
 	@cmake --preset fuzz >/dev/null

@@ -74,12 +74,11 @@ void EventThread::Serve() {
 
 // What has been sent before a device went is read first.
 void EventThread::ServeDescriptors() {
-    for (std::size_t i = DESCRIPTORS; i < polled_.size() && !stopping_; ++i) {
+    for (std::size_t i = DESCRIPTORS; i < polled_.size() && !stopping_; ++i)
         if ((polled_[i].revents & POLLIN) != 0)
             sink_.ReadEvent(polled_[i].fd);
         else if (polled_[i].revents != 0)
             sink_.LoseDescriptor(polled_[i].fd);
-    }
 }
 
 void EventThread::ServeFolder() {

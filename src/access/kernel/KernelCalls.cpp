@@ -44,14 +44,14 @@ int KernelCalls::Poll(pollfd* descriptors, std::size_t count) {
     return ResultOf(::poll(descriptors, count, -1));
 }
 
-KernelCalls& CurrentKernelCalls() {
-    return *current;
-}
-
-std::int64_t MonotonicNow() {
+std::int64_t KernelCalls::Now() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+KernelCalls& CurrentKernelCalls() {
+    return *current;
 }
 
 } // namespace kernel_bus

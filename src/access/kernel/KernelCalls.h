@@ -23,11 +23,10 @@ public:
     virtual void Close(int descriptor);
     // Waits without a limit. Also for descriptors that aren't device files.
     virtual int Poll(pollfd* descriptors, std::size_t count);
+    virtual std::int64_t Now(); // nanoseconds of CLOCK_MONOTONIC
 };
 
 KernelCalls& CurrentKernelCalls();
-
-std::int64_t MonotonicNow(); // nanoseconds of CLOCK_MONOTONIC
 
 } // namespace kernel_bus
 

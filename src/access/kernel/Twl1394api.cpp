@@ -202,5 +202,5 @@ int32_t AsyncWriteWrapper(uint32_t nodeNumber, const Twl1394Address* address, ui
 }
 
 uint32_t QueryElapsedTimeMsLongInt(const int64_t* counter) {
-    return counter == nullptr ? 0 : static_cast<uint32_t>((MonotonicNow() - *counter) / 1'000'000);
+    return counter == nullptr ? 0 : static_cast<uint32_t>((CurrentKernelCalls().Now() - *counter) / 1'000'000);
 }

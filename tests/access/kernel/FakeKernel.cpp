@@ -138,6 +138,11 @@ bool FakeKernel::WaitUntilIdle() {
     });
 }
 
+void FakeKernel::Settle() {
+    if (inControl_ == 0 && !descriptors_.empty() && !WaitUntilIdle())
+        std::abort();
+}
+
 bool FakeKernel::WaitForOpen() {
     std::unique_lock lock(mutex_);
     return polling_.wait_for(lock, std::chrono::seconds(10), [this] { return !open_.empty(); });

@@ -59,6 +59,7 @@ public:
     // A file appears.
     void Add(const std::string& file, FakeDevice device);
     FakeDevice& Device(const std::string& file) { return devices_.at(file); }
+    bool HasDevice(const std::string& file) const { return devices_.contains(file); }
     void Chmod(const std::string& file); // its attributes change
     // The device goes: its descriptors hang up, then the file goes.
     void Remove(const std::string& file);
@@ -85,7 +86,8 @@ public:
 
     // Returns once the library has nothing more to do. False after ten seconds.
     bool WaitUntilIdle();
-    bool InControl() const { return inControl_ > 0; } // called inside a control call
+    // The same, unless no library is there or it is inside a call: then it can't wait.
+    void Settle();
 
     std::function<std::optional<Reply>(const SentRequest&)> answer; // nothing: no answer yet. Default: zeros
     Bytes topology;                                                 // of the local node's register
@@ -95,6 +97,7 @@ public:
     std::function<int(std::uint64_t address, std::uint64_t end)> allocate; // errno; default: 0
     std::function<void(std::uint32_t card)> initiateReset;                 // default: nothing
     std::function<void()> closing;                                         // before a descriptor is closed
+    std::function<std::int64_t()> now;                                     // nanoseconds; default: the real time
     int readError = 0;                                                     // errno of every read
     std::size_t polls = 0;                                                 // how often the library has begun to wait
     std::uint32_t version = 5;
@@ -105,6 +108,7 @@ public:
     int Read(int descriptor, void* buffer, std::size_t size) override;
     void Close(int descriptor) override;
     int Poll(pollfd* descriptors, std::size_t count) override;
+    std::int64_t Now() override { return now ? now() : KernelCalls::Now(); }
 
 private:
     struct OpenTransaction {

@@ -1,0 +1,67 @@
+// The benches of our own libraries: the simulated bus, and the kernel's library with the simulated bus behind it.
+#include "ConformanceBench.h"
+
+#include "BusOnVirtualClock.h"
+#include "KernelTest.h"
+#include "SimulatedDevices.h"
+
+namespace testing_support {
+
+namespace {
+
+constexpr const char* DESCRIPTION = R"({"nodes": [
+  {"kind": "target", "guid": "000F1B0000000001", "mode": "bootloader", "announce": true},
+  {"kind": "device", "guid": "0800460000000002"},
+  {"kind": "host"}]})";
+
+class SimulatedBench : public ConformanceBench {
+public:
+    SimulatedBench() {
+        UseVirtualClock(clock_);
+        SimulatorDescribe(DESCRIPTION, nullptr);
+    }
+    ~SimulatedBench() override {
+        SimulatorDescribe(R"({"nodes": []})", nullptr);
+        clock_.Sleep(std::int64_t{1} << 50); // what is still due does nothing
+        SimulatorUseClock(nullptr);
+    }
+    const Operations& Library() override {
+        static const Operations operations = OperationsOf(SIMULATED_LIBRARY);
+        return operations;
+    }
+    void ResetBus() override { SimulatorBusReset(); }
+    void Unplug(std::uint32_t node) override { SimulatorUnplug(node); }
+    void Plug(std::uint32_t node) override { SimulatorPlug(node); }
+    void Silence() override { SimulatorFailNext(0, 1, TWL1394_TIMED_OUT); }
+    void Settle() override { clock_.Sleep(2'000'000'000); }
+
+protected:
+    platform::testing::VirtualClock clock_;
+};
+
+class KernelBench : public SimulatedBench {
+public:
+    KernelBench() : kernel_(clock_) { UseKernel(&kernel_); }
+    ~KernelBench() override { UseKernel(nullptr); }
+    const Operations& Library() override { return KernelLibrary(); }
+    void Settle() override {
+        kernel_.Settle();
+        SimulatedBench::Settle();
+        kernel_.Settle();
+    }
+
+private:
+    SimulatedDevices kernel_;
+};
+
+} // namespace
+
+const std::vector<BenchMaker>& Benches() {
+    static const std::vector<BenchMaker> benches = {
+        {"Simulated", [] { return std::make_unique<SimulatedBench>(); }},
+        {"Kernel", [] { return std::make_unique<KernelBench>(); }},
+    };
+    return benches;
+}
+
+} // namespace testing_support
