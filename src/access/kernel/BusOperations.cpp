@@ -32,7 +32,7 @@ std::int32_t KernelBus::Carry(const Request& request) {
     if (stopping_)
         return TWL1394_SHUTTING_DOWN;
     if (adapter_ == nullptr)
-        return TWL1394_NODE_DID_NOT_RESPOND;
+        return TWL1394_NO_RESPONSE;
     if (request.node == TWL1394_BROADCAST_NODE)
         return Broadcast(request);
     std::int32_t result = 0;

@@ -63,6 +63,7 @@ std::vector<std::uint32_t> KeptPackets(const std::vector<std::uint32_t>& packets
 Bytes ConvertTopologyMap(ByteView map) {
     if (map.size() < HEADER_SIZE)
         return {};
+    map = map.first(std::min<std::size_t>(map.size(), TOPOLOGY_MAP_SIZE));
     const std::size_t announced = Quadlet(map, 8) & 0xFFFF;
     const std::size_t count = std::min(announced, (map.size() - HEADER_SIZE) / 4);
     std::vector<std::uint32_t> packets;

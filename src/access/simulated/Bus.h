@@ -44,6 +44,7 @@ public:
     // 0 if the range is empty, exceeds the address space or overlaps another.
     std::uint32_t AllocateRange(std::uint64_t address, std::uint32_t length);
     bool FreeRange(std::uint32_t handle) { return ranges_.erase(handle) != 0; }
+    void FreeRanges() { ranges_.clear(); }
     // Null if it isn't a target.
     const Target* TargetAt(std::uint32_t node) const;
 

@@ -73,6 +73,8 @@ int32_t DeRegisterClient(const Twl1394Client* client) {
             return FAILED;
         globals.client = nullptr;
         globals.debugLevel = DEBUG_ALWAYS;
+        if (globals.bus != nullptr)
+            globals.bus->FreeRanges();
     }
     TheClock().Stop(); // without the lock, which the clock's thread may be waiting for
     return 1;

@@ -25,6 +25,7 @@ public:
     explicit Rig(const BenchMaker& maker) : bench(maker.make()), library(bench->Library()) {
         EXPECT_EQ(library.RegisterClient(client.Get()), 1);
         bench->Settle();
+        EXPECT_TRUE(client.TakeNotices().empty()) << "nothing has happened yet";
         EXPECT_EQ(Topology(map), 0);
         EXPECT_EQ(Write(TARGET, REQUEST, HALT), TWL1394_SUCCESS); // it would start its application after a while
         client.TakeNotices();
@@ -228,6 +229,10 @@ void AddressRanges(Rig& rig) {
     EXPECT_EQ(rig.Count(TWL1394_NOTICE_INCOMING_DATA), 1U);
     EXPECT_EQ(rig.library.FreeAddressRange(rig.client.Get(), rig.device.c_str(), handle), 0);
     EXPECT_NE(rig.library.FreeAddressRange(rig.client.Get(), rig.device.c_str(), handle), 0) << "twice";
+    ASSERT_EQ(rig.Allocate(RANGE, 64, handle), 0);
+    rig.library.DeRegisterClient(rig.client.Get());
+    rig.library.RegisterClient(rig.client.Get());
+    EXPECT_EQ(rig.Allocate(RANGE, 64, handle), 0) << "freed with the client";
 }
 
 void DebugTextAndTime(Rig& rig) {

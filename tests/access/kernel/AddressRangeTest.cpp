@@ -73,7 +73,7 @@ TEST_F(KernelTest, ARequestToAFreedRangeIsStillAnswered) {
     ASSERT_EQ(Allocate(RANGE, 8, handle), 0);
     const std::uint64_t closure = kernel.closures.back();
     library.FreeAddressRange(client.Get(), DEVICE, handle);
-    kernel.closures.push_back(closure); // it was under way
+    kernel.closures.back() = closure; // it was under way
     kernel.SendRequest("fw0", TCODE_WRITE_BLOCK_REQUEST, RANGE, 8, Bytes(8));
     EXPECT_EQ(NoticesNow(), Notices{});
     ASSERT_EQ(kernel.responses.size(), 1U);

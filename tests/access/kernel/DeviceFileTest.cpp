@@ -10,7 +10,7 @@ using namespace testing_support;
 namespace {
 
 constexpr std::uint32_t CHANGE = TWL1394_NOTICE_DEVICE_CHANGE, RESET = TWL1394_NOTICE_BUS_RESET;
-constexpr std::int32_t ABSENT = TWL1394_NODE_DID_NOT_RESPOND;
+constexpr std::int32_t ABSENT = TWL1394_NODE_DID_NOT_RESPOND, NO_BUS = TWL1394_NO_RESPONSE;
 
 std::size_t OpenDescriptors() {
     const auto folder = std::filesystem::directory_iterator("/proc/self/fd");
@@ -29,7 +29,7 @@ TEST_F(KernelTest, WithoutAnAdapterThereIsNoDeviceUntilOneComes) {
     Register();
     EXPECT_EQ(Devices(), 0U);
     EXPECT_NE(client.TakeText().find("no adapter"), std::string::npos);
-    EXPECT_EQ(Read(0), ABSENT);
+    EXPECT_EQ(Read(0), NO_BUS);
     EXPECT_NE(ReadTopology(), 0);
     kernel.Add("fw0", {.number = 0, .local = true});
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
@@ -93,7 +93,7 @@ TEST_F(KernelTest, AnAdapterThatIsPulledOutAndPutBackGoesOnWithItsRanges) {
               ABSENT);
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, CHANGE, CHANGE, RESET}));
     EXPECT_EQ(Devices(), 0U);
-    EXPECT_EQ(Read(TARGET), ABSENT);
+    EXPECT_EQ(Read(TARGET), NO_BUS);
     EXPECT_EQ(library.AddVirtualDriver(client.Get(), nullptr, 0), -1);
 
     kernel.Add("fw0", {.number = ADAPTER, .local = true});
@@ -113,7 +113,7 @@ TEST_F(KernelTest, ALostPermissionIsLikeALostDevice) {
     kernel.PutFile("fw0");
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
     EXPECT_EQ(Devices(), 0U);
-    EXPECT_EQ(Read(TARGET), ABSENT);
+    EXPECT_EQ(Read(TARGET), NO_BUS);
     kernel.Device("fw0").openError = 0;
     const Twl1394VirtualDevice record{1, 0, 0, DEVICE};
     EXPECT_EQ(library.AddVirtualDriver(client.Get(), &record, 0), 0) << "it looks again";

@@ -189,6 +189,9 @@ void FakeKernel::Close(int descriptor) {
     if (descriptors_.at(descriptor).ourEnd >= 0)
         ::close(descriptors_.at(descriptor).ourEnd);
     descriptors_.erase(descriptor);
+    for (std::size_t range = 0; range < ranges_.size(); ++range)
+        if (ranges_[range].descriptor == descriptor)
+            Deallocate(range);
     std::erase_if(open_, [=](const OpenTransaction& transaction) { return transaction.descriptor == descriptor; });
     ::close(descriptor);
 }
@@ -210,16 +213,10 @@ int FakeKernel::Control(int descriptor, unsigned long request, void* argument) {
         return Send(descriptor, device->first, argument);
     case FW_CDEV_IOC_GET_SPEED:
         return 1;
-    case FW_CDEV_IOC_ALLOCATE: {
-        auto& range = *static_cast<fw_cdev_allocate*>(argument);
-        if (const int error = allocate ? allocate(range.offset, range.region_end) : 0; error != 0)
-            return -error;
-        range.handle = static_cast<std::uint32_t>(closures.size());
-        closures.push_back(range.closure);
-        return 0;
-    }
+    case FW_CDEV_IOC_ALLOCATE:
+        return Allocate(descriptor, argument);
     case FW_CDEV_IOC_DEALLOCATE:
-        closures.at(static_cast<fw_cdev_deallocate*>(argument)->handle) = 0;
+        Deallocate(static_cast<fw_cdev_deallocate*>(argument)->handle);
         return 0;
     case FW_CDEV_IOC_SEND_RESPONSE: {
         const auto& response = *static_cast<fw_cdev_send_response*>(argument);
@@ -234,6 +231,21 @@ int FakeKernel::Control(int descriptor, unsigned long request, void* argument) {
     default:
         return -ENOTTY;
     }
+}
+
+int FakeKernel::Allocate(int descriptor, void* argument) {
+    auto& range = *static_cast<fw_cdev_allocate*>(argument);
+    if (const int error = allocate ? allocate(range.offset, range.region_end) : 0; error != 0)
+        return -error;
+    range.handle = static_cast<std::uint32_t>(closures.size());
+    closures.push_back(range.closure);
+    ranges_.push_back({descriptor, range.offset});
+    return 0;
+}
+
+void FakeKernel::Deallocate(std::size_t range) {
+    if (std::exchange(closures.at(range), 0) != 0 && deallocate)
+        deallocate(ranges_.at(range).address);
 }
 
 std::uint32_t FakeKernel::LocalNumber(std::uint32_t card) const {

@@ -95,6 +95,7 @@ public:
     std::vector<SentResponse> responses;
     std::vector<std::uint64_t> closures;                                   // of allocated ranges; a freed one is 0
     std::function<int(std::uint64_t address, std::uint64_t end)> allocate; // errno; default: 0
+    std::function<void(std::uint64_t address)> deallocate;                 // also when its descriptor is closed
     std::function<void(std::uint32_t card)> initiateReset;                 // default: nothing
     std::function<void()> closing;                                         // before a descriptor is closed
     std::function<std::int64_t()> now;                                     // nanoseconds; default: the real time
@@ -121,6 +122,8 @@ private:
     void Respond(int descriptor, std::uint64_t closure, const Reply& reply);
     void TellOfReset(const std::string& file);
     void Queue(int descriptor, const void* record, std::size_t size);
+    int Allocate(int descriptor, void* argument);
+    void Deallocate(std::size_t range);
     std::uint32_t LocalNumber(std::uint32_t card) const;
 
     TestFolder folder_;
@@ -134,6 +137,11 @@ private:
     };
     std::map<int, Descriptor> descriptors_; // by the library's end
     std::vector<OpenTransaction> open_;
+    struct Range {
+        int descriptor;
+        std::uint64_t address;
+    };
+    std::vector<Range> ranges_;  // like `closures`
     std::vector<pollfd> polled_; // while the library waits, else empty
     int inControl_ = 0;
     std::uint32_t lastHandle_ = 100;

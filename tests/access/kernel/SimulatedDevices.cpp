@@ -44,6 +44,7 @@ SimulatedDevices::SimulatedDevices(platform::testing::VirtualClock& clock)
     now = [this] { return clock_.Now(); };
     answer = [this](const SentRequest& request) { return Answer(request); };
     allocate = [this](std::uint64_t address, std::uint64_t end) { return AllocateOnHost(address, end); };
+    deallocate = [this](std::uint64_t address) { FreeAddressRange(&client_, DEVICE, rangeHandles_.at(address)); };
     initiateReset = [this](std::uint32_t) { BusReset(&client_, DEVICE, 0); };
     RegisterClient(&client_);
     PutAdapterBack();
@@ -173,7 +174,10 @@ int SimulatedDevices::AllocateOnHost(std::uint64_t address, std::uint64_t end) {
     Twl1394AddressRange range{};
     range.RequiredOffset = Address(address);
     range.Length = static_cast<std::uint32_t>(end - address);
-    return AllocateAddressRange(&client_, DEVICE, &range, 0) == 0 ? 0 : EBUSY;
+    if (AllocateAddressRange(&client_, DEVICE, &range, 0) != 0)
+        return EBUSY;
+    rangeHandles_[address] = range.RangeHandle;
+    return 0;
 }
 
 } // namespace testing_support

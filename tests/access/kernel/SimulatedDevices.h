@@ -41,9 +41,10 @@ private:
     Twl1394Client client_;
     bool stale_ = false; // the bus has been reset, and the kernel doesn't know yet
     bool pulled_ = false;
-    Numbers present_;                          // on the bus
-    std::set<std::string> known_;              // of those, with their current number
-    std::map<std::string, std::string> files_; // by GUID
+    Numbers present_;                                     // on the bus
+    std::set<std::string> known_;                         // of those, with their current number
+    std::map<std::string, std::string> files_;            // by GUID
+    std::map<std::uint64_t, std::uint32_t> rangeHandles_; // of the simulated computer, by address
 };
 
 // The program's clock: before time passes, the library's thread has done what there was to do.
