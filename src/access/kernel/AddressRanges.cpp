@@ -46,9 +46,9 @@ std::uint32_t AddressRanges::Add(std::uint64_t address, std::uint32_t length) {
     return lastHandle_;
 }
 
-AddressRange* AddressRanges::Find(std::uint32_t handle) {
-    const auto found = ranges_.find(handle);
-    return found == ranges_.end() ? nullptr : &found->second;
+AddressRange* AddressRanges::Find(std::uint64_t handle) {
+    const auto found = ranges_.find(static_cast<std::uint32_t>(handle));
+    return found == ranges_.end() || found->first != handle ? nullptr : &found->second;
 }
 
 Answer Refuse(const RequestEvent& request, std::uint32_t rcode) {
@@ -56,7 +56,7 @@ Answer Refuse(const RequestEvent& request, std::uint32_t rcode) {
 }
 
 Answer AddressRanges::Take(const RequestEvent& request) {
-    AddressRange* range = Find(static_cast<std::uint32_t>(request.closure));
+    AddressRange* range = Find(request.closure);
     if (range == nullptr || !Holds(*range, request.offset, request.length))
         return Refuse(request, RCODE_ADDRESS_ERROR);
     const auto start = range->content.begin() + static_cast<std::ptrdiff_t>(request.offset - range->address);

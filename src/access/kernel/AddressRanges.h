@@ -25,7 +25,7 @@ class AddressRanges {
 public:
     std::uint32_t Add(std::uint64_t address, std::uint32_t length); // length as the kernel wants it: a multiple of 4
     void Remove(std::uint32_t handle) { ranges_.erase(handle); }
-    AddressRange* Find(std::uint32_t handle);
+    AddressRange* Find(std::uint64_t handle); // null if there is none
     std::map<std::uint32_t, AddressRange>& All() { return ranges_; }
 
     // The closure of the request is our handle. Stores what is written.

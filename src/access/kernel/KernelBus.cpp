@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -67,9 +68,7 @@ void KernelBus::Stop() {
         calls_.Close(port->descriptor);
     ports_.clear();
     adapter_ = nullptr;
-    for (std::thread& closing : closing_)
-        closing.join();
-    closing_.clear();
+    closing_.clear(); // waits for them
 }
 
 void KernelBus::Tell(std::unique_lock<std::mutex>& lock) {
@@ -183,10 +182,14 @@ void KernelBus::LosePort(Port* port, Locked& locked) {
 }
 
 void KernelBus::Close(std::unique_ptr<Port> port) {
+    const auto close = [this, descriptor = port->descriptor] { calls_.Close(descriptor); };
+    std::erase_if(closing_, [](const std::future<void>& closing) {
+        return closing.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
     if (port->owedAnswers == 0)
-        calls_.Close(port->descriptor);
+        close();
     else // it waits for them; other ports go on meanwhile
-        closing_.emplace_back([this, descriptor = port->descriptor] { calls_.Close(descriptor); });
+        closing_.push_back(std::async(std::launch::async, close));
 }
 
 Port* KernelBus::PortOfDescriptor(int descriptor) {

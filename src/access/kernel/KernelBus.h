@@ -10,6 +10,7 @@
 #include "Transactions.h"
 #include "Twl1394api.h"
 
+#include <future>
 #include <list>
 #include <set>
 
@@ -116,7 +117,7 @@ private:
     Transactions transactions_;
     AddressRanges ranges_;
     bool stopping_ = false;
-    std::list<std::thread> closing_; // of ports whose transactions the kernel hasn't ended
+    std::list<std::future<void>> closing_; // of ports whose transactions the kernel hasn't ended
     EventThread thread_{calls_, *this};
 };
 
