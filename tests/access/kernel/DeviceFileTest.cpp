@@ -66,7 +66,8 @@ TEST_F(KernelTest, AFileThatMayNotBeOpenedYetIsOpenedWhenItsModeIsSet) {
     kernel.Add("fw1", {.number = TARGET, .openError = EACCES});
     Register();
     EXPECT_NE(client.TakeText().find("no adapter"), std::string::npos);
-    kernel.Device("fw0").openError = kernel.Device("fw1").openError = 0;
+    for (const char* file : {"fw0", "fw1"})
+        kernel.SetErrors(file, 0);
     kernel.Chmod("fw0");
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
     EXPECT_EQ(Read(TARGET), ABSENT);
@@ -108,13 +109,13 @@ TEST_F(KernelTest, AnAdapterThatIsPulledOutAndPutBackGoesOnWithItsRanges) {
 
 TEST_F(KernelTest, ALostPermissionIsLikeALostDevice) {
     Start();
-    kernel.Device("fw0").openError = EACCES;
+    kernel.SetErrors("fw0", EACCES);
     kernel.RemoveFile("fw0"); // its file is made anew, for another user
     kernel.PutFile("fw0");
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
     EXPECT_EQ(Devices(), 0U);
     EXPECT_EQ(Read(TARGET), NO_BUS);
-    kernel.Device("fw0").openError = 0;
+    kernel.SetErrors("fw0", 0);
     const Twl1394VirtualDevice record{1, 0, 0, DEVICE};
     EXPECT_EQ(library.AddVirtualDriver(client.Get(), &record, 0), 0) << "it looks again";
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));

@@ -43,6 +43,22 @@ void FakeKernel::Add(const std::string& file, FakeDevice device) {
     PutFile(file);
 }
 
+void FakeKernel::SetErrors(const std::string& file, int openError, int controlError) {
+    const std::lock_guard lock(mutex_);
+    devices_.at(file).openError = openError;
+    devices_.at(file).controlError = controlError;
+}
+
+std::uint32_t FakeKernel::NumberOf(const std::string& file) const {
+    const std::lock_guard lock(mutex_);
+    return devices_.at(file).number;
+}
+
+bool FakeKernel::HasDevice(const std::string& file) const {
+    const std::lock_guard lock(mutex_);
+    return devices_.contains(file);
+}
+
 void FakeKernel::Chmod(const std::string& file) {
     const auto path = std::filesystem::path(folder_.file(file));
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);
@@ -139,7 +155,12 @@ bool FakeKernel::WaitUntilIdle() {
 }
 
 void FakeKernel::Settle() {
-    if (inControl_ == 0 && !descriptors_.empty() && !WaitUntilIdle())
+    {
+        const std::lock_guard lock(mutex_);
+        if (inControl_ > 0 || descriptors_.empty())
+            return;
+    }
+    if (!WaitUntilIdle())
         std::abort();
 }
 

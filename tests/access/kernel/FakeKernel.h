@@ -58,8 +58,9 @@ public:
 
     // A file appears.
     void Add(const std::string& file, FakeDevice device);
-    FakeDevice& Device(const std::string& file) { return devices_.at(file); }
-    bool HasDevice(const std::string& file) const { return devices_.contains(file); }
+    void SetErrors(const std::string& file, int openError, int controlError = 0);
+    std::uint32_t NumberOf(const std::string& file) const;
+    bool HasDevice(const std::string& file) const;
     void Chmod(const std::string& file); // its attributes change
     // The device goes: its descriptors hang up, then the file goes.
     void Remove(const std::string& file);

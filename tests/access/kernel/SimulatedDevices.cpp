@@ -159,7 +159,7 @@ std::optional<Reply> SimulatedDevices::Answer(const SentRequest& request) {
     if (stale_)
         return Reply{RCODE_GENERATION, {}};
     const Twl1394Address at = Address(request.address);
-    const std::uint32_t node = Device(request.file).number;
+    const std::uint32_t node = NumberOf(request.file);
     Bytes data(request.length);
     const std::int32_t result = request.data.empty()
                                     ? AsyncReadWrapper(node, &at, request.length, data.data(), 0)

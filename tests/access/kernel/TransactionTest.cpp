@@ -58,14 +58,14 @@ TEST_F(KernelTest, EveryEndHasItsResultAndAFailedReadChangesNothing) {
                 {0, ENOMEM, FAILED}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.rcode << " " << row.error);
-        kernel.Device("fw1").controlError = row.error;
+        kernel.SetErrors("fw1", 0, row.error);
         kernel.answer = [&](const SentRequest&) { return Reply{row.rcode, Bytes(8, 0x55)}; };
         Bytes data(8, 0xEE);
         EXPECT_EQ(Read(TARGET, data), row.result);
         EXPECT_EQ(data, Bytes(8, 0xEE));
         EXPECT_EQ(Write(TARGET, data), row.result);
     }
-    kernel.Device("fw1").controlError = 0;
+    kernel.SetErrors("fw1", 0);
     kernel.answer = [](const SentRequest&) { return Reply{0, Bytes(7, 0x55)}; };
     Bytes data(8, 0xEE);
     EXPECT_EQ(Read(TARGET, data), FAILED) << "a byte too little";
@@ -76,7 +76,7 @@ TEST_F(KernelTest, EveryEndHasItsResultAndAFailedReadChangesNothing) {
 TEST_F(KernelTest, APayloadThatTheSpeedDoesNotAllowIsExplained) {
     Start();
     library.SetDebugSpew(client.Get(), 1);
-    kernel.Device("fw1").controlError = EIO;
+    kernel.SetErrors("fw1", 0, EIO);
     EXPECT_EQ(Write(TARGET, Bytes(2048)), FAILED);
     EXPECT_NE(client.TakeText().find("S200, a block has at most 1024 bytes"), std::string::npos);
 }
@@ -159,7 +159,8 @@ TEST_F(KernelTest, ABroadcastGoesToEachNodeOfTheBusAndWaitsForNone) {
     ASSERT_EQ(kernel.sent.size(), 2U);
     EXPECT_EQ(kernel.sent[0].file + kernel.sent[1].file, "fw1fw2");
     EXPECT_EQ(kernel.sent[1].data, Bytes(8, 0x77));
-    kernel.Device("fw1").controlError = kernel.Device("fw2").controlError = EIO;
+    for (const char* file : {"fw1", "fw2"})
+        kernel.SetErrors(file, 0, EIO);
     EXPECT_EQ(Write(TWL1394_BROADCAST_NODE, Bytes(8)), FAILED) << "nobody could get it";
     kernel.Reset(0, {{"fw0", 0}});
     Idle();
