@@ -162,7 +162,8 @@ TEST_F(KernelTest, TheBusFollowsTheFirstTargetAndStaysWithIt) {
     kernel.Add("fw6", {.card = 1, .number = 0});
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, CHANGE}));
     kernel.Remove("fw1"); // restarts; the other bus has a target as well
-    EXPECT_EQ(NoticesNow(), Notices{CHANGE});
+    kernel.Add("fw7", {.number = 3, .vendor = 1});
+    EXPECT_EQ(NoticesNow(), (Notices{CHANGE, CHANGE}));
     EXPECT_EQ(Read(CAMERA), 1);
     EXPECT_EQ(kernel.sent.back().file, "fw2");
 
