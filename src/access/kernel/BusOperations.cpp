@@ -123,9 +123,14 @@ int KernelBus::ReadLocalOn(std::uint64_t address, std::span<std::uint8_t> data, 
             return ENODEV;
         if (i > 0)
             RefreshCard(adapter_->card);
+        const Port* const adapter = adapter_;
+        const std::uint32_t generation = adapter->generation;
         result = CarryOn(*adapter_, request, lock);
+        // The answer may have come before a reset, and been taken after it.
+        if (result == TWL1394_SUCCESS && (adapter_ != adapter || adapter->generation != generation))
+            result = TWL1394_BUS_RESET;
     }
-    return result == TWL1394_SUCCESS && adapter_ != nullptr ? 0 : EIO;
+    return result == TWL1394_SUCCESS ? 0 : EIO;
 }
 
 int KernelBus::ReadLocal(std::uint64_t address, std::span<std::uint8_t> data) {

@@ -186,10 +186,15 @@ void KernelBus::Close(std::unique_ptr<Port> port) {
     std::erase_if(closing_, [](const std::future<void>& closing) {
         return closing.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     });
-    if (port->owedAnswers == 0)
+    if (port->owedAnswers == 0) {
         close();
-    else // it waits for them; other ports go on meanwhile
+        return;
+    }
+    try { // it waits for them; other ports go on meanwhile
         closing_.push_back(std::async(std::launch::async, close));
+    } catch (const std::system_error&) {
+        close(); // no thread can be had
+    }
 }
 
 Port* KernelBus::PortOfDescriptor(int descriptor) {

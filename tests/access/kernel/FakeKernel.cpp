@@ -1,5 +1,6 @@
 #include "FakeKernel.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -25,7 +26,7 @@ const std::uint8_t* Pointer(std::uint64_t address) {
 template <typename Record> Bytes Append(const Record& record, std::size_t dataStart, const Bytes& data) {
     Bytes bytes(std::max(sizeof record, dataStart + data.size()), 0);
     std::memcpy(bytes.data(), &record, sizeof record);
-    std::memcpy(bytes.data() + dataStart, data.data(), data.size());
+    std::copy(data.begin(), data.end(), bytes.begin() + static_cast<std::ptrdiff_t>(dataStart));
     return bytes;
 }
 
@@ -306,7 +307,10 @@ int FakeKernel::Send(int descriptor, const std::string& file, void* argument) {
     if (device.local && send.offset == TOPOLOGY_MAP) {
         Bytes map = topology;
         map.resize(send.length);
+        map[7] = static_cast<std::uint8_t>(send.generation);
         Respond(descriptor, send.closure, {RCODE_COMPLETE, map});
+        if (topologyRead)
+            topologyRead();
         return 0;
     }
     sent.push_back(request);

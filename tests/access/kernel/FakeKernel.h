@@ -91,8 +91,9 @@ public:
     void Settle();
 
     std::function<std::optional<Reply>(const SentRequest&)> answer; // nothing: no answer yet. Default: zeros
-    Bytes topology;                                                 // of the local node's register
-    std::vector<SentRequest> sent;                                  // without those for the topology
+    Bytes topology;                     // of the local node's register; it is given the generation
+    std::function<void()> topologyRead; // when its answer is under way
+    std::vector<SentRequest> sent;      // without those for the topology
     std::vector<SentResponse> responses;
     std::vector<std::uint64_t> closures;                                   // of allocated ranges; a freed one is 0
     std::function<int(std::uint64_t address, std::uint64_t end)> allocate; // errno; default: 0

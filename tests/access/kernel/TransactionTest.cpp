@@ -137,6 +137,27 @@ TEST_F(KernelTest, ADeviceThatHasAnotherDevicesNumberIsNotMeantUntilTheTopologyI
     EXPECT_EQ(kernel.sent.back().file, "fw2");
 }
 
+// Whichever of the two the program's thread sees first, a map of before the reset gives no right to the new numbers.
+TEST_F(KernelTest, AResetRightAfterTheTopologyIsReadLeavesNoDoubtOfTheNumbers) {
+    Start();
+    std::uint32_t target = 0;
+    int resets = 0;
+    kernel.topologyRead = [&] {
+        if (++resets % 2 == 0) // the second reading is left alone
+            return;
+        target = 1 - target;
+        kernel.Reset(0, {{"fw0", 2}, {"fw1", target}, {"fw2", 1 - target}});
+    };
+    for (int i = 0; i < 200; ++i) {
+        resets = 0;
+        Bytes map;
+        ASSERT_EQ(ReadTopology(&map), 0);
+        const bool isOld = map[4] != kernel.Generation(0);
+        Idle();
+        EXPECT_EQ(Write(0, Bytes(8)), isOld ? TWL1394_BUS_RESET : 1);
+    }
+}
+
 TEST_F(KernelTest, TheFileOfADepartedDeviceCarriesNothing) {
     Start();
     kernel.Reset(0, {{"fw0", 1}, {"fw2", 0}}); // the camera has the target's number, and the adapter the camera's
