@@ -75,8 +75,8 @@ bool Call::MustEnd() {
         End(Verdict::TimedOut, fmt::format("The time limit of {} s is over.", options.Timeout.value_or(0)));
         break;
     }
-    if (outputFailed_)
-        End(Verdict::Failed, "Standard output can't be written.");
+    if (StreamIsBroken())
+        FailWithoutOutput();
     return Ended();
 }
 
@@ -86,22 +86,28 @@ bool Call::Wait(const std::function<bool()>& done, std::int64_t milliseconds) {
         const std::int64_t left = (limit - platform::QueryPerformanceCounter()) / 1'000'000 + 1;
         milliseconds = std::clamp<std::int64_t>(left, 0, milliseconds);
     }
-    const auto stopped = [this] { return platform::EndRequested() || outputFailed_; };
+    const auto stopped = [this] { return platform::EndRequested() || StreamIsBroken(); };
     platform::CurrentWindowSystem().RunUntil([&] { return done() || stopped(); }, milliseconds);
     if (stopped())
         MustEnd();
     return done() && !stopped();
 }
 
+// Only what would be done: what happened to a device is worse news.
+void Call::FailWithoutOutput() {
+    if (outputFailed_ && report.Concluded() == Verdict::Done)
+        report.Outcome = Verdict::Failed, report.Reason = "Standard output can't be written.";
+}
+
 int Call::Finish() {
     MustEnd();
+    FailWithoutOutput();
     progress.Erase();
     report.Seconds = static_cast<double>(platform::QueryPerformanceCounter() - start_) / NANOSECONDS;
     WriteJUnit();
     if (options.AsJson)
         Write(Dump(ToJson(report), streamed ? -1 : 2) + "\n");
-    if (outputFailed_ && report.Concluded() == Verdict::Done)
-        report.Outcome = Verdict::Failed, report.Reason = "Standard output can't be written.";
+    FailWithoutOutput();
     TellVerdict();
     return static_cast<int>(report.Concluded());
 }

@@ -60,7 +60,8 @@ public:
     // False; the first end holds.
     bool End(Verdict verdict, std::string reason = {});
     [[nodiscard]] bool Ended() const { return report.Outcome.has_value(); }
-    // Ends the call when a signal or the time limit asks for it; true when it has ended, however.
+    // Ends the call when a signal or the time limit asks for it, and a stream that nobody takes any more; true when it
+    // has ended, however.
     bool MustEnd();
     // Turns of the message loop until `done` (true), or until that much time has passed or something must end the call
     // (false). Also waits after the verdict: a device may have to be brought back.
@@ -74,9 +75,11 @@ public:
     Progress progress;                   // of a load, on standard error
     CommandFrontEnd* frontEnd = nullptr; // once the bus or the store is in use
     bool showsVerdict = false;           // also a verdict of "done" has its line
-    bool streamed = false;               // the record is the last of several documents
+    bool streamed = false;               // output is its purpose; the record is the last of several documents
 
 private:
+    [[nodiscard]] bool StreamIsBroken() const { return streamed && outputFailed_; }
+    void FailWithoutOutput();
     void WriteJUnit();
     void TellVerdict();
 

@@ -129,6 +129,7 @@ void AddVerify(CommandSet& set) {
     CLI::App* command = set.Add("verify", "compares a device with a package, by their CRCs",
                                 [options](Call& call) { Verify(call, *options); });
     AddPackageChoice(command, options->package);
+    options->package.overrideCrc = true; // nothing is written
     AddDeviceAndReset(command, *options);
 }
 

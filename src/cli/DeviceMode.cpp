@@ -87,6 +87,22 @@ std::string NotUp(std::int32_t handle, bool bootloader) {
     return fmt::format("The device doesn't come up in its {}.  {}", bootloader ? "bootloader" : "application", where);
 }
 
+// Starts the application. Why it doesn't run then; empty when it does.
+std::string StartFault(Call& call, std::int32_t handle) {
+    if (!SettleBus(call)) {
+        NoteDevice(call, handle);
+        if (!BusIsKnown())
+            call.report.Device->Mode = "unknown";
+        return "No start of the application was sent.";
+    }
+    const Journey journey(call, handle);
+    std::int32_t crcFlag = 0;
+    const std::int32_t code = basBootloader::StartImage(handle, basBootloader::IMAGE_APPLICATION, crcFlag);
+    if (code == basBootloader::SUCCESS && crcFlag == BAD_CRC)
+        return "The device doesn't start its application: it isn't good.";
+    return journey.EndsIn(false) ? "" : NotUp(handle, false);
+}
+
 } // namespace
 
 Step& NoteStep(Call& call, std::int32_t handle, std::string operation, Verdict outcome, std::string reason,
@@ -146,28 +162,19 @@ bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle) {
 
 bool StartApplication(Call& call, std::int32_t handle) {
     const std::int64_t start = platform::QueryPerformanceCounter();
-    const bool hadVerdict = call.Ended(), settled = SettleBus(call);
-    const Journey journey(call, handle);
-    std::int32_t code = basBootloader::FAILED, crcFlag = 0;
-    if (settled)
-        code = basBootloader::StartImage(handle, basBootloader::IMAGE_APPLICATION, crcFlag);
-    const bool refused = code == basBootloader::SUCCESS && crcFlag == BAD_CRC;
-    const bool runs = !refused && journey.EndsIn(false);
-    const std::string reason = runs      ? ""
-                               : refused ? "The device doesn't start its application: it isn't good."
-                                         : NotUp(handle, false);
-    Step& step = NoteStep(call, handle, "start", runs ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), reason, start);
-    if (!runs && hadVerdict) {
-        step.Outcome = Verdict::Done;
-        step.Confirmed = false;
-        call.Tell(reason);
-    }
-    return runs || call.End(Verdict::Failed, reason);
+    const std::string fault = StartFault(call, handle);
+    const bool runs = fault.empty();
+    NoteStep(call, handle, "start", runs ? Verdict::Done : OutcomeOfEnd(Verdict::Failed), fault, start);
+    if (!runs && call.Ended()) // the verdict's reason is another
+        call.Tell(fault);
+    return runs || call.End(Verdict::Failed, fault);
 }
 
 void StartAgain(Call& call, std::int32_t handle) {
     if (!platform::EndRequested())
         std::ignore = StartApplication(call, handle);
+    else
+        call.MustEnd(); // not done, since its application doesn't run
 }
 
 void InBootloader(Call& call, std::int32_t& handle, bool mayReset, const std::function<void()>& work) {

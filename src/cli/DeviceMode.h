@@ -34,10 +34,10 @@ Verdict OutcomeOfEnd(Verdict otherwise);
 [[nodiscard]] bool EnterBootloader(Call& call, std::int32_t handle);
 // The same for a command that resets a device only when asked: without `mayReset` it ends as "unchanged" with the hint.
 [[nodiscard]] bool EnterBootloaderIf(bool mayReset, Call& call, std::int32_t handle);
-// Starts the application and waits until it runs. False: it doesn't, and the call ends as "failed"; a call that had its
-// verdict before keeps it, and its step counts as unconfirmed.
+// Starts the application and waits until it runs. False: it doesn't, and the call ends as "failed", if it hasn't ended
+// before.
 [[nodiscard]] bool StartApplication(Call& call, std::int32_t handle);
-// The same, unless a signal or the time limit has ended the call: nobody would wait for the device then.
+// The same, unless a signal or the time limit ends the call: nobody would wait for the device then.
 void StartAgain(Call& call, std::int32_t handle);
 
 // One reset of the device, whatever it runs. False: it isn't back in that mode in time, and the call ends as "failed".

@@ -338,6 +338,7 @@ void Batch(Call& call, const KeyOptions& options) {
             call.Print("Report: " + Printable(report));
     }
     devices.Release();
+    call.End(Verdict::Done);
 }
 
 } // namespace

@@ -162,6 +162,7 @@ void TellChanges(Call& call, const std::vector<NodeFacts>& before, const std::ve
 
 // Until a signal or the time limit ends it, which is how a watch ends well.
 void Watch(Call& call, bool all) {
+    call.streamed = true;
     std::vector<NodeFacts> shown = NodesOf(all);
     bool complete = false;
     call.frontEnd->onResetComplete = [&] { complete = true; };

@@ -104,10 +104,11 @@ void LoadInto(Call& call, std::int32_t handle, const LoadOptions& options, const
     run.Result = Program(handle, options.package, run);
     TakeVerdict(call, run, plan.images.size());
     NoteDevice(call, handle);
-    PrintLoads(call);
     const bool unchanged = call.report.Flash == FlashState::Unchanged && !platform::EndRequested();
-    if (restart && (unchanged || call.report.Concluded() == Verdict::Done))
-        std::ignore = StartApplication(call, handle); // a step of the record, and no other verdict
+    if (restart && (unchanged || !call.Ended()))
+        std::ignore = StartApplication(call, handle);
+    PrintLoads(call);
+    call.End(Verdict::Done);
 }
 
 void Load(Call& call, const LoadOptions& options) {
@@ -143,6 +144,8 @@ void AddLoad(CommandSet& set) {
     AddPackageChoice(command, options->package);
     command->add_flag("--override-hardware", options->overrideHardware,
                       "loads a package for other hardware, which can make the device useless");
+    command->add_flag("--override-crc", options->package.overrideCrc,
+                      "loads a package whose CRC isn't CRC-32, for a device that uses another");
     command->add_flag("--no-start", options->noStart, "leaves a device that ran its application in its bootloader");
     command->add_flag("--dry-run", options->dryRun, "only checks, and says what would be done");
     AddDevice(command, options->device);

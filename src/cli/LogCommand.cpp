@@ -87,6 +87,7 @@ void ShowRow(Call& call, const TimedRow& timed) {
 
 // Until a signal or the time limit ends it. A log that can't be read for a moment is read the next time.
 void Follow(Call& call, LogReader& reader, const Filter& filter) {
+    call.streamed = true;
     while (!call.MustEnd()) {
         std::vector<TimedRow> added;
         platform::Attempt([&] { added = reader.Read(); }, platform::IgnoreFailure);

@@ -25,23 +25,23 @@ std::string FaultOfChoice(const PackageChoice& choice, const TwdHeader& package)
 }
 
 std::vector<PlannedImage> ImagesOf(const PackageChoice& choice, const TwdHeader& package) {
+    const auto& [IMAGE1, IMAGE2, CNE] = basBootloader::SECTIONS;
     std::vector<PlannedImage> images;
-    const auto add = [&](std::int32_t imageType, const TwdSection& section) {
+    const auto add = [&](std::int32_t imageType, const NamedSection& named) {
+        const TwdSection& section = package.*named.section;
         if (const std::optional<std::uint32_t> crc = basBootloader::ContentCrc(package, section))
-            images.push_back({imageType, section, *crc});
+            images.push_back({imageType, section, *crc, basBootloader::CrcFault(package, named)});
     };
     if (!choice.as.empty())
-        add(choice.as == "debugger" ? IMAGE_DEBUGGER : IMAGE_BOOTLOADER, package.Image1);
+        add(choice.as == "debugger" ? IMAGE_DEBUGGER : IMAGE_BOOTLOADER, IMAGE1);
     else if (choice.only != "config")
-        add(IMAGE_APPLICATION, package.Image1);
+        add(IMAGE_APPLICATION, IMAGE1);
     if (choice.as.empty() && choice.only != "application")
-        add(IMAGE_CONFIG, package.Cne);
+        add(IMAGE_CONFIG, CNE);
     return images;
 }
 
 void WarnOfCrc(Call& call, const PlannedImage& image) {
-    if (image.computedCrc == Bits(image.section.Crc))
-        return;
     call.Tell(fmt::format("Warning: the {} in the package has the CRC-32 {}, but the package says {}.  The device "
                           "decides which CRC is right.",
                           NameOfImage(image.imageType), CrcText(image.computedCrc), CrcText(Bits(image.section.Crc))));
@@ -66,8 +66,14 @@ bool ReadPackage(Call& call, const PackageChoice& choice, PackagePlan& plan) {
     if (!fault.empty())
         return call.End(Verdict::Refused, fmt::format("The package \"{}\" can't be used: {}.", choice.file, fault));
     plan.images = ImagesOf(choice, plan.package);
-    for (const PlannedImage& image : plan.images)
+    for (const PlannedImage& image : plan.images) {
+        if (image.crcFault.empty())
+            continue;
+        if (!choice.overrideCrc)
+            return call.End(Verdict::Refused, fmt::format("\"{}\": {}.  --override-crc leaves that to the device.",
+                                                          choice.file, image.crcFault));
         WarnOfCrc(call, image);
+    }
     return true;
 }
 

@@ -14,14 +14,16 @@ namespace cli {
 
 struct PackageChoice {
     std::string file;
-    std::string only; // "application", "config"; "" for both
-    std::string as;   // "bootloader", "debugger"; "" for application and configuration
+    std::string only;         // "application", "config"; "" for both
+    std::string as;           // "bootloader", "debugger"; "" for application and configuration
+    bool overrideCrc = false; // a CRC that isn't CRC-32 is only a warning
 };
 
 struct PlannedImage {
     std::int32_t imageType;
     TwdSection section;
     std::uint32_t computedCrc; // CRC-32; a device may use another one
+    std::string crcFault;      // empty when the package's is the same
 };
 
 struct PackagePlan {

@@ -102,7 +102,8 @@ void Report::End(Verdict verdict, std::string reason) {
 void Report::Take(const basApp::RunVerdict& run) {
     std::ranges::transform(run.Steps, std::back_inserter(Steps), StepFrom);
     Flash = run.Flash();
-    End(VerdictOf(run.Outcome), run.Reason);
+    if (const Verdict verdict = VerdictOf(run.Outcome); verdict != Verdict::Done)
+        End(verdict, run.Reason);
 }
 
 const char* NameOfImage(std::int32_t imageType) {

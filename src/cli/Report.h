@@ -58,7 +58,8 @@ struct Report {
 
     // The first end holds.
     void End(Verdict verdict, std::string reason = {});
-    // Adds the steps of a run, and draws flash and verdict from them.
+    // Adds the steps of a run, and draws flash and verdict from them. One that is done doesn't end the call: its device
+    // may have to be started.
     void Take(const basApp::RunVerdict& run);
     [[nodiscard]] Verdict Concluded() const { return Outcome.value_or(Verdict::Done); }
 };

@@ -4,6 +4,7 @@
 #include "EndRequest.h"
 #include "PackageBuilder.h"
 
+#include <algorithm>
 #include <filesystem>
 
 using namespace testing_support;
@@ -88,7 +89,7 @@ TEST_F(LoadTest, ReportsEachImageWithItsBytesRateAndCrcs) {
 
 TEST_F(LoadTest, RefusesWhatDoesntFitBeforeItTouchesTheDevice) {
     PackageBuilder foreign, far, wrongCrc;
-    foreign.image(0x20000000, IMAGE).number(0x20, 18);
+    foreign.image(0x20000000, IMAGE, 0x3FAD67E8).number(0x20, 18);
     far.image(0x20000000, IMAGE).number(0x38, 5000);
     wrongCrc.image(0x20000000, IMAGE, 0x12345678);
     UseTarget("application");
@@ -110,7 +111,8 @@ TEST_F(LoadTest, RefusesWhatDoesntFitBeforeItTouchesTheDevice) {
                           {"empty.twd", {}, "neither an image nor configuration data"},
                           {"config.twd", {"--only", "application"}, "it contains no image"},
                           {"config.twd", {"--as", "debugger"}, "it contains no image"},
-                          {"wrong-crc.twd", {"--only", "config"}, "it contains no configuration data"}};
+                          {"wrong-crc.twd", {"--only", "config"}, "it contains no configuration data"},
+                          {"wrong-crc.twd", {}, "section image1 has the CRC"}};
     for (const Case& c : cases) {
         EXPECT_TRUE(Load(c.package, c.options).starts_with(": refused unchanged ")) << c.package << record;
         EXPECT_NE(record["reason"].get<std::string>().find(c.reason), std::string::npos) << record["reason"];
@@ -118,8 +120,8 @@ TEST_F(LoadTest, RefusesWhatDoesntFitBeforeItTouchesTheDevice) {
     EXPECT_EQ(Load("foreign.twd", {"--dry-run"}), ": refused unchanged application");
     EXPECT_EQ(Load("foreign.twd", {"--override-hardware", "--dry-run"}), ": done unchanged application");
     EXPECT_EQ(Load("app.twd", {"--only", "config", "--as", "debugger"}), ": usage unchanged -");
-    // Only the device judges a CRC, since it may use another one than CRC-32.
-    EXPECT_EQ(Call({"load", Path("wrong-crc.twd"), "--dry-run"}), 0);
+    // A device may use another CRC than CRC-32.
+    EXPECT_EQ(Call({"load", Path("wrong-crc.twd"), "--dry-run", "--override-crc"}), 0);
     EXPECT_NE(error.find("the package says 0x12345678"), std::string::npos) << error;
 }
 
@@ -141,7 +143,7 @@ TEST_F(LoadTest, SaysWhatAFailureMeansForTheDevice) {
         {"application", R"({"command": 2, "count": 9, "do": "silence"})",
          "reset reset reset reset reset: unchanged unchanged application"},
         {"application", R"({"command": 17, "do": "silence"})",
-         "reset start block*3 end start block end defaults run: done identical bootloader"}};
+         "reset start block*3 end start block end defaults run: failed identical bootloader"}};
     for (const Case& c : cases) {
         UseTarget(c.mode, c.fault);
         EXPECT_EQ(Load("app.twd"), c.outcome) << c.fault << record["reason"];
@@ -181,6 +183,26 @@ TEST_F(LoadTest, StartsTheApplicationAgainWhenNothingWasErased) {
         EXPECT_EQ(Load("app.twd", noStart ? std::vector<std::string>{"--no-start"} : std::vector<std::string>{}),
                   noStart ? "reset: refused unchanged bootloader" : "reset run: refused unchanged application");
         program->windowSystem.eachTurn = nullptr;
+    }
+}
+
+// A full disk or a reader that has gone is no reason to leave a device in its bootloader.
+TEST_F(LoadTest, OutputThatCannotBeWrittenStopsNoWorkOnADevice) {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"load", "app.twd"}, "reset start block*3 end start block end defaults run"},
+        {{"verify", "app.twd", "--reset"}, "reset crc crc run"},
+        {{"identity", "--mac", "00-0F-1B-AA-BB-CC"}, "reset mac(0f000000ccbbaa1b) run"}};
+    UseTarget("application");
+    for (const auto& [arguments, changes] : cases) {
+        std::vector<std::string> call = arguments;
+        std::ranges::replace(call, "app.twd", Path("app.twd"));
+        const std::size_t before = program->RequestsSent().size();
+        outputWorks = false;
+        EXPECT_EQ(Call(call), 1);
+        outputWorks = true;
+        EXPECT_EQ(program->Changes(before), changes);
+        EXPECT_NE(error.find(": failed: Standard output can't be written."), std::string::npos) << error;
+        EXPECT_EQ(Record({"info"})["mode"], "application") << changes;
     }
 }
 

@@ -35,11 +35,7 @@ std::string SectionFault(const TwdHeader& header, const NamedSection& named) {
     const TwdSection& section = header.*named.section;
     if (!IsInside(header, section))
         return fmt::format("section {} reaches outside the file", SectionWord(named));
-    const std::optional<std::uint32_t> crc = ContentCrc(header, section);
-    if (crc && *crc != Bits(section.Crc))
-        return fmt::format("section {} has the CRC 0x{:08X}, the header tells 0x{:08X}", SectionWord(named), *crc,
-                           Bits(section.Crc));
-    return {};
+    return CrcFault(header, named);
 }
 
 } // namespace
@@ -65,6 +61,15 @@ std::optional<std::uint32_t> ContentCrc(const TwdHeader& header, const TwdSectio
     if (section.Length <= 0 || !IsInside(header, section))
         return std::nullopt;
     return Crc32(header.FileData.data() + section.Offset, static_cast<std::size_t>(section.Length));
+}
+
+std::string CrcFault(const TwdHeader& header, const NamedSection& named) {
+    const TwdSection& section = header.*named.section;
+    const std::optional<std::uint32_t> crc = ContentCrc(header, section);
+    if (!crc || *crc == Bits(section.Crc))
+        return {};
+    return fmt::format("section {} has the CRC 0x{:08X}, the header tells 0x{:08X}", SectionWord(named), *crc,
+                       Bits(section.Crc));
 }
 
 std::string SectionWord(const NamedSection& section) {

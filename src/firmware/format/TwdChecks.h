@@ -18,6 +18,9 @@ std::uint32_t Crc32(const std::uint8_t* bytes, std::size_t count);
 // Of a section's content; none when it is absent or reaches outside the file. The whole package has been read.
 std::optional<std::uint32_t> ContentCrc(const TwdHeader& header, const TwdSection& section);
 
+// "section image1 has the CRC 0x..., the header tells 0x..."; empty when they are the same, or there is no content.
+std::string CrcFault(const TwdHeader& header, const NamedSection& section);
+
 std::string SectionWord(const NamedSection& section); // "image1"
 // One text for each fault of a package that has been read whole: "invalid date", "section image1 reaches outside the
 // file".
