@@ -36,8 +36,10 @@ public:
 
     // Waits for it, and notes its mode: what was known before the command is out of date.
     bool EndsIn(bool bootloader) const {
-        if (!call_.Wait([&] { return IsBackIn(bootloader); }, TIME_TO_SETTLE) && !IsThere())
+        if (!call_.Wait([&] { return IsBackIn(bootloader); }, TIME_TO_SETTLE) && !IsThere()) {
+            ReadBusAgain();
             std::ignore = call_.Wait([this] { return IsThere(); }, TIME_TO_RETURN - TIME_TO_SETTLE);
+        }
         const bool back = IsBackIn(bootloader);
         NoteDevice(call_, handle_);
         if (!back && (!IsThere() || platform::EndRequested()))
@@ -46,6 +48,11 @@ public:
     }
 
 private:
+    // One failed read of its ROM hides a device until the next reset.
+    static void ReadBusAgain() {
+        bas1394::globals.BusResetPending = true;
+        bas1394::globals.BusEnumerated = false;
+    }
     bool IsThere() const {
         const BootloaderTarget* target = TargetOf(handle_);
         return BusIsKnown() && target != nullptr && IsPresent(*target);
@@ -87,8 +94,8 @@ std::string NotUp(std::int32_t handle, bool bootloader) {
     return fmt::format("The device doesn't come up in its {}.  {}", bootloader ? "bootloader" : "application", where);
 }
 
-// Starts the application. Why it doesn't run then; empty when it does.
-std::string StartFault(Call& call, std::int32_t handle) {
+// Starts the application once. Why it doesn't run then; empty when it does.
+std::string StartOnce(Call& call, std::int32_t handle) {
     if (!SettleBus(call)) {
         NoteDevice(call, handle);
         if (!BusIsKnown())
@@ -101,6 +108,16 @@ std::string StartFault(Call& call, std::int32_t handle) {
     if (code == basBootloader::SUCCESS && crcFlag == BAD_CRC)
         return "The device doesn't start its application: it isn't good.";
     return journey.EndsIn(false) ? "" : NotUp(handle, false);
+}
+
+// The same, again for a device that is still in its bootloader: a request can be lost.
+std::string StartFault(Call& call, std::int32_t handle) {
+    constexpr int ATTEMPTS = 3;
+    std::string fault = StartOnce(call, handle);
+    for (int attempt = 1; attempt < ATTEMPTS && !fault.empty() && IsInBootloader(handle); ++attempt)
+        if (!platform::EndRequested())
+            fault = StartOnce(call, handle);
+    return fault;
 }
 
 } // namespace

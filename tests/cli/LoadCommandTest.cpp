@@ -143,7 +143,9 @@ TEST_F(LoadTest, SaysWhatAFailureMeansForTheDevice) {
         {"application", R"({"command": 2, "count": 9, "do": "silence"})",
          "reset reset reset reset reset: unchanged unchanged application"},
         {"application", R"({"command": 17, "do": "silence"})",
-         "reset start block*3 end start block end defaults run: failed identical bootloader"}};
+         "reset start block*3 end start block end defaults run run: done identical application"},
+        {"application", R"({"command": 17, "count": 9, "do": "silence"})",
+         "reset start block*3 end start block end defaults run run run: failed identical bootloader"}};
     for (const Case& c : cases) {
         UseTarget(c.mode, c.fault);
         EXPECT_EQ(Load("app.twd"), c.outcome) << c.fault << record["reason"];
