@@ -97,7 +97,7 @@ std::string LoadedByAnotherText(std::int32_t handle) {
     const DeviceGuid* guid = GuidOf(handle);
     return guid == nullptr ? AnyLoadedByAnotherText()
                            : fmt::format("The device {} is being loaded by another program.",
-                                         basUtils::ByteArrayToHexString(guid->data(), guid->size()));
+                                         basUtils::ByteArrayToHexString(guid->data(), guid->size(), 8));
 }
 
 bool KeepLockOver(std::int32_t handle, const DeviceGuid& newGuid) {

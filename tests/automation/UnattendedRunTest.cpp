@@ -101,7 +101,7 @@ TEST(UnattendedRun, LeavesADeviceAloneThatAnotherProgramLoads) {
         ASSERT_TRUE(other.Takes(0x000F1B0000000001));
         ASSERT_TRUE(program.Run("/G 0011223344556677 /D both.twd"));
         EXPECT_TRUE(program.RequestsSent().empty());
-        EXPECT_TRUE(program.Said("The device 00 0F 1B 00 00 00 00 01 is being loaded by another program.  Nothing"));
+        EXPECT_TRUE(program.Said("The device 000F1B0000000001 is being loaded by another program.  Nothing"));
         EXPECT_EQ(basAutomation::globals.Verdict.Outcome, basApp::OutcomeKind::Unchanged);
     }
 }

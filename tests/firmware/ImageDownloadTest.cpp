@@ -136,8 +136,7 @@ TEST_F(ImageDownload, TakesTheDeviceForItselfOrLeavesItAlone) {
     const std::int32_t handle = globals.TargetList.at(0).Handle;
     const std::size_t sent = program->RequestsSent().size();
     const basApp::StepVerdict verdict = DownloadImage(handle, 0, program->directory.file("app.twd"));
-    const std::string reason =
-        "The device 00 0F 1B 00 00 00 00 01 is being loaded by another program.  Nothing was loaded.";
+    const std::string reason = "The device 000F1B0000000001 is being loaded by another program.  Nothing was loaded.";
     EXPECT_EQ(verdict.Reason, reason);
     EXPECT_EQ(verdict.Outcome, basApp::OutcomeKind::Unchanged);
     EXPECT_EQ(verdict.Flash, basApp::FlashState::Unchanged);
