@@ -4,6 +4,7 @@ CommandTest.py CMAKE BUILD-DIRECTORY [WORD-OF-A-CASE]
 """
 
 import fcntl
+import html
 import json
 import os
 import pty
@@ -151,8 +152,7 @@ def check_verdict(verdict, code, arguments, number):
         result = run_one(program, "--json", "--junit", junit)
         record = result.record()
         assert (result.code, record["exit"], record["verdict"]) == (code, code, verdict), (result.code, record)
-        if verdict != "usage":
-            check_junit(junit, verdict)
+        check_junit(junit, verdict)
         flash = program.flash().get(DEVICE, {}).get("application")
         if number or verdict == "damaged":
             assert record["flash"] in ("damaged", "unknown"), record["flash"]
@@ -303,6 +303,20 @@ def check_key(program):
     assert call(program, "key", "get", "MODEL", "000F1B0000000002").out == b"TX-12"
 
 
+def check_station(program):
+    """The script of the user guide is the one that is installed, and does what the guide says."""
+    script = program.folder / "docs/examples/station.sh"
+    (page,) = program.folder.glob("docs/help/**/command-line.html")
+    assert f"<pre>{script.read_text().strip()}</pre>" in html.unescape(page.read_text())
+    folders = f"{program.folder}:{os.environ['PATH']}"
+    result = subprocess.run(["bash", script, "app.twd", DEVICE, "000F1B0000000009", "0000A1B2C3D4", "reports"],
+                            cwd=program.folder, env=program.environment(PATH=folders), capture_output=True,
+                            timeout=TIME_LIMIT)
+    assert result.returncode == 0, result.stderr
+    for name in ("load", "verify", "identity"):
+        check_junit(program.folder / f"reports/{name}.xml", "done")
+
+
 # --- Loads that are cut off, and two at once ---
 
 def check_kill(program):
@@ -351,6 +365,7 @@ CASES = [
     ("program", bus(), check_program),
     ("lines of JSON", bus(target()), check_lines_of_json),
     ("key", bus(), check_key),
+    ("station", bus(target(mode="application")), check_station),
     ("killed in the erase", SLOW, check_kill),
     ("two loads", SLOW, check_two_loads),
     ("beside an unattended run", SLOW, check_beside_windows),
