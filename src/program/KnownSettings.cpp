@@ -45,7 +45,8 @@ std::vector<KnownSetting> MakeSettings() {
                "lowest level of messages of the access library"),
         number(global, DEFAULT_TRANSACTION_TIMEOUT, basApp::DEFAULT_TRANSACTION_TIMEOUT, 0, LONGEST_TRANSACTION_TIMEOUT,
                "time-out of a transaction on the bus, ms"),
-        text(global, HELP_HOST, "file://" + platform::ExecutableDirectory() + "/docs/help", "where the help lies"),
+        text(global, HELP_HOST, "file://" + platform::ExecutableDirectory() + "/docs/help",
+             "address of the help pages"),
         text(SUPPORT_SECTION, SUPPORT_ADDRESS, "", "where the error report is sent"),
         number(firmware, DEFAULT_LOAD_BEHAVIOR, 0, 0, 2,
                "what a double-click loads: 0 config and image, 1 image, 2 config"),
@@ -66,12 +67,13 @@ const std::vector<KnownSetting>& KnownSettings() {
     return settings;
 }
 
-const KnownSetting* FindSetting(const std::string& section, const std::string& key) {
-    for (const KnownSetting& setting : KnownSettings())
-        if (platform::UpperCase(setting.Section) == platform::UpperCase(section) &&
-            platform::UpperCase(setting.Key) == platform::UpperCase(key))
-            return &setting;
-    return nullptr;
+std::string BoundsText(const KnownSetting& setting) {
+    if (setting.Kind == SettingKind::Text)
+        return {};
+    if (setting.Kind == SettingKind::Flag)
+        return "0 or 1";
+    return setting.Highest == NO_LIMIT ? fmt::format("from {} on", setting.Lowest)
+                                       : fmt::format("from {} to {}", setting.Lowest, setting.Highest);
 }
 
 bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t highest) {
@@ -85,9 +87,7 @@ std::string SettingFault(const KnownSetting& setting, const std::string& value) 
         return IsFlag(value) ? "" : "it is neither 0 nor 1";
     if (setting.Kind == SettingKind::Text || IsWholeNumber(value, setting.Lowest, setting.Highest))
         return {};
-    if (setting.Highest == NO_LIMIT)
-        return fmt::format("it isn't a number from {} on", setting.Lowest);
-    return fmt::format("it isn't a number from {} to {}", setting.Lowest, setting.Highest);
+    return "it isn't a number " + BoundsText(setting);
 }
 
 } // namespace program

@@ -16,8 +16,8 @@ struct KnownSetting {
 };
 
 const std::vector<KnownSetting>& KnownSettings();
-// Without regard to case; null for an unknown one.
-const KnownSetting* FindSetting(const std::string& section, const std::string& key);
+// "from 1 to 17", "from 0 on", "0 or 1"; empty for a text.
+std::string BoundsText(const KnownSetting& setting);
 // Why the value can't be stored, as the end of "because ...": "it isn't a number from 1 to 15"; "" when it can.
 std::string SettingFault(const KnownSetting& setting, const std::string& value);
 [[nodiscard]] bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t highest);

@@ -52,7 +52,7 @@ TEST_F(SimulatedBus, TheFileThatTheProgramNamesIsTheBusOrThereIsNone) {
     const TestFolder scratch;
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"bus.json", R"({"stateDirectory": "state", "nodes": [{"kind": "off"}]})", ""},
-        {"missing.json", nullptr, "/missing.json: /: can't be read"},
+        {"missing.json", nullptr, "/missing.json: can't be read"},
         {"rejected.json", "{", "/rejected.json: /: no JSON"}};
     Twl1394VirtualDevice driver{1, 0, 0, "1394_VIRTUAL_DEVICE"};
     for (const auto& [name, content, error] : rows) {

@@ -76,6 +76,7 @@ struct BusDescription {
 struct DescriptionError : std::runtime_error {
     DescriptionError(const std::string& path, const std::string& reason)
         : std::runtime_error((path.empty() ? "/" : path) + ": " + reason) {}
+    explicit DescriptionError(const std::string& reason) : std::runtime_error(reason) {} // of no place in the document
 };
 
 // Relative paths in the text are relative to baseDirectory. Throws DescriptionError.

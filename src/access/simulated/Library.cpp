@@ -93,7 +93,7 @@ static std::string ReadDescription(const Source& source) {
         return DefaultBus();
     const std::optional<Bytes> content = ReadFile(source.name);
     if (!content)
-        throw DescriptionError("", "can't be read");
+        throw DescriptionError("can't be read");
     return {content->begin(), content->end()};
 }
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <chrono>
 
 namespace basBootloader {
@@ -82,6 +83,8 @@ std::vector<std::string> TwdFaults(const TwdHeader& header) {
         faults.emplace_back("invalid date");
     if (!IsTwdTime(Text(header.ImageTime, 6)))
         faults.emplace_back("invalid time");
+    if (std::ranges::none_of(SECTIONS, [&](const NamedSection& named) { return (header.*named.section).Length > 0; }))
+        faults.emplace_back("no section has content");
     for (const NamedSection& named : SECTIONS)
         if (std::string fault = SectionFault(header, named); !fault.empty())
             faults.push_back(std::move(fault));
