@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <utility>
 
 namespace cli {
@@ -112,17 +113,30 @@ int Call::Finish() {
     return static_cast<int>(report.Concluded());
 }
 
-void Call::WriteJUnit() {
+bool Call::CanWriteJUnit() {
     if (options.JUnit.empty())
+        return true;
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(options.JUnit).parent_path();
+    if (std::filesystem::is_directory(folder, error) && platform::MayWrite(folder) &&
+        !std::filesystem::is_directory(options.JUnit, error))
+        return true;
+    writesJUnit_ = false;
+    return End(Verdict::Refused, fmt::format("The JUnit file \"{}\" can't be created.", options.JUnit));
+}
+
+void Call::WriteJUnit() {
+    if (options.JUnit.empty() || !writesJUnit_)
         return;
     const std::string xml = ToJUnit(report);
     platform::Attempt([&] { platform::WriteFileAtomically(options.JUnit, ByteArray(xml.begin(), xml.end())); },
                       [&](const platform::Failure& failure) {
                           const std::string reason = fmt::format("The JUnit file \"{}\" can't be written: {}",
                                                                  options.JUnit, failure.Description);
-                          TellAnyway("hoistline: " + Printable(reason));
                           if (report.Concluded() == Verdict::Done)
                               report.Outcome = Verdict::Failed, report.Reason = reason;
+                          else
+                              TellAnyway("hoistline: " + Printable(reason));
                       });
 }
 
@@ -133,6 +147,8 @@ void Call::TellVerdict() {
     const bool colour = streams.ErrorTakesColour && !options.NoColor;
     const std::string program = report.Command.empty() ? "hoistline" : "hoistline " + report.Command;
     std::string line = fmt::format("{}: {}", program, colour ? Coloured(verdict) : WordOf(verdict));
+    if (verdict == Verdict::Interrupted && streams.ErrorIsTerminal)
+        line.insert(0, 1, '\n'); // after the "^C" that the terminal shows
     if (verdict != Verdict::Done && !report.Reason.empty())
         line += ": " + Printable(report.Reason);
     TellAnyway(line);

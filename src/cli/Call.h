@@ -66,6 +66,8 @@ public:
     // Turns of the message loop until `done` (true), or until that much time has passed or something must end the call
     // (false). Also waits after the verdict: a device may have to be brought back.
     [[nodiscard]] bool Wait(const std::function<bool()>& done, std::int64_t milliseconds);
+    // Before the work: false ends the call as "refused", since the JUnit file couldn't be created afterwards.
+    [[nodiscard]] bool CanWriteJUnit();
     // Writes what is still owed (record, JUnit file, verdict line). The exit code.
     int Finish();
 
@@ -84,7 +86,7 @@ private:
     void TellVerdict();
 
     std::int64_t start_;
-    bool outputFailed_ = false;
+    bool outputFailed_ = false, writesJUnit_ = true;
 };
 
 // Text of a device or a file, safe for a terminal: control characters become "?".

@@ -61,12 +61,6 @@ void CommandFrontEnd::ResetComplete() {
         onResetComplete();
 }
 
-void CommandFrontEnd::NodesChanged() {
-    PlainFrontEnd::NodesChanged();
-    if (onNodesChanged)
-        onNodesChanged();
-}
-
 void CommandFrontEnd::ShellCharactersLost(std::int32_t handle, std::int32_t count) {
     if (onShellLoss)
         onShellLoss(handle, count);

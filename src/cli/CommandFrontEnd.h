@@ -27,10 +27,9 @@ public:
     void ShowProgress(const basApp::LoadProgress& progress) override;
 
     void ResetComplete() override;
-    void NodesChanged() override;
     void ShellCharactersLost(std::int32_t handle, std::int32_t count) override;
 
-    std::function<void()> onNodesChanged, onResetComplete;                    // of the command; may be empty
+    std::function<void()> onResetComplete;                                    // of the command; may be empty
     std::function<void(std::int32_t handle, std::int32_t count)> onShellLoss; // the same
     std::string lastTrouble;                                                  // the last ERROR; for a reason
     std::string libraryTrouble; // what the access library said before there was a bus; explains more

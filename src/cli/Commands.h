@@ -28,6 +28,10 @@ public:
     // The one that was parsed, and its name as typed after the program's ("key get"); null and "" without one.
     [[nodiscard]] const RunCommand* Parsed() const;
     [[nodiscard]] std::string ParsedName() const;
+    // After a failed parse: why there is no command, as a sentence without its full stop; empty when there is one.
+    [[nodiscard]] std::string CommandFault() const;
+    // After a failed parse: the file of --junit; empty unless it is certain.
+    [[nodiscard]] std::string JUnitFile() const;
 
     CLI::App app; // the program
     CommonOptions options;
@@ -43,6 +47,8 @@ CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& pa
 // The words that the option takes, in any case. Help and completion name them.
 CLI::Option* TakesOneOf(CLI::Option* option, const std::vector<std::string>& words);
 inline constexpr const char* FILE_VALIDATOR = "file"; // of each AddFile
+// Of a command that interrupts a running application only when asked.
+CLI::Option* AddResetFlag(CLI::App* command, bool& mayReset);
 // The last argument of a device command.
 CLI::Option* AddDevice(CLI::App* command, std::string& device);
 

@@ -25,12 +25,12 @@ void WritePages(Call& call, const std::string& folder) {
 
 void AddCompletion(CommandSet& set) {
     auto shell = std::make_shared<std::string>();
-    CLI::App* completion = set.Add("completion", "prints the completion script of a shell",
+    CLI::App* completion = set.Add("completion", "print the completion script of a shell",
                                    [shell](Call& call) { PrintScript(call, *shell); });
-    TakesOneOf(completion->add_option("SHELL", *shell, "the shell")->required(), {"bash", "zsh", "fish"});
+    TakesOneOf(completion->add_option("SHELL", *shell, "a shell")->required(), {"bash", "zsh", "fish"});
     auto folder = std::make_shared<std::string>();
     CLI::App* manual =
-        set.Add("manual", "writes the manual pages into a folder", [folder](Call& call) { WritePages(call, *folder); });
+        set.Add("manual", "write the manual pages into a folder", [folder](Call& call) { WritePages(call, *folder); });
     manual->group("");
     AddFile(manual, "FOLDER", *folder, "an existing folder")->required()->type_name("");
 }

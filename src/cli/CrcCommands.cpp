@@ -52,11 +52,6 @@ void EndByCrcs(Call& call) {
                 call.End(verdict, step.Reason);
 }
 
-void Print(Call& call, const std::vector<TableRow>& rows) {
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
-}
-
 void ShowCrcs(Call& call, std::int32_t handle) {
     std::vector<TableRow> rows{{"IMAGE", "CRC", "VERDICT"}};
     Json images = Json::array();
@@ -66,7 +61,7 @@ void ShowCrcs(Call& call, std::int32_t handle) {
         images.push_back(ToJson(image));
     }
     call.report.Answer = {{"images", images}};
-    Print(call, rows);
+    PrintTable(call, rows);
     EndByCrcs(call);
 }
 
@@ -85,7 +80,7 @@ void Compare(Call& call, std::int32_t handle, const PackagePlan& plan) {
         rows.push_back(
             {step.Subject, CrcText(expected), CrcOrDash(image), image.answered && !image.good ? "bad" : word});
     }
-    Print(call, rows);
+    PrintTable(call, rows);
     EndByCrcs(call);
 }
 
@@ -110,8 +105,7 @@ void Verify(Call& call, const CrcOptions& options) {
 }
 
 void AddDeviceAndReset(CLI::App* command, CrcOptions& options) {
-    command->add_flag("--reset", options.reset,
-                      "interrupts a running application for it: only the bootloader tells CRCs");
+    AddResetFlag(command, options.reset);
     AddDevice(command, options.device);
 }
 
@@ -120,13 +114,13 @@ void AddDeviceAndReset(CLI::App* command, CrcOptions& options) {
 void AddCrc(CommandSet& set) {
     auto options = std::make_shared<CrcOptions>();
     CLI::App* command =
-        set.Add("crc", "the CRC of each image of a device", [options](Call& call) { Crc(call, *options); });
+        set.Add("crc", "ask a device for the CRC of each image", [options](Call& call) { Crc(call, *options); });
     AddDeviceAndReset(command, *options);
 }
 
 void AddVerify(CommandSet& set) {
     auto options = std::make_shared<CrcOptions>();
-    CLI::App* command = set.Add("verify", "compares a device with a package, by their CRCs",
+    CLI::App* command = set.Add("verify", "compare a device with a package, by their CRCs",
                                 [options](Call& call) { Verify(call, *options); });
     AddPackageChoice(command, options->package);
     options->package.overrideCrc = true; // nothing is written

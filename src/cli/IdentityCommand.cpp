@@ -281,11 +281,16 @@ void Identity(Call& call, const IdentityOptions& options) {
 
 void AddIdentity(CommandSet& set) {
     auto options = std::make_shared<IdentityOptions>();
-    CLI::App* command = set.Add("identity", "programs a device's GUID and MAC address",
-                                [options](Call& call) { Identity(call, *options); });
-    command->add_option("--guid", options->guid, "8 bytes in hexadecimal, with blanks, \"-\" or \":\" between them")
+    CLI::App* command =
+        set.Add("identity", "program a device's GUID and MAC address, interrupting a running application",
+                [options](Call& call) { Identity(call, *options); });
+    command
+        ->add_option("--guid", options->guid,
+                     "program this GUID: 8 bytes in hexadecimal, with blanks, \"-\" or \":\" between them")
         ->type_name("BYTES");
-    CLI::Option* mac = command->add_option("--mac", options->mac, "6 bytes in the same way; it can't be read back")
+    CLI::Option* mac = command
+                           ->add_option("--mac", options->mac,
+                                        "program this MAC address: 6 bytes in the same way; it can't be read back")
                            ->type_name("BYTES");
     command
         ->add_flag("--initialize", options->initialize,

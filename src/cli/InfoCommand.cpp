@@ -37,20 +37,15 @@ void Print(Call& call, const char* title, const std::vector<Fact>& facts) {
     for (const Fact& fact : facts)
         rows.push_back({fmt::format("  {}", fact.label), TextOf(fact.value)});
     call.Print(title);
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
-}
-
-std::string Hex(std::int32_t value) {
-    return fmt::format("0x{:X}", Bits(value));
+    PrintTable(call, rows);
 }
 
 std::vector<Fact> RomFacts(const ConfigRomRecord& rom) {
     return {{"GUID", "guid", GuidText(rom.GUID)},
             {"vendor", "vendor", basConfigRom::GetConfigRomVendorText(rom)},
             {"model", "model", basConfigRom::GetConfigRomModelText(rom)},
-            {"vendor ID", "vendorId", Hex(rom.NodeVendorID)},
-            {"model ID", "modelId", Hex(rom.ModelId)},
+            {"vendor ID", "vendorId", HexText(rom.NodeVendorID)},
+            {"model ID", "modelId", HexText(rom.ModelId)},
             {"hardware version", "hardwareVersion", platform::Trim(basConfigRom::GetHardwareVersion(rom))}};
 }
 
@@ -63,7 +58,7 @@ std::vector<Fact> RegisterFacts(const BootloaderTarget& target) {
              bootloader ? Json(basUtils::ByteArrayToHexString(target.DebugGUID.data(), target.DebugGUID.size(), 8))
                         : Json(nullptr)},
             {"maker", "maker", maker.substr(0, maker.find('\0'))},
-            {"protocol", "protocol", Hex(info.ProtocolVersion)},
+            {"protocol", "protocol", HexText(info.ProtocolVersion)},
             {"hardware", "hardware", info.HardwareModelID},
             {"hardware version", "hardwareVersion", basBootloader::FormatVersion(info.HardwareVersion)}};
 }
@@ -77,7 +72,7 @@ std::vector<Fact> FirmwareFacts(const std::optional<std::int32_t>& id, std::int3
                                 const std::array<std::uint8_t, 8>& date, const std::array<std::uint8_t, 8>& time) {
     std::vector<Fact> facts;
     if (id)
-        facts.push_back({"ID", "id", Hex(*id)});
+        facts.push_back({"ID", "id", HexText(*id)});
     facts.push_back({"version", "version", VersionText(version)});
     facts.push_back({"date", "date", basBootloader::FormatDateTime(date, time)});
     return facts;
@@ -119,8 +114,7 @@ void ShowCrcs(Call& call, std::int32_t handle) {
         images.push_back(ToJson(image));
     }
     call.report.Answer["crcs"] = images;
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
+    PrintTable(call, rows);
 }
 
 void Info(Call& call, const std::string& device) {
@@ -145,7 +139,7 @@ void Info(Call& call, const std::string& device) {
 void AddInfo(CommandSet& set) {
     auto device = std::make_shared<std::string>();
     CLI::App* command =
-        set.Add("info", "everything that is known of a device", [device](Call& call) { Info(call, *device); });
+        set.Add("info", "show everything that is known of a device", [device](Call& call) { Info(call, *device); });
     AddDevice(command, *device);
 }
 

@@ -345,25 +345,24 @@ void Batch(Call& call, const KeyOptions& options) {
 
 void AddKey(CommandSet& set) {
     auto options = std::make_shared<KeyOptions>();
-    CLI::App* group = set.AddGroup("key", "reads and writes the named items of a device's persistent store");
+    CLI::App* group = set.AddGroup("key", "read and write the named items of a device's persistent store");
     const auto add = [&](const char* name, const char* summary, auto run) {
         CLI::App* command = set.Add(
             name, summary, [options, run](Call& call) { run(call, *options); }, group);
-        command->add_flag("--reset", options->reset,
-                          "reset a running application into the bootloader, and start it again afterwards");
+        AddResetFlag(command, options->reset);
         return command;
     };
-    CLI::App* get = add("get", "one key to standard output or into a file", Get);
+    CLI::App* get = add("get", "write one key to standard output or into a file", Get);
     get->add_option("NAME", options->name, "the key's name")->required()->type_name("");
-    AddFile(get, "--output", options->output, "write the value into this file");
+    AddFile(get, "--output", options->output, "write the value into this file instead");
     AddDevice(get, options->device);
-    CLI::App* put = add("set", "writes one key, reads it back and compares", Set);
+    CLI::App* put = add("set", "write one key, read it back and compare", Set);
     put->add_option("NAME", options->name, "the key's name")->required()->type_name("");
     put->add_option("VALUE", options->value, "the value as text; left out with --from")->type_name("");
     AddFile(put, "--from", options->from, "write the bytes of this file");
     AddDevice(put, options->device);
     CLI::App* batch =
-        add("batch", "carries out the reads and writes that a file lists; the report is written beside it", Batch);
+        add("batch", "carry out the reads and writes that a file lists, and write a report beside it", Batch);
     AddFile(batch, "FILE", options->batch, "the batch")->required();
     AddDevice(batch, options->device)
         ->description(

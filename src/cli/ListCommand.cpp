@@ -120,8 +120,7 @@ const TableRow HEADERS = {"NODE", "GUID", "STATE", "APPLICATION", "BOOTLOADER", 
 void PrintNodes(Call& call, const std::vector<NodeFacts>& nodes) {
     std::vector<TableRow> rows{HEADERS};
     std::ranges::transform(nodes, std::back_inserter(rows), RowOf);
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
+    PrintTable(call, rows);
 }
 
 Json NodesJson(const std::vector<NodeFacts>& nodes) {
@@ -194,8 +193,9 @@ void List(Call& call, const ListOptions& options) {
 
 void AddList(CommandSet& set) {
     auto options = std::make_shared<ListOptions>();
-    CLI::App* command = set.Add("list", "the nodes on the bus", [options](Call& call) { List(call, *options); });
-    command->add_flag("--all", options->all, "also nodes of other vendors, without power or without a readable ROM");
+    CLI::App* command = set.Add("list", "list the nodes on the bus", [options](Call& call) { List(call, *options); });
+    command->add_flag("--all", options->all,
+                      "also show nodes of other vendors, without power or without a readable ROM");
     command->add_flag("--watch", options->watch, "go on with arrivals and departures until Ctrl+C");
 }
 

@@ -79,14 +79,13 @@ TableRow RowOf(const Step& step) {
 }
 
 void PrintLoads(Call& call) {
-    std::vector<TableRow> rows{{"IMAGE", "BYTES", "SECONDS", "KB/S", "CRC OF PACKAGE", "CRC OF DEVICE", "VERDICT"}};
+    std::vector<TableRow> rows{{"IMAGE", "BYTES", "SECONDS", "kB/s", "CRC OF PACKAGE", "CRC OF DEVICE", "VERDICT"}};
     for (const Step& step : call.report.Steps)
         if (step.Length)
             rows.push_back(RowOf(step));
     if (rows.size() == 1)
         return;
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
+    PrintTable(call, rows);
 }
 
 void DescribeLoad(Call& call, const PackagePlan& plan, bool resets, bool starts) {
@@ -140,14 +139,14 @@ void Load(Call& call, const LoadOptions& options) {
 void AddLoad(CommandSet& set) {
     auto options = std::make_shared<LoadOptions>();
     CLI::App* command =
-        set.Add("load", "loads a package into a device", [options](Call& call) { Load(call, *options); });
+        set.Add("load", "load a package into a device", [options](Call& call) { Load(call, *options); });
     AddPackageChoice(command, options->package);
     command->add_flag("--override-hardware", options->overrideHardware,
-                      "loads a package for other hardware, which can make the device useless");
+                      "load even a package for other hardware, which can make the device useless");
     command->add_flag("--override-crc", options->package.overrideCrc,
-                      "loads a package whose CRC isn't CRC-32, for a device that uses another");
-    command->add_flag("--no-start", options->noStart, "leaves a device that ran its application in its bootloader");
-    command->add_flag("--dry-run", options->dryRun, "only checks, and says what would be done");
+                      "load even a package whose CRC isn't CRC-32, for a device that uses another");
+    command->add_flag("--no-start", options->noStart, "leave a device that ran its application in its bootloader");
+    command->add_flag("--dry-run", options->dryRun, "only check, and say what would be done");
     AddDevice(command, options->device);
 }
 

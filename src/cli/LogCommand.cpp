@@ -139,17 +139,21 @@ void Log(Call& call, const LogOptions& options) {
 
 void AddLog(CommandSet& set) {
     auto options = std::make_shared<LogOptions>();
-    CLI::App* command = set.Add("log", "shows the stored log", [options](Call& call) { Log(call, *options); });
+    CLI::App* command = set.Add("log", "show the stored log", [options](Call& call) { Log(call, *options); });
     std::vector<std::string> levels;
     for (std::int32_t level = LEVEL_DETAIL; level <= LEVEL_FATAL; level += 2)
         levels.push_back(platform::LowerCase(basDebug::GetLevelName(level)));
-    TakesOneOf(command->add_option("--level", options->level, "messages of this level and above"), levels);
-    command->add_option("--module", options->module, "messages of this module, such as basBootloader")
+    TakesOneOf(command->add_option("--level", options->level,
+                                   "show messages of this level and above; the levels are named from the lowest to "
+                                   "the highest, so user ranks above error"),
+               levels);
+    command->add_option("--module", options->module, "show messages of this module, such as basBootloader")
         ->type_name("MODULE");
     command
-        ->add_option("--since", options->since,
-                     "messages from then on: 2026-11-25, \"2026-11-25 14:30\", 14:30, or 10m, 2h, 3d ago; those whose "
-                     "time isn't known are left out")
+        ->add_option(
+            "--since", options->since,
+            "show messages from then on: 2026-11-25, \"2026-11-25 14:30\", 14:30, or 10m, 2h, 3d ago; those whose "
+            "time isn't known are left out")
         ->type_name("TIME");
     command->add_flag("--follow", options->follow, "show the last ten, then go on until Ctrl+C; with --since all");
 }

@@ -149,8 +149,8 @@ constexpr const char* SURROUNDINGS =
     ".TP\n.B docs/hoistline.schema.json\nthe JSON Schema of all that \\fB\\-\\-json\\fR writes.\n";
 
 std::string ProgramPage(const CommandFacts& program) {
-    std::string text = Heading("hoistline", "finds, loads and programs devices on an IEEE 1394 bus") +
-                       ".SH SYNOPSIS\n" + SynopsisText(program) + DESCRIPTION + CommandsText(program) +
+    std::string text = Heading("hoistline", "find, load and program devices on an IEEE 1394 bus") + ".SH SYNOPSIS\n" +
+                       SynopsisText(program) + DESCRIPTION + CommandsText(program) +
                        OptionsText("SH OPTIONS", program.Options) + ExitText() + SURROUNDINGS + ExamplesText(program) +
                        ".SH SEE ALSO\n";
     for (const CommandFacts& command : program.Commands)

@@ -43,6 +43,10 @@ bool AppendSection(Call& call, ByteArray& package, std::size_t number, const Sec
 }
 
 void Pack(Call& call, const PackOptions& options) {
+    if (std::ranges::all_of(options.sections, &std::string::empty, &SectionOptions::file)) {
+        call.End(Verdict::Usage, "Give --image1, --image2 or --cne.  See \"hoistline package pack --help\".");
+        return;
+    }
     TwdIdentification identification = options.identification;
     const platform::SystemTime now = platform::GetSystemTime();
     if (identification.Date.empty())
@@ -74,23 +78,15 @@ std::string InfoOf(const TwdHeader& header) {
     return header.InfoText.substr(0, header.InfoText.find('\0'));
 }
 
-std::string Hex(std::int32_t value) {
-    return fmt::format("0x{:X}", Bits(value));
-}
-
-std::string Hex8(std::uint32_t value) {
-    return fmt::format("0x{:08X}", value);
-}
-
 Json SectionJson(const TwdHeader& header, const NamedSection& named) {
     const TwdSection& section = header.*named.section;
     const std::optional<std::uint32_t> crc = ContentCrc(header, section);
     return {{"name", SectionWord(named)},
             {"offset", Bits(section.Offset)},
-            {"address", Hex8(Bits(section.Address))},
+            {"address", CrcText(Bits(section.Address))},
             {"length", section.Length},
-            {"crc", Hex8(Bits(section.Crc))},
-            {"contentCrc", crc ? Json(Hex8(*crc)) : Json(nullptr)}};
+            {"crc", CrcText(Bits(section.Crc))},
+            {"contentCrc", crc ? Json(CrcText(*crc)) : Json(nullptr)}};
 }
 
 Json PackageJson(const std::string& path, const TwdHeader& header, const std::vector<std::string>& faults) {
@@ -102,10 +98,10 @@ Json PackageJson(const std::string& path, const TwdHeader& header, const std::ve
             {"bytes", header.FileData.size() - 1},
             {"date", FormatTwdDate(header.ImageDate)},
             {"time", FormatTwdTime(header.ImageTime)},
-            {"softwareId", Hex(header.SoftwareID)},
+            {"softwareId", HexText(header.SoftwareID)},
             {"softwareVersion", FormatVersion(header.SoftwareVersion)},
             {"hardwareId", header.HardwareID},
-            {"vendorId", Hex(header.VendorID)},
+            {"vendorId", HexText(header.VendorID)},
             {"info", InfoOf(header)},
             {"sections", std::move(sections)},
             {"faults", faults}};
@@ -117,15 +113,15 @@ void PrintPackage(Call& call, const TwdHeader& header) {
     };
     print("date", FormatTwdDate(header.ImageDate));
     print("time", FormatTwdTime(header.ImageTime));
-    print("software", fmt::format("{} version {}", Hex(header.SoftwareID), FormatVersion(header.SoftwareVersion)));
+    print("software", fmt::format("{} version {}", HexText(header.SoftwareID), FormatVersion(header.SoftwareVersion)));
     print("hardware", std::to_string(header.HardwareID));
-    print("vendor", Hex(header.VendorID));
+    print("vendor", HexText(header.VendorID));
     print("info", InfoOf(header));
     for (const NamedSection& named : SECTIONS)
         if (const TwdSection& section = header.*named.section; section.Length > 0)
             print(SectionWord(named).c_str(),
-                  fmt::format("offset {} address {} length {} crc {}", Hex(section.Offset), Hex8(Bits(section.Address)),
-                              section.Length, Hex8(Bits(section.Crc))));
+                  fmt::format("offset {} address {} length {} crc {}", HexText(section.Offset),
+                              CrcText(Bits(section.Address)), section.Length, CrcText(Bits(section.Crc))));
 }
 
 void Show(Call& call, const std::string& path) {
@@ -187,11 +183,11 @@ bool FitsInfo(std::string_view text) {
 }
 
 void AddSection(CLI::App* command, const std::string& name, SectionOptions& section) {
-    CLI::Option* file = AddFile(command, "--" + name, section.file, "file with the section's bytes");
-    command->add_option("--" + name + "-address", section.address, "its start address on the target")
+    CLI::Option* file = AddFile(command, "--" + name, section.file, "take the section's bytes from this file");
+    command->add_option("--" + name + "-address", section.address, "set its start address on the target")
         ->type_name("NUMBER")
         ->needs(file);
-    command->add_option("--" + name + "-crc", section.crc, "the target's own CRC in place of CRC-32")
+    command->add_option("--" + name + "-crc", section.crc, "set the target's own CRC in place of CRC-32")
         ->type_name("NUMBER")
         ->needs(file);
 }
@@ -200,21 +196,22 @@ void AddPack(CommandSet& set, CLI::App* group) {
     auto options = std::make_shared<PackOptions>();
     TwdIdentification& identification = options->identification;
     CLI::App* command = set.Add(
-        "pack", "makes a package", [options](Call& call) { Pack(call, *options); }, group);
+        "pack", "make a package", [options](Call& call) { Pack(call, *options); }, group);
     const auto number = [command](const char* name, std::uint32_t& value, const char* description) {
         command->add_option(name, value, description)->type_name("NUMBER");
     };
-    command->add_option("--date", identification.Date, "of the software, in UTC; today without it")
+    command->add_option("--date", identification.Date, "set the date of the software, in UTC; without it today")
         ->type_name("YYYYMMDD")
         ->check(Checked(IsTwdDate, "YYYYMMDD"));
-    command->add_option("--time", identification.Time, "of the software, in UTC; now without it")
+    command->add_option("--time", identification.Time, "set the time of the software, in UTC; without it now")
         ->type_name("HHMMSS")
         ->check(Checked(IsTwdTime, "HHMMSS"));
-    number("--software-id", identification.SoftwareID, "which software it is");
-    number("--software-version", identification.SoftwareVersion, "0x01020304 is 1.2.3.4");
-    number("--hardware-id", identification.HardwareID, "the hardware model that it is for");
-    number("--vendor-id", identification.VendorID, "the vendor that it is for");
-    command->add_option("--info", identification.Info, "free text, at most 256 characters")
+    number("--software-id", identification.SoftwareID, "set the ID of the software");
+    number("--software-version", identification.SoftwareVersion,
+           "set the version of the software: 0x01020304 is 1.2.3.4");
+    number("--hardware-id", identification.HardwareID, "set the hardware model that the package is for");
+    number("--vendor-id", identification.VendorID, "set the vendor that the package is for");
+    command->add_option("--info", identification.Info, "set a free text, at most 256 characters")
         ->type_name("TEXT")
         ->check(Checked(FitsInfo, "at most 256 characters"));
     for (std::size_t section = 0; section < std::size(SECTIONS); ++section)
@@ -229,7 +226,7 @@ void AddPackageArgument(CLI::App* command, std::string& path) {
 void AddUnpack(CommandSet& set, CLI::App* group) {
     auto options = std::make_shared<UnpackOptions>();
     CLI::App* command = set.Add(
-        "unpack", "writes a section to a file", [options](Call& call) { Unpack(call, *options); }, group);
+        "unpack", "write a section to a file", [options](Call& call) { Unpack(call, *options); }, group);
     std::vector<std::string> names;
     std::ranges::transform(SECTIONS, std::back_inserter(names), SectionWord);
     AddPackageArgument(command, options->package);
@@ -240,7 +237,7 @@ void AddUnpack(CommandSet& set, CLI::App* group) {
 } // namespace
 
 void AddPackage(CommandSet& set) {
-    CLI::App* group = set.AddGroup("package", "packs, shows, checks and unpacks firmware packages");
+    CLI::App* group = set.AddGroup("package", "pack, show, check and unpack firmware packages");
     AddPack(set, group);
     const auto add = [&](const char* name, const char* summary, void (*run)(Call&, const std::string&)) {
         auto path = std::make_shared<std::string>();
@@ -248,8 +245,8 @@ void AddPackage(CommandSet& set) {
             name, summary, [path, run](Call& call) { run(call, *path); }, group);
         AddPackageArgument(command, *path);
     };
-    add("show", "prints the header and the sections", Show);
-    add("check", "checks header, date and time, the sections' bounds and CRCs", Check);
+    add("show", "show the header and the sections", Show);
+    add("check", "check header, date and time, the sections' bounds and CRCs", Check);
     AddUnpack(set, group);
 }
 

@@ -51,9 +51,10 @@ void WarnOfCrc(Call& call, const PlannedImage& image) {
 
 void AddPackageChoice(CLI::App* command, PackageChoice& choice) {
     AddFile(command, "PACKAGE", choice.file, "the firmware package, a *.twd file")->type_name("")->required();
-    CLI::Option* only = TakesOneOf(command->add_option("--only", choice.only, "one of them in place of both"),
-                                   {"application", "config"});
-    TakesOneOf(command->add_option("--as", choice.as, "what the package's image is, if not the application"),
+    CLI::Option* only =
+        TakesOneOf(command->add_option("--only", choice.only, "take only the application or the config of the package"),
+                   {"application", "config"});
+    TakesOneOf(command->add_option("--as", choice.as, "take the package's image as this, not as the application"),
                {"bootloader", "debugger"})
         ->excludes(only);
 }

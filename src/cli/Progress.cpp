@@ -93,9 +93,9 @@ double Progress::Rate() const {
 
 void Progress::WriteJson() const {
     Json event{{"event", "progress"},   {"step", NameOf(shown_.step)}, {"image", ImageName(shown_)},
-               {"bytes", shown_.bytes}, {"length", shown_.length},     {"rate", nullptr}};
+               {"bytes", shown_.bytes}, {"length", shown_.length},     {"kBPerSecond", nullptr}};
     if (const double rate = Rate(); rate > 0)
-        event["rate"] = std::llround(rate);
+        event["kBPerSecond"] = std::round(rate) / 1000;
     streams_.Error(Dump(event, -1) + "\n");
 }
 

@@ -86,8 +86,12 @@ std::string CrcText(std::uint32_t crc) {
     return fmt::format("0x{:08X}", crc);
 }
 
+std::string HexText(std::int32_t value) {
+    return fmt::format("0x{:X}", Bits(value));
+}
+
 std::optional<double> Step::Rate() const {
-    if (!Bytes || !Seconds || *Seconds <= 0)
+    if (Operation != "load" || !Bytes || !Seconds || *Seconds <= 0)
         return {};
     return static_cast<double>(*Bytes) / 1000 / *Seconds;
 }

@@ -29,7 +29,7 @@ struct Step {
     std::optional<std::uint32_t> PackageCrc, DeviceCrc;
     std::optional<double> Seconds;
 
-    [[nodiscard]] std::optional<double> Rate() const; // kB/s
+    [[nodiscard]] std::optional<double> Rate() const; // of a whole load, erase and check included, in kB/s (k = 1000)
 };
 
 struct LoggedMessage {
@@ -66,7 +66,8 @@ struct Report {
 
 // "application", "config", "debugger", "bootloader"; null for no image.
 const char* NameOfImage(std::int32_t imageType);
-std::string CrcText(std::uint32_t crc); // 0x0123ABCD
+std::string CrcText(std::uint32_t crc);  // 0x0123ABCD, also of an address
+std::string HexText(std::int32_t value); // 0x1A
 Step StepFrom(const basApp::StepVerdict& verdict);
 // The whole record by the schema.
 Json ToJson(const Report& report);

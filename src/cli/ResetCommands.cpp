@@ -43,7 +43,7 @@ void ResetBus(Call& call) {
     bas1394::ResetBus();
     if (call.Wait([&complete] { return complete && bas1394::globals.BusEnumerated; }, TIME_TO_SETTLE)) {
         call.report.Answer = {{"nodes", NodeCount()}};
-        call.Print(fmt::format("{} nodes", NodeCount()));
+        call.Print(NodeCount() == 1 ? "1 node" : fmt::format("{} nodes", NodeCount()));
     } else {
         call.End(Verdict::Failed, "The bus doesn't come up after its reset.");
     }
@@ -54,15 +54,15 @@ void ResetBus(Call& call) {
 
 void AddReset(CommandSet& set) {
     auto options = std::make_shared<ResetOptions>();
-    CLI::App* command = set.Add("reset", "resets a device into its application or its bootloader",
+    CLI::App* command = set.Add("reset", "reset a device into its application or its bootloader",
                                 [options](Call& call) { Reset(call, *options); });
-    TakesOneOf(command->add_option("--into", options->into, "what it runs afterwards")->required(),
+    TakesOneOf(command->add_option("--into", options->into, "choose what it runs afterwards")->required(),
                {"application", "bootloader"});
     AddDevice(command, options->device);
 }
 
 void AddBusReset(CommandSet& set) {
-    set.Add("bus-reset", "resets the bus, and tells how many nodes it has then", ResetBus);
+    set.Add("bus-reset", "reset the bus, and tell how many nodes it has then", ResetBus);
 }
 
 } // namespace cli

@@ -96,6 +96,13 @@ Json FindingsJson(const std::vector<basConfigRom::RomFinding>& findings) {
     return all;
 }
 
+std::size_t DepthOf(const basConfigRom::RomTree& tree, const basConfigRom::RomRow& row) {
+    std::size_t depth = 0;
+    for (int parent = row.Parent; parent >= 0; parent = tree.Rows[static_cast<std::size_t>(parent)].Parent)
+        ++depth;
+    return depth;
+}
+
 // True when all of the ROM is in the rows.
 bool ShowRows(Call& call, const ConfigRomRecord& rom) {
     basConfigRom::RomTree tree;
@@ -106,7 +113,7 @@ bool ShowRows(Call& call, const ConfigRomRecord& rom) {
     const bool shown = minimal || basConfigRom::FormatConfigRomApple(tree, rom) == 1;
     const bool whole = minimal || (shown && basConfigRom::IsWhole(rom));
     for (const basConfigRom::RomRow& row : tree.Rows)
-        call.Print(Printable(row.Text));
+        call.Print(std::string(2 * DepthOf(tree, row), ' ') + Printable(row.Text));
     call.report.Answer = {{"whole", whole}, {"rows", RowsJson(tree)}};
     return whole;
 }
@@ -175,7 +182,7 @@ void Rom(Call& call, const RomOptions& options) {
 void AddRom(CommandSet& set) {
     auto options = std::make_shared<RomOptions>();
     CLI::App* command =
-        set.Add("rom", "shows, saves and checks a config ROM", [options](Call& call) { Rom(call, *options); });
+        set.Add("rom", "show, save and check a config ROM", [options](Call& call) { Rom(call, *options); });
     AddFile(command, "--save", options->save, "also write the ROM's image: its quadlets from the base on, big-endian");
     command->add_flag("--check", options->check,
                       "also check CRCs, entries against IEEE 1212, and for quadlets that nothing refers to");

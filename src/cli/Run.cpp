@@ -24,12 +24,15 @@ int Show(const CommandSet& commands, const CLI::Error& request, const Streams& s
     return streams.Out(text.str()) ? 0 : static_cast<int>(Verdict::Failed);
 }
 
-int Misunderstood(const std::vector<std::string>& arguments, const std::string& name, const std::string& reason,
+int Misunderstood(const std::vector<std::string>& arguments, const CommandSet& commands, const std::string& reason,
                   const Streams& streams) {
     CommonOptions options;
     options.AsJson = AsksForJson(arguments);
+    options.JUnit = commands.JUnitFile();
+    const std::string name = commands.ParsedName();
     Call call(options, streams, name);
-    call.End(Verdict::Usage, fmt::format("{}.  See \"hoistline {}--help\".", reason, name.empty() ? "" : name + " "));
+    call.End(Verdict::Usage, fmt::format("{}{}  See \"hoistline {}--help\".", reason, reason.ends_with('?') ? "" : ".",
+                                         name.empty() ? "" : name + " "));
     return call.Finish();
 }
 
@@ -49,15 +52,19 @@ int Run(const std::vector<std::string>& arguments, const Streams& streams) {
         commands->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success& request) { // --help, --version
         return Show(*commands, request, streams);
+    } catch (const CLI::RequiredError& error) {
+        const std::string fault = commands->CommandFault();
+        return Misunderstood(arguments, *commands, fault.empty() ? Sentence(error.what()) : fault, streams);
     } catch (const CLI::ParseError& error) {
-        return Misunderstood(arguments, commands->ParsedName(), Sentence(error.what()), streams);
+        return Misunderstood(arguments, *commands, Sentence(error.what()), streams);
     }
     const RunCommand* run = commands->Parsed();
     if (const char* noColor = std::getenv("NO_COLOR"); noColor != nullptr && *noColor != '\0')
         commands->options.NoColor = true;
     Call call(commands->options, streams, commands->ParsedName());
-    platform::Attempt([&] { (*run)(call); },
-                      [&](const platform::Failure& failure) { call.End(Verdict::Failed, failure.Description); });
+    if (call.CanWriteJUnit())
+        platform::Attempt([&] { (*run)(call); },
+                          [&](const platform::Failure& failure) { call.End(Verdict::Failed, failure.Description); });
     return call.Finish();
 }
 

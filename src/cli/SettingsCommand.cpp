@@ -26,6 +26,7 @@ struct Setting {
     std::optional<std::string> stored; // an empty value counts as none, as for the program
 
     std::string Value() const { return stored ? *stored : known != nullptr ? known->Default : ""; }
+    std::string Bounds() const { return known != nullptr ? program::BoundsText(*known) : ""; }
     std::string Fault() const { return stored && known != nullptr ? program::SettingFault(*known, *stored) : ""; }
 };
 
@@ -60,6 +61,7 @@ Json ToJson(const Setting& setting) {
             {"key", setting.key},
             {"value", setting.Value()},
             {"stored", setting.stored.has_value()},
+            {"bounds", setting.Bounds().empty() ? Json(nullptr) : Json(setting.Bounds())},
             {"default", setting.known != nullptr ? Json(setting.known->Default) : Json(nullptr)},
             {"meaning", setting.known != nullptr ? Json(setting.known->Meaning) : Json(nullptr)},
             {"fault", setting.Fault().empty() ? Json(nullptr) : Json(setting.Fault())}};
@@ -74,18 +76,17 @@ void TellFault(Call& call, const Setting& setting) {
 void List(Call& call) {
     const std::vector<Setting> settings = ReadSettings();
     Json all = Json::array();
-    std::vector<TableRow> rows = {{"SECTION", "KEY", "VALUE", "DEFAULT", "MEANING"}};
+    std::vector<TableRow> rows = {{"SECTION", "KEY", "VALUE", "DEFAULT", "BOUNDS", "MEANING"}};
     const auto shown = [](const std::string& text) { return text.empty() ? "-" : Printable(text); };
     for (const Setting& setting : settings) {
         all.push_back(ToJson(setting));
         rows.push_back({shown(setting.section), shown(setting.key), setting.stored ? shown(*setting.stored) : "-",
-                        setting.known != nullptr ? shown(setting.known->Default) : "-",
+                        setting.known != nullptr ? shown(setting.known->Default) : "-", shown(setting.Bounds()),
                         setting.known != nullptr ? setting.known->Meaning : "-"});
         TellFault(call, setting);
     }
     call.report.Answer = {{"settings", std::move(all)}};
-    for (const std::string& line : TableLines(rows))
-        call.Print(line);
+    PrintTable(call, rows);
 }
 
 // Refused without one.
@@ -140,6 +141,7 @@ void Change(Call& call, const Setting& setting, const std::string& value) {
 }
 
 void Set(Call& call, const SettingName& name) {
+    call.showsVerdict = true;
     Setting setting;
     if (!FindNamed(call, name, setting))
         return;
@@ -154,6 +156,7 @@ void Set(Call& call, const SettingName& name) {
 }
 
 void Unset(Call& call, const SettingName& name) {
+    call.showsVerdict = true;
     Setting setting;
     if (!FindNamed(call, name, setting))
         return;
@@ -166,8 +169,8 @@ void Unset(Call& call, const SettingName& name) {
 } // namespace
 
 void AddSettings(CommandSet& set) {
-    CLI::App* group = set.AddGroup("settings", "shows and changes the stored settings");
-    set.Add("list", "all settings, what is stored of them, and their defaults", List, group);
+    CLI::App* group = set.AddGroup("settings", "show and change the stored settings");
+    set.Add("list", "list all settings: what is stored, their defaults and bounds", List, group);
     const auto add = [&](const char* name, const char* summary, void (*run)(Call&, const SettingName&)) {
         auto options = std::make_shared<SettingName>();
         CLI::App* command = set.Add(
@@ -176,10 +179,10 @@ void AddSettings(CommandSet& set) {
         command->add_option("KEY", options->key, "such as DebugLoggingLevel")->required()->type_name("");
         return std::pair(command, options);
     };
-    add("get", "one setting: what is stored, else its default", Get);
-    const auto [command, options] = add("set", "stores a setting; programs read it when they start", Set);
+    add("get", "show one setting: what is stored, else its default", Get);
+    const auto [command, options] = add("set", "store a setting, which programs read when they start", Set);
     command->add_option("VALUE", options->value, "the new value")->required()->type_name("");
-    add("unset", "removes what is stored, so that the default holds", Unset);
+    add("unset", "remove what is stored, so that the default holds", Unset);
 }
 
 } // namespace cli

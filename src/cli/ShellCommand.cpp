@@ -282,11 +282,11 @@ CLI::Option* AddTexts(CLI::App* command, const char* name, std::vector<std::stri
 
 void AddShell(CommandSet& set) {
     auto options = std::make_shared<ShellOptions>();
-    CLI::App* command = set.Add("shell", "a device's console: in the terminal, in a pipe, or for a script",
+    CLI::App* command = set.Add("shell", "use a device's console in the terminal, in a pipe or from a script",
                                 [options](Call& call) { Shell(call, *options); });
     options->command = command;
     AddFile(command, "--log", options->log, "append what the device prints to this file");
-    command->add_flag("--timestamps", options->timestamps, "the time in front of each line");
+    command->add_flag("--timestamps", options->timestamps, "show the time in front of each line");
     AddTexts(command, "--send", options->sends,
              "send this text, with the escapes \\r \\n \\t \\e \\xHH \\\\, in place of standard input; a command ends "
              "in \\r. Can be repeated")

@@ -35,4 +35,9 @@ std::vector<std::string> TableLines(const std::vector<TableRow>& rows) {
     return lines;
 }
 
+void PrintTable(Call& call, const std::vector<TableRow>& rows) {
+    for (const std::string& line : TableLines(rows))
+        call.Print(line);
+}
+
 } // namespace cli

@@ -31,6 +31,8 @@ TEST_F(CallTest, ListsNodesAndTheHiddenOnesWhenAsked) {
     EXPECT_EQ(states({"list", "--all"}), "0:bootloader 1:application 2:other 3:host ");
     UseBus(Bus({}));
     EXPECT_EQ(states({"list"}), "0:host ") << "an empty list is an answer";
+    EXPECT_EQ(Call({"bus-reset"}), 0);
+    EXPECT_EQ(out, "1 node\n");
 }
 
 TEST_F(CallTest, TakesADevicesNameInAnyFormAndOnlyIfItMeansOneDevice) {
@@ -133,6 +135,47 @@ TEST_F(CallTest, EndsWithTheVerdictThatFitsAndOneDocumentWhateverHappens) {
         << record["reason"];
 }
 
+TEST_F(CallTest, SaysWhatIsWrongWithACommandLine) {
+    UseBus(Bus({}));
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "hoistline: usage: A command is required.  See \"hoistline --help\".\n"},
+        {{"lst"}, "hoistline: usage: There is no command \"lst\"; did you mean list?  See \"hoistline --help\".\n"},
+        {{"help"}, "hoistline: usage: There is no command \"help\".  See \"hoistline --help\".\n"},
+        {{"key"}, "hoistline key: usage: A command of \"key\" is required.  See \"hoistline key --help\".\n"},
+        {{"key", "ste", "A"}, "There is no command \"key ste\"; did you mean set?  See"},
+        {{"--bogus"}, "There is no option \"--bogus\".  See"},
+        {{"list", "--progress", "lines"}, "--progress: takes auto, json, none, not \"lines\".  See"},
+        {{"list", "--timeout", "1 s"}, "--timeout: takes seconds from 0.001 to 1000000, not \"1 s\".  See"},
+        {{"list", "--timeout", "nan"}, "--timeout: takes seconds from 0.001 to 1000000, not \"nan\".  See"},
+        {{"list", "--junit", ""}, "--junit: takes a file, not an empty name.  See"},
+        {{"verify", ""}, "PACKAGE: takes a file, not an empty name.  See"},
+        {{"reset", "--into", "debugger"}, "--into: takes application, bootloader, not \"debugger\".  See"}};
+    for (const auto& [arguments, part] : cases) {
+        EXPECT_EQ(Call(arguments), 2);
+        EXPECT_NE(error.find(part), std::string::npos) << error;
+    }
+}
+
+TEST_F(CallTest, WritesAJUnitFileOfAUsageErrorAndTriesItBeforeTheWork) {
+    UseBus(Bus({}));
+    const TestFolder folder;
+    const std::string file = folder.file("report.xml"), lost = folder.file("none/report.xml");
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"list", "--bogus", "--junit", file},
+                                                      {"--junit=" + file, "list", "--timeout", "x"}}) {
+        std::filesystem::remove(file);
+        EXPECT_EQ(Call(arguments), 2);
+        EXPECT_TRUE(std::filesystem::exists(file) &&
+                    folder.Content("report.xml").find("type=\"usage\"") != std::string::npos);
+    }
+    std::filesystem::remove(file);
+    EXPECT_EQ(Call({"list", "--bogus", "--junit", file, "--junit", file + "2"}), 2);
+    EXPECT_FALSE(std::filesystem::exists(file)) << "which one isn't certain";
+    EXPECT_EQ(Call({"list", "--junit", lost}), 6);
+    EXPECT_EQ(error, fmt::format("hoistline list: refused: The JUnit file \"{}\" can't be created.\n", lost));
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(Call({"list", "--junit", folder.path()}), 6) << "a folder";
+}
+
 TEST_F(CallTest, SaysWhyTheBusThatWasNamedCanNotBeHad) {
     UseBus(Bus({}));
     const std::string missing = program->directory.file("missing.json");
@@ -140,7 +183,7 @@ TEST_F(CallTest, SaysWhyTheBusThatWasNamedCanNotBeHad) {
     EXPECT_EQ(SimulatorDescribe(nullptr, nullptr), -1);
     const cli::Json record = Record({"list", "--bus", "simulated:" + missing});
     EXPECT_EQ(record["verdict"], "no-bus");
-    EXPECT_NE(record["reason"].dump().find("missing.json: /: can't be read"), std::string::npos) << record["reason"];
+    EXPECT_NE(record["reason"].dump().find("missing.json: can't be read"), std::string::npos) << record["reason"];
     bas1394::ChooseBus("");
 }
 
@@ -150,7 +193,9 @@ TEST_F(CallTest, IsInterruptedBySignalAndFailsWithoutItsOutput) {
         if (program->clock.Now() > 3'000'000'000)
             platform::RequestEnd();
     };
+    errorIsTerminal = true;
     EXPECT_EQ(Call({"list", "--watch"}), 130);
+    EXPECT_EQ(error, "\nhoistline list: interrupted: A signal ended the call.\n") << "not in the line of \"^C\"";
     program->windowSystem.eachTurn = nullptr;
     outputWorks = false;
     EXPECT_EQ(Call({"list"}), 1);

@@ -16,6 +16,7 @@ int CommandTest::Call(const std::vector<std::string>& arguments) {
         return true;
     };
     streams.OutIsTerminal = outIsTerminal;
+    streams.ErrorIsTerminal = errorIsTerminal;
     streams.In = input;
     streams.InIsTerminal = inIsTerminal;
     return cli::Run(arguments, streams);

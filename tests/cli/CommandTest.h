@@ -26,7 +26,7 @@ protected:
 
     std::unique_ptr<HeadlessProgram> program;
     std::string out, error;
-    bool outputWorks = true, outIsTerminal = false, inIsTerminal = false;
+    bool outputWorks = true, outIsTerminal = false, inIsTerminal = false, errorIsTerminal = false;
     int input = -1;
 };
 

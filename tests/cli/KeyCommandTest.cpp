@@ -114,9 +114,11 @@ TEST_F(KeyCommandTest, TellsOnlyOfAValueThatTheDeviceHolds) {
 
 std::string Outcomes(const cli::Json& record) {
     std::string text;
-    for (const auto& step : record["steps"])
+    for (const auto& step : record["steps"]) {
         text += fmt::format("{}:{}:{} ", step["operation"].get<std::string>(), step["subject"].dump(),
                             step["outcome"].get<std::string>());
+        EXPECT_FALSE(step.contains("kBPerSecond")) << "a rate is of a load";
+    }
     return text;
 }
 

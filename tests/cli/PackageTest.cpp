@@ -92,6 +92,7 @@ TEST_F(PackageTest, FindsWhatIsWrongWithAPackage) {
         {changed(0x08, "20021301"), "invalid date"},
         {changed(0x08, "\x1B[2J    "), "invalid date"},
         {changed(0x10, "246000"), "invalid time"},
+        {changed(0x38, std::string(4, '\0')), "no section has content"},
         {changed(0x160, "0"), "section image1 has the CRC"},
         {good.substr(0, good.size() - 1), "section image1 reaches outside the file"},
         {changed(0x30, "\xFF\xFF\xFF\xFF"), "section image1 reaches outside the file"},
@@ -113,10 +114,11 @@ TEST_F(PackageTest, RefusesBadArgumentsAndLeavesNoPackage) {
     folder.Put("empty", "");
     folder.Put("P.twd", "another file");
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
-        {{}, 2, "subcommand is required"},
+        {{}, 2, "A command of \"package\" is required"},
         {{"check", "nowhere.twd"}, 6, "nowhere.twd\" can't be read"},
         {{"check", "."}, 6, "can't be read"},
-        {{"unpack", "p.twd", "image3", "out"}, 2, "image3 not in"},
+        {{"unpack", "p.twd", "image3", "out"}, 2, "SECTION: takes image1, image2, cne, not \"image3\""},
+        {{"pack", "q.twd"}, 2, "Give --image1, --image2 or --cne."},
         {{"pack", "q.twd", "--image1", "nowhere"}, 6, "nowhere\" can't be read"},
         {{"pack", "q.twd", "--image1", "empty"}, 6, "empty\" is empty"},
         {{"pack", "q.twd", "--image1-address", "1"}, 2, "--image1"},
