@@ -50,10 +50,6 @@ std::string BusFault(const std::string& bus) {
     return fmt::format("takes simulated or simulated:FILE, not \"{}\"", bus);
 }
 
-CLI::Validator Checked(std::string (*faultOf)(const std::string& typed)) {
-    return {faultOf, ""};
-}
-
 std::string FileFault(const std::string& path) {
     return path.empty() ? "takes a file, not an empty name" : "";
 }
@@ -83,12 +79,12 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
                  "show messages on standard error: WARNING, WATCH, ERROR, USER and FATAL; -vv: also TRACE; -vvv: all");
     app.add_option("--timeout", options.Timeout, "end the call after this time")
         ->type_name("SECONDS")
-        ->check(Checked(TimeoutFault));
+        ->check(CLI::Validator(TimeoutFault, ""));
     app.add_flag("--no-color", options.NoColor, "use no colours, as with the environment variable NO_COLOR");
     AddFile(&app, "--junit", options.JUnit, "also write the verdict and the steps as JUnit XML");
     app.add_option("--bus", options.Bus, "use this bus: simulated, or simulated:FILE for the one that a file describes")
         ->type_name("BUS")
-        ->check(Checked(BusFault))
+        ->check(CLI::Validator(BusFault, ""))
         ->transform(Turned(CallersBus));
     AddProgress(app, options.Progress);
 }
@@ -210,7 +206,7 @@ std::string CommandSet::JUnitFile() const {
 CLI::Option* AddFile(CLI::App* command, const std::string& name, std::string& path, const std::string& description) {
     return command->add_option(name, path, description)
         ->type_name("FILE")
-        ->check(Checked(FileFault))
+        ->check(CLI::Validator(FileFault, ""))
         ->transform(Turned(CallersPath).name(FILE_VALIDATOR));
 }
 

@@ -4,7 +4,6 @@
 #include "bas1394.h"
 #include "basBootloader.h"
 #include "basConfigRom.h"
-#include "basUtils.h"
 
 #include <algorithm>
 #include <charconv>
@@ -152,20 +151,32 @@ const char* ModeOf(const BootloaderTarget& target) {
     return !IsPresent(target) ? "unknown" : RunsBootloader(target) ? "bootloader" : "application";
 }
 
-std::string GuidText(const std::array<std::uint8_t, 8>& guid) {
-    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
-}
-
 void NoteDevice(Call& call, std::int32_t handle) {
     const BootloaderTarget* target = TargetOf(handle);
     if (target == nullptr)
         return;
-    DeviceSummary& device = call.report.Device.emplace();
+    NoteNode(call, target->Device);
+    DeviceSummary& device = *call.report.Device;
     device.Guid = GuidText(target->Info.GUID);
     device.Node = IsPresent(*target) ? target->Device.NodeNum : -1;
-    device.Vendor = basConfigRom::GetConfigRomVendorText(target->Device.ConfigRom);
-    device.Model = basConfigRom::GetConfigRomModelText(target->Device.ConfigRom);
     device.Mode = ModeOf(*target);
+}
+
+void NoteNode(Call& call, const Device& node) {
+    DeviceSummary& device = call.report.Device.emplace();
+    device.Guid = GuidText(node.ConfigRom.GUID);
+    device.Node = node.NodeNum;
+    device.Vendor = basConfigRom::GetConfigRomVendorText(node.ConfigRom);
+    device.Model = basConfigRom::GetConfigRomModelText(node.ConfigRom);
+    if (const BootloaderTarget* target = TargetAt(node))
+        device.Mode = ModeOf(*target);
+}
+
+const BootloaderTarget* TargetAt(const Device& node) {
+    for (const BootloaderTarget& target : basBootloader::globals.TargetList)
+        if (IsPresent(target) && target.Device.NodeNum == node.NodeNum)
+            return &target;
+    return nullptr;
 }
 
 const CompatibleNode* CompatibleAt(int node) {

@@ -30,10 +30,12 @@ const BootloaderTarget* TargetOf(std::int32_t handle);
 bool IsPresent(const BootloaderTarget& target); // on the bus now
 bool RunsBootloader(const BootloaderTarget& target);
 const char* ModeOf(const BootloaderTarget& target); // "application", "bootloader"; "unknown" when it isn't present
-std::string GuidText(const std::array<std::uint8_t, 8>& guid); // 16 digits
-// The device of the report, as it is now.
+// The device of the report, as it is now: a target, or any node.
 void NoteDevice(Call& call, std::int32_t handle);
+void NoteNode(Call& call, const Device& node);
 
+// The target at the node, as TargetOf.
+const BootloaderTarget* TargetAt(const Device& node);
 // What the last discovery found at the node; null when that is no target.
 const CompatibleNode* CompatibleAt(int node);
 // The nodes that it found with this GUID. Several share one record of the target list, so its handle could mean any.

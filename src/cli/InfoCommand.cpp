@@ -10,7 +10,6 @@
 #include "TwdPackage.h"
 #include "basBootloader.h"
 #include "basConfigRom.h"
-#include "basUtils.h"
 
 namespace cli {
 
@@ -54,9 +53,7 @@ std::vector<Fact> RegisterFacts(const BootloaderTarget& target) {
     const std::string maker(info.MakerID.begin(), info.MakerID.end());
     const bool bootloader = RunsBootloader(target);
     return {{"GUID", "guid", GuidText(info.GUID)},
-            {"debug GUID", "debugGuid",
-             bootloader ? Json(basUtils::ByteArrayToHexString(target.DebugGUID.data(), target.DebugGUID.size(), 8))
-                        : Json(nullptr)},
+            {"debug GUID", "debugGuid", bootloader ? Json(GuidText(target.DebugGUID)) : Json(nullptr)},
             {"maker", "maker", maker.substr(0, maker.find('\0'))},
             {"protocol", "protocol", HexText(info.ProtocolVersion)},
             {"hardware", "hardware", info.HardwareModelID},

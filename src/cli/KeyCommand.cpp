@@ -265,9 +265,7 @@ bool BatchDevices::ChooseSingle(std::vector<KeyOperation>& operations) {
 bool BatchDevices::Enter(std::int32_t handle) {
     const bool ranApplication = !RunsBootloader(*TargetOf(handle));
     locks_.push_back(std::make_unique<basBootloader::DeviceLock>(handle));
-    if (!locks_.back()->Taken())
-        return call_.End(Verdict::Unchanged, locks_.back()->Trouble());
-    if (!EnterBootloaderIf(options_.reset, call_, handle))
+    if (!HasLock(call_, *locks_.back()) || !EnterBootloaderIf(options_.reset, call_, handle))
         return false;
     if (ranApplication)
         reset_.push_back(handle);

@@ -29,13 +29,6 @@ struct NodeFacts {
     bool operator==(const NodeFacts&) const = default;
 };
 
-const BootloaderTarget* TargetAt(const Device& node) {
-    for (const BootloaderTarget& target : basBootloader::globals.TargetList)
-        if (IsPresent(target) && target.Device.NodeNum == node.NodeNum)
-            return &target;
-    return nullptr;
-}
-
 bool UnderDebugger(const Device& node) {
     return std::ranges::any_of(basBootloader::globals.DebuggerList,
                                [&](const Device& listed) { return listed.NodeNum == node.NodeNum; });

@@ -86,6 +86,10 @@ std::string CrcText(std::uint32_t crc) {
     return fmt::format("0x{:08X}", crc);
 }
 
+std::string GuidText(std::span<const std::uint8_t> guid) {
+    return basUtils::ByteArrayToHexString(guid.data(), guid.size(), 8);
+}
+
 std::string HexText(std::int32_t value) {
     return fmt::format("0x{:X}", Bits(value));
 }
@@ -120,7 +124,7 @@ Step StepFrom(const basApp::StepVerdict& verdict) {
     step.Operation = OperationName(verdict.Operation);
     step.Subject = SubjectOf(verdict);
     if (verdict.Guid != std::array<std::uint8_t, 8>{})
-        step.Guid = basUtils::ByteArrayToHexString(verdict.Guid.data(), verdict.Guid.size(), 8);
+        step.Guid = GuidText(verdict.Guid);
     step.Outcome = VerdictOf(verdict.Outcome);
     step.Confirmed = verdict.Outcome != basApp::OutcomeKind::Unconfirmed;
     step.Reason = verdict.Reason;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -66,8 +67,9 @@ struct Report {
 
 // "application", "config", "debugger", "bootloader"; null for no image.
 const char* NameOfImage(std::int32_t imageType);
-std::string CrcText(std::uint32_t crc);  // 0x0123ABCD, also of an address
-std::string HexText(std::int32_t value); // 0x1A
+std::string GuidText(std::span<const std::uint8_t> guid); // 16 digits
+std::string CrcText(std::uint32_t crc);                   // 0x0123ABCD, also of an address
+std::string HexText(std::int32_t value);                  // 0x1A
 Step StepFrom(const basApp::StepVerdict& verdict);
 // The whole record by the schema.
 Json ToJson(const Report& report);

@@ -56,17 +56,6 @@ bool ReadFile(Call& call, const std::string& path, RomRead& read) {
     return true;
 }
 
-void NoteNode(Call& call, const Device& node) {
-    DeviceSummary& device = call.report.Device.emplace();
-    device.Node = node.NodeNum;
-    device.Guid = GuidText(node.ConfigRom.GUID);
-    device.Vendor = basConfigRom::GetConfigRomVendorText(node.ConfigRom);
-    device.Model = basConfigRom::GetConfigRomModelText(node.ConfigRom);
-    for (const BootloaderTarget& target : basBootloader::globals.TargetList)
-        if (IsPresent(target) && target.Device.NodeNum == node.NodeNum)
-            device.Mode = ModeOf(target);
-}
-
 bool ReadNode(Call& call, const std::string& name, RomRead& read) {
     Device node;
     if (!ChooseNode(call, name, node))

@@ -74,7 +74,7 @@ TEST_F(LoadTest, SendsWhatAnUnattendedRunSends) {
 TEST_F(LoadTest, ReportsEachImageWithItsBytesRateAndCrcs) {
     UseTarget("application");
     EXPECT_EQ(Call({"load", Path("app.twd")}), 0);
-    EXPECT_EQ(out.find("IMAGE        BYTES  SECONDS  KB/S  CRC OF PACKAGE  CRC OF DEVICE  VERDICT\napplication  2500"),
+    EXPECT_EQ(out.find("IMAGE        BYTES  SECONDS  kB/s  CRC OF PACKAGE  CRC OF DEVICE  VERDICT\napplication  2500"),
               0U)
         << out;
     EXPECT_NE(error.find("hoistline load: done\n"), std::string::npos) << error;

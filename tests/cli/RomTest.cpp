@@ -46,9 +46,9 @@ std::string Changed(std::size_t at, const std::string& bytes) {
 }
 
 TEST_F(RomCommandTest, ShowsAWholeRomAndReportsAnIncompleteOne) {
-    const std::string whole = "\n    0xF0000430   5461726E \n    \"Tarn\"\n";
+    const std::string whole = "\n    0xF0000430   5461726E \n      \"Tarn\"\n";
     const std::tuple<std::string, std::vector<std::string>, int, std::string> rows[] = {
-        {ROM, {}, 0, "BUS INFO BLOCK\n0xF0000400   0x04040000  ROM Header (General), info_len=4 quadlets"},
+        {ROM, {}, 0, "BUS INFO BLOCK\n  0xF0000400   0x04040000  ROM Header (General), info_len=4 quadlets"},
         {ROM, {}, 0, whole},
         {Turned(ROM), {}, 0, whole},
         {ROM, {"--json"}, 0, "\"key\": \"BUS_INFO_BLOCK\""},
