@@ -31,7 +31,7 @@ constexpr std::int64_t OF_TARGET = 0x000F1B0000000001, OF_TYPED = 0x001122334455
 TEST_F(SingleCommands, AreRefusedWhileAnotherProgramLoadsTheDevice) {
     AnotherProgram other;
     ASSERT_TRUE(other.Takes(OF_TARGET));
-    constexpr const char* REFUSAL = "11 SendRequest failed: The device 00 0F 1B 00 00 00 00 01 is being loaded by "
+    constexpr const char* REFUSAL = "11 SendRequest failed: The device 000F1B0000000001 is being loaded by "
                                     "another program.  Nothing was sent.";
     const std::function<std::int32_t()> calls[] = {
         [&] { return ResetDevice(HANDLE, 1); },
