@@ -16,6 +16,7 @@ namespace bas1394 {
 namespace {
 
 constexpr const char* LIBRARY_NAME = "Twl1394api.dll";
+constexpr const char* KERNEL_LIBRARY = "Twl1394kernel.so"; // the one for the kernel's FireWire devices
 constexpr std::int32_t DRIVER_ERRORS_ENDURED = 19;
 
 // The library's callbacks, on any thread. What they deliver is handled at the window system's next
@@ -63,7 +64,9 @@ void LogWhereTheLibraryIs() {
 }
 
 void* LoadAndBind() {
-    void* module = platform::LoadLibraryA(platform::JoinPath(platform::ProgramDirectory(), LIBRARY_NAME));
+    void* module = platform::LoadLibraryA(globals.LibraryFile.empty()
+                                              ? platform::JoinPath(platform::ProgramDirectory(), LIBRARY_NAME)
+                                              : globals.LibraryFile);
     std::string reason = module == nullptr ? platform::LastModuleError() : std::string();
     if (module != nullptr && !library::Bind(module, reason)) {
         platform::FreeLibrary(module);
@@ -81,11 +84,16 @@ void* LoadAndBind() {
 
 } // namespace
 
-void ChooseBus(const std::string& description) {
-    if (description.empty())
-        unsetenv(TWL1394_BUS_VARIABLE);
+void ChooseBus(const BusChoice& choice) {
+    const bool described = choice.Kind != BusKind::Library && !choice.Description.empty();
+    globals.LibraryFile = choice.Kind == BusKind::Kernel
+                              ? platform::JoinPath(platform::ExecutableDirectory(), KERNEL_LIBRARY)
+                          : choice.Kind == BusKind::Library ? choice.Description
+                                                            : "";
+    if (described)
+        setenv(TWL1394_BUS_VARIABLE, choice.Description.c_str(), 1);
     else
-        setenv(TWL1394_BUS_VARIABLE, description.c_str(), 1);
+        unsetenv(TWL1394_BUS_VARIABLE);
 }
 
 void* LoadTwl1394Dll(bool withCallbacks) {

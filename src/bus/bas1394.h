@@ -2,6 +2,7 @@
 // ranges. Nothing else calls the access library.
 #pragma once
 
+#include "BusChoice.h"
 #include "Bytes.h"
 #include "Device.h"
 #include "Failure.h"
@@ -67,6 +68,7 @@ struct Globals {
     // Element 0 with RangeHandle 0 is the free one.
     std::vector<Twl1394AddressRange> AddressRanges = std::vector<Twl1394AddressRange>(1);
 
+    std::string LibraryFile;           // "" for the one of the program directory
     void* LibraryModule = nullptr;     // null when the library isn't loaded
     bool CallbackWindowHooked = false; // notices and debug text are taken
     Twl1394Client Client{};            // what the library was given
@@ -104,9 +106,9 @@ inline auto LogFailure(const char* procedure) {
 
 // --- Library loading and notices (LibraryLoading.cpp) ---
 
-// Which bus the library is to use, in the library's own terms (for the simulated bus the path of a description); empty
-// is its default. To be called before the library is loaded.
-void ChooseBus(const std::string& description);
+// Which library is loaded, and what it is told. To be called before it is loaded; without a call it is the library of
+// the program directory with its default bus.
+void ChooseBus(const BusChoice& choice);
 // Loads the library of the program directory and registers Client. Null when it can't be loaded.
 // `withCallbacks` false corresponds to a window handle of 0.
 [[nodiscard]] void* LoadTwl1394Dll(bool withCallbacks);

@@ -9,17 +9,6 @@
 
 namespace cli {
 
-namespace {
-
-constexpr std::string_view SIMULATED = "simulated", SIMULATED_FILE = "simulated:";
-
-// The description that --bus names, for the access library.
-std::string DescriptionOf(const std::string& bus) {
-    return bus.starts_with(SIMULATED_FILE) ? bus.substr(SIMULATED_FILE.size()) : "";
-}
-
-} // namespace
-
 BusSession::BusSession(Call& call) : call_(call), frontEnd_(call) {
     call_.frontEnd = &frontEnd_;
     program::UseFrontEnd(frontEnd_);
@@ -56,9 +45,10 @@ void BusSession::StoreLogInBatches() {
 }
 
 bool BusSession::OpenBus() {
-    call_.report.BusKind = SIMULATED;
-    call_.report.BusDescription = DescriptionOf(call_.options.Bus);
-    bas1394::ChooseBus(call_.report.BusDescription);
+    const bas1394::BusChoice choice = bas1394::ParseBus(call_.options.Bus).value_or(bas1394::BusChoice{});
+    call_.report.BusKind = bas1394::NameOf(choice.Kind);
+    call_.report.BusDescription = choice.Description;
+    bas1394::ChooseBus(choice);
     busOpen_ = true;
     basApp::StartBesideOthers();
     StoreLogInBatches();

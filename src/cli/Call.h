@@ -29,7 +29,7 @@ struct CommonOptions {
     int Verbose = 0;               // 1: WARNING and above, 2: TRACE, 3: everything
     std::optional<double> Timeout; // seconds, of the whole call
     std::string JUnit;             // a file, or empty
-    std::string Bus;               // "" the default, "simulated", "simulated:FILE"
+    std::string Bus;               // as bas1394::ParseBus takes it; "" for the default
     ProgressStyle Progress = ProgressStyle::Auto;
 };
 

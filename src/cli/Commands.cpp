@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "BusChoice.h"
 #include "CodePage.h"
 #include "Description.h"
 #include "DeviceChoice.h"
@@ -32,7 +33,7 @@ std::string CallersPath(const std::string& path) {
 
 std::string CallersBus(const std::string& bus) {
     const std::size_t path = bus.find(':') + 1;
-    return path == 0 ? bus : bus.substr(0, path) + CallersPath(bus.substr(path));
+    return path == 0 || bus.starts_with("kernel") ? bus : bus.substr(0, path) + CallersPath(bus.substr(path));
 }
 
 // Replaces what was typed.
@@ -45,9 +46,9 @@ CLI::Validator Turned(std::string (*turn)(const std::string& typed)) {
 }
 
 std::string BusFault(const std::string& bus) {
-    if (bus == "simulated" || (bus.starts_with("simulated:") && bus.size() > 10))
+    if (bas1394::ParseBus(bus))
         return {};
-    return fmt::format("takes simulated or simulated:FILE, not \"{}\"", bus);
+    return fmt::format("takes simulated, simulated:FILE, kernel, kernel:CARD or library:FILE, not \"{}\"", bus);
 }
 
 std::string FileFault(const std::string& path) {
@@ -82,7 +83,10 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
         ->check(CLI::Validator(TimeoutFault, ""));
     app.add_flag("--no-color", options.NoColor, "use no colours, as with the environment variable NO_COLOR");
     AddFile(&app, "--junit", options.JUnit, "also write the verdict and the steps as JUnit XML");
-    app.add_option("--bus", options.Bus, "use this bus: simulated, or simulated:FILE for the one that a file describes")
+    app.add_option("--bus", options.Bus,
+                   "use this bus: simulated, or simulated:FILE for the one that a file describes; kernel, or "
+                   "kernel:CARD, for a real "
+                   "adapter; library:FILE for another access library")
         ->type_name("BUS")
         ->check(CLI::Validator(BusFault, ""))
         ->transform(Turned(CallersBus));

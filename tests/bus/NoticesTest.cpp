@@ -75,10 +75,35 @@ TEST_F(Notices, WaitForEventProcessingAndAreDroppedWithoutAWindow) {
 
 TEST(TheChosenBus, IsSetForTheLibraryAndTakenBack) {
     const Variable before("TWL1394_BUS", "");
-    ChooseBus("/racks/bus 7.json");
+    ChooseBus({BusKind::Simulated, "/racks/bus 7.json"});
     EXPECT_STREQ(getenv("TWL1394_BUS"), "/racks/bus 7.json");
-    ChooseBus("");
+    EXPECT_EQ(globals.LibraryFile, "");
+    ChooseBus({BusKind::Library, "/opt/other.so"});
     EXPECT_EQ(getenv("TWL1394_BUS"), nullptr);
+    EXPECT_EQ(globals.LibraryFile, "/opt/other.so");
+    ChooseBus({BusKind::Kernel, "1"});
+    EXPECT_STREQ(getenv("TWL1394_BUS"), "1");
+    EXPECT_TRUE(globals.LibraryFile.ends_with("/Twl1394kernel.so"));
+    ChooseBus({});
+    EXPECT_EQ(getenv("TWL1394_BUS"), nullptr);
+    EXPECT_EQ(globals.LibraryFile, "");
+}
+
+TEST(TheChosenBus, IsNamedByItsKindAndWhatFollowsTheColon) {
+    const std::pair<const char*, std::optional<BusChoice>> cases[] = {
+        {"simulated", BusChoice{}},
+        {"simulated:a:b", BusChoice{BusKind::Simulated, "a:b"}},
+        {"kernel", BusChoice{BusKind::Kernel, ""}},
+        {"kernel:1", BusChoice{BusKind::Kernel, "1"}},
+        {"library:x.so", BusChoice{BusKind::Library, "x.so"}},
+        {"kernel:/dev/fw1", {}},
+        {"library", {}},
+        {"library:", {}},
+        {"simulated:", {}},
+        {"Kernel", {}},
+        {"", {}}};
+    for (const auto& [text, choice] : cases)
+        EXPECT_EQ(ParseBus(text), choice) << text;
 }
 
 TEST(DebugText, IsSplitIntoLines) {

@@ -179,12 +179,16 @@ TEST_F(CallTest, WritesAJUnitFileOfAUsageErrorAndTriesItBeforeTheWork) {
 TEST_F(CallTest, SaysWhyTheBusThatWasNamedCanNotBeHad) {
     UseBus(Bus({}));
     const std::string missing = program->directory.file("missing.json");
-    bas1394::ChooseBus(missing);
+    bas1394::ChooseBus({bas1394::BusKind::Simulated, missing});
     EXPECT_EQ(SimulatorDescribe(nullptr, nullptr), -1);
     const cli::Json record = Record({"list", "--bus", "simulated:" + missing});
     EXPECT_EQ(record["verdict"], "no-bus");
     EXPECT_NE(record["reason"].dump().find("missing.json: can't be read"), std::string::npos) << record["reason"];
-    bas1394::ChooseBus("");
+    const cli::Json other = Record({"list", "--bus", "library:" + missing});
+    EXPECT_EQ(other["verdict"], "no-bus");
+    EXPECT_EQ(other["bus"], (cli::Json{{"kind", "library"}, {"description", missing}}));
+    EXPECT_EQ(Call({"list", "--bus", "kernel:fw1"}), 2);
+    bas1394::ChooseBus({});
 }
 
 TEST_F(CallTest, IsInterruptedBySignalAndFailsWithoutItsOutput) {

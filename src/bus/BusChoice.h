@@ -1,0 +1,23 @@
+// Which bus the program works on: an access library, and what it is told.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace bas1394 {
+
+enum class BusKind { Simulated, Kernel, Library };
+
+struct BusChoice {
+    BusKind Kind = BusKind::Simulated;
+    std::string Description; // after the colon: a bus description, a card, or the library's file; "" for its default
+
+    bool operator==(const BusChoice&) const = default;
+};
+
+// "simulated", "simulated:FILE", "kernel", "kernel:CARD", "library:FILE". Empty for anything else.
+std::optional<BusChoice> ParseBus(std::string_view text);
+const char* NameOf(BusKind kind); // "simulated"
+
+} // namespace bas1394
