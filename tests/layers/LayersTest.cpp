@@ -40,7 +40,8 @@ const std::map<std::string, std::vector<std::string>> BELOW{
     {"ui/logic", {"firmware", "configrom/nodes"}},
     {"ui/widgets", {"ui/logic"}},
     {"ui/windows", {"ui/widgets", "program"}},
-    {"cli", {"program"}},
+    {"doctor", {"platform/files"}},
+    {"cli", {"program", "doctor"}},
     {"", {"ui/windows", "cli"}},
 };
 
