@@ -256,6 +256,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddPackage(*set);
     AddLog(*set);
     AddSettings(*set);
+    AddDoctor(*set);
     AddCompletion(*set);
     AddFooters(set->app, Describe(*set));
     return set;

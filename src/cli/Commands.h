@@ -56,6 +56,7 @@ CLI::Option* AddDevice(CLI::App* command, std::string& device);
 void AddBusReset(CommandSet& set);
 void AddCrc(CommandSet& set);
 void AddCompletion(CommandSet& set);
+void AddDoctor(CommandSet& set);
 void AddList(CommandSet& set);
 void AddInfo(CommandSet& set);
 void AddIdentity(CommandSet& set);

@@ -27,6 +27,8 @@ const std::vector<Example> EXAMPLES = {
     {"package check", "hoistline package check app.twd", "exit code 6 when it has a fault"},
     {"package unpack", "hoistline package unpack app.twd image1 app.bin", "the application's bytes"},
     {"log", "hoistline log --level error --since 2h", "what went wrong in the last two hours"},
+    {"doctor", "hoistline doctor", "why no device of a real bus is found"},
+    {"doctor", "hoistline doctor --install-rule", "as root: lets users work with adapters and devices"},
     {"completion", "hoistline completion bash > ~/.local/share/bash-completion/completions/hoistline",
      "for your own account"},
 };

@@ -1,4 +1,4 @@
-// The udev rule that opens this computer's adapters and its makers' devices to users.
+// The udev rule that opens this computer's adapters and devices of our vendor to users.
 #pragma once
 
 #include <string>

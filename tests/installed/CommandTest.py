@@ -103,7 +103,8 @@ VERDICTS = [  # verdict, exit code, bus, arguments; a signal once the erase has 
         "settings list", "settings get Global DebugLoggingLevel", "settings set Global DebugLoggingLevel 5",
         "settings unset Global DebugLoggingLevel", "package show app.twd", "package check app.twd",
         "package unpack app.twd image1 image", "package pack --image1 image.bin other.twd", "completion fish",
-        "identity --guid 000F1B0000000009 --dry-run", "identity --guid 000F1B0000000009 --mac 0000A1B2C3D4")),
+        "doctor --print-rule", "identity --guid 000F1B0000000009 --dry-run",
+        "identity --guid 000F1B0000000009 --mac 0000A1B2C3D4")),
     ("failed", 1, bus(), ["package", "unpack", "app.twd", "image1", "/nowhere/file"], None),
     ("usage", 2, bus(), ["list", "--bogus"], None),
     ("no-device", 4, bus(), ["load", "app.twd"], None),
@@ -280,7 +281,7 @@ def check_program(program):
     assert "libfmt" in names and "Qt" not in names, names
     share = program.folder / "share"
     for path in ("bash-completion/completions/hoistline", "zsh/site-functions/_hoistline",
-                 "fish/vendor_completions.d/hoistline.fish", "man/man1/hoistline-load.1"):
+                 "fish/vendor_completions.d/hoistline.fish", "man/man1/hoistline-load.1", "udev/70-hoistline.rules"):
         assert (share / path).stat().st_size > 200, path
 
 
