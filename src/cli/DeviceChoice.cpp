@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -126,8 +127,8 @@ bool ChooseNode(Call& call, const std::string& text, Device& node) {
     if (found.empty())
         return EndWithoutMatch(call, text, text.empty() ? "node but this computer" : "node");
     std::vector<std::string> names;
-    for (const Device* candidate : found)
-        names.push_back(fmt::format("#{}", candidate->NodeNum));
+    std::ranges::transform(found, std::back_inserter(names),
+                           [](const Device* candidate) { return fmt::format("#{}", candidate->NodeNum); });
     if (names.size() > 1)
         return EndWithSeveral(call, text, names);
     node = *found.front();

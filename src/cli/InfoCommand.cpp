@@ -11,6 +11,9 @@
 #include "basBootloader.h"
 #include "basConfigRom.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace cli {
 
 namespace {
@@ -33,8 +36,9 @@ Json ToJson(const std::vector<Fact>& facts) {
 
 void Print(Call& call, const char* title, const std::vector<Fact>& facts) {
     std::vector<TableRow> rows;
-    for (const Fact& fact : facts)
-        rows.push_back({fmt::format("  {}", fact.label), TextOf(fact.value)});
+    std::ranges::transform(facts, std::back_inserter(rows), [](const Fact& fact) {
+        return TableRow{fmt::format("  {}", fact.label), TextOf(fact.value)};
+    });
     call.Print(title);
     PrintTable(call, rows);
 }

@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <ranges>
 #include <tuple>
 
 namespace cli {
@@ -277,7 +276,7 @@ bool BatchDevices::Prepare(std::vector<KeyOperation>& operations) {
         return false;
     for (const KeyOperation& operation : operations) {
         std::array<std::uint8_t, 8> guid{};
-        std::ranges::copy(operation.DeviceId | std::views::take(guid.size()), guid.begin());
+        std::copy_n(operation.DeviceId.begin(), std::min(operation.DeviceId.size(), guid.size()), guid.begin());
         const std::int32_t handle = basBootloader::GetDeviceHandleFromGuid(guid);
         const BootloaderTarget* target = TargetOf(handle);
         if (target == nullptr || !IsPresent(*target) || std::ranges::count(handles_, handle) > 0)

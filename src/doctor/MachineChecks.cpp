@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 #include <system_error>
 #include <tuple>
 
@@ -20,8 +21,7 @@ constexpr std::uint32_t LEAST_VERSION = 4; // of the interface, from kernel 2.6.
 
 std::string NamesOf(const std::vector<const Node*>& nodes) {
     std::vector<std::string> names;
-    for (const Node* node : nodes)
-        names.push_back(node->Name);
+    std::ranges::transform(nodes, std::back_inserter(names), &Node::Name);
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
