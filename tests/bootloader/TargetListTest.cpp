@@ -137,7 +137,8 @@ TEST_F(TargetList, LeavesADeviceAloneWhileAnotherProgramLoadsIt) {
         log.clear();
         targets[0].debugGuid = targets[1].debugGuid = ByteArray(8); // to be made distinct, but for the lock
         EXPECT_EQ(discover({guid, SECOND}), 1);
-        globals.TargetList[0].DebugGUID = globals.TargetList[1].DebugGUID;
+        globals.TargetList.front().DebugGUID =
+            globals.TargetList.back().DebugGUID; // a null GUID has no record beside it
         EXPECT_EQ(HandleDuplicateGUIDs(), 1);
         EXPECT_EQ(commands(0), 0);
         EXPECT_EQ(CountLogged("11 "), 0u) << "it is passed over, not refused";

@@ -193,7 +193,10 @@ TEST_F(KernelTest, AStormOfResetsConfusesNothing) {
             ReadTopology();
         Bytes data(8, 0xEE);
         const std::int32_t result = Read(swapped ? 1 : 0, data, 5000);
-        EXPECT_TRUE(result == TWL1394_BUS_RESET || (result == 1 && data == Bytes(8, 1))) << result;
+        // In the middle of a reset a number may have no device file yet; the wrong device never answers.
+        EXPECT_TRUE(result == TWL1394_BUS_RESET || result == TWL1394_NODE_DID_NOT_RESPOND ||
+                    (result == 1 && data == Bytes(8, 1)))
+            << result;
         const Notices notices = NoticesNow();
         resets += static_cast<std::size_t>(std::ranges::count(notices, RESET));
     }
