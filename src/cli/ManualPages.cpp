@@ -34,7 +34,7 @@ constexpr VerdictMeaning VERDICTS[] = {
 // What roff takes for a request or an escape is text here.
 std::string Roff(const std::string& text) {
     std::string escaped = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
-    for (const char c : text) {
+    for (const char c : text)
         if (c == '\\')
             escaped += "\\e";
         else if (c == '\'')
@@ -43,7 +43,6 @@ std::string Roff(const std::string& text) {
             escaped += c == '-' ? "\\-" : c == '~' ? "\\(ti" : "\\(ha";
         else
             escaped += c;
-    }
     return escaped;
 }
 
