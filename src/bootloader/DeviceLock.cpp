@@ -12,7 +12,7 @@ namespace {
 constexpr const char* LOCK_NAME = "HoistlineDevices";
 constexpr std::uint64_t OFFSETS = 0x7FFFFFFFFFFFFFFF; // bytes that a file can have
 
-// Every GUID has a byte of one file, so that devices leave no files behind.
+// Every GUID has a byte of one file, so that no lock files pile up.
 std::int64_t ByteOf(const DeviceGuid& guid) {
     std::uint64_t number = 0;
     for (const std::uint8_t byte : guid)

@@ -83,10 +83,10 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
         ->check(CLI::Validator(TimeoutFault, ""));
     app.add_flag("--no-color", options.NoColor, "use no colours, as with the environment variable NO_COLOR");
     AddFile(&app, "--junit", options.JUnit, "also write the verdict and the steps as JUnit XML");
-    app.add_option("--bus", options.Bus,
-                   "use this bus: simulated, or simulated:FILE for the one that a file describes; kernel, or "
-                   "kernel:CARD, for a real "
-                   "adapter; library:FILE for another access library")
+    app.add_option(
+           "--bus", options.Bus,
+           "use this bus: simulated, or simulated:FILE for the one that a file describes; kernel, or kernel:CARD, "
+           "for a real adapter; library:FILE for another access library")
         ->type_name("BUS")
         ->check(CLI::Validator(BusFault, ""))
         ->transform(Turned(CallersBus));

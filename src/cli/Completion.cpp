@@ -129,7 +129,7 @@ std::string BashCompletion(const CommandFacts& program) {
 
 // --- zsh ---
 
-// Within a specification of _arguments.
+// Text in an entry of zsh's _arguments.
 std::string ZshText(const std::string& text) {
     std::string escaped;
     for (const char c : text)

@@ -114,9 +114,11 @@ std::string StartOnce(Call& call, std::int32_t handle) {
 std::string StartFault(Call& call, std::int32_t handle) {
     constexpr int ATTEMPTS = 3;
     std::string fault = StartOnce(call, handle);
-    for (int attempt = 1; attempt < ATTEMPTS && !fault.empty() && IsInBootloader(handle); ++attempt)
-        if (!platform::EndRequested())
-            fault = StartOnce(call, handle);
+    for (int attempt = 1; attempt < ATTEMPTS && !fault.empty(); ++attempt) {
+        if (!IsInBootloader(handle) || platform::EndRequested())
+            break;
+        fault = StartOnce(call, handle);
+    }
     return fault;
 }
 

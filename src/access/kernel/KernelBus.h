@@ -1,4 +1,5 @@
-// The bus behind the kernel's device files: which of them are open, which adapter is used, and what the client is told.
+// The bus as the kernel's device files show it: which of them are open, which adapter is used, and which notices the
+// client gets.
 //
 // One lock over everything, given up while a transaction waits. It isn't held while a descriptor is closed, which may
 // take seconds, nor while the client's callbacks run.
@@ -56,7 +57,7 @@ public:
     std::int32_t Carry(const Request& request);
 
 private:
-    // The lock; when it is released, the client is told what has come up meanwhile.
+    // The lock; when it is released, the client gets the notices that have come up meanwhile.
     struct Locked {
         explicit Locked(KernelBus& owner) : bus(owner), lock(owner.mutex_) {}
         ~Locked() { bus.Tell(lock); }
@@ -107,7 +108,7 @@ private:
 
     std::mutex mutex_;
     std::int32_t debugLevel_ = DEBUG_ALWAYS;
-    std::vector<std::uint32_t> notices_; // not yet told
+    std::vector<std::uint32_t> notices_; // not yet posted
     std::vector<std::string> texts_;
     Ports ports_;
     Port* adapter_ = nullptr;         // the local port that is used

@@ -1,4 +1,4 @@
-// An open device file, and the node behind it.
+// An open device file and its node.
 #pragma once
 
 #include "KernelCalls.h"
