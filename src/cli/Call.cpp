@@ -94,10 +94,9 @@ bool Call::Wait(const std::function<bool()>& done, std::int64_t milliseconds) {
     return done() && !stopped();
 }
 
-// Only what would be done: what happened to a device is worse news.
 void Call::FailWithoutOutput() {
-    if (outputFailed_ && report.Concluded() == Verdict::Done)
-        report.Outcome = Verdict::Failed, report.Reason = "Standard output can't be written.";
+    if (outputFailed_)
+        report.Spoil("Standard output can't be written.");
 }
 
 int Call::Finish() {
@@ -134,7 +133,7 @@ void Call::WriteJUnit() {
                           const std::string reason = fmt::format("The JUnit file \"{}\" can't be written: {}",
                                                                  options.JUnit, failure.Description);
                           if (report.Concluded() == Verdict::Done)
-                              report.Outcome = Verdict::Failed, report.Reason = reason;
+                              report.Spoil(reason);
                           else
                               TellAnyway("hoistline: " + Printable(reason));
                       });

@@ -179,8 +179,10 @@ std::string NearestTo(const std::string& typed, const CLI::App& parent) {
          parent.get_subcommands([](const CLI::App* below) { return !below->get_group().empty(); })) {
         const std::string& name = command->get_name();
         const std::size_t distance = Distance(typed, name);
-        if (distance < shortest && name.front() == typed.front())
-            nearest = name, shortest = distance;
+        if (distance < shortest && name.front() == typed.front()) {
+            nearest = name;
+            shortest = distance;
+        }
     }
     return nearest;
 }

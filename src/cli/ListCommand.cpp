@@ -23,8 +23,8 @@ struct ListOptions {
 struct NodeFacts {
     int node = 0;
     std::string guid, vendor, model;
-    std::string state; // "application", "bootloader", "debugger", "duplicate",
-                       // "host", "off", "other", "unreadable"
+    // "application", "bootloader", "debugger", "duplicate", "host", "off", "other", "unreadable"
+    std::string state;
     std::string application, bootloader;
     bool operator==(const NodeFacts&) const = default;
 };

@@ -107,6 +107,13 @@ void Report::End(Verdict verdict, std::string reason) {
     Reason = std::move(reason);
 }
 
+void Report::Spoil(std::string reason) {
+    if (Concluded() != Verdict::Done)
+        return;
+    Outcome = Verdict::Failed;
+    Reason = std::move(reason);
+}
+
 void Report::Take(const basApp::RunVerdict& run) {
     std::ranges::transform(run.Steps, std::back_inserter(Steps), StepFrom);
     Flash = run.Flash();

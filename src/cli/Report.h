@@ -59,6 +59,8 @@ struct Report {
 
     // The first end holds.
     void End(Verdict verdict, std::string reason = {});
+    // Takes "done" back; any other end is worse news and holds.
+    void Spoil(std::string reason);
     // Adds the steps of a run, and draws flash and verdict from them. One that is done doesn't end the call: its device
     // may have to be started.
     void Take(const basApp::RunVerdict& run);
