@@ -9,7 +9,7 @@ namespace basBootloader {
 
 namespace {
 
-constexpr std::int32_t IDENTITY_BYTES = 12, INFO_BYTES = 104;
+constexpr std::int32_t IDENTITY_BYTES = 12;
 constexpr std::int32_t DEFAULT_TIMEOUT = -1;
 constexpr std::int32_t DEBUGGER_TIMEOUT = 1000; // ms
 constexpr bas1394::Address1394 DEBUG_PROBE{0xFFFF, 0xC8000000}, DEBUG_ANSWER{0xFFFF, 0xC8010000};

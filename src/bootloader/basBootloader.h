@@ -91,6 +91,7 @@ void TurnInExchange(std::int32_t handle, const std::function<void()>& turn);
 
 // --- Identification (Identification.cpp) ---
 
+inline constexpr std::int32_t INFO_BYTES = 104; // of the info registers, from Globals::RegisterBase on
 [[nodiscard]] std::int32_t ReadInfoRegisters(const Device& device, BootloaderInfoRegisters& info);
 [[nodiscard]] bool VerifyCompatibility(const BootloaderInfoRegisters& info);
 [[nodiscard]] bool CheckForDebugSupport(const Device& device, std::int32_t timeOutMs = 0);

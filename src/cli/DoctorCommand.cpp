@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Files.h"
+#include "Latency.h"
 #include "Table.h"
 #include "UdevRule.h"
 
@@ -14,7 +15,8 @@ namespace cli {
 namespace {
 
 struct DoctorOptions {
-    bool printRule = false, installRule = false;
+    bool printRule = false, installRule = false, measure = false;
+    std::string device;
 };
 
 const char* WordOf(doctor::Health health) {
@@ -105,6 +107,8 @@ void InstallRule(Call& call) {
 void Doctor(Call& call, const DoctorOptions& options) {
     if (options.printRule)
         return PrintRule(call);
+    if (options.measure)
+        return MeasureLatency(call, options.device);
     options.installRule ? InstallRule(call) : Examine(call);
 }
 
@@ -116,7 +120,17 @@ void AddDoctor(CommandSet& set) {
                                 [options](Call& call) { Doctor(call, *options); });
     CLI::Option* print =
         command->add_flag("--print-rule", options->printRule, "print the udev rule that lets users in");
-    command->add_flag("--install-rule", options->installRule, "install that rule, as root")->excludes(print);
+    CLI::Option* install =
+        command->add_flag("--install-rule", options->installRule, "install that rule, as root")->excludes(print);
+    CLI::Option* measure = command
+                               ->add_flag("--measure", options->measure,
+                                          "in place of the checks, tell how long 1000 reads of a node's ROM header "
+                                          "take, and of the info registers of a device in its bootloader")
+                               ->excludes(print)
+                               ->excludes(install);
+    AddDevice(command, options->device)
+        ->needs(measure)
+        ->description("the device to measure, by its GUID or as \"#2\"; without it each node that can be read");
 }
 
 } // namespace cli

@@ -29,6 +29,7 @@ const std::vector<Example> EXAMPLES = {
     {"log", "hoistline log --level error --since 2h", "what went wrong in the last two hours"},
     {"doctor", "hoistline doctor", "why no device of a real bus is found"},
     {"doctor", "hoistline doctor --install-rule", "as root: lets users work with adapters and devices"},
+    {"doctor", "hoistline doctor --measure --json '#2'", "how long reads of node 2 take, for a script"},
     {"completion", "hoistline completion bash > ~/.local/share/bash-completion/completions/hoistline",
      "for your own account"},
 };

@@ -103,7 +103,7 @@ VERDICTS = [  # verdict, exit code, bus, arguments; a signal once the erase has 
         "settings list", "settings get Global DebugLoggingLevel", "settings set Global DebugLoggingLevel 5",
         "settings unset Global DebugLoggingLevel", "package show app.twd", "package check app.twd",
         "package unpack app.twd image1 image", "package pack --image1 image.bin other.twd", "completion fish",
-        "doctor --print-rule", "identity --guid 000F1B0000000009 --dry-run",
+        "doctor --print-rule", "doctor --measure", "identity --guid 000F1B0000000009 --dry-run",
         "identity --guid 000F1B0000000009 --mac 0000A1B2C3D4")),
     ("failed", 1, bus(), ["package", "unpack", "app.twd", "image1", "/nowhere/file"], None),
     ("usage", 2, bus(), ["list", "--bogus"], None),
