@@ -52,11 +52,12 @@ def wait_until(condition, what):
 
 
 class Program:
-    def __init__(self, installed, base, bus):
+    def __init__(self, installed, base, bus=None):
         self.base, self.folder = base, base / "program"
-        shutil.copytree(installed, self.folder)
+        shutil.copytree(installed, self.folder, symlinks=True)
         self.data = self.folder  # where the program keeps its files
-        (self.folder / "simulated-bus.json").write_text(json.dumps(bus))
+        if bus is not None:
+            (self.folder / "simulated-bus.json").write_text(json.dumps(bus))
         for name in ("home", "runtime"):
             (base / name).mkdir(mode=0o700)
         self.account = {}

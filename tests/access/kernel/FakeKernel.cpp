@@ -234,7 +234,7 @@ int FakeKernel::Control(int descriptor, unsigned long request, void* argument) {
     case FW_CDEV_IOC_SEND_REQUEST:
         return Send(descriptor, device->first, argument);
     case FW_CDEV_IOC_GET_SPEED:
-        return 1;
+        return speed;
     case FW_CDEV_IOC_ALLOCATE:
         return Allocate(descriptor, argument);
     case FW_CDEV_IOC_DEALLOCATE:

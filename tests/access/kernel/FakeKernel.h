@@ -88,7 +88,7 @@ public:
     // Returns once the library has nothing more to do. False after ten seconds.
     bool WaitUntilIdle();
     // The same, unless no library is there or it is inside a call: then it can't wait.
-    void Settle();
+    virtual void Settle();
 
     std::function<std::optional<Reply>(const SentRequest&)> answer; // nothing: no answer yet. Default: zeros
     Bytes topology;                     // of the local node's register; it is given the generation
@@ -104,6 +104,7 @@ public:
     int readError = 0;                                                     // errno of every read
     std::size_t polls = 0;                                                 // how often the library has begun to wait
     std::uint32_t version = 5;
+    int speed = 1; // of every node: S200
 
     std::string DeviceFolder() const override { return folder_.path(); }
     int Open(const std::string& path) override;

@@ -1,0 +1,133 @@
+"""Runs the installed programs on the kernel's device files, which emulated_devices puts in front of a simulated target.
+
+KernelBusTest.py CMAKE BUILD-DIRECTORY EMULATED-DEVICES PRELOADED-LIBRARIES
+"""
+
+import json
+import os
+import random
+import subprocess
+import sys
+import tempfile
+import time
+import traceback
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+from Program import TIME_LIMIT, Program, changes
+
+IMAGE = random.Random(1394).randbytes(5001)
+DEVICE = "000F1B0000000001"
+BUS = {"stateDirectory": "bus-state", "trace": "bus-trace.jsonl",
+       "nodes": [{"kind": "target", "guid": DEVICE, "mode": "application", "eraseMs": 5, "checkMs": 5, "rebootMs": 20},
+                 {"kind": "host"}]}
+LOADING = "0:reset 0:start 0:block*5 0:end"
+
+
+class Emulation:
+    """Of devices that keep their state in the program's folder."""
+
+    def __init__(self, emulated_devices, preloaded, program):
+        description = program.folder / "devices.json"
+        description.write_text(json.dumps(BUS))
+        self.process = subprocess.Popen([emulated_devices, description], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        text=True, env=os.environ | {"TMPDIR": str(program.base)})
+        self.variables = {"UMOCKDEV_DIR": self.process.stdout.readline().strip(),
+                          "LD_PRELOAD": preloaded}
+
+    def end(self):
+        self.process.communicate(timeout=TIME_LIMIT)
+        assert self.process.returncode == 0, f"the emulation ended with {self.process.returncode}"
+
+
+def unattended(program, variables, *options):
+    process = program.start(options, **variables)
+    try:
+        assert process.wait(TIME_LIMIT) == 0, f"exit code {process.returncode}"
+    finally:
+        program.end(process)
+    return program.output()
+
+
+def command(program, variables, *arguments):
+    done = subprocess.run([program.folder / "hoistline", *arguments, "--bus", "kernel", "--json"],
+                          cwd=program.folder, env=program.environment(**variables), stdin=subprocess.DEVNULL,
+                          capture_output=True, timeout=TIME_LIMIT)
+    assert done.returncode == 0, (done.returncode, done.stdout, done.stderr)
+    return json.loads(done.stdout)
+
+
+def expect_image(program, expected_changes):
+    assert program.flash() == {DEVICE: {"application": IMAGE}}, program.flash()
+    assert changes(program.trace()) == expected_changes, changes(program.trace())
+
+
+def information(program, variables):
+    output = unattended(program, variables, "/I")
+    assert f"GUID='{DEVICE[:8]} {DEVICE[8:]}'" in output, output
+    assert "BuildBootloaderDeviceList completed: 1 compatible nodes found on the bus." in output, output
+    assert changes(program.trace()) == "" and program.trace()
+
+
+def unattended_load(program, variables):
+    output = unattended(program, variables, "/D", "app.twd")
+    assert "Successfully programmed image from " in output, output
+    expect_image(program, LOADING + " 0:run")
+
+
+def listed(program, variables):
+    nodes = command(program, variables, "list")["answer"]["nodes"]
+    assert [node["guid"] for node in nodes if node["state"] == "application"] == [DEVICE], nodes
+    assert len(nodes) == 2, nodes
+
+
+def loaded(program, variables):
+    record = command(program, variables, "load", "app.twd")
+    assert (record["verdict"], record["flash"]) == ("done", "identical"), record
+    expect_image(program, LOADING + " 0:run")
+
+
+def examined(program, variables):
+    checks = command(program, variables, "doctor")["answer"]["checks"]
+    assert {check["verdict"] for check in checks} == {"good"}, checks
+
+
+def install(cmake, build, installed):
+    """Without the simulated bus: whatever is found is found through the kernel."""
+    subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
+    (installed / "Twl1394api.so").unlink()
+    (installed / "Twl1394api.so").symlink_to("Twl1394kernel.so")
+    (installed / "image.bin").write_bytes(IMAGE)
+    subprocess.run([installed / "hoistline", "package", "pack", "--image1", "image.bin", "--image1-address",
+                    "0x20000000", "--hardware-id", "17", "app.twd"], check=True, cwd=installed,
+                   stdout=subprocess.DEVNULL)
+
+
+def attempt(case, emulation, installed, base):
+    began = time.monotonic()
+    base.mkdir()
+    try:
+        program = Program(installed, base)
+        devices = Emulation(*emulation, program)
+        try:
+            case(program, devices.variables)
+        finally:
+            devices.end()
+        result = "good"
+    except Exception:
+        result = "FAILED\n" + traceback.format_exc()
+    print(f"{time.monotonic() - began:5.1f} s  {case.__name__}: {result}", flush=True)
+    return result == "good"
+
+
+def main(cmake, build, *emulation):
+    with tempfile.TemporaryDirectory(prefix="kernel-bus-test-") as folder:
+        base = Path(folder)
+        install(cmake, build, base / "installed")
+        with ThreadPoolExecutor(len(CASES)) as pool:
+            jobs = [pool.submit(attempt, case, emulation, base / "installed", base / case.__name__) for case in CASES]
+            return 0 if all([job.result() for job in jobs]) else 1
+
+
+CASES = [information, unattended_load, listed, loaded, examined]
+sys.exit(main(*sys.argv[1:]))
