@@ -17,14 +17,6 @@ std::size_t OpenDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
 }
 
-TEST_F(KernelTest, ExportsTheContractInItsVersion) {
-    EXPECT_EQ(library.InterfaceVersion(), 1U); // and all functions are there, or there would be no test
-    EXPECT_EQ(library.HookSystemModule("a"), 1);
-    const std::int64_t now = kernel.Now();
-    const std::int64_t before = now - 7'000'000;
-    EXPECT_GE(library.QueryElapsedTimeMsLongInt(&before), 7U);
-}
-
 TEST_F(KernelTest, WithoutAnAdapterThereIsNoDeviceUntilOneComes) {
     Register();
     EXPECT_EQ(Devices(), 0U);
@@ -251,16 +243,6 @@ TEST_F(KernelTest, LeavesNoDescriptorOpen) {
         kernel.Remove("fw3");
         EXPECT_EQ(OpenDescriptors(), before);
     }
-}
-
-TEST_F(KernelTest, ABusResetIsTheKernelsToStart) {
-    Start();
-    kernel.initiateReset = [&](std::uint32_t card) { kernel.Reset(card); };
-    EXPECT_EQ(library.BusReset(client.Get(), DEVICE, 0), 0);
-    EXPECT_EQ(NoticesNow(), Notices{RESET});
-    EXPECT_EQ(library.BusReset(client.Get(), "another device", 0), -1);
-    const KeepingClient other;
-    EXPECT_EQ(library.BusReset(other.Get(), DEVICE, 0), -1);
 }
 
 } // namespace

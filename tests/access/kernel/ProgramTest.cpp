@@ -36,15 +36,6 @@ struct KernelProgram {
     SettlingClock clock;
 };
 
-TEST(ProgramOnTheKernelsBus, LoadsADeviceThatRunsItsApplication) {
-    KernelProgram run(Bus({Target(GUID, "application"), R"({"kind": "device"})", R"({"kind": "off"})"}), LEVEL_WATCH);
-    ASSERT_TRUE(run.program.Run("/D app.twd"));
-    EXPECT_TRUE(run.program.Said("Successfully loaded new"));
-    EXPECT_EQ(run.program.Flash(0, "application"), IMAGE);
-    EXPECT_EQ(run.program.Changes(), "reset start block*3 end run");
-    EXPECT_EQ(run.program.nodesAtEnd, 2U) << "the target and this computer";
-}
-
 TEST(ProgramOnTheKernelsBus, ReadsKeys) {
     KernelProgram run(Bus({Target(GUID, "bootloader", R"(, "keys": {"MODEL": "TX-9"})")}), LEVEL_WATCH);
     run.program.Write("keys.txt", std::string("read --single MODEL"));
