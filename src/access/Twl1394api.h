@@ -62,9 +62,11 @@ enum {
 #define TWL1394_SUCCESS 1
 /* No such node, no acknowledge, always busy, the bus's own time-out, adapter removed meanwhile. */
 #define TWL1394_NODE_DID_NOT_RESPOND 121
-/* A bus reset came before the end; whether the node has carried it out isn't known. Also without
- * anything sent: if the number has belonged to another device since the client last read the
- * topology map, a library that can tell returns this until the map is read again. */
+/* A bus reset came before the end; whether the node has carried it out isn't known. Returned once the
+ * bus has its new numbers, even if that takes a little longer than TimeoutMs: the program may repeat it
+ * at once, and gives up after three times. Also without anything sent: if the number has belonged to
+ * another device since the client last read the topology map, a library that can tell returns this
+ * until the map is read again. */
 #define TWL1394_BUS_RESET ((int32_t)0x80000001)
 #define TWL1394_SHUTTING_DOWN ((int32_t)0x80000002) /* no client, or it is being deregistered */
 #define TWL1394_ADDRESS_ERROR ((int32_t)0x80000017) /* response code address error or type error */

@@ -10,6 +10,12 @@
 
 namespace kernel_bus {
 
+namespace {
+
+constexpr std::chrono::milliseconds LONGEST_RESET{200}; // self-identification takes far less, the kernel's work some ms
+
+} // namespace
+
 std::int32_t ResultOfRcode(std::uint32_t rcode) {
     switch (rcode) {
     case RCODE_COMPLETE:
@@ -40,9 +46,12 @@ std::uint64_t Transactions::Begin(Waiting& waiting) {
 
 std::int32_t Transactions::Wait(std::unique_lock<std::mutex>& lock, std::uint64_t closure, std::uint32_t milliseconds) {
     const Waiting& waiting = *waiting_.at(closure);
-    const bool done = ended_.wait_for(lock, std::chrono::milliseconds(milliseconds), [&] { return waiting.done; });
+    const std::chrono::milliseconds limit(milliseconds);
+    const bool ended = ended_.wait_for(lock, limit, [&] { return waiting.done || waiting.refused; });
+    if (waiting.refused)
+        ended_.wait_for(lock, std::min(limit, LONGEST_RESET), [&] { return waiting.done; });
     Forget(closure);
-    return done ? waiting.result : TWL1394_TIMED_OUT;
+    return ended ? waiting.result : TWL1394_TIMED_OUT;
 }
 
 void Transactions::End(const ResponseEvent& response) {
@@ -57,7 +66,8 @@ void Transactions::End(const ResponseEvent& response) {
         else
             std::copy_n(response.data.begin(), waiting.data.size(), waiting.data.begin());
     }
-    waiting.done = true;
+    waiting.refused = waiting.result == TWL1394_BUS_RESET;
+    waiting.done = !waiting.refused;
     ended_.notify_all();
 }
 

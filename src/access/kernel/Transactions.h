@@ -20,6 +20,7 @@ struct Waiting {
     int descriptor = -1;
     std::span<std::uint8_t> data; // of a read: filled if it succeeds
     std::int32_t result = 0;      // once done
+    bool refused = false;         // for its generation, by a bus reset of which the event is still to come
     bool done = false;
 };
 
@@ -30,7 +31,8 @@ public:
     // The closure by which the kernel's answer is recognised; never used twice.
     std::uint64_t Begin(Waiting& waiting);
     std::uint64_t NextClosure() { return ++lastClosure_; }
-    // At most so many milliseconds; TWL1394_TIMED_OUT if it isn't done by then. It is forgotten in any case.
+    // At most so many milliseconds; TWL1394_TIMED_OUT if it isn't done by then. It is forgotten in any case. One that
+    // is refused for its generation ends when the new one is known, or soon: until then another try is refused as well.
     std::int32_t Wait(std::unique_lock<std::mutex>& lock, std::uint64_t closure, std::uint32_t milliseconds);
     void Forget(std::uint64_t closure) { waiting_.erase(closure); }
 

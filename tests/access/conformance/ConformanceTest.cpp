@@ -199,6 +199,11 @@ void BusResets(Rig& rig) {
     ASSERT_EQ(rig.Topology(rig.map), 0);
     Bytes data(8);
     EXPECT_EQ(rig.Read(TARGET, INFO, data), TWL1394_SUCCESS);
+    rig.bench->ResetBus();
+    const std::int32_t during = rig.Read(TARGET, INFO, data);
+    EXPECT_TRUE(during == TWL1394_SUCCESS ||
+                (during == TWL1394_BUS_RESET && rig.Read(TARGET, INFO, data) == TWL1394_SUCCESS))
+        << "it can be repeated at once";
 }
 
 void NodesThatComeAndGo(Rig& rig) {

@@ -317,11 +317,13 @@ int FakeKernel::Send(int descriptor, const std::string& file, void* argument) {
     ++inControl_;
     const std::optional<Reply> reply =
         answer ? answer(request) : Reply{RCODE_COMPLETE, Bytes(isWrite ? 0 : send.length, 0)};
-    --inControl_;
     if (reply)
         Respond(descriptor, send.closure, *reply);
     else
         open_.push_back({descriptor, send.closure});
+    if (reply && reply->rcode == RCODE_GENERATION && refused)
+        refused();
+    --inControl_;
     polling_.notify_all();
     return 0;
 }

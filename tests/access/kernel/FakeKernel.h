@@ -91,6 +91,7 @@ public:
     virtual void Settle();
 
     std::function<std::optional<Reply>(const SentRequest&)> answer; // nothing: no answer yet. Default: zeros
+    std::function<void()> refused;      // `answer` has said RCODE_GENERATION, and its event is queued
     Bytes topology;                     // of the local node's register; it is given the generation
     std::function<void()> topologyRead; // when its answer is under way
     std::vector<SentRequest> sent;      // without those for the topology

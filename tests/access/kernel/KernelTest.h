@@ -78,6 +78,22 @@ protected:
         kernel.answer = nullptr;
         return result.get();
     }
+    // What `happens` queues, the library finds all at once: its thread is busy meanwhile, closing a file of its own.
+    void HoldEvents(const std::function<void()>& happens) {
+        kernel.Add("fw62", {.number = 62});
+        Idle();
+        std::promise<void> held, end;
+        kernel.closing = [&] {
+            held.set_value();
+            end.get_future().wait();
+        };
+        kernel.Remove("fw62");
+        held.get_future().wait();
+        happens();
+        end.set_value();
+        Idle();
+        kernel.closing = nullptr;
+    }
     std::int32_t ReadTopology(Bytes* map = nullptr) {
         Twl1394HostInformation request{0, 6, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
         const std::int32_t result = library.GetLocalHostInformation(client.Get(), DEVICE, &request, 0);

@@ -43,6 +43,7 @@ SimulatedDevices::SimulatedDevices(platform::testing::VirtualClock& clock)
                              [](void*, const char*) {}} {
     now = [this] { return clock_.Now(); };
     answer = [this](const SentRequest& request) { return Answer(request); };
+    refused = [this] { RenumberIfStale(); }; // the kernel finds out a moment later
     allocate = [this](std::uint64_t address, std::uint64_t end) { return AllocateOnHost(address, end); };
     deallocate = [this](std::uint64_t address) { FreeAddressRange(&client_, DEVICE, rangeHandles_.at(address)); };
     initiateReset = [this](std::uint32_t) { BusReset(&client_, DEVICE, 0); };
@@ -87,7 +88,7 @@ void SimulatedDevices::TakeNotice(std::uint32_t number) {
     if (number != TWL1394_NOTICE_BUS_RESET || std::exchange(stale_, true))
         return;
     later([this] {
-        Renumber();
+        RenumberIfStale();
         Settle();
     });
 }
@@ -122,12 +123,13 @@ SimulatedDevices::Numbers SimulatedDevices::PresentNodes() {
     return numbers;
 }
 
-void SimulatedDevices::Renumber() {
-    do {
-        stale_ = false;
+void SimulatedDevices::RenumberIfStale() {
+    if (!stale_)
+        return;
+    while (std::exchange(stale_, false)) {
         present_ = PresentNodes();
         ReadTopology();
-    } while (stale_);
+    }
     if (pulled_)
         return;
     std::erase_if(known_, [this](const std::string& file) { return !present_.contains(file); });

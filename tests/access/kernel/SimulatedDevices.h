@@ -31,7 +31,7 @@ private:
     Numbers PresentNodes(); // but for this computer; creates names for new ones
     std::uint32_t HostNumber() const;
     void ReadTopology();
-    void Renumber();
+    void RenumberIfStale();
     void Appear(const std::string& file);
     std::optional<Reply> Answer(const SentRequest& request);
     int AllocateOnHost(std::uint64_t address, std::uint64_t end);

@@ -45,7 +45,6 @@ TEST_F(KernelTest, EveryEndHasItsResultAndAFailedReadChangesNothing) {
                 {RCODE_SEND_ERROR, 0, FAILED},
                 {RCODE_CANCELLED, 0, ABSENT},
                 {RCODE_BUSY, 0, ABSENT},
-                {RCODE_GENERATION, 0, RESET},
                 {RCODE_NO_ACK, 0, ABSENT},
                 {0x99, 0, FAILED},
                 {0, ENODEV, ABSENT},
@@ -101,6 +100,14 @@ TEST_F(KernelTest, WhatHappensWhileATransactionWaitsEndsIt) {
              kernel.Reset(0);
          },
          1},
+        {"an answer and a bus reset at once",
+         [&] {
+             HoldEvents([&] {
+                 kernel.AnswerOpen(RCODE_COMPLETE, Bytes(8));
+                 kernel.Reset(0);
+             });
+         },
+         1},
         {"the device goes", [&] { kernel.Remove("fw1"); }, ABSENT},
     };
     for (const auto& [name, happens, result] : rows) {
@@ -110,6 +117,21 @@ TEST_F(KernelTest, WhatHappensWhileATransactionWaitsEndsIt) {
         kernel.AnswerOpen(RCODE_COMPLETE, Bytes(8)); // too late
     }
     EXPECT_EQ(Read(CAMERA), 1);
+}
+
+// The kernel refuses what has the old generation before it tells of the new one; who repeats it at once would fail
+// again.
+TEST_F(KernelTest, ARefusalByABusResetEndsWhenTheResetIsTold) {
+    Start();
+    kernel.answer = [](const SentRequest&) { return Reply{RCODE_GENERATION, {}}; };
+    auto result = std::async(std::launch::async, [&] { return Read(TARGET); });
+    EXPECT_EQ(result.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    kernel.Reset(0);
+    EXPECT_EQ(result.get(), RESET);
+    kernel.answer = nullptr;
+    EXPECT_EQ(Read(TARGET), 1);
+    kernel.answer = [](const SentRequest&) { return Reply{RCODE_GENERATION, {}}; };
+    EXPECT_EQ(Read(TARGET, 1), RESET) << "none is told in time";
 }
 
 TEST_F(KernelTest, TheEndOfTheClientEndsATransaction) {
