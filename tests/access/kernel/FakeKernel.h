@@ -47,7 +47,6 @@ struct Reply {
 struct SentResponse {
     std::uint32_t rcode, handle;
     Bytes data;
-    bool operator==(const SentResponse&) const = default;
 };
 
 class FakeKernel : public kernel_bus::KernelCalls {
