@@ -1,5 +1,6 @@
 // What a transaction through the kernel's library costs beyond the kernel: the same request and answer are first timed
 // without the library, on the fake kernel alone, and then through it.
+#include "Clock.h"
 #include "FakeKernel.h"
 #include "KernelTest.h"
 
@@ -12,6 +13,21 @@ using namespace testing_support;
 namespace {
 
 constexpr std::uint64_t ADDRESS = 0xFFFFC8021040;
+
+struct RegisteredLibrary {
+    RegisteredLibrary() {
+        kernel.Add("fw0", {.number = 1, .local = true});
+        kernel.Add("fw1", {});
+        UseKernel(&kernel);
+        KernelLibrary().RegisterClient(client.Get());
+    }
+    ~RegisteredLibrary() {
+        KernelLibrary().DeRegisterClient(client.Get());
+        UseKernel(nullptr);
+    }
+    FakeKernel kernel;
+    KeepingClient client;
+};
 
 void TransactionOfTheFakeKernel(benchmark::State& state) {
     FakeKernel kernel;
@@ -36,22 +52,26 @@ void TransactionOfTheFakeKernel(benchmark::State& state) {
 BENCHMARK(TransactionOfTheFakeKernel)->Arg(8)->Arg(1024)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 void TransactionThroughTheLibrary(benchmark::State& state) {
-    FakeKernel kernel;
-    KeepingClient client;
-    kernel.Add("fw0", {.number = 1, .local = true});
-    kernel.Add("fw1", {});
-    UseKernel(&kernel);
-    KernelLibrary().RegisterClient(client.Get());
+    RegisteredLibrary library;
     const Bytes data(static_cast<std::size_t>(state.range(0)));
     const Twl1394Address at{0xFFFF, 0, static_cast<std::uint32_t>(ADDRESS)};
     for (auto _ : state) {
         if (KernelLibrary().AsyncWriteWrapper(0, &at, static_cast<std::uint32_t>(data.size()), data.data(), 0) != 1)
             return state.SkipWithError("the write failed");
-        kernel.sent.clear();
+        library.kernel.sent.clear();
     }
-    KernelLibrary().DeRegisterClient(client.Get());
-    UseKernel(nullptr);
 }
 BENCHMARK(TransactionThroughTheLibrary)->Arg(8)->Arg(1024)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// How often the library's thread begins to wait in ten seconds without an event: never.
+void IdleLibrary(benchmark::State& state) {
+    RegisteredLibrary library;
+    library.kernel.WaitUntilIdle();
+    const std::size_t before = library.kernel.polls;
+    for (auto _ : state)
+        platform::Sleep(10'000);
+    state.counters["wakeups"] = static_cast<double>(library.kernel.polls - before);
+}
+BENCHMARK(IdleLibrary)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "Events.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -21,7 +22,7 @@ struct Waiting {
     std::span<std::uint8_t> data; // of a read: filled if it succeeds
     std::int32_t result = 0;      // once done
     bool refused = false;         // for its generation, by a bus reset of which the event is still to come
-    bool done = false;
+    std::atomic<bool> done = false;
 };
 
 // All of it under the owner's lock, which Wait gives up while it waits. The event thread ends transactions. What ends
