@@ -104,7 +104,7 @@ TEST_F(BadDay, ABusResetAtAnyTransactionCostsRetriesAndNotTheLoad) {
     EXPECT_GT(disturbed, runs / 2) << "the resets don't occur";
 }
 
-// The target answers each request with what the kernel says after its split time-out.
+// The node acknowledges each request and never answers: the kernel says so after its split time-out.
 void SilenceFrom(KernelProgram& run, const char* file, std::int64_t milliseconds) {
     run.After(milliseconds, [&run, file] {
         run.kernel.answer = [&run, file,
@@ -183,7 +183,7 @@ TEST_F(BadDay, AnAdapterThatIsPulledOutEndsInALoadOrAClearFailure) {
         }
 }
 
-// Another adapter's target has the same number, and is as alike as a device of the same make.
+// Its target has the same number and answers like ours, but for its GUID.
 void AddSecondAdapter(KernelProgram& run, std::vector<Bytes>& written) {
     constexpr const char *ADAPTER = "fw90", *TARGET = "fw91";
     constexpr std::uint64_t INFO = 0xFFFFC8020000, LOW_GUID_OF_ROM = 0xFFFFF0000410;
