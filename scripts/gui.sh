@@ -5,4 +5,4 @@ if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     echo "make gui: there is no display; start it in a desktop session or under Xvfb." >&2
     exit 1
 fi
-exec run/program/HoistlineApp
+HOISTLINE_BUS=simulated exec run/program/HoistlineApp

@@ -5,6 +5,7 @@ set -euo pipefail
 program=run/program
 guid=000F1B0000000001
 package=${1:-}
+export HOISTLINE_BUS=simulated
 
 if [ -z "$package" ]; then
     package=run/application.twd

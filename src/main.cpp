@@ -6,6 +6,7 @@
 #include "Display.h"
 #include "EndRequest.h"
 #include "Mail.h"
+#include "Processes.h"
 #include "Program.h"
 #include "QtDialogs.h"
 #include "QtWindowSystem.h"
@@ -57,13 +58,8 @@ void Run(const std::string& commandLine) {
     programRuns = false;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    const std::string commandLine = basApp::JoinArguments(std::vector<std::string>(argv + 1, argv + argc));
-    const bool unattended = HasOperations(commandLine);
-    if (!ChooseDisplay(unattended))
-        return 1;
+// The whole life of the program with this display.
+void RunOnDisplay(const std::string& commandLine, bool unattended, char** argv) {
     int qtArguments = 1; // the command line is the program's own
     std::optional<DisplayOpening> opening(std::in_place, unattended, argv);
     QApplication application(qtArguments, argv);
@@ -86,5 +82,18 @@ int main(int argc, char** argv) {
     program::UseFrontEnd(frontEnd);
     std::atexit(EndWithDisplay);
     Run(commandLine);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const std::string commandLine = basApp::JoinArguments(arguments);
+    const bool unattended = HasOperations(commandLine);
+    if (!ChooseDisplay(unattended))
+        return 1;
+    RunOnDisplay(commandLine, unattended, argv);
+    if (windows::globals.startAgain)
+        platform::RunAgain(arguments);
     return 0;
 }

@@ -13,6 +13,7 @@ inline constexpr const char* DEBUG_LOGGING_LEVEL = "DebugLoggingLevel";
 inline constexpr const char* DEFAULT_TRANSACTION_TIMEOUT = "Default1394TransactionTimeout"; // ms
 inline constexpr std::int32_t LONGEST_TRANSACTION_TIMEOUT = 3000;
 inline constexpr const char* HELP_HOST = "HelpHost";
+inline constexpr const char* BUS = "Bus"; // as bas1394::ParseBus takes it
 
 inline constexpr const char* SELECT_FIRMWARE_SECTION = "frmSelectFirmware";
 inline constexpr const char* DEFAULT_LOAD_BEHAVIOR = "DefaultLoadBehavior"; // what a double-click on a package loads

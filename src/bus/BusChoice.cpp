@@ -26,6 +26,10 @@ const char* NameOf(BusKind kind) {
     return "simulated";
 }
 
+std::string TextOf(const BusChoice& choice) {
+    return NameOf(choice.Kind) + (choice.Description.empty() ? "" : ":" + choice.Description);
+}
+
 std::optional<BusChoice> ParseBus(std::string_view text) {
     const std::size_t colon = text.find(':');
     const auto kind =

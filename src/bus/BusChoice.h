@@ -16,8 +16,12 @@ struct BusChoice {
     bool operator==(const BusChoice&) const = default;
 };
 
-// "simulated", "simulated:FILE", "kernel", "kernel:CARD", "library:FILE". Empty for anything else.
+// What ParseBus takes, for messages.
+inline constexpr const char* BUS_FORMS = "simulated, simulated:FILE, kernel, kernel:CARD or library:FILE";
+
+// One of BUS_FORMS. Empty for anything else.
 std::optional<BusChoice> ParseBus(std::string_view text);
-const char* NameOf(BusKind kind); // "simulated"
+const char* NameOf(BusKind kind);            // "simulated"
+std::string TextOf(const BusChoice& choice); // as ParseBus takes it
 
 } // namespace bas1394

@@ -45,12 +45,13 @@ void BusSession::StoreLogInBatches() {
 }
 
 bool BusSession::OpenBus() {
-    const bas1394::BusChoice choice = bas1394::ParseBus(call_.options.Bus).value_or(bas1394::BusChoice{});
-    call_.report.BusKind = bas1394::NameOf(choice.Kind);
-    call_.report.BusDescription = choice.Description;
-    bas1394::ChooseBus(choice);
+    program::globals.BusOption = call_.options.Bus;
     busOpen_ = true;
     basApp::StartBesideOthers();
+    const program::WhichBus& bus = program::globals.Bus;
+    if (!bus.Fault.empty())
+        return call_.End(Verdict::NoBus, bus.Fault);
+    ReportBus(bus);
     StoreLogInBatches();
     basApp::globals.PerformUnattendedOperations = true; // the start reads it from a command line
     if (bas1394::globals.LibraryModule == nullptr)
@@ -65,8 +66,19 @@ bool BusSession::OpenBus() {
     return true;
 }
 
+// Nobody is to take a simulated bus for a real one, or the other way round.
+void BusSession::ReportBus(const program::WhichBus& bus) {
+    call_.report.BusKind = bas1394::NameOf(bus.Choice.Kind);
+    call_.report.BusDescription = bus.Choice.Description;
+    call_.report.BusReason = NameOf(bus.Reason);
+    if (bus.Choice.Kind == bas1394::BusKind::Simulated && !call_.options.Quiet && !call_.options.AsJson)
+        call_.PrintFirst(Printable("Bus: " + program::BusText(bus)));
+}
+
 bool BusSession::EndWithoutBus() {
     platform::DoEvents();
+    if (program::globals.Bus.Choice.Kind == bas1394::BusKind::Kernel)
+        return call_.End(Verdict::NoBus, program::WhyNoBus() + "  For the simulated bus: --bus simulated.");
     const std::string& trouble = frontEnd_.libraryTrouble.empty() ? frontEnd_.lastTrouble : frontEnd_.libraryTrouble;
     return call_.End(Verdict::NoBus, trouble.empty() ? "There is no interface to the bus." : trouble);
 }

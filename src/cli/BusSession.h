@@ -4,6 +4,7 @@
 
 #include "Call.h"
 #include "CommandFrontEnd.h"
+#include "WhichBus.h"
 #include "WindowSystem.h"
 
 #include <memory>
@@ -25,6 +26,7 @@ public:
 
 private:
     void StoreLogInBatches();
+    void ReportBus(const program::WhichBus& bus);
     bool EndWithoutBus();
 
     Call& call_;

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace cli {
 
@@ -45,6 +46,11 @@ public:
 
     // A line of the answer on standard output; nothing with --json, since the answer is in the record then.
     void Print(std::string_view line);
+    // The same for a value that a script takes as a whole.
+    void PrintAlone(std::string_view line);
+    // A line that comes before the first one of the answer; on standard error where that stands alone, or is bytes.
+    void PrintFirst(std::string line) { firstLine_ = std::move(line); }
+    void TellFirstLine();
     // A line of a stream of JSON documents (list --watch, log --follow, shell); flushed. The record is the last one.
     void PrintEvent(const Json& event);
     // Bytes of a device, or a document, as they are.
@@ -86,6 +92,7 @@ private:
     void TellVerdict();
 
     std::int64_t start_;
+    std::string firstLine_; // until it is printed
     bool outputFailed_ = false, writesJUnit_ = true;
 };
 

@@ -5,6 +5,7 @@
 #include "Description.h"
 #include "DeviceChoice.h"
 #include "Paths.h"
+#include "WhichBus.h"
 #include "basApp.h"
 
 #include <algorithm>
@@ -31,11 +32,6 @@ std::string CallersPath(const std::string& path) {
     return path.empty() || path.front() == '/' ? path : platform::JoinPath(platform::CurrentDirectory(), path);
 }
 
-std::string CallersBus(const std::string& bus) {
-    const std::size_t path = bus.find(':') + 1;
-    return path == 0 || bus.starts_with("kernel") ? bus : bus.substr(0, path) + CallersPath(bus.substr(path));
-}
-
 // Replaces what was typed.
 CLI::Validator Turned(std::string (*turn)(const std::string& typed)) {
     return {[turn](std::string& text) {
@@ -48,7 +44,7 @@ CLI::Validator Turned(std::string (*turn)(const std::string& typed)) {
 std::string BusFault(const std::string& bus) {
     if (bas1394::ParseBus(bus))
         return {};
-    return fmt::format("takes simulated, simulated:FILE, kernel, kernel:CARD or library:FILE, not \"{}\"", bus);
+    return fmt::format("takes {}, not \"{}\"", bas1394::BUS_FORMS, bus);
 }
 
 std::string FileFault(const std::string& path) {
@@ -86,10 +82,12 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option(
            "--bus", options.Bus,
            "use this bus: simulated, or simulated:FILE for the one that a file describes; kernel, or kernel:CARD, "
-           "for a real adapter; library:FILE for another access library")
+           "for a real adapter; library:FILE for another access library. Without it, what the environment variable "
+           "HOISTLINE_BUS or the setting Bus names; else simulated if simulated-bus.json lies beside the program, "
+           "or kernel")
         ->type_name("BUS")
         ->check(CLI::Validator(BusFault, ""))
-        ->transform(Turned(CallersBus));
+        ->transform(Turned(program::CallersBus));
     AddProgress(app, options.Progress);
 }
 

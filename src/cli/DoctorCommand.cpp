@@ -19,18 +19,6 @@ struct DoctorOptions {
     std::string device;
 };
 
-const char* WordOf(doctor::Health health) {
-    switch (health) {
-    case doctor::Health::Good:
-        return "good";
-    case doctor::Health::Bad:
-        return "bad";
-    case doctor::Health::Unknown:
-        break;
-    }
-    return "unknown";
-}
-
 Verdict VerdictOf(doctor::Harm harm) {
     switch (harm) {
     case doctor::Harm::Bus:
@@ -45,7 +33,7 @@ Verdict VerdictOf(doctor::Harm harm) {
 
 Json ToJson(const doctor::Row& row) {
     return {{"name", row.Name},
-            {"verdict", WordOf(row.Verdict)},
+            {"verdict", doctor::WordOf(row.Verdict)},
             {"found", row.Found},
             {"command", row.Command.empty() ? Json(nullptr) : Json(row.Command)}};
 }
@@ -63,7 +51,7 @@ void Examine(Call& call) {
     std::vector<TableRow> lines = {{"CHECK", "VERDICT", "FOUND, AND WHAT MENDS IT"}};
     for (const doctor::Row& row : rows) {
         checks.push_back(ToJson(row));
-        lines.push_back({row.Name, WordOf(row.Verdict),
+        lines.push_back({row.Name, doctor::WordOf(row.Verdict),
                          Printable(row.Found + (row.Command.empty() ? "" : "  Mend it with: " + row.Command))});
     }
     call.report.Answer = {{"checks", std::move(checks)}};

@@ -194,7 +194,7 @@ void Deliver(Call& call, const KeyOptions& options, const ByteArray& value) {
     if (!options.output.empty())
         std::ignore = WriteOutput(call, options.output, value);
     else if (call.WantsLines() && call.streams.OutIsTerminal)
-        call.Print(Shown(value));
+        call.PrintAlone(Shown(value));
     else if (call.WantsLines())
         call.Write({reinterpret_cast<const char*>(value.data()), value.size()});
 }

@@ -162,7 +162,9 @@ Json ToJson(const Report& report) {
               {"messages", Json::array()},
               {"answer", report.Answer}};
     if (!report.BusKind.empty())
-        json["bus"] = {{"kind", report.BusKind}, {"description", TextOrNull(report.BusDescription)}};
+        json["bus"] = {{"kind", report.BusKind},
+                       {"description", TextOrNull(report.BusDescription)},
+                       {"chosenBy", report.BusReason}};
     if (report.Device) {
         json["device"] = ToJson(*report.Device);
         json["mode"] = report.Device->Mode;

@@ -49,7 +49,7 @@ struct Report {
     std::string Command;
     std::optional<Verdict> Outcome; // none while the call goes on
     std::string Reason;             // why it isn't done, as one sentence
-    std::string BusKind, BusDescription;
+    std::string BusKind, BusDescription, BusReason;
     std::optional<DeviceSummary> Device;
     std::vector<Step> Steps;
     basApp::FlashState Flash = basApp::FlashState::Unchanged;

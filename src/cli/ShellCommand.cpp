@@ -98,6 +98,7 @@ void SendKeys(Call& call, DeviceConsole& console, ByteArray& keys) {
 }
 
 void TalkToPerson(Call& call, DeviceConsole& console, int descriptor, const std::string& device) {
+    call.TellFirstLine();
     call.TellAnyway(fmt::format("The console of {}.  Ctrl+] ends it.", device));
     {
         const platform::RawTerminal raw(descriptor);

@@ -7,6 +7,8 @@ namespace doctor {
 
 enum class Health { Good, Bad, Unknown }; // Unknown: an earlier check has to be good first, or the system doesn't say
 
+const char* WordOf(Health health); // "good"
+
 struct Finding {
     Health Verdict;
     std::string Found;        // one sentence

@@ -81,6 +81,18 @@ Finding CheckPermission(const Survey& survey, const std::vector<const Node*>& fi
 
 } // namespace
 
+const char* WordOf(Health health) {
+    switch (health) {
+    case Health::Good:
+        return "good";
+    case Health::Bad:
+        return "bad";
+    case Health::Unknown:
+        break;
+    }
+    return "unknown";
+}
+
 Finding CheckKernel(const Survey& survey) {
     for (const Bus& bus : survey.buses)
         if (bus.Local->File.Version < LEAST_VERSION)
@@ -103,8 +115,7 @@ Finding CheckController(const Survey& survey) {
         return {Health::Good, fmt::format("PCI device {}.", fmt::join(addresses, ", "))};
     if (!survey.nodes.empty())
         return {Health::Good, "There is one, which isn't a PCI device."};
-    return {Health::Bad,
-            "This machine has no IEEE 1394 controller (PCI class 0c0010); add an adapter, or use the simulated bus."};
+    return {Health::Bad, "This machine has no IEEE 1394 controller (PCI class 0c0010); add an adapter."};
 }
 
 Finding CheckDriver(const Survey& survey) {

@@ -111,6 +111,13 @@ std::vector<std::uint32_t> FirstPackets(std::vector<std::uint32_t> packets) {
 
 } // namespace
 
+bool HasAdapter(const Machine& machine) {
+    const auto isNode = [](const fs::path& entry) { return IsNodeName(entry.filename()); };
+    return !FindControllers(machine).empty() ||
+           std::ranges::any_of(Entries(fs::path(machine.Sys) / "bus/firewire/devices"), isNode) ||
+           std::ranges::any_of(Entries(machine.Dev), isNode); // a container may have no more than the file
+}
+
 Survey::Survey(const Machine& examined)
     : machine(examined), controllers(FindControllers(examined)),
       moduleIsLoaded(Exists(fs::path(examined.Sys) / "module/firewire_ohci")), nodes(FindNodes(examined)) {

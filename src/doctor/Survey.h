@@ -36,6 +36,9 @@ struct Holder {
     std::string File;    // "fw0"
 };
 
+// Whether there is anything to look for: a controller, or a node that the kernel knows. Opens no device file.
+bool HasAdapter(const Machine& machine);
+
 struct Survey {
     explicit Survey(const Machine& examined);
     Survey(const Survey&) = delete;

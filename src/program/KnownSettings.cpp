@@ -4,6 +4,7 @@
 #include "Levels.h"
 #include "Paths.h"
 #include "SettingKeys.h"
+#include "WhichBus.h"
 #include "basApp.h"
 
 #include <charconv>
@@ -47,6 +48,7 @@ std::vector<KnownSetting> MakeSettings() {
                "time-out of a transaction on the bus, ms"),
         text(global, HELP_HOST, "file://" + platform::ExecutableDirectory() + "/docs/help",
              "address of the help pages"),
+        KnownSetting{global, BUS, "", "bus from the next start on, as --bus takes it; none: the program decides", SettingKind::Bus, 0, 0},
         text(SUPPORT_SECTION, SUPPORT_ADDRESS, "", "where the error report is sent"),
         number(firmware, DEFAULT_LOAD_BEHAVIOR, 0, 0, 2,
                "what a double-click loads: 0 config and image, 1 image, 2 config"),
@@ -68,7 +70,7 @@ const std::vector<KnownSetting>& KnownSettings() {
 }
 
 std::string BoundsText(const KnownSetting& setting) {
-    if (setting.Kind == SettingKind::Text)
+    if (setting.Kind == SettingKind::Text || setting.Kind == SettingKind::Bus)
         return {};
     if (setting.Kind == SettingKind::Flag)
         return "0 or 1";
@@ -85,6 +87,8 @@ bool IsWholeNumber(const std::string& value, std::int32_t lowest, std::int32_t h
 std::string SettingFault(const KnownSetting& setting, const std::string& value) {
     if (setting.Kind == SettingKind::Flag)
         return IsFlag(value) ? "" : "it is neither 0 nor 1";
+    if (setting.Kind == SettingKind::Bus)
+        return StoredBusFault(value);
     if (setting.Kind == SettingKind::Text || IsWholeNumber(value, setting.Lowest, setting.Highest))
         return {};
     return "it isn't a number " + BoundsText(setting);

@@ -7,7 +7,7 @@
 
 namespace program {
 
-enum class SettingKind { Number, Flag, Text }; // Flag: 0 or 1, or the words false and true
+enum class SettingKind { Number, Flag, Text, Bus }; // Flag: 0 or 1, or the words false and true
 
 struct KnownSetting {
     std::string Section, Key, Default, Meaning;
@@ -16,7 +16,7 @@ struct KnownSetting {
 };
 
 const std::vector<KnownSetting>& KnownSettings();
-// "from 1 to 17", "from 0 on", "0 or 1"; empty for a text.
+// "from 1 to 17", "from 0 on", "0 or 1"; empty for a text and a bus.
 std::string BoundsText(const KnownSetting& setting);
 // Why the value can't be stored, as the end of "because ...": "it isn't a number from 1 to 15"; "" when it can.
 std::string SettingFault(const KnownSetting& setting, const std::string& value);

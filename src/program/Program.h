@@ -11,6 +11,7 @@
 #include "PlainFrontEnd.h"
 #include "ProgramEnd.h"
 #include "StartUp.h"
+#include "WhichBus.h"
 #include "WindowSystem.h"
 #include "clsDbManager.h"
 
@@ -21,6 +22,9 @@ namespace program {
 
 struct Globals {
     std::unique_ptr<clsDbManager> DbManager; // from Main to ShutdownApplication
+    std::string BusOption;                   // what --bus names; "" without it
+    std::string BusVariable;                 // what HOISTLINE_BUS names, with a whole path; "" without it
+    WhichBus Bus;                            // what has been decided
     bool EndReported = false;                // a message has said that a signal ends the program
 };
 extern Globals globals;

@@ -14,6 +14,7 @@
 #include "basBootloader.h"
 #include "basUtils.h"
 
+#include <cstdlib>
 #include <initializer_list>
 #include <utility>
 
@@ -83,6 +84,18 @@ void SetBusTimes() {
     globals.CurrentTransactionTimeout = globals.Default1394TransactionTimeout;
 }
 
+// Before the working directory changes: a path is relative to the caller's.
+void TakeBusVariable() {
+    const char* named = std::getenv(program::BUS_VARIABLE);
+    program::globals.BusVariable = program::CallersBus(named == nullptr ? "" : named);
+}
+
+void ChooseBus() {
+    program::globals.Bus = program::DecideBus(program::globals.BusOption, program::globals.BusVariable,
+                                              program::GlobalSetting(settingKeys::BUS, ""));
+    bas1394::ChooseBus(program::globals.Bus.Choice);
+}
+
 void CreateShutdownEvent() {
     globals.ApplicationShutdownEvent = platform::CreateEventA(false, false);
 }
@@ -114,6 +127,15 @@ bool ProcessCommandLine() {
     return basAutomation::Initialize() == 1 || !globals.PerformUnattendedOperations;
 }
 
+// False when a run is to work on a bus that nobody can know. It would wait for an enumeration for ever.
+bool BusCanBeMeant() {
+    const std::string& fault = program::globals.Bus.Fault;
+    if (fault.empty() || !globals.PerformUnattendedOperations)
+        return true;
+    StatusDisplay(LEVEL_ERROR, "{}", fault);
+    return false;
+}
+
 void AnnounceStart() {
     std::string directory, exeName;
     basUtils::SplitPath(platform::ExecutablePath(), directory, exeName);
@@ -130,7 +152,21 @@ void AnnounceTimeout() {
     StatusDisplay(LEVEL_WATCH, "Default 1394 transaction timeout = {}", globals.Default1394TransactionTimeout);
 }
 
+void AnnounceBus() {
+    const program::WhichBus& bus = program::globals.Bus;
+    if (!bus.Fault.empty()) {
+        StatusDisplay(LEVEL_ERROR, "{}", bus.Fault);
+        return;
+    }
+    StatusDisplay(LEVEL_USER, "Bus: {}", program::BusText(bus));
+    if (bus.Reason == program::BusReason::NoAdapter)
+        StatusDisplay(LEVEL_WATCH, "{}  For the simulated bus: {}=simulated.", program::WhyNoBus(),
+                      program::BUS_VARIABLE);
+}
+
 void LoadLibraryAndModules() {
+    if (!program::globals.Bus.Fault.empty()) // rather none than one that nobody meant
+        return;
     if (bas1394::LoadTwl1394Dll(true) == nullptr)
         return;
     InitializeBootloaderModule();
@@ -154,14 +190,15 @@ void TakeFocus() {
 using Step = void (*)();
 
 constexpr Step UP_TO_THE_WINDOWS[] = {
-    FixTimeBase,         SetDefaults,           ChooseWorkingDirectory, program::CreateStore,
-    ReadDllMessageLevel, ReadDebugMessageLevel, ReadDebugLoggingLevel,  ReadTransactionTimeout,
-    SetBusTimes,         CreateShutdownEvent,   OpenFrontEnd,           TakeCommandLine,
+    FixTimeBase,         SetDefaults,           TakeBusVariable,       ChooseWorkingDirectory, program::CreateStore,
+    ReadDllMessageLevel, ReadDebugMessageLevel, ReadDebugLoggingLevel, ReadTransactionTimeout, ChooseBus,
+    SetBusTimes,         CreateShutdownEvent,   OpenFrontEnd,          TakeCommandLine,
 };
 
 constexpr Step DOWN_TO_THE_BUS[] = {
     AnnounceStart,
     AnnounceCommandLine,
+    AnnounceBus,
     AnnounceTimeout,
     VerifySupportingFiles,
     basBootloader::InitializeTargetList,
@@ -264,7 +301,7 @@ void ShutdownWithoutLibrary() {
 static bool Start(const std::string& rawCommandLine) {
     globals.RawCommandLine = rawCommandLine;
     bool lives = true;
-    if (RunSteps(UP_TO_THE_WINDOWS) && RunStep([&lives] { lives = ProcessCommandLine(); }) && lives)
+    if (RunSteps(UP_TO_THE_WINDOWS) && RunStep([&lives] { lives = ProcessCommandLine() && BusCanBeMeant(); }) && lives)
         RunSteps(DOWN_TO_THE_BUS);
     return lives;
 }

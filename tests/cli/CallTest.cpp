@@ -186,7 +186,7 @@ TEST_F(CallTest, SaysWhyTheBusThatWasNamedCanNotBeHad) {
     EXPECT_NE(record["reason"].dump().find("missing.json: can't be read"), std::string::npos) << record["reason"];
     const cli::Json other = Record({"list", "--bus", "library:" + missing});
     EXPECT_EQ(other["verdict"], "no-bus");
-    EXPECT_EQ(other["bus"], (cli::Json{{"kind", "library"}, {"description", missing}}));
+    EXPECT_EQ(other["bus"], (cli::Json{{"kind", "library"}, {"description", missing}, {"chosenBy", "option"}}));
     EXPECT_EQ(Call({"list", "--bus", "kernel:fw1"}), 2);
     bas1394::ChooseBus({});
 }

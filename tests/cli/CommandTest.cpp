@@ -19,7 +19,14 @@ int CommandTest::Call(const std::vector<std::string>& arguments) {
     streams.ErrorIsTerminal = errorIsTerminal;
     streams.In = input;
     streams.InIsTerminal = inIsTerminal;
-    return cli::Run(arguments, streams);
+    const int code = cli::Run(arguments, streams);
+    busLine.clear();
+    for (std::string* text : {&out, &error})
+        if (text->starts_with("Bus: ")) {
+            busLine = text->substr(0, text->find('\n'));
+            text->erase(0, busLine.size() + 1);
+        }
+    return code;
 }
 
 cli::Json CommandTest::Record(std::vector<std::string> arguments) {

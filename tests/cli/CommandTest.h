@@ -19,13 +19,13 @@ protected:
         program.reset();
         program = std::make_unique<HeadlessProgram>(description, LEVEL_ERROR);
     }
-    // The exit code; what the call wrote is in `out` and `error`.
+    // The exit code; what the call wrote is in `out` and `error`, and the line that names the bus in `busLine`.
     int Call(const std::vector<std::string>& arguments);
     // The same with --json, whose one document is returned.
     cli::Json Record(std::vector<std::string> arguments);
 
     std::unique_ptr<HeadlessProgram> program;
-    std::string out, error;
+    std::string out, error, busLine;
     bool outputWorks = true, outIsTerminal = false, inIsTerminal = false, errorIsTerminal = false;
     int input = -1;
 };

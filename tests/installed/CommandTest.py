@@ -183,7 +183,7 @@ STREAMS = [  # what the shell does with the call, its exit code
     ('"$0" list -vvv 2>/dev/full', 0),
     ('"$0" list -vvv >&- 2>&-', 1),
     ('"$0" list -vvv <&- >&- 2>&-', 1),
-    ('"$0" list | head -1 | grep -q NODE', 0),
+    ('"$0" list | head -2 | grep -q NODE', 0),
     ('set -o pipefail; "$0" list | true', 1),
     ('"$0" --version | grep -q "^hoistline 1"', 0),
 ]

@@ -32,7 +32,8 @@ class Emulation:
         description.write_text(json.dumps(BUS))
         self.process = subprocess.Popen([emulated_devices, description], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         text=True, env=os.environ | {"TMPDIR": str(program.base)})
-        self.variables = {"UMOCKDEV_DIR": self.process.stdout.readline().strip(), "LD_PRELOAD": preloaded}
+        self.variables = {"UMOCKDEV_DIR": self.process.stdout.readline().strip(), "LD_PRELOAD": preloaded,
+                          "HOISTLINE_BUS": None}  # the program itself finds the adapter
 
     def end(self):
         self.process.communicate(timeout=TIME_LIMIT)
@@ -92,10 +93,7 @@ def examined(program, variables):
 
 
 def install(cmake, build, installed):
-    """Without the simulated bus: whatever is found is found through the kernel."""
     subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
-    (installed / "Twl1394api.so").unlink()
-    (installed / "Twl1394api.so").symlink_to("Twl1394kernel.so")
     (installed / "image.bin").write_bytes(IMAGE)
     subprocess.run([installed / "hoistline", "package", "pack", "--image1", "image.bin", "--image1-address",
                     "0x20000000", "--hardware-id", "17", "app.twd"], check=True, cwd=installed,

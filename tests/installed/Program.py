@@ -79,6 +79,7 @@ class Program:
 
     def environment(self, **variables):
         environment = {key: value for key, value in os.environ.items() if not key.startswith(("XDG_", "QT_"))}
+        environment["HOISTLINE_BUS"] = "simulated"
         environment |= {"HOME": str(self.base / "home"), "XDG_RUNTIME_DIR": str(self.base / "runtime"),
                         "QT_QPA_PLATFORM": "offscreen"} | variables
         return {key: value for key, value in environment.items() if value is not None}

@@ -36,12 +36,12 @@ const std::map<std::string, std::vector<std::string>> BELOW{
     {"bootloader", {"bus", "configrom", "firmware/format"}},
     {"firmware", {"bootloader"}},
     {"automation", {"firmware"}},
-    {"program", {"automation", "store", "bus/enumeration"}},
+    {"program", {"automation", "store", "bus/enumeration", "doctor"}},
     {"ui/logic", {"firmware", "configrom/nodes"}},
     {"ui/widgets", {"ui/logic"}},
     {"ui/windows", {"ui/widgets", "program"}},
     {"doctor", {"platform/files"}},
-    {"cli", {"program", "doctor"}},
+    {"cli", {"program"}},
     {"", {"ui/windows", "cli"}},
 };
 

@@ -33,6 +33,7 @@ void HeadlessProgram::ResetGlobals() {
 
 HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLevel) {
     MessageLevel = lowestLevel;
+    setenv(program::BUS_VARIABLE, "simulated", 1);
     setenv("XDG_RUNTIME_DIR", directory.path().c_str(), 1); // named mutexes and the instance of this test alone
     ResetGlobals();
     platform::UseProgramDirectory(directory.path());

@@ -6,11 +6,13 @@
 #include "HandleTable.h"
 #include "Paths.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <spawn.h>
 #include <sstream>
@@ -144,6 +146,15 @@ std::int32_t Start(const std::vector<std::string>& programAndArguments) {
     const pid_t id = Spawn(programAndArguments);
     globals.started[id] = std::make_shared<Process>(id);
     return id;
+}
+
+void RunAgain(const std::vector<std::string>& arguments) {
+    std::string program = ExecutablePath();
+    std::vector<std::string> texts = arguments;
+    std::vector<char*> pointers{program.data()};
+    std::ranges::transform(texts, std::back_inserter(pointers), [](std::string& text) { return text.data(); });
+    pointers.push_back(nullptr);
+    execv(program.c_str(), pointers.data());
 }
 
 bool IsOnPath(const std::string& program) {

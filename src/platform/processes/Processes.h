@@ -20,6 +20,8 @@ std::vector<std::string> CommandArguments(const std::string& command);
 std::int32_t Shell(const std::string& command);
 // The same for a program, searched for on the PATH, whose arguments are passed on unchanged.
 std::int32_t Start(const std::vector<std::string>& programAndArguments);
+// Puts this program with these arguments in the place of the running one. Returns only if that fails.
+void RunAgain(const std::vector<std::string>& arguments);
 bool IsOnPath(const std::string& program);
 // A handle for WaitForSingleObject and GetExitCodeProcess; 0 if the id isn't from Shell or Start.
 [[nodiscard]] Handle OpenProcess(std::uint32_t desiredAccess, bool inheritHandle, std::int32_t processId);

@@ -173,11 +173,18 @@ Row RowOf(const Device& device) {
     return row;
 }
 
-Hint HintOfBus() {
+Hint HintOfBus(const std::string& whyNoBus) {
     const Hint::Link reset{"Reset Bus", "#mnuResetBus"}, rescan{"Rescan Bus", "#mnuRescanBus"},
         simulated{"Simulated Bus", "simulated-bus.html"}, troubles{"Troubleshooting", "troubleshooting.html"},
         guide{"First Steps", "first-steps.html"};
     const bas1394::Globals& bus = bas1394::globals;
+    if (!whyNoBus.empty())
+        return {whyNoBus + "  Without hardware the simulated bus has devices to try everything on.",
+                {{"Check This Machine", CHECK_MACHINE},
+                 {"Use the Simulated Bus", USE_SIMULATED_BUS},
+                 rescan,
+                 {"Real Devices", "real-devices.html"},
+                 guide}};
     if (bus.LibraryModule == nullptr)
         return {"There is no access library: Twl1394api.so isn't beside the program, or could not be loaded.  The "
                 "status window tells why.  Mend that and start the program again.",

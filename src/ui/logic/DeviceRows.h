@@ -30,8 +30,11 @@ struct Row {
 };
 Row RowOf(const Device& device);
 
-// What to do if the bus has no device to work on. A link's target is "#" and a command of the device window, or a page
-// of the user guide. Empty while the bus is being read, and if there is a device.
+// Targets of links besides pages of the user guide and "#" with a command of the device window.
+inline constexpr const char* CHECK_MACHINE = "!doctor";
+inline constexpr const char* USE_SIMULATED_BUS = "!simulated";
+
+// What to do if the bus has no device to work on. Empty while the bus is being read, and if there is a device.
 struct Hint {
     struct Link {
         std::string caption, target;
@@ -39,7 +42,8 @@ struct Hint {
     std::string text;
     std::vector<Link> links;
 };
-Hint HintOfBus();
+// `whyNoBus`: why there is no interface to the bus, "" if that isn't known.
+Hint HintOfBus(const std::string& whyNoBus);
 
 // As many of a cell's words as there is room for, at least the first: a version rather than its date, a date rather
 // than its time.

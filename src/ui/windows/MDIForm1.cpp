@@ -1,5 +1,6 @@
 #include "MDIForm1.h"
 
+#include "Controls.h"
 #include "Dialogs.h"
 #include "Form.h"
 #include "Layout.h"
@@ -37,7 +38,8 @@ constexpr QSize ABOUT_DESIGNED(960, 690);
 
 } // namespace
 
-MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)), lblNotice(new QLabel(this)) {
+MDIForm1::MDIForm1()
+    : mdiArea(new ChildArea(this)), cmdBus(Named(new Strip(this), "cmdBus")), lblNotice(new QLabel(this)) {
     setObjectName("MDIForm1");
     mdiArea->setObjectName("mdiArea");
     mdiArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -52,10 +54,12 @@ MDIForm1::MDIForm1() : mdiArea(new ChildArea(this)), lblNotice(new QLabel(this))
     auto* column = new QVBoxLayout(central);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
+    column->addWidget(cmdBus);
     column->addWidget(lblNotice);
     column->addWidget(mdiArea, 1);
     setCentralWidget(central);
     BuildMenus();
+    connect(cmdBus, &QPushButton::clicked, this, &MDIForm1::cmdBus_Click);
     connect(mdiArea, &QMdiArea::subWindowActivated, this, &MDIForm1::ShowMenusOfActiveChild);
 }
 
@@ -157,6 +161,7 @@ void MDIForm1::ShowNotice(const QString& text) {
 
 void MDIForm1::MDIForm_Load() {
     ParentLoaded = false;
+    ShowBus();
     if (!basApp::globals.StoreNotice.empty())
         ShowNotice(QString::fromStdString(basApp::globals.StoreNotice));
     mnuAutoScaleChildren->setChecked(windowSettings::GetFlag(MODULE, settingKeys::AUTO_SCALE_CHILDREN, "1"));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ChildArea.h"
+#include "Strip.h"
 
 #include <QAction>
 #include <QLabel>
@@ -10,6 +11,7 @@
 #include <QMenu>
 
 #include <cstdint>
+#include <string>
 
 class Form;
 
@@ -25,6 +27,9 @@ public:
     // Shows the text in a strip above the children from now on.
     void ShowNotice(const QString& text);
     void ShowHelp(const QString& url, const QString& title);
+    void ShowDoctor(); // the checks of this machine
+    // Stores the choice ("" leaves it to the program), and starts the program again with it if the user agrees.
+    void UseBus(const std::string& bus);
     void ShowGuide(const QString& page); // of the user guide, such as "index.html"
     void VerifyFormPosition();
     void VerifyFormPosition(Form* child) const; // moves it into view in the area
@@ -49,9 +54,11 @@ public:
     void mnuUserGuide_Click();
     void mnuReleaseNotes_Click();
     void mnuAbout_Click();
+    void cmdBus_Click();
     void mnuExit_Click() { close(); }
 
     ChildArea* mdiArea;
+    Strip* cmdBus;     // the strip that names the bus
     QLabel* lblNotice; // hidden while there is nothing to say
     QMenu *mnuFile2, *mnuView2, *mnuWindow, *mnuHelp2;
     QAction *mnuExit, *mnuStatusWindow, *mnuDebugLoggingLevel, *mnuDebugMessageLevel, *mnuAutoScaleChildren, *mnuTile,
@@ -64,6 +71,7 @@ protected:
 
 private:
     void BuildMenus();
+    void ShowBus();
     void MDIForm_Unload();
     QSize SmallestSize() const;
     void ShareHeightAsAtStart();

@@ -23,6 +23,7 @@ struct Globals {
     std::vector<Form*> shellWindows;         // the same lists of the other windows, whose slots are
     std::vector<Form*> memoryWindows;        // emptied on closing; slot 0 always exists
     std::vector<Form*> firmwareWindows;
+    bool startAgain = false; // once the program has ended
 };
 extern Globals globals;
 

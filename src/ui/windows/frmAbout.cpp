@@ -2,6 +2,7 @@
 
 #include "Form.h"
 #include "Paths.h"
+#include "Program.h"
 #include "basApp.h"
 #include "basUtils.h"
 
@@ -33,6 +34,7 @@ frmAbout::frmAbout(QWidget* owner) : QDialog(owner) {
     label(lblExeFilename, "lblExeFilename");
     label(lblExePath, "lblExePath");
     label(lblDataPath, "lblDataPath");
+    label(lblBus, "lblBus");
     label(lblCopyright, "lblCopyright");
     cmdClose = new QPushButton("&Close", this);
     cmdClose->setObjectName("cmdClose");
@@ -54,6 +56,7 @@ void frmAbout::Form_Load() {
     set(lblExeFilename, fmt::format("Exe Filename: {}.exe", name.substr(0, name.rfind('.'))));
     set(lblExePath, "Application Path: " + folder);
     set(lblDataPath, "Data Path: " + platform::CurrentDirectory());
+    set(lblBus, "Bus: " + program::BusText(program::globals.Bus));
     set(lblBuildDate,
         "Build Date: " + basUtils::FormatWinDateTime(basApp::GetFileDate64(executable), "yyyy-mm-dd hh:nn:ss utc"));
     setFixedHeight(layout()->heightForWidth(width())); // the size hint of wrapped labels leaves gaps

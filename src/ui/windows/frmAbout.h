@@ -11,6 +11,7 @@ public:
     explicit frmAbout(QWidget* owner);
     void Form_Load();
 
-    QLabel *lblCopyright, *lblApplicationName, *lblVersion, *lblBuildDate, *lblExeFilename, *lblExePath, *lblDataPath;
+    QLabel *lblCopyright, *lblApplicationName, *lblVersion, *lblBuildDate, *lblExeFilename, *lblExePath, *lblDataPath,
+        *lblBus;
     QPushButton* cmdClose;
 };

@@ -2,6 +2,7 @@
 
 #include "Controls.h"
 #include "MDIForm1.h"
+#include "Program.h"
 #include "SettingKeys.h"
 #include "WindowSettings.h"
 #include "Windows.h"
@@ -265,9 +266,19 @@ void frmMain::IEEE1394Bus_NodesChanged() {
     platform::DoEvents();
 }
 
+// "" where there is a bus, and where it isn't for the checks of this machine to tell.
+static std::string WhyNoBus() {
+    const program::WhichBus& bus = program::globals.Bus;
+    if (!bus.Fault.empty())
+        return bus.Fault;
+    const bool hasBus = bus.Choice.Kind != bas1394::BusKind::Kernel || bas1394::globals.LibraryModule == nullptr ||
+                        bas1394::globals.VirtualDeviceList.DeviceCount > 0;
+    return hasBus ? "" : program::WhyNoBus();
+}
+
 void frmMain::ShowHint() {
     tmrHint->setEnabled(false);
-    mfgDevices->setHint(deviceRows::HintOfBus(), [this](const QString& target) { FollowHint(target); });
+    mfgDevices->setHint(deviceRows::HintOfBus(WhyNoBus()), [this](const QString& target) { FollowHint(target); });
 }
 
 std::int32_t frmMain::RefreshDeviceList() {
@@ -300,7 +311,11 @@ std::int32_t frmMain::RefreshDeviceList() {
 }
 
 void frmMain::FollowHint(const QString& target) {
-    if (target.startsWith('#')) {
+    if (target == deviceRows::CHECK_MACHINE) {
+        windows::globals.parent->ShowDoctor();
+    } else if (target == deviceRows::USE_SIMULATED_BUS) {
+        windows::globals.parent->UseBus("simulated");
+    } else if (target.startsWith('#')) {
         if (auto* action = findChild<QAction*>(target.mid(1)))
             action->trigger();
     } else if (windows::globals.parent != nullptr) {
