@@ -39,14 +39,16 @@ void MDIForm1::ShowDoctor() {
 }
 
 void MDIForm1::UseBus(const std::string& bus) {
-    if (!program::globals.DbManager) {
-        platform::CurrentDialogs().MessageBox(
-            "The choice can't be stored, since there is no settings store.  Set the environment variable HOISTLINE_BUS "
-            "in its place.",
-            basApp::TITLE);
+    if (bus.empty()) // a stored setting can't be empty
+        windowSettings::Remove(settingKeys::GLOBAL_SECTION, settingKeys::BUS);
+    else if (windowSettings::HasStore())
+        windowSettings::Save(settingKeys::GLOBAL_SECTION, settingKeys::BUS, bus);
+    if (program::GlobalSetting(settingKeys::BUS, "") != bus) {
+        platform::CurrentDialogs().MessageBox("The choice can't be stored.  Set the environment variable HOISTLINE_BUS "
+                                              "in its place.",
+                                              basApp::TITLE);
         return;
     }
-    windowSettings::Save(settingKeys::GLOBAL_SECTION, settingKeys::BUS, bus);
     if (!program::globals.BusVariable.empty()) {
         platform::CurrentDialogs().Inform(
             "The choice is stored.  It counts from the first start on without the environment variable HOISTLINE_BUS.",

@@ -62,9 +62,9 @@ frmBus::frmBus(QWidget* owner) : QDialog(owner) {
     rule->setWordWrap(true);
     grid->addWidget(rule, row - 1, 1, 1, 2);
     optKernel = choice("optKernel", "&Real adapter");
-    txtCard = field(optKernel, "txtCard", "number of a card; none: the one with a device");
+    txtCard = field(optKernel, "txtCard", "number of a card, or nothing");
     optSimulated = choice("optSimulated", "&Simulated bus");
-    txtDescription = field(optSimulated, "txtDescription", "file that describes it; none: the default devices");
+    txtDescription = field(optSimulated, "txtDescription", "file that describes it, or nothing");
     cmdBrowseDescription = browse(optSimulated, txtDescription, "cmdBrowseDescription", "Bus descriptions (*.json)");
     optLibrary = choice("optLibrary", "Another access &library");
     txtLibrary = field(optLibrary, "txtLibrary", "file of the library");
