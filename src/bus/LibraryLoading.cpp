@@ -76,8 +76,10 @@ void* LoadAndBind() {
         StatusDisplay(LEVEL_ERROR,
                       "ERROR loading Twl1394api.dll!  Call to LoadLibrary returned 0.  The app will generate numerous "
                       "errors and the 1394 interface will not be enabled.");
-        StatusDisplay(LEVEL_ERROR, "Twl1394api.dll could not be loaded: {}.  Put the access library into '{}'.", reason,
-                      platform::ProgramDirectory());
+        const std::string remedy = globals.LibraryFile.empty() ? fmt::format("  Put the access library into '{}'.",
+                                                                             platform::ProgramDirectory())
+                                                               : std::string();
+        StatusDisplay(LEVEL_ERROR, "Twl1394api.dll could not be loaded: {}.{}", reason, remedy);
     }
     return module;
 }

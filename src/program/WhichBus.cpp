@@ -42,8 +42,7 @@ std::size_t PathIn(std::string_view bus) {
 WhichBus Named(BusReason reason, const std::string& text) {
     if (const auto choice = bas1394::ParseBus(text))
         return {*choice, reason};
-    return {
-        {}, reason, fmt::format("\"{}\", {}, is no bus: it takes {}.", text, SourceText(reason), bas1394::BUS_FORMS)};
+    return {{}, reason, fmt::format("\"{}\" ({}) isn't a bus; use {}.", text, SourceText(reason), bas1394::BUS_FORMS)};
 }
 
 bool DescriptionLiesBesideProgram() {

@@ -52,7 +52,7 @@ TEST_F(WhichBusTest, TheFirstThatNamesOneDecidesAndNobodyFallsBackToASimulation)
     Put("simulated-bus.json", "{}");
     EXPECT_EQ(Chosen("", "", ""), "simulated description-file");
     EXPECT_EQ(Chosen("", "kernel", ""), "kernel variable");
-    EXPECT_EQ(Chosen("", "Kernel", "simulated"), "\"Kernel\", named by HOISTLINE_BUS, is no bus: it takes simulated, "
+    EXPECT_EQ(Chosen("", "Kernel", "simulated"), "\"Kernel\" (named by HOISTLINE_BUS) isn't a bus; use simulated, "
                                                  "simulated:FILE, kernel, kernel:CARD or library:FILE.");
 }
 
@@ -86,6 +86,6 @@ TEST(WhichBus, ARunOnABusThatNobodyCanMeanDoesNotBegin) {
     program.Write("app.twd", testing_support::Package(ByteArray(1000, 7)));
     setenv(BUS_VARIABLE, "simulation", 1);
     EXPECT_FALSE(basApp::Main("/D app.twd"));
-    EXPECT_TRUE(program.Said("\"simulation\", named by HOISTLINE_BUS, is no bus"));
+    EXPECT_TRUE(program.Said("\"simulation\" (named by HOISTLINE_BUS) isn't a bus"));
     EXPECT_EQ(bas1394::globals.LibraryModule, nullptr);
 }
