@@ -8,6 +8,7 @@
 #include "Program.h"
 #include "SettingKeys.h"
 #include "SingleInstance.h"
+#include "WindowSystem.h"
 #include "WorkingDirectory.h"
 #include "bas1394.h"
 #include "basAutomation.h"
@@ -173,6 +174,15 @@ void LoadLibraryAndModules() {
     InitializeDebuggerModule();
 }
 
+// It would wait for ever for the enumeration that it begins after.
+void EndRunWithoutLibrary() {
+    if (!globals.PerformUnattendedOperations || bas1394::globals.LibraryModule != nullptr)
+        return;
+    StatusDisplay(LEVEL_ERROR, "The run can't begin without an access library.  No device was changed.");
+    basAutomation::globals.Verdict.End(OutcomeKind::Unchanged, "There is no access library.");
+    platform::Post([] { CurrentFrontEnd().EndRun(); });
+}
+
 // Fails when no library is loaded, and so keeps the first enumeration from being asked for.
 void PassLevelToLibrary() {
     bas1394::SetDllMessageLevel(globals.DllMessageLevel);
@@ -196,17 +206,10 @@ constexpr Step UP_TO_THE_WINDOWS[] = {
 };
 
 constexpr Step DOWN_TO_THE_BUS[] = {
-    AnnounceStart,
-    AnnounceCommandLine,
-    AnnounceBus,
-    AnnounceTimeout,
-    VerifySupportingFiles,
-    basBootloader::InitializeTargetList,
-    bas1394::PrepareTables,
-    LoadLibraryAndModules,
-    PassLevelToLibrary,
-    RequestFirstEnumeration,
-    TakeFocus,
+    AnnounceStart,          AnnounceCommandLine,     AnnounceBus,
+    AnnounceTimeout,        VerifySupportingFiles,   basBootloader::InitializeTargetList,
+    bas1394::PrepareTables, LoadLibraryAndModules,   EndRunWithoutLibrary,
+    PassLevelToLibrary,     RequestFirstEnumeration, TakeFocus,
 };
 
 // Main's handler of failures: number 5 skips one step, any other the rest of the start-up. False for

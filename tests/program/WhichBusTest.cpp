@@ -89,3 +89,11 @@ TEST(WhichBus, ARunOnABusThatNobodyCanMeanDoesNotBegin) {
     EXPECT_TRUE(program.Said("\"simulation\" (named by HOISTLINE_BUS) isn't a bus"));
     EXPECT_EQ(bas1394::globals.LibraryModule, nullptr);
 }
+
+TEST(WhichBus, ARunWithoutItsLibraryEnds) {
+    HeadlessProgram program(testing_support::Bus({}));
+    program.Write("app.twd", testing_support::Package(ByteArray(1000, 7)));
+    setenv(BUS_VARIABLE, "library:/nowhere/Twl1394api.so", 1);
+    EXPECT_TRUE(program.Run("/D app.twd"));
+    EXPECT_TRUE(program.Said("The run can't begin without an access library."));
+}
