@@ -4,6 +4,7 @@
 set -euo pipefail
 package=$1 device=$2 new_guid=$3 new_mac=$4 reports=$5
 mkdir -p "$reports"
+export HOISTLINE_BUS=${HOISTLINE_BUS:-kernel} # not what somebody has chosen in the windows
 
 step() {
     local name=$1 code=0
