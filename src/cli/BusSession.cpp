@@ -71,14 +71,17 @@ void BusSession::ReportBus(const program::WhichBus& bus) {
     call_.report.BusKind = bas1394::NameOf(bus.Choice.Kind);
     call_.report.BusDescription = bus.Choice.Description;
     call_.report.BusReason = NameOf(bus.Reason);
-    if (bus.Choice.Kind == bas1394::BusKind::Simulated && !call_.options.Quiet && !call_.options.AsJson)
-        call_.PrintFirst(Printable("Bus: " + program::BusText(bus)));
+    if (bus.Choice.Kind != bas1394::BusKind::Simulated || call_.options.Quiet)
+        return;
+    const std::string line = Printable("Bus: " + program::BusText(bus));
+    call_.answerStandsAlone ? call_.Tell(line) : call_.Print(line);
 }
 
 bool BusSession::EndWithoutBus() {
     platform::DoEvents();
-    if (program::globals.Bus.Choice.Kind == bas1394::BusKind::Kernel)
-        return call_.End(Verdict::NoBus, program::WhyNoBus() + "  For the simulated bus: --bus simulated.");
+    const bool isKernel = program::globals.Bus.Choice.Kind == bas1394::BusKind::Kernel;
+    if (const std::string reason = isKernel ? program::WhyNoBus() : ""; !reason.empty())
+        return call_.End(Verdict::NoBus, reason + "  For the simulated bus: --bus simulated.");
     const std::string& trouble = frontEnd_.libraryTrouble.empty() ? frontEnd_.lastTrouble : frontEnd_.libraryTrouble;
     return call_.End(Verdict::NoBus, trouble.empty() ? "There is no interface to the bus." : trouble);
 }

@@ -34,21 +34,8 @@ Call::Call(CommonOptions commonOptions, Streams outputs, std::string command)
 }
 
 void Call::Print(std::string_view line) {
-    if (options.AsJson)
-        return;
-    if (!firstLine_.empty())
-        Write(std::exchange(firstLine_, {}) + "\n");
-    Write(fmt::format("{}\n", line));
-}
-
-void Call::PrintAlone(std::string_view line) {
-    TellFirstLine();
-    Print(line);
-}
-
-void Call::TellFirstLine() {
-    if (!firstLine_.empty())
-        Tell(std::exchange(firstLine_, {}));
+    if (!options.AsJson)
+        Write(fmt::format("{}\n", line));
 }
 
 void Call::PrintEvent(const Json& event) {
@@ -116,7 +103,6 @@ int Call::Finish() {
     MustEnd();
     FailWithoutOutput();
     progress.Erase();
-    TellFirstLine();
     report.Seconds = static_cast<double>(platform::QueryPerformanceCounter() - start_) / NANOSECONDS;
     WriteJUnit();
     if (options.AsJson)

@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace cli {
 
@@ -46,11 +45,6 @@ public:
 
     // A line of the answer on standard output; nothing with --json, since the answer is in the record then.
     void Print(std::string_view line);
-    // The same for a value that a script takes as a whole.
-    void PrintAlone(std::string_view line);
-    // A line that comes before the first one of the answer; on standard error where that stands alone, or is bytes.
-    void PrintFirst(std::string line) { firstLine_ = std::move(line); }
-    void TellFirstLine();
     // A line of a stream of JSON documents (list --watch, log --follow, shell); flushed. The record is the last one.
     void PrintEvent(const Json& event);
     // Bytes of a device, or a document, as they are.
@@ -83,6 +77,7 @@ public:
     Progress progress;                   // of a load, on standard error
     CommandFrontEnd* frontEnd = nullptr; // once the bus or the store is in use
     bool showsVerdict = false;           // also a verdict of "done" has its line
+    bool answerStandsAlone = false;      // it is bytes or one value, and no line of ours may come before it
     bool streamed = false;               // output is its purpose; the record is the last of several documents
 
 private:
@@ -92,7 +87,6 @@ private:
     void TellVerdict();
 
     std::int64_t start_;
-    std::string firstLine_; // until it is printed
     bool outputFailed_ = false, writesJUnit_ = true;
 };
 

@@ -194,7 +194,7 @@ void Deliver(Call& call, const KeyOptions& options, const ByteArray& value) {
     if (!options.output.empty())
         std::ignore = WriteOutput(call, options.output, value);
     else if (call.WantsLines() && call.streams.OutIsTerminal)
-        call.PrintAlone(Shown(value));
+        call.Print(Shown(value));
     else if (call.WantsLines())
         call.Write({reinterpret_cast<const char*>(value.data()), value.size()});
 }
@@ -204,6 +204,7 @@ void Get(Call& call, const KeyOptions& options) {
         return;
     BusSession session(call);
     std::int32_t handle = 0;
+    call.answerStandsAlone = options.output.empty();
     if (!session.OpenBus() || !ChooseTarget(call, options.device, handle))
         return;
     InBootloader(call, handle, options.reset, [&] {

@@ -98,7 +98,6 @@ void SendKeys(Call& call, DeviceConsole& console, ByteArray& keys) {
 }
 
 void TalkToPerson(Call& call, DeviceConsole& console, int descriptor, const std::string& device) {
-    call.TellFirstLine();
     call.TellAnyway(fmt::format("The console of {}.  Ctrl+] ends it.", device));
     {
         const platform::RawTerminal raw(descriptor);
@@ -258,6 +257,7 @@ void Shell(Call& call, const ShellOptions& options) {
         return;
     BusSession session(call);
     std::int32_t handle = 0;
+    call.answerStandsAlone = true;
     if (!session.OpenBus() || !ChooseTarget(call, options.device, handle))
         return;
     call.streamed = true;

@@ -160,9 +160,9 @@ void AnnounceBus() {
         return;
     }
     StatusDisplay(LEVEL_USER, "Bus: {}", program::BusText(bus));
-    if (bus.Reason == program::BusReason::NoAdapter)
-        StatusDisplay(LEVEL_WATCH, "{}  For the simulated bus: {}=simulated.", program::WhyNoBus(),
-                      program::BUS_VARIABLE);
+    const bool isKernel = bus.Choice.Kind == bas1394::BusKind::Kernel;
+    if (const std::string reason = isKernel ? program::WhyNoBus() : ""; !reason.empty())
+        StatusDisplay(LEVEL_WATCH, "{}  For the simulated bus: {}=simulated.", reason, program::BUS_VARIABLE);
 }
 
 void LoadLibraryAndModules() {

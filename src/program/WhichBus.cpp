@@ -93,7 +93,7 @@ std::string WhyNoBus() {
         return row.Verdict == doctor::Health::Bad && row.IfBad == doctor::Harm::Bus;
     });
     if (bad == rows.end())
-        return "The adapter can't be used, and none of the checks tells why.";
+        return {};
     return bad->Found + (bad->Command.empty() ? "" : "  Mend it with: " + bad->Command);
 }
 

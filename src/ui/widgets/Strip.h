@@ -18,9 +18,10 @@ public:
         bold.setBold(warns);
         setFont(bold);
     }
-    void setLine(const QString& line) {
-        setText(line);
-        setToolTip(WrappedTip(line.toStdString()));
+    // `what`: what a click does.
+    void setLine(const QString& line, const QString& what) {
+        setText(QString(line).replace('&', "&&"));
+        setToolTip(WrappedTip((line + ".  " + what).toStdString()));
     }
 
 protected:

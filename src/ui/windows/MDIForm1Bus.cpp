@@ -15,8 +15,9 @@
 void MDIForm1::ShowBus() {
     const program::WhichBus& bus = program::globals.Bus;
     const bool simulated = bus.Fault.empty() && bus.Choice.Kind == bas1394::BusKind::Simulated;
-    const std::string text = bus.Fault.empty() ? "Bus: " + program::BusText(bus) : "No bus: " + bus.Fault;
-    cmdBus->setLine(Q(simulated ? text + " - no real device is reached" : text));
+    const std::string text = bus.Fault.empty() ? program::BusText(bus) : "none.  " + bus.Fault;
+    cmdBus->setLine("Bus: " + Q(simulated ? text + " - no real device is reached" : text),
+                    "Click to choose another bus.");
     cmdBus->setWarning(simulated || !bus.Fault.empty());
     cmdBus->setAccessibleDescription("Opens the dialog that chooses the bus");
 }
@@ -55,8 +56,10 @@ void MDIForm1::UseBus(const std::string& bus) {
             basApp::TITLE);
         return;
     }
-    if (!platform::CurrentDialogs().YesNo(
-            "The choice is stored, and counts from the next start on.  Start the program again now?", basApp::TITLE))
+    if (!platform::CurrentDialogs().YesNo("The choice is stored for this program, its unattended runs and hoistline.  "
+                                          "It counts from the next start on.  "
+                                          "Start the program again now?",
+                                          basApp::TITLE))
         return;
     windows::globals.startAgain = true;
     close();

@@ -273,7 +273,10 @@ static std::string WhyNoBus() {
         return bus.Fault;
     const bool hasBus = bus.Choice.Kind != bas1394::BusKind::Kernel || bas1394::globals.LibraryModule == nullptr ||
                         bas1394::globals.VirtualDeviceList.DeviceCount > 0;
-    return hasBus ? "" : program::WhyNoBus();
+    if (hasBus)
+        return {};
+    const std::string reason = program::WhyNoBus();
+    return reason.empty() ? "The adapter can't be used; the status window may tell why." : reason;
 }
 
 void frmMain::ShowHint() {
