@@ -15,16 +15,14 @@ import signal
 import sqlite3
 import subprocess
 import sys
-import tempfile
 import time
-import traceback
 import xml.etree.ElementTree as ElementTree
-from concurrent.futures import ThreadPoolExecutor
+from functools import partial
 from pathlib import Path
 
 import jsonschema
 
-from Program import TIME_LIMIT, Program, wait_until
+from Program import TIME_LIMIT, Program, install, pack, run_cases, wait_until
 
 try:
     from junitparser import JUnitXml
@@ -102,7 +100,7 @@ VERDICTS = [  # verdict, exit code, bus, arguments; a signal once the erase has 
         "load app.twd --dry-run", "rom", "rom --save rom.bin", "reset --into bootloader", "bus-reset", "log",
         "settings list", "settings get Global DebugLoggingLevel", "settings set Global DebugLoggingLevel 5",
         "settings unset Global DebugLoggingLevel", "package show app.twd", "package check app.twd",
-        "package unpack app.twd image1 image", "package pack --image1 image.bin other.twd", "completion fish",
+        "package unpack app.twd image1 image", "package pack --image1 image1.bin other.twd", "completion fish",
         "doctor --print-rule", "doctor --measure", "identity --guid 000F1B0000000009 --dry-run",
         "identity --guid 000F1B0000000009 --mac 0000A1B2C3D4")),
     ("failed", 1, bus(), ["package", "unpack", "app.twd", "image1", "/nowhere/file"], None),
@@ -331,17 +329,6 @@ def check_kill(program):
     assert program.flash()[DEVICE]["application"] == IMAGE
 
 
-def check_two_loads(program):
-    first = start(program, "load", "app.twd", "--json", cwd=program.folder)
-    await_erase(program, first)
-    second = call(program, "load", "app.twd", "--json", cwd=program.folder)
-    record = second.record()
-    assert record["verdict"] in ("no-bus", "unchanged") and record["flash"] == "unchanged", record
-    assert "another" in record["reason"], record["reason"]
-    assert finish(first).record()["flash"] == "identical"
-    assert program.flash()[DEVICE]["application"] == IMAGE
-
-
 def check_beside_windows(program):
     windows = program.start(["/D", "app.twd"])
     try:
@@ -368,38 +355,20 @@ CASES = [
     ("key", bus(), check_key),
     ("station", bus(target(mode="application")), check_station),
     ("killed in the erase", SLOW, check_kill),
-    ("two loads", SLOW, check_two_loads),
     ("beside an unattended run", SLOW, check_beside_windows),
 ]
 
 
-def attempt(name, description, check, installed, base):
-    began = time.monotonic()
-    base.mkdir()
-    try:
-        check(Program(installed, base, description))
-        result = "good"
-    except Exception:
-        result = "FAILED\n" + traceback.format_exc()
-    print(f"{time.monotonic() - began:5.1f} s  {name}: {result}", flush=True)
-    return result == "good"
-
-
-def install(cmake, build, installed):
-    subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
-    (installed / "image.bin").write_bytes(IMAGE)
-    subprocess.run([installed / "hoistline", "package", "pack", "--image1", "image.bin", "--image1-address", ADDRESS,
-                    "--hardware-id", "17", "app.twd"], check=True, cwd=installed, stdout=subprocess.DEVNULL)
+def prepare(installed, cmake, build):
+    install(cmake, build, installed)
+    pack(installed, "app.twd", image1=(IMAGE, ADDRESS))
 
 
 def main(cmake, build, word=""):
-    with tempfile.TemporaryDirectory(prefix="command-test-") as folder:
-        base = Path(folder)
-        install(cmake, build, base / "installed")
-        with ThreadPoolExecutor(RUNS_AT_ONCE) as pool:
-            jobs = [pool.submit(attempt, *case, base / "installed", base / str(number))
-                    for number, case in enumerate(CASES) if word in case[0]]
-            return 0 if jobs and all([job.result() for job in jobs]) else 1
+    def on(description, check):
+        return lambda installed, base: check(Program(installed, base, description))
+    cases = [(name, on(description, check)) for name, description, check in CASES if word in name]
+    return run_cases(partial(prepare, cmake=cmake, build=build), cases, RUNS_AT_ONCE)
 
 
 VALIDATOR = jsonschema.Draft7Validator(json.loads(SCHEMA.read_text()))

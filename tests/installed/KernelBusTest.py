@@ -8,13 +8,9 @@ import os
 import random
 import subprocess
 import sys
-import tempfile
-import time
-import traceback
-from concurrent.futures import ThreadPoolExecutor
-from pathlib import Path
+from functools import partial
 
-from Program import TIME_LIMIT, Program, changes
+from Program import TIME_LIMIT, Program, changes, install, pack, run_cases
 
 IMAGE = random.Random(1394).randbytes(5001)
 DEVICE = "000F1B0000000001"
@@ -92,38 +88,23 @@ def examined(program, variables):
     assert {check["verdict"] for check in checks} == {"good"}, checks
 
 
-def install(cmake, build, installed):
-    subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
-    (installed / "image.bin").write_bytes(IMAGE)
-    subprocess.run([installed / "hoistline", "package", "pack", "--image1", "image.bin", "--image1-address",
-                    "0x20000000", "--hardware-id", "17", "app.twd"], check=True, cwd=installed,
-                   stdout=subprocess.DEVNULL)
+def prepare(installed, cmake, build):
+    install(cmake, build, installed)
+    pack(installed, "app.twd", image1=(IMAGE, "0x20000000"))
 
 
-def attempt(case, emulation, installed, base):
-    began = time.monotonic()
-    base.mkdir()
+def run(case, emulation, installed, base):
+    program = Program(installed, base)
+    devices = Emulation(*emulation, program)
     try:
-        program = Program(installed, base)
-        devices = Emulation(*emulation, program)
-        try:
-            case(program, devices.variables)
-        finally:
-            devices.end()
-        result = "good"
-    except Exception:
-        result = "FAILED\n" + traceback.format_exc()
-    print(f"{time.monotonic() - began:5.1f} s  {case.__name__}: {result}", flush=True)
-    return result == "good"
+        case(program, devices.variables)
+    finally:
+        devices.end()
 
 
 def main(cmake, build, *emulation):
-    with tempfile.TemporaryDirectory(prefix="kernel-bus-test-") as folder:
-        base = Path(folder)
-        install(cmake, build, base / "installed")
-        with ThreadPoolExecutor(len(CASES)) as pool:
-            jobs = [pool.submit(attempt, case, emulation, base / "installed", base / case.__name__) for case in CASES]
-            return 0 if all([job.result() for job in jobs]) else 1
+    cases = [(case.__name__, partial(run, case, emulation)) for case in CASES]
+    return run_cases(partial(prepare, cmake=cmake, build=build), cases, len(CASES))
 
 
 CASES = [information, unattended_load, listed, loaded, examined]

@@ -1,4 +1,4 @@
-"""An installed copy of the program for one run, and every trace that the run leaves behind."""
+"""An installed copy of the program for one run, every trace that the run leaves behind, and the run of all cases."""
 
 import itertools
 import json
@@ -9,7 +9,10 @@ import signal
 import sqlite3
 import struct
 import subprocess
+import tempfile
 import time
+import traceback
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 REQUEST, REQUEST_BUFFER = "0xffffc8021000", "0xffffc8021040"
@@ -174,3 +177,40 @@ def downloads(trace):
             elif code == 6:
                 done.append((start, content))
     return done
+
+
+def install(cmake, build, installed):
+    subprocess.run([cmake, "--install", build, "--prefix", installed], check=True, stdout=subprocess.DEVNULL)
+
+
+def pack(installed, name, options="", **sections):
+    command = [installed / "hoistline", "package", "pack", installed / name, "--hardware-id", "17", *options.split()]
+    for section, (content, address) in sections.items():
+        part = installed / f"{section}.bin"
+        part.write_bytes(content)
+        command += [f"--{section}", part, f"--{section}-address", str(address)]
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+
+
+def attempt(name, check, installed, base):
+    began = time.monotonic()
+    base.mkdir()
+    try:
+        result = check(installed, base) or "good"
+    except Exception:
+        result = "FAILED\n" + traceback.format_exc()
+        result += "".join(f"--- {path.name}\n{path.read_text(errors='replace')}" for path in base.glob("*.err"))
+    print(f"{time.monotonic() - began:5.1f} s  {name}: {result}", flush=True)
+    return not result.startswith("FAILED")
+
+
+def run_cases(prepare, cases, at_once):
+    """Prepares an installation and gives each case, (name, check), a folder of its own. Returns the exit code."""
+    with tempfile.TemporaryDirectory(prefix="program-test-") as folder:
+        base = Path(folder)
+        base.chmod(0o755)
+        prepare(base / "installed")
+        with ThreadPoolExecutor(at_once) as pool:
+            jobs = [pool.submit(attempt, name, check, base / "installed", base / str(number))
+                    for number, (name, check) in enumerate(cases)]
+            return 0 if jobs and all([job.result() for job in jobs]) else 1
