@@ -1,10 +1,12 @@
-// An access library by its file, and a client that keeps what it is told.
+// An access library by its file, and calls of it by a client that keeps what it is told.
 #pragma once
 
 #include "LibraryCalls.h"
 
 #include <algorithm>
+#include <cstring>
 #include <dlfcn.h>
+#include <iterator>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -14,6 +16,8 @@
 namespace testing_support {
 
 using bas1394::library::Operations;
+using Bytes = std::vector<std::uint8_t>;
+using Notices = std::vector<std::uint32_t>;
 
 // Stays loaded. Throws if a function is missing.
 inline Operations OperationsOf(const char* file) {
@@ -53,6 +57,52 @@ private:
                               const std::lock_guard lock(client.mutex_);
                               client.text_ += text;
                           }};
+};
+
+class CallingClient {
+public:
+    explicit CallingClient(const Operations& operations) : library(operations) {}
+
+    static Twl1394Address Address(std::uint64_t offset) {
+        return {static_cast<std::uint16_t>(offset >> 32), 0, static_cast<std::uint32_t>(offset)};
+    }
+    std::int32_t ReadAt(std::uint64_t offset, std::uint32_t node, Bytes& data, std::uint32_t timeout) const {
+        const Twl1394Address at = Address(offset);
+        return library.AsyncReadWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    }
+    std::int32_t WriteAt(std::uint64_t offset, std::uint32_t node, const Bytes& data, std::uint32_t timeout) const {
+        const Twl1394Address at = Address(offset);
+        return library.AsyncWriteWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    }
+    std::int32_t ReadTopology(Bytes& map, std::uint32_t length = 1024) const {
+        Twl1394HostInformation request{0, 6, 4096, Address(0xFFFFF0001000), length, {}};
+        std::memset(request.CsrData, 0xEE, sizeof request.CsrData);
+        const std::int32_t result = library.GetLocalHostInformation(client.Get(), device, &request, 0);
+        map.assign(std::begin(request.CsrData), std::end(request.CsrData));
+        return result;
+    }
+    std::int32_t ReadTopology() const {
+        Bytes map;
+        return ReadTopology(map);
+    }
+    std::uint32_t Devices() const {
+        Twl1394VirtualDeviceList list;
+        std::memset(&list, 0xEE, sizeof list);
+        library.GetVirtualDeviceList(&list);
+        return list.DeviceCount;
+    }
+    std::int32_t Allocate(std::uint64_t offset, std::uint32_t length, std::uint32_t& handle) const {
+        Twl1394AddressRange range{};
+        range.Length = length;
+        range.RequiredOffset = Address(offset);
+        const std::int32_t result = library.AllocateAddressRange(client.Get(), device, &range, 0);
+        handle = range.RangeHandle;
+        return result;
+    }
+
+    const Operations& library;
+    KeepingClient client;
+    const char* const device = "1394_VIRTUAL_DEVICE";
 };
 
 } // namespace testing_support

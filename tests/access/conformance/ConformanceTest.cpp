@@ -10,9 +10,6 @@ using namespace testing_support;
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Notices = std::vector<std::uint32_t>;
-
 constexpr std::uint32_t TARGET = 0, CAMERA = 1, HOST = 2, ABSENT = 9;
 const Bytes HALT = {1, 0, 0, 0, 1, 0, 1, 0};
 constexpr std::uint64_t ROM = 0xFFFFF0000400, INFO = 0xFFFFC8020000, REQUEST = 0xFFFFC8021000,
@@ -20,49 +17,24 @@ constexpr std::uint64_t ROM = 0xFFFFF0000400, INFO = 0xFFFFC8020000, REQUEST = 0
                         RANGE = RESPONSE, NOWHERE = 0xFFFFC0000000;
 
 // A registered client on a fresh bench, with the topology read.
-class Rig {
+class Rig : public CallingClient {
 public:
-    explicit Rig(const BenchMaker& maker) : bench(maker.make()), library(bench->Library()) {
+    explicit Rig(const BenchMaker& maker) : Rig(maker.make()) {}
+    explicit Rig(std::unique_ptr<ConformanceBench> made) : CallingClient(made->Library()), bench(std::move(made)) {
         EXPECT_EQ(library.RegisterClient(client.Get()), 1);
         bench->Settle();
         EXPECT_TRUE(client.TakeNotices().empty()) << "nothing has happened yet";
-        EXPECT_EQ(Topology(map), 0);
+        EXPECT_EQ(ReadTopology(map), 0);
         EXPECT_EQ(Write(TARGET, REQUEST, HALT), TWL1394_SUCCESS); // it would start its application after a while
         client.TakeNotices();
     }
     ~Rig() { library.DeRegisterClient(client.Get()); }
 
-    static Twl1394Address Address(std::uint64_t offset) {
-        return {static_cast<std::uint16_t>(offset >> 32), 0, static_cast<std::uint32_t>(offset)};
+    std::int32_t Read(std::uint32_t node, std::uint64_t offset, Bytes& data, std::uint32_t timeout = 0) const {
+        return ReadAt(offset, node, data, timeout);
     }
-    std::int32_t Read(std::uint32_t node, std::uint64_t offset, Bytes& data, std::uint32_t timeout = 0) {
-        const Twl1394Address at = Address(offset);
-        return library.AsyncReadWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
-    }
-    std::int32_t Write(std::uint32_t node, std::uint64_t offset, const Bytes& data, std::uint32_t timeout = 0) {
-        const Twl1394Address at = Address(offset);
-        return library.AsyncWriteWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
-    }
-    std::int32_t Topology(Bytes& content, std::uint32_t length = 1024) {
-        Twl1394HostInformation request{0, 6, 4096, Address(0xFFFFF0001000), length, {}};
-        std::memset(request.CsrData, 0xEE, sizeof request.CsrData);
-        const std::int32_t result = library.GetLocalHostInformation(client.Get(), device.c_str(), &request, 0);
-        content.assign(std::begin(request.CsrData), std::end(request.CsrData));
-        return result;
-    }
-    std::uint32_t Devices() {
-        Twl1394VirtualDeviceList list;
-        std::memset(&list, 0xEE, sizeof list);
-        library.GetVirtualDeviceList(&list);
-        return list.DeviceCount;
-    }
-    std::int32_t Allocate(std::uint64_t offset, std::uint32_t length, std::uint32_t& handle) {
-        Twl1394AddressRange range{};
-        range.Length = length;
-        range.RequiredOffset = Address(offset);
-        const std::int32_t result = library.AllocateAddressRange(client.Get(), device.c_str(), &range, 0);
-        handle = range.RangeHandle;
-        return result;
+    std::int32_t Write(std::uint32_t node, std::uint64_t offset, const Bytes& data) const {
+        return WriteAt(offset, node, data, 0);
     }
     std::size_t Count(std::uint32_t notice) {
         bench->Settle();
@@ -70,9 +42,6 @@ public:
     }
 
     std::unique_ptr<ConformanceBench> bench;
-    const Operations& library;
-    KeepingClient client;
-    std::string device = "1394_VIRTUAL_DEVICE";
     Bytes map; // topology
 };
 
@@ -82,10 +51,10 @@ void VersionAndNames(Rig& rig) {
     std::memset(&list, 0xEE, sizeof list);
     rig.library.GetVirtualDeviceList(&list);
     ASSERT_EQ(list.DeviceCount, 1U);
-    EXPECT_EQ(list.Name[0], rig.device);
+    EXPECT_STREQ(list.Name[0], rig.device);
     EXPECT_LE(std::strlen(list.Name[0]) + 1, 33U);
     EXPECT_EQ(rig.library.HookSystemModule("1394bootloader"), 1);
-    const Twl1394VirtualDevice record{1, 0, 0, rig.device.c_str()};
+    const Twl1394VirtualDevice record{1, 0, 0, rig.device};
     EXPECT_EQ(rig.library.AddVirtualDriver(rig.client.Get(), &record, 0), 0);
     EXPECT_EQ(rig.Devices(), 1U);
 }
@@ -95,7 +64,7 @@ void OneClientAtATime(Rig& rig) {
     EXPECT_NE(rig.library.RegisterClient(other.Get()), 1);
     EXPECT_NE(rig.library.RegisterClient(nullptr), 1);
     EXPECT_NE(rig.library.DeRegisterClient(other.Get()), 1);
-    EXPECT_NE(rig.library.BusReset(other.Get(), rig.device.c_str(), 0), 0);
+    EXPECT_NE(rig.library.BusReset(other.Get(), rig.device, 0), 0);
     EXPECT_NE(rig.library.BusReset(rig.client.Get(), "another device", 0), 0);
     EXPECT_EQ(rig.library.DeRegisterClient(rig.client.Get()), 1);
     rig.bench->ResetBus();
@@ -109,7 +78,7 @@ void OneClientAtATime(Rig& rig) {
 
 void LocalAddress(Rig& rig) {
     Twl1394NodeAddressRequest request{1, 0};
-    ASSERT_EQ(rig.library.Get1394AddressFromDeviceObject(rig.client.Get(), rig.device.c_str(), &request), 0);
+    ASSERT_EQ(rig.library.Get1394AddressFromDeviceObject(rig.client.Get(), rig.device, &request), 0);
     EXPECT_EQ(request.NodeAddress & 0x3F, HOST);
     EXPECT_EQ(request.NodeAddress >> 6, 0x3FF) << "the local bus";
 }
@@ -128,12 +97,12 @@ void TopologyMap(Rig& rig) {
     Bytes again;
     rig.bench->ResetBus();
     rig.bench->Settle();
-    ASSERT_EQ(rig.Topology(again), 0);
+    ASSERT_EQ(rig.ReadTopology(again), 0);
     EXPECT_NE(Bytes(again.begin() + 4, again.begin() + 8), Bytes(map.begin() + 4, map.begin() + 8)) << "generation";
-    ASSERT_EQ(rig.Topology(again, 16), 0);
+    ASSERT_EQ(rig.ReadTopology(again, 16), 0);
     EXPECT_EQ(again[15 + 1], 0xEE) << "beyond the length";
     Twl1394HostInformation other{0, 1, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
-    EXPECT_NE(rig.library.GetLocalHostInformation(rig.client.Get(), rig.device.c_str(), &other, 0), 0);
+    EXPECT_NE(rig.library.GetLocalHostInformation(rig.client.Get(), rig.device, &other, 0), 0);
     EXPECT_EQ(other.CsrData[8], 0) << "unchanged";
 }
 
@@ -194,9 +163,9 @@ void Broadcast(Rig& rig) {
 void BusResets(Rig& rig) {
     rig.bench->ResetBus();
     EXPECT_EQ(rig.Count(TWL1394_NOTICE_BUS_RESET), 1U) << "from elsewhere";
-    EXPECT_EQ(rig.library.BusReset(rig.client.Get(), rig.device.c_str(), 0), 0);
+    EXPECT_EQ(rig.library.BusReset(rig.client.Get(), rig.device, 0), 0);
     EXPECT_EQ(rig.Count(TWL1394_NOTICE_BUS_RESET), 1U) << "our own";
-    ASSERT_EQ(rig.Topology(rig.map), 0);
+    ASSERT_EQ(rig.ReadTopology(rig.map), 0);
     Bytes data(8);
     EXPECT_EQ(rig.Read(TARGET, INFO, data), TWL1394_SUCCESS);
     rig.bench->ResetBus();
@@ -210,13 +179,13 @@ void NodesThatComeAndGo(Rig& rig) {
     Bytes data(8);
     rig.bench->Unplug(TARGET);
     EXPECT_GE(rig.Count(TWL1394_NOTICE_BUS_RESET), 1U);
-    ASSERT_EQ(rig.Topology(rig.map), 0);
+    ASSERT_EQ(rig.ReadTopology(rig.map), 0);
     EXPECT_EQ(rig.map[8], 2) << "nodes";
     EXPECT_EQ(rig.Read(CAMERA + 1, ROM, data), TWL1394_NODE_DID_NOT_RESPOND);
     EXPECT_EQ(rig.Read(CAMERA - 1, ROM, data), TWL1394_SUCCESS) << "it has moved down";
     rig.bench->Plug(TARGET);
     EXPECT_GE(rig.Count(TWL1394_NOTICE_BUS_RESET), 1U);
-    ASSERT_EQ(rig.Topology(rig.map), 0);
+    ASSERT_EQ(rig.ReadTopology(rig.map), 0);
     // Either it answers, or it is announced by another notice as soon as it does.
     rig.Read(TARGET, INFO, data);
     rig.bench->Settle();
@@ -232,8 +201,8 @@ void AddressRanges(Rig& rig) {
     const Bytes intoBootloader = {1, 0, 0, 0, 9, 0, 2, 1, 1, 0, 0, 0};
     EXPECT_EQ(rig.Write(TARGET, REQUEST, intoBootloader), TWL1394_SUCCESS); // there it announces itself
     EXPECT_EQ(rig.Count(TWL1394_NOTICE_INCOMING_DATA), 1U);
-    EXPECT_EQ(rig.library.FreeAddressRange(rig.client.Get(), rig.device.c_str(), handle), 0);
-    EXPECT_NE(rig.library.FreeAddressRange(rig.client.Get(), rig.device.c_str(), handle), 0) << "twice";
+    EXPECT_EQ(rig.library.FreeAddressRange(rig.client.Get(), rig.device, handle), 0);
+    EXPECT_NE(rig.library.FreeAddressRange(rig.client.Get(), rig.device, handle), 0) << "twice";
     ASSERT_EQ(rig.Allocate(RANGE, 64, handle), 0);
     rig.library.DeRegisterClient(rig.client.Get());
     rig.library.RegisterClient(rig.client.Get());

@@ -57,7 +57,7 @@ TEST_F(KernelTest, ARequestToAFreedRangeIsStillAnswered) {
     std::uint32_t handle = 0;
     ASSERT_EQ(Allocate(RANGE, 8, handle), 0);
     const std::uint64_t closure = kernel.closures.back();
-    library.FreeAddressRange(client.Get(), DEVICE, handle);
+    library.FreeAddressRange(client.Get(), device, handle);
     kernel.closures.back() = closure; // it was under way
     kernel.SendRequest("fw0", TCODE_WRITE_BLOCK_REQUEST, RANGE, 8, Bytes(8));
     EXPECT_EQ(NoticesNow(), Notices{});

@@ -12,22 +12,6 @@ namespace {
 constexpr std::uint32_t CHANGE = TWL1394_NOTICE_DEVICE_CHANGE, RESET = TWL1394_NOTICE_BUS_RESET;
 constexpr std::int32_t ABSENT = TWL1394_NODE_DID_NOT_RESPOND, NO_BUS = TWL1394_NO_RESPONSE;
 
-std::size_t OpenDescriptors() {
-    const auto folder = std::filesystem::directory_iterator("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-}
-
-TEST_F(KernelTest, WithoutAnAdapterThereIsNoDeviceUntilOneComes) {
-    Register();
-    EXPECT_EQ(Devices(), 0U);
-    EXPECT_NE(client.TakeText().find("no adapter"), std::string::npos);
-    EXPECT_EQ(Read(0), NO_BUS);
-    EXPECT_NE(ReadTopology(), 0);
-    kernel.Add("fw0", {.number = 0, .local = true});
-    EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
-    EXPECT_EQ(Devices(), 1U);
-}
-
 TEST_F(KernelTest, ANewDeviceIsAnnouncedAgainWhenItsFileComes) {
     Start();
     ASSERT_EQ(ReadTopology(), 0);
@@ -108,7 +92,7 @@ TEST_F(KernelTest, ALostPermissionIsLikeALostDevice) {
     EXPECT_EQ(Devices(), 0U);
     EXPECT_EQ(Read(TARGET), NO_BUS);
     kernel.SetErrors("fw0", 0);
-    const Twl1394VirtualDevice record{1, 0, 0, DEVICE};
+    const Twl1394VirtualDevice record{1, 0, 0, device};
     EXPECT_EQ(library.AddVirtualDriver(client.Get(), &record, 0), 0) << "it looks again";
     EXPECT_EQ(NoticesNow(), (Notices{CHANGE, RESET}));
 }
@@ -139,7 +123,7 @@ TEST_F(KernelTest, OfSeveralAdaptersOneIsChosen) {
         kernel.Add("fw9", {.card = 1, .number = 2, .vendor = row.targetOn1 ? 0x0F1Bu : 1u});
         Register();
         Twl1394NodeAddressRequest address{1, 0};
-        const std::int32_t result = library.Get1394AddressFromDeviceObject(client.Get(), DEVICE, &address);
+        const std::int32_t result = library.Get1394AddressFromDeviceObject(client.Get(), device, &address);
         EXPECT_EQ(Devices(), row.card == NONE ? 0U : 1U);
         EXPECT_EQ(result == 0, row.card != NONE);
         EXPECT_EQ(address.NodeAddress, row.card == NONE ? 0 : row.card == 0 ? 0xFFC5 : 0xFFC3);
@@ -174,29 +158,6 @@ TEST_F(KernelTest, TheBusFollowsTheFirstTargetAndStaysWithIt) {
     EXPECT_EQ(kernel.closures[0], 0U) << "freed on the first adapter";
 }
 
-TEST_F(KernelTest, AStormOfResetsConfusesNothing) {
-    Start();
-    std::size_t resets = 0;
-    kernel.answer = [](const SentRequest& request) { return Reply{0, Bytes(request.length, request.file == "fw1")}; };
-    for (int i = 0; i < 300; ++i) {
-        const bool swapped = i % 2 == 0;
-        kernel.Reset(0, {{"fw0", 2}, {"fw1", swapped ? 1 : 0}, {"fw2", swapped ? 0 : 1}});
-        if (i % 3 == 0)
-            ReadTopology();
-        Bytes data(8, 0xEE);
-        const std::int32_t result = Read(swapped ? 1 : 0, data, 5000);
-        // In the middle of a reset a number may have no device file yet; the wrong device never answers.
-        EXPECT_TRUE(result == TWL1394_BUS_RESET || result == TWL1394_NODE_DID_NOT_RESPOND ||
-                    (result == 1 && data == Bytes(8, 1)))
-            << result;
-        const Notices notices = NoticesNow();
-        resets += static_cast<std::size_t>(std::ranges::count(notices, RESET));
-    }
-    EXPECT_EQ(resets, 300U);
-    ASSERT_EQ(ReadTopology(), 0);
-    EXPECT_EQ(Read(0), 1);
-}
-
 TEST_F(KernelTest, ClosingAFileThatOwesAnAnswerStopsNothingElse) {
     Start();
     kernel.answer = [](const SentRequest&) { return std::nullopt; };
@@ -226,23 +187,6 @@ TEST_F(KernelTest, AnIdleThreadSleeps) {
         EXPECT_EQ(Read(TARGET), 1);
     Idle();
     EXPECT_EQ(kernel.polls, before + 10) << "woken by the answers alone";
-}
-
-TEST_F(KernelTest, LeavesNoDescriptorOpen) {
-    const std::size_t before = OpenDescriptors();
-    for (int i = 0; i < 3; ++i) {
-        Start();
-        kernel.answer = [](const SentRequest&) { return std::nullopt; };
-        Read(TARGET, 1);
-        kernel.Remove("fw1");
-        kernel.Add("fw3", {.number = 3, .openError = EACCES});
-        kernel.Add("fw1", {.number = 0});
-        kernel.Remove("fw0");
-        Idle();
-        library.DeRegisterClient(client.Get());
-        kernel.Remove("fw3");
-        EXPECT_EQ(OpenDescriptors(), before);
-    }
 }
 
 } // namespace

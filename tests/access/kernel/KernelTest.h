@@ -21,15 +21,12 @@ inline void UseKernel(kernel_bus::KernelCalls* calls) {
     reinterpret_cast<void (*)(kernel_bus::KernelCalls*)>(dlsym(module, "KernelLibraryUseCalls"))(calls);
 }
 
-using Notices = std::vector<std::uint32_t>;
-
-class KernelTest : public testing::Test {
+class KernelTest : public testing::Test, protected CallingClient {
 protected:
-    static constexpr const char* DEVICE = "1394_VIRTUAL_DEVICE";
     static constexpr std::uint64_t ADDRESS = 0xFFFFC8021000;
     static constexpr std::uint32_t ADAPTER = 2, TARGET = 0, CAMERA = 1; // node numbers
 
-    KernelTest() {
+    KernelTest() : CallingClient(KernelLibrary()) {
         kernel.topology = TopologyOf(3);
         UseKernel(&kernel);
     }
@@ -57,17 +54,15 @@ protected:
         EXPECT_TRUE(kernel.WaitUntilIdle());
         return client.TakeNotices();
     }
-    std::int32_t Read(std::uint32_t node, Bytes& data, std::uint32_t timeout = 5000) {
-        const Twl1394Address at{static_cast<std::uint16_t>(ADDRESS >> 32), 0, static_cast<std::uint32_t>(ADDRESS)};
-        return library.AsyncReadWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    std::int32_t Read(std::uint32_t node, Bytes& data, std::uint32_t timeout = 5000) const {
+        return ReadAt(ADDRESS, node, data, timeout);
     }
-    std::int32_t Read(std::uint32_t node, std::uint32_t timeout = 5000) {
+    std::int32_t Read(std::uint32_t node, std::uint32_t timeout = 5000) const {
         Bytes data(8);
         return Read(node, data, timeout);
     }
-    std::int32_t Write(std::uint32_t node, const Bytes& data, std::uint32_t timeout = 5000) {
-        const Twl1394Address at{static_cast<std::uint16_t>(ADDRESS >> 32), 0, static_cast<std::uint32_t>(ADDRESS)};
-        return library.AsyncWriteWrapper(node, &at, static_cast<std::uint32_t>(data.size()), data.data(), timeout);
+    std::int32_t Write(std::uint32_t node, const Bytes& data, std::uint32_t timeout = 5000) const {
+        return WriteAt(ADDRESS, node, data, timeout);
     }
     // A read that the node leaves unanswered until `meanwhile` is done.
     std::int32_t ReadDuring(std::uint32_t node, const std::function<void()>& meanwhile) {
@@ -94,26 +89,6 @@ protected:
         Idle();
         kernel.closing = nullptr;
     }
-    std::int32_t ReadTopology(Bytes* map = nullptr) {
-        Twl1394HostInformation request{0, 6, 4096, {0xFFFF, 0, 0xF0001000}, 1024, {}};
-        const std::int32_t result = library.GetLocalHostInformation(client.Get(), DEVICE, &request, 0);
-        if (map != nullptr)
-            map->assign(request.CsrData, request.CsrData + request.CsrLength);
-        return result;
-    }
-    std::uint32_t Devices() {
-        Twl1394VirtualDeviceList list;
-        library.GetVirtualDeviceList(&list);
-        return list.DeviceCount;
-    }
-    std::int32_t Allocate(std::uint64_t address, std::uint32_t length, std::uint32_t& handle) {
-        Twl1394AddressRange range{};
-        range.Length = length;
-        range.RequiredOffset = {static_cast<std::uint16_t>(address >> 32), 0, static_cast<std::uint32_t>(address)};
-        const std::int32_t result = library.AllocateAddressRange(client.Get(), DEVICE, &range, 0);
-        handle = range.RangeHandle;
-        return result;
-    }
     // The register of a bus of so many nodes with a packet each.
     static Bytes TopologyOf(std::uint32_t nodes) {
         Bytes map;
@@ -130,8 +105,6 @@ protected:
     }
 
     FakeKernel kernel;
-    KeepingClient client;
-    const Operations& library = KernelLibrary();
 };
 
 } // namespace testing_support

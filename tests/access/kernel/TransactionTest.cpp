@@ -167,7 +167,7 @@ TEST_F(KernelTest, AResetRightAfterTheTopologyIsReadLeavesNoDoubtOfTheNumbers) {
     for (int i = 0; i < 200; ++i) {
         resets = 0;
         Bytes map;
-        ASSERT_EQ(ReadTopology(&map), 0);
+        ASSERT_EQ(ReadTopology(map), 0);
         const bool isOld = map[4] != kernel.Generation(0);
         Idle();
         EXPECT_EQ(Write(0, Bytes(8)), isOld ? TWL1394_BUS_RESET : 1);
