@@ -72,28 +72,4 @@ TEST_F(SimulatedBus, ATransactionTakesItsTimeAndEndsAtItsTimeOut) {
     EXPECT_EQ(QueryElapsedTimeMsLongInt(&before), 5u);
 }
 
-TEST_F(SimulatedBus, InvalidArgumentsAreRefused) {
-    Describe(MIXED);
-    Twl1394Client second = client;
-    EXPECT_NE(RegisterClient(&second), 1) << "one at a time";
-    EXPECT_NE(BusReset(nullptr, nullptr, 0), 0);
-    const Twl1394Address request{0xFFFF, 0, 0xC8021040}, response{0xFFFF, 0, 0xC8029040};
-    uint8_t data[2052] = {};
-    EXPECT_NE(AsyncReadWrapper(0, nullptr, 4, data, 0), 1);
-    for (const auto& [node, size] :
-         {std::pair{0u, 2048u}, {0u, 0u}, {0u, 3u}, {0u, 6u}, {0u, 2052u}, {64u, 4u}}) { // the first is valid
-        EXPECT_EQ(AsyncReadWrapper(node, &response, size, data, 0) == 1, size == 2048) << node << ", " << size;
-        EXPECT_EQ(AsyncWriteWrapper(node, &request, size, data, 0) == 1, size == 2048) << node << ", " << size;
-    }
-    const char* const device = "1394_VIRTUAL_DEVICE";
-    Twl1394AddressRange range{1, 1, 0x40, 0, 11, 3, {0xFFFF, 0, 0xC8029000}, 0, {}}, overlapping = range;
-    ASSERT_EQ(AllocateAddressRange(&client, device, &range, 0), 0);
-    EXPECT_NE(AllocateAddressRange(&client, device, &overlapping, 0), 0);
-    EXPECT_EQ(FreeAddressRange(&client, device, range.RangeHandle), 0);
-    EXPECT_NE(FreeAddressRange(&client, device, range.RangeHandle), 0) << "it is gone";
-    DeRegisterClient(&client);
-    SimulatorBusReset();
-    EXPECT_TRUE(notices.empty()) << "a client that has gone gets none";
-}
-
 } // namespace

@@ -1,4 +1,4 @@
-// A target's registers, commands in every protocol version, and resets.
+// A target's registers, ring and refusals; the program's own tests have the rest.
 #include "SimulatedBus.h"
 
 using namespace std::string_literals;
@@ -31,7 +31,7 @@ TEST_F(SimulatedBus, EachProtocolHasItsRegisterByteOrderAndItsRequestVersion) {
 }
 
 TEST_F(SimulatedBus, WhatATargetDoesNotKnowGetsNoAnswer) {
-    Describe(OneTarget(IDENTITY));
+    Describe(OneTarget(R"("mode": "bootloader")"));
     const Bytes guid = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(Answer(0, 1, SET_DEBUG_GUID, 2, guid), Bytes{});
     EXPECT_EQ(Answer(0, 1, GET_DEBUG_GUID, 0), guid);
@@ -41,6 +41,46 @@ TEST_F(SimulatedBus, WhatATargetDoesNotKnowGetsNoAnswer) {
     EXPECT_EQ(Answer(0, 1, PROGRAM_GUID, 2, guid), Bytes{});
     EXPECT_EQ(Get(0, INFO_REGISTERS + 16, 8), guid);
     EXPECT_EQ(Get(0, ROM + 16, 4), (Bytes{0, 0, 0, 1})) << "the ROM follows at the next start";
+}
+
+TEST_F(SimulatedBus, TheRingIsReadDirectlyInTheByteOrderOfTheTarget) {
+    for (const uint32_t protocol : {2u, 0x2000000u}) {
+        Describe(OneTarget(R"("shell": {"banner": "ready\r\n", "ring": 32}, "protocol": )" + std::to_string(protocol)));
+        const bool big = protocol != 2;
+        const auto half = [big](const Bytes& ring, std::size_t at) {
+            return big ? ring[at] << 8 | ring[at + 1] : ring[at + 1] << 8 | ring[at];
+        };
+        Bytes ring = Get(0, RESPONSE_BUFFER, 40);
+        EXPECT_EQ(half(ring, 4), 31);
+        EXPECT_EQ(half(ring, 6), 9);
+        EXPECT_EQ(std::string(ring.begin() + 9, ring.begin() + 18), "ready\r\n> ");
+        Bytes typed = {0, 0, 0, 0, 0, 0, uint8_t(big ? 0 : 25), uint8_t(big ? 25 : 0)};
+        typed.insert(typed.end(), 25, 'z');
+        EXPECT_EQ(Write(0, REQUEST_BUFFER, {0, 0, 0, 0, 0, 0, 1, 1, 'y', 0, 0, 0}), 1); // overwritten
+        EXPECT_EQ(Write(0, REQUEST_BUFFER, typed), 1);
+        EXPECT_EQ(Get(0, RESPONSE_BUFFER, 40), ring) << "the console looks a moment later";
+        PassMs(10);
+        ring = Get(0, RESPONSE_BUFFER, 40);
+        EXPECT_EQ(half(ring, 6), 34); // the head keeps counting, positions wrap
+        EXPECT_EQ(std::string(ring.begin() + 8, ring.begin() + 13), "zzzad");
+        EXPECT_EQ(ring[big ? 3 : 0], 1) << "lapped once";
+    }
+}
+
+TEST_F(SimulatedBus, AnImpossibleKeyIsAnsweredWithAStatus) {
+    Describe(OneTarget(R"("mode": "bootloader", "keys": {"LONG5": ")" + std::string(300, 'a') + "\"}"));
+    // Status, size of the value, bytes in the Response Buffer, start.
+    const auto readPass = [this](const std::string& name) {
+        const auto quadlets = static_cast<uint8_t>(3 + (name.size() + 3) / 4);
+        return Answer(0, 1, READ_KEY, quadlets, Words({static_cast<uint32_t>(name.size()) + 1, 0, 0}, name + '\0'));
+    };
+    EXPECT_EQ(readPass("ABSENT"), Words({1, 0, 0, 0}));
+    EXPECT_EQ(Little(Answer(0, 1, READ_KEY, 3, Words({0xFFFFFFFF, 0, 0}, {'\0'})), 0), 2u);
+    EXPECT_EQ(Little(Answer(0, 1, WRITE_KEY, 5, Words({2, 0, 200, 128}, "A")), 0), 3u) << "beyond what is held";
+    EXPECT_EQ(Answer(0, 1, INITIALIZE_PARAMETERS, 0), NO_ANSWER); // the store is rewritten, which takes time
+    PassMs(800);
+    EXPECT_EQ(AnswerNow(0, 1, INITIALIZE_PARAMETERS), Bytes{});
+    EXPECT_EQ(Little(readPass("LONG5"), 4), 300u);
 }
 
 // Checks during a load. Complete loads are covered by the program's own tests.

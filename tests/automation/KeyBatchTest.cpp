@@ -5,7 +5,6 @@
 #include "basAutomation.h"
 #include "basUtils.h"
 
-#include <iostream>
 #include <ranges>
 #include <regex>
 
@@ -18,10 +17,9 @@ namespace {
 
 constexpr const char *FIRST = "000F1B0000000001", *SECOND = "000F1B0000000002";
 
-std::string BusOfTwo(const std::string& faults = {}) {
+std::string BusOfTwo() {
     const std::string keys = R"(, "keys": {"MODEL": "TX-9", "ONE": "1", "BLOB": {"hex": "00ff0d0a10"}})";
-    return R"({"stateDirectory": "bus-state", "nodes": [)" + Target(FIRST, "bootloader", keys) + ", " +
-           Target(SECOND, "bootloader") + R"(, {"kind": "host"}], "faults": [)" + faults + "]}";
+    return Bus({Target(FIRST, "bootloader", keys), Target(SECOND, "bootloader")});
 }
 
 TEST(KeyBatchText, DerivesTheNameOfTheReport) {
@@ -215,52 +213,6 @@ TEST(KeyBatch, ABatchThatFailsSaysSoAndLosesNothing) {
         EXPECT_NE(report.find(part), std::string::npos) << report;
         EXPECT_EQ(std::filesystem::file_size(elsewhere.file("precious.txt")), 4u);
     }
-}
-
-// Counts runs of two writes and a read, with a value and a name that need several passes.
-class KeyBatchSweep : public testing::Test {
-protected:
-    // With these faults and a bus reset after that many transactions (0: none). Returns the number of transactions.
-    std::uint64_t Run(const std::string& faults, std::uint64_t resetAfter) {
-        SCOPED_TRACE(faults + std::to_string(resetAfter));
-        const std::string value(300, 'v'), name(60, 'N');
-        HeadlessProgram program(BusOfTwo(faults), LEVEL_ERROR);
-        program.Write("b.txt", "write 000F1B0000000001 A a.txt\nwrite 000F1B0000000002 " + name +
-                                   " short.txt\nread 000F1B0000000001 MODEL m.txt");
-        program.Write("a.txt", value);
-        program.Write("short.txt", std::string("short"));
-        if (resetAfter != 0)
-            SimulatorResetAfter(resetAfter);
-        EXPECT_TRUE(program.Run("/R b.txt")) << "the program hangs";
-        const std::string report = program.Read("b.out.txt");
-        const auto check = [&](const std::string& key, const char* file, const std::string& content) {
-            if (report.find(" " + key + " </td><td> <A") == std::string::npos)
-                return;
-            ++successes;
-            EXPECT_NE(program.Read(file).find(content), std::string::npos) << "a success with a different key";
-        };
-        check("A", "bus-state/000F1B0000000001/keys.json", "\"A\": \"" + value + "\"");
-        check(name, "bus-state/000F1B0000000002/keys.json", "\"" + name + "\": \"short\"");
-        check("MODEL", "m.txt", "\r\nTX-9\r\n");
-        ++runs;
-        return SimulatorTransactions();
-    }
-    int runs = 0, successes = 0;
-};
-
-TEST_F(KeyBatchSweep, WhatIsReportedAsASuccessIsOne) {
-    const std::uint64_t undisturbed = Run("", 0);
-    ASSERT_EQ(successes, 3);
-    int disturbed = 0;
-    for (std::uint64_t k = 1; k <= undisturbed; ++k) {
-        disturbed += Run("", k) != undisturbed;
-        for (const char* effect : {R"("do": "unplug")", R"("result": 121)", R"("result": 2147483649)"})
-            disturbed += Run(fmt::format(R"({{"node": 0, "afterTransactions": {}, {}}})", k, effect), 0) != undisturbed;
-    }
-    EXPECT_GT(disturbed, runs / 2) << "the faults don't occur";
-    EXPECT_LT(successes, 3 * runs) << "and do no harm";
-    std::cout << runs << " runs of 3 operations, " << disturbed << " disturbed, " << successes
-              << " operations reported as successes, all of them true\n";
 }
 
 } // namespace

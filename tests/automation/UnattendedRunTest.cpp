@@ -320,6 +320,7 @@ TEST(UnattendedRun, LeavesAVerdictForEveryKindOfEnd) {
          "interrupted, flash identical: load(0 2500/2500) load(1 0/0)=interrupted"},
         {"/R none.txt", "bootloader", "", "", "refused, flash unchanged:"},
         {"/R keys.txt", "bootloader", "", "", "done, flash unchanged: read-key"},
+        {"/R write.txt", "bootloader", silence(19), "", "failed, flash unchanged: write-key=failed"},
         {"/R bad.txt", "bootloader", "", "", "failed, flash unchanged: read-key read-key=failed option=refused"},
         {"/D boot.twd /R keys.txt", "application", "", "",
          "unchanged, flash unchanged: reset option=unchanged read-key=failed"},
@@ -330,6 +331,7 @@ TEST(UnattendedRun, LeavesAVerdictForEveryKindOfEnd) {
             Bus({Target(FIRST, row.mode, R"(, "eraseMs": 5000, "keys": {"MODEL": "TX-9"})")}, row.faults), LEVEL_WATCH);
         WriteFiles(program);
         program.Write("keys.txt", std::string("read --single MODEL"));
+        program.Write("write.txt", std::string("write --single MODEL keys.txt"));
         program.Write("bad.txt", std::string("read --single MODEL\nread --single NONE\ncopy --single MODEL"));
         program.signalAt = row.signalAt;
         ASSERT_TRUE(program.Run(row.options));

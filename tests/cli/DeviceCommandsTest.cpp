@@ -125,10 +125,4 @@ TEST_F(DeviceCommandsTest, LeaveADeviceAloneThatAnotherProgramLoads) {
     EXPECT_TRUE(Outcome({"crc"}).ends_with("done bootloader"));
 }
 
-TEST_F(DeviceCommandsTest, BusResetTellsHowManyNodesThereAreThen) {
-    UseTarget("application");
-    EXPECT_EQ(Call({"bus-reset"}), 0);
-    EXPECT_EQ(out, "3 nodes\n");
-}
-
 } // namespace

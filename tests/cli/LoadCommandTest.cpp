@@ -60,17 +60,6 @@ TEST_F(LoadTest, DoesToADeviceWhatItsOptionsSay) {
     EXPECT_EQ(program->Flash(0, "application"), OLD);
 }
 
-TEST_F(LoadTest, SendsWhatAnUnattendedRunSends) {
-    UseTarget("application");
-    ASSERT_TRUE(program->Run("/D app.twd"));
-    const std::string unattended = program->Changes();
-    UseTarget("application");
-    Load("app.twd");
-    EXPECT_EQ(program->Changes(), unattended);
-    EXPECT_EQ(program->Flash(0, "application"), IMAGE);
-    EXPECT_EQ(program->Flash(0, "config"), CONFIG);
-}
-
 TEST_F(LoadTest, ReportsEachImageWithItsBytesRateAndCrcs) {
     UseTarget("application");
     EXPECT_EQ(Call({"load", Path("app.twd")}), 0);

@@ -2,8 +2,6 @@
 #include "ConfigRomText.h"
 #include "RomTest.h"
 
-#include <sstream>
-
 using namespace testing_support;
 
 namespace {
@@ -100,27 +98,6 @@ TEST_F(ConfigRomText, NamesTheOtherBitsOfTheBusInfoBlockAndOfTheCapabilities) {
     for (std::size_t i = 9; i < tree.Rows.size(); ++i)
         flags += tree.Rows[i].Text + " ";
     EXPECT_EQ(flags, "MessagePassing ArgumentRegisters PrivateSpace BitAddressing64 LostBit AttentionBit OffBit ");
-}
-
-TEST_F(ConfigRomText, NamesTheValueOfEveryKey) {
-    std::istringstream names("|(Text)|BUS DEPENDENT INFO|MODULE VENDOR ID|MODULE HW VERSION|MODULE SPEC ID|"
-                             "MODULE SW VERSION|MODULE DEPENDENT INFO|NODE VENDOR ID|NODE HW VERSION|NODE SPEC ID|"
-                             "NODE SW VERSION|NODE_CAPABILITIES|NODE_UNIQUE_ID|||NODE DEPENDENT INFO|"
-                             "UNIT_DIRECTORY_OFFSET|SPECIFIER_ID|VERSION|DEPENDENT_INFO|UNIT_LOCATION||MODEL ID|"
-                             "INSTANCE|KEYWORD|FEATURE|EXTENDED_ROM|EXTENDED_KEY_SPECIFIER_ID|EXTENDED_KEY|"
-                             "EXTENDED_DATA|MODIFIABLE_DESCRIPTOR|DIRECTORY_ID");
-    Words root = {0x00400000};
-    for (std::uint32_t key = 0; key < 64; ++key)
-        root.push_back(key << 24 | 0x20); // a capability bit without a name
-    ReadTree(root);
-    Format();
-    for (std::uint32_t key = 0; key < 64; ++key) {
-        std::string value;
-        if (!std::getline(names, value, '|') || value.empty())
-            value = fmt::format("UNKNOWN:0x{:X}", key);
-        const std::string text = fmt::format("(imm), key=0x{:02X} value={}  data=0x20", key, value);
-        EXPECT_TRUE(tree.Rows.at(8 + key).Text.ends_with(text)) << tree.Rows[8 + key].Text;
-    }
 }
 
 TEST_F(ConfigRomText, CopesWithAnyRecord) {

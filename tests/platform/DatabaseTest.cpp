@@ -1,10 +1,6 @@
 #include "Database.h"
 #include "PlatformTest.h"
 
-#include <csignal>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 constexpr const char* TABLES = "CREATE TABLE tblSettings (strKeyName TEXT, strValue TEXT);"
@@ -50,39 +46,6 @@ TEST_F(ADatabase, RunsOnlyASingleSelection) {
     EXPECT_EQ(rows->Text("message"), "kept"); // field names are case-insensitive
     EXPECT_EQ(FailureOf([&] { rows->Field("strNothing"); }), 3000);
     EXPECT_EQ(FailureOf([&] { rows->SetField("Level", std::int64_t{1}); }), 3000); // no edit has begun
-}
-
-TEST_F(ADatabase, KeepsEveryAcknowledgedRowAfterAKill) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) { // acknowledges each row with a byte once Update has returned
-        platform::Database database(path);
-        const auto rows = database.OpenRecordset("SELECT * FROM tblSettings");
-        std::int64_t i = 0;
-        do {
-            rows->AddNew();
-            rows->SetField("strKeyName", std::to_string(i++));
-            rows->SetField("strValue", std::string(100, 'v'));
-            rows->Update();
-        } while (write(ends[1], "+", 1) == 1);
-        _exit(1);
-    }
-    close(ends[1]);
-    std::int64_t acknowledged = 0;
-    for (char byte = 0; read(ends[0], &byte, 1) == 1;)
-        if (++acknowledged == 1500)
-            kill(child, SIGKILL);
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    ASSERT_GE(acknowledged, 1500);
-
-    platform::Database database(path);
-    const auto rows = database.OpenRecordset("SELECT * FROM tblSettings");
-    EXPECT_GE(rows->RecordCount(), acknowledged);
-    EXPECT_LE(rows->RecordCount(), acknowledged + 1); // one may have been stored but not acknowledged
-    rows->MoveLast();
-    EXPECT_EQ(rows->Text("strKeyName"), std::to_string(rows->RecordCount() - 1));
 }
 
 } // namespace

@@ -47,8 +47,10 @@ protected:
             EXPECT_TRUE(run.program.Run("/D app.twd")) << "the program hangs";
             loaded = run.program.Said("Successfully loaded new");
             EXPECT_EQ(basAutomation::globals.Verdict.Outcome == basApp::OutcomeKind::Done, loaded);
+            EXPECT_EQ(basAutomation::globals.Verdict.Flash() == basApp::FlashState::Identical, loaded);
             EXPECT_TRUE(!loaded || run.program.Flash(TARGET_INDEX, "application") == run.IMAGE)
                 << "a success with a different flash";
+            EXPECT_TRUE(loaded || !run.program.messages.empty()) << "the failure isn't reported";
         }
         static const std::size_t afterTheFirst = DescriptorsOfProcess(); // the process keeps some
         EXPECT_EQ(DescriptorsOfProcess(), afterTheFirst);
@@ -221,34 +223,6 @@ TEST_F(BadDay, ALoadNeverMovesToAnotherAdaptersDevice) {
             EXPECT_TRUE(request.size() > code && (request[code] == 1 || request[code] == 14 || request[code] == 15));
         }
     }
-}
-
-TEST(BusInTrouble, AConsoleOutlivesItsAdaptersAbsence) {
-    KernelProgram run(BusOf({}));
-    run.program.Run("", 3000);
-    ASSERT_EQ(basBootloader::globals.TargetList.size(), 1U);
-    const std::int32_t handle = basBootloader::globals.TargetList.front().Handle;
-    const std::string line = "version\r";
-    const auto ask = [&](std::string& text) {
-        const std::int32_t code = basBootloader::WriteShellCharacters(handle, {line.begin(), line.end()});
-        for (int i = 0; i < 4; ++i) {
-            run.program.Pass(50);
-            ByteArray data;
-            if (basBootloader::ReadShellCharacters(handle, data, true) == 1)
-                text.append(data.begin(), data.end());
-        }
-        return code;
-    };
-    std::string text;
-    run.kernel.PullAdapter();
-    EXPECT_NE(ask(text), 1) << "before the program knows";
-    run.program.Pass(2000);
-    EXPECT_NE(ask(text), 1);
-    EXPECT_EQ(text, "");
-    run.kernel.PutAdapterBack();
-    run.program.Pass(2000);
-    EXPECT_EQ(ask(text), 1);
-    EXPECT_NE(text.find("TX-9"), std::string::npos) << text;
 }
 
 TEST(BusInTrouble, ANodeAppearsWithinASecondOfItsFile) {
