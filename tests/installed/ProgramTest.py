@@ -136,7 +136,8 @@ def forbid_writing(program):
 
 def check_untouched(program):
     assert contents(program.folder) == program.before, "the program's folder was written"
-    assert (program.data / "docs/simulated-bus.md").exists(), "the documents weren't seeded"
+    assert (program.data / "batch-operations/keybatch.html").exists(), "the example wasn't seeded"
+    assert not (program.data / "docs").exists(), "documents were copied where no update reaches them"
 
 
 def put(name, content):

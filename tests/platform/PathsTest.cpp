@@ -52,15 +52,25 @@ TEST_F(Paths, MeanWhatExistsRegardlessOfCaseAndSeparator) {
 
 TEST(AProgramDirectory, ReceivesWhatItLacksAndTheExecutablesLibrary) {
     const TestFolder installed, user;
-    for (const char* name : {"Twl1394api.so", "simulated-bus.json", "docs/guide.md"})
+    for (const char* name : {"Twl1394api.so", "simulated-bus.json", "batch-operations/keybatch.html"})
         installed.Put(name, "theirs");
     for (const char* name : {"app/Twl1394api.so", "app/simulated-bus.json"})
         user.Put(name, "mine");
     platform::SeedProgramDirectory(installed.path(), user.file("app"));
     EXPECT_EQ(user.Content("app/Twl1394api.so"), "theirs");
     EXPECT_EQ(user.Content("app/simulated-bus.json"), "mine");
-    EXPECT_EQ(user.Content("app/docs/guide.md"), "theirs");
+    EXPECT_EQ(user.Content("app/batch-operations/keybatch.html"), "theirs");
     EXPECT_FALSE(platform::FindFirstFileA(user.file("app/db1_clean.mdb"))); // nothing to copy
+}
+
+TEST(AProgramDirectory, IsThatOfTheExecutableUnlessItBelongsToTheSystem) {
+    const TestFolder folder;
+    const std::string users = platform::UserFolder("XDG_DATA_HOME", ".local/share");
+    for (const auto& [executables, data] : {std::pair{folder.path(), folder.path()},
+                                            {"/usr/lib", users}, // even for root, who may write there
+                                            {"/usr", users},
+                                            {folder.file("none"), users}})
+        EXPECT_EQ(platform::ProgramDirectoryOf(executables), data) << executables;
 }
 
 } // namespace

@@ -115,6 +115,11 @@ bool CanBeWritten(const std::string& directory) {
     return access(directory.c_str(), W_OK) == 0;
 }
 
+// There the files belong to the package manager: root's data would be in everybody's way and survive a removal.
+bool IsOfTheSystem(const std::string& directory) {
+    return directory == "/usr" || directory.starts_with("/usr/");
+}
+
 // The library must match the executable; the other files belong to the user once they exist. It is replaced as a whole,
 // since another process may have the old one loaded.
 void RefreshLibrary(const std::string& from, const std::string& to) {
@@ -176,7 +181,7 @@ void SeedProgramDirectory(const std::string& from, const std::string& to) {
     ResumeNext next{IgnoreFailure};
     next([&] { fs::create_directories(to); });
     next([&] { RefreshLibrary(from + "/" + LIBRARY, to + "/" + LIBRARY); });
-    for (const char* name : {"db1_clean.mdb", "simulated-bus.json", "batch-operations", "docs"})
+    for (const char* name : {"db1_clean.mdb", "simulated-bus.json", "batch-operations"})
         next([&] { CopyWhatIsMissing(from + "/" + name, to + "/" + name); });
 }
 
@@ -189,12 +194,17 @@ std::string ExecutableDirectory() {
     return fs::path(ExecutablePath()).parent_path().string();
 }
 
+std::string ProgramDirectoryOf(const std::string& executables) {
+    const bool own = !IsOfTheSystem(executables) && CanBeWritten(executables);
+    return own ? executables : UserFolder("XDG_DATA_HOME", ".local/share");
+}
+
 std::string ProgramDirectory() {
     if (!globals.fixed.empty())
         return globals.fixed;
     if (globals.program.empty()) {
         const std::string own = ExecutableDirectory();
-        globals.program = CanBeWritten(own) ? own : UserFolder("XDG_DATA_HOME", ".local/share");
+        globals.program = ProgramDirectoryOf(own);
         if (globals.program != own)
             SeedProgramDirectory(own, globals.program);
     }

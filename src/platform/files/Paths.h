@@ -15,11 +15,13 @@ std::string ResolvePath(const std::string& path);
 std::vector<std::string> PathsMeant(const std::string& path);
 std::string Quoted(const std::vector<std::string>& paths); // for a message: "a", "b"
 
-// The folder of the executable or, if that can't be written, the per-user data folder (HoistlineApp in XDG_DATA_HOME or
-// ~/.local/share), created on first use and filled from the executable's folder. No trailing separator.
+// The folder of the program's data: the executable's or, if that lies below /usr or can't be written, the per-user data
+// folder (HoistlineApp in XDG_DATA_HOME or ~/.local/share), created on first use and filled from the executable's
+// folder. No trailing separator.
 std::string ProgramDirectory();
+std::string ProgramDirectoryOf(const std::string& executables); // for executables in that folder; creates nothing
 // Makes `to` a program directory: updates the access library from `from`, and copies every other file that `to` lacks
-// (the clean database, the bus description, examples, documents).
+// (the clean database, the bus description, the example of a key batch). Documents are read where the program lies.
 void SeedProgramDirectory(const std::string& from, const std::string& to);
 std::string ExecutableDirectory();
 std::string ExecutablePath();
