@@ -16,9 +16,9 @@
 
 namespace basApp {
 
-inline constexpr const char* TITLE = "HoistlineApp"; // also the application name in the store
-inline constexpr int VERSION_MAJOR = 1, VERSION_MINOR = 8, VERSION_REVISION = 1;
-inline std::string VersionText() { // "1.8.1"
+inline constexpr const char* TITLE = "HoistlineApp";             // also the application name in the store
+extern const int VERSION_MAJOR, VERSION_MINOR, VERSION_REVISION; // the build's, from CMakeLists.txt
+inline std::string VersionText() {                               // "1.8.1"
     return fmt::format("{}.{}.{}", VERSION_MAJOR, VERSION_MINOR, VERSION_REVISION);
 }
 
