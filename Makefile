@@ -2,8 +2,9 @@
 PREFIX ?= run/program
 PACKAGE ?=
 FUZZ_SECONDS ?= 20
+VERSION ?=
 
-.PHONY: run gui test bench lint asan tsan fuzz install setup configure build program clean
+.PHONY: run gui test bench lint asan tsan fuzz install package package-test setup configure build program clean
 
 setup:
 	@bash scripts/setup.sh
@@ -20,6 +21,15 @@ program: configure
 
 install: program
 	@cmake --install build/release --prefix $(PREFIX) >/dev/null
+
+# Debian packages and a tarball, into build/package/packages. VERSION=1.2.3 stands in for the project's own version.
+package: setup
+	@bash scripts/setup.sh packages-packaging.txt
+	@VERSION="$(VERSION)" bash scripts/package.sh
+
+# The packages in a fresh Debian of their own; needs root.
+package-test:
+	@bash scripts/package-test.sh
 
 run: install
 	@bash scripts/run.sh "$(PACKAGE)"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Installs the packages that the build needs and this Debian machine lacks, without asking.
+# setup.sh [LIST]: installs the packages that the build needs, or those of LIST, and that this Debian machine lacks, without
+# asking.
 set -euo pipefail
 cd "$(dirname "$0")"
-mapfile -t packages < packages.txt
+mapfile -t packages < "${1:-packages.txt}"
 # A single query for all of them: no delay on a machine that has everything.
 present=$(dpkg-query -W -f='${db:Status-Abbrev}${Package}\n' "${packages[@]}" 2>/dev/null | sed -n 's/^ii *//p' || true)
 missing=()

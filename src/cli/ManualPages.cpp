@@ -141,8 +141,8 @@ constexpr const char* SURROUNDINGS =
     ".TP\n.B LC_ALL, LC_CTYPE, LANG\na terminal whose locale lacks UTF\\-8 gets \\(lq?\\(rq for each character beyond "
     "ASCII.\n"
     ".SH FILES\n"
-    "All lie in the program's directory or, when that can't be written, in \\fBHoistlineApp\\fR of the user's data "
-    "folder.\n"
+    "All but documents lie in the program's directory or, when that is below \\fI/usr\\fR or can't be written, in "
+    "\\fBHoistlineApp\\fR of the user's data folder; documents lie beside the program.\n"
     ".TP\n.B db1.mdb\nthe settings and the log.\n"
     ".TP\n.B simulated\\-bus.json\ndescribes the simulated bus when \\fB\\-\\-bus\\fR names none.\n"
     ".TP\n.B docs/hoistline.schema.json\nthe JSON Schema of all that \\fB\\-\\-json\\fR writes.\n";
