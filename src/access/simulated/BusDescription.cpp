@@ -82,11 +82,14 @@ void ReadShell(ObjectReader& node, NodeDescription& description) {
 }
 
 Bytes ReadRomImage(ObjectReader& reader, const std::string& baseDirectory) {
-    const std::string path = reader.Text("romImage", "");
-    if (path.empty())
+    const Json* value = reader.Find("romImage");
+    const bool isContent = value != nullptr && value->is_object();
+    const std::string path = isContent ? "" : reader.Text("romImage", "");
+    if (path.empty() && !isContent)
         return {};
     try {
-        return LoadRomImage(Resolve(path, baseDirectory));
+        return isContent ? ToRomImage(BytesFromJson(*value, reader.PathOf("romImage")))
+                         : LoadRomImage(Resolve(path, baseDirectory));
     } catch (const std::runtime_error& failure) {
         reader.Refuse("romImage", failure.what());
     }

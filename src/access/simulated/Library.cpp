@@ -99,8 +99,10 @@ static std::string ReadDescription(const Source& source) {
 
 static std::optional<BusDescription> TryDescription(const char* json, const Source& source) {
     globals.lastError.clear();
+    globals.descriptionText.clear();
     try {
-        return ParseDescription(json == nullptr ? ReadDescription(source) : json, source.base.string());
+        globals.descriptionText = json == nullptr ? ReadDescription(source) : json;
+        return ParseDescription(globals.descriptionText, source.base.string());
     } catch (const DescriptionError& failure) {
         globals.lastError = fmt::format("{}: {}", source.name, failure.what());
         return std::nullopt;
@@ -108,7 +110,10 @@ static std::optional<BusDescription> TryDescription(const char* json, const Sour
 }
 
 bool CheckDescription(const char* json, const char* baseDirectory) {
-    return TryDescription(json, SourceOf(json, baseDirectory)).has_value();
+    const std::string described = globals.descriptionText;
+    const bool good = TryDescription(json, SourceOf(json, baseDirectory)).has_value();
+    globals.descriptionText = described;
+    return good;
 }
 
 void CloseBus() {

@@ -20,6 +20,7 @@ struct Globals {
     std::optional<BusDescription> awaited;              // a bus whose state directory another process has
     bool virtualDevice = false;                         // the driver is present
     std::string lastError;                              // SimulatorLastError
+    std::string descriptionText;                        // SimulatorDescription
     std::uint64_t lastTicket = 0;                       // never reset: old tickets may still be pending
     std::map<std::uint64_t, std::function<void()>> due; // pending calls, by ticket
     std::unique_ptr<Clock> clock;                       // null until needed; last, so that its thread ends first

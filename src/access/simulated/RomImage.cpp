@@ -108,16 +108,23 @@ Bytes LoadRomImage(const std::string& path) {
     const std::optional<Bytes> file = ReadFile(path);
     if (!file)
         throw std::runtime_error("can't read '" + path + "'");
-    const Bytes& image = *file;
-    if (image.empty() || image.size() % 4 != 0 || image.size() > LARGEST_IMAGE)
-        throw std::runtime_error("'" + path + "' must hold 1 to 16384 whole quadlets");
-    if (!HasBusName(image)) {
-        Bytes turned = image;
+    try {
+        return ToRomImage(*file);
+    } catch (const std::runtime_error& failure) {
+        throw std::runtime_error("'" + path + "' " + failure.what());
+    }
+}
+
+Bytes ToRomImage(const Bytes& content) {
+    if (content.empty() || content.size() % 4 != 0 || content.size() > LARGEST_IMAGE)
+        throw std::runtime_error("must hold 1 to 16384 whole quadlets");
+    if (!HasBusName(content)) {
+        Bytes turned = content;
         TurnQuadlets(ByteSpan(turned));
         if (HasBusName(turned))
             return turned;
     }
-    return image;
+    return content;
 }
 
 } // namespace simulator

@@ -23,6 +23,7 @@ Bytes MinimalRom(std::uint32_t vendorId);
 // Big-endian, or in the quadlet order of a little-endian machine, according to the bus name "1394" in
 // the second quadlet. Without that name it is taken as big-endian. Throws runtime_error.
 Bytes LoadRomImage(const std::string& path);
+Bytes ToRomImage(const Bytes& content); // the same of bytes at hand
 
 // CRC-16 of IEEE 1212 over whole quadlets.
 std::uint16_t Crc16(ByteView quadlets);

@@ -43,6 +43,10 @@ const char* SimulatorLastError(void) {
     return globals.lastError.c_str();
 }
 
+const char* SimulatorDescription(void) {
+    return globals.descriptionText.c_str();
+}
+
 void SimulatorBusReset(void) {
     const std::lock_guard lock(globals.mutex);
     if (globals.bus != nullptr)

@@ -33,6 +33,8 @@ int32_t SimulatorDescribe(const char* Json, const char* BaseDirectory);
 // directory, no trace.
 int32_t SimulatorCheck(const char* Json, const char* BaseDirectory);
 const char* SimulatorLastError(void);
+// The JSON of the bus that was described last; "" before the first description. For a record of what happens on it.
+const char* SimulatorDescription(void);
 
 // Node is the index in "nodes" of the description, which stays the same when node numbers change.
 void SimulatorBusReset(void);
