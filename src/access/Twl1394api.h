@@ -37,7 +37,7 @@ extern "C" {
  * The simulated bus: a description (docs/simulated-bus.md). The kernel's bus: the number of a card,
  * as the kernel counts them; by default the first card on whose bus a node of vendor 0x000F1B is
  * seen, before any is seen the first card at all. Once chosen for such a node, a card is kept until
- * it is removed. */
+ * it is removed. A replay: the record. */
 #define TWL1394_BUS_VARIABLE "TWL1394_BUS"
 
 /* Notices, posted through Twl1394Client::PostNotice.

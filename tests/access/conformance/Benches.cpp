@@ -1,9 +1,12 @@
-// The benches of our own libraries: the simulated bus, and the kernel's library with the simulated bus behind it.
+// The benches of our own libraries: the simulated bus, the kernel's library with the simulated bus behind it, and the
+// same recorded.
 #include "ConformanceBench.h"
 
 #include "BusOnVirtualClock.h"
 #include "KernelTest.h"
+#include "RecordVariables.h"
 #include "SimulatedDevices.h"
+#include "TestFolder.h"
 
 namespace testing_support {
 
@@ -54,12 +57,29 @@ private:
     SimulatedDevices kernel_;
 };
 
+// The kernel's library with the recording one before it.
+class RecordedBench : public KernelBench {
+public:
+    RecordedBench() {
+        setenv(TWL1394_RECORDED_VARIABLE, KERNEL_LIBRARY, 1);
+        setenv(TWL1394_RECORD_VARIABLE, folder_.file("bus.twr").c_str(), 1);
+    }
+    const Operations& Library() override {
+        static const Operations operations = OperationsOf(RECORD_LIBRARY);
+        return operations;
+    }
+
+private:
+    ::TestFolder folder_;
+};
+
 } // namespace
 
 const std::vector<BenchMaker>& Benches() {
     static const std::vector<BenchMaker> benches = {
         {"Simulated", [] { return std::make_unique<SimulatedBench>(); }},
         {"Kernel", [] { return std::make_unique<KernelBench>(); }},
+        {"Recorded", [] { return std::make_unique<RecordedBench>(); }},
     };
     return benches;
 }
