@@ -12,6 +12,7 @@ inline constexpr const char* DEBUG_MESSAGE_LEVEL = "DebugMessageLevel";
 inline constexpr const char* DEBUG_LOGGING_LEVEL = "DebugLoggingLevel";
 inline constexpr const char* DEFAULT_TRANSACTION_TIMEOUT = "Default1394TransactionTimeout"; // ms
 inline constexpr std::int32_t LONGEST_TRANSACTION_TIMEOUT = 3000;
+inline constexpr const char* RECORD_FOLDER = "RecordFolder"; // of records of the bus; "": none are written
 inline constexpr const char* HELP_HOST = "HelpHost";
 inline constexpr const char* BUS = "Bus"; // as bas1394::ParseBus takes it
 

@@ -6,7 +6,7 @@ namespace bas1394 {
 
 namespace {
 
-constexpr BusKind KINDS[] = {BusKind::Simulated, BusKind::Kernel, BusKind::Library};
+constexpr BusKind KINDS[] = {BusKind::Simulated, BusKind::Kernel, BusKind::Library, BusKind::Replay};
 
 bool IsCard(std::string_view text) {
     return text.size() <= 3 && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -20,6 +20,8 @@ const char* NameOf(BusKind kind) {
         return "kernel";
     case BusKind::Library:
         return "library";
+    case BusKind::Replay:
+        return "replay";
     case BusKind::Simulated:
         break;
     }
@@ -38,7 +40,7 @@ std::optional<BusChoice> ParseBus(std::string_view text) {
         return std::nullopt;
     const bool described = colon != std::string_view::npos;
     const std::string_view description = described ? text.substr(colon + 1) : "";
-    if (described ? description.empty() : *kind == BusKind::Library)
+    if (described ? description.empty() : *kind == BusKind::Library || *kind == BusKind::Replay)
         return std::nullopt;
     if (*kind == BusKind::Kernel && !IsCard(description))
         return std::nullopt;

@@ -6,10 +6,12 @@
 #include "LibraryCalls.h"
 #include "Modules.h"
 #include "Paths.h"
+#include "RecordVariables.h"
 #include "WindowSystem.h"
 #include "bas1394.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 namespace bas1394 {
 
@@ -17,6 +19,8 @@ namespace {
 
 constexpr const char* LIBRARY_NAME = "Twl1394api.dll";
 constexpr const char* KERNEL_LIBRARY = "Twl1394kernel.so"; // the one for the kernel's FireWire devices
+constexpr const char* REPLAY_LIBRARY = "Twl1394replay.so"; // answers from a record
+constexpr const char* RECORD_LIBRARY = "Twl1394record.so"; // stands before any of them
 constexpr std::int32_t DRIVER_ERRORS_ENDURED = 19;
 
 // The library's callbacks, on any thread. What they deliver is handled at the window system's next
@@ -63,10 +67,33 @@ void LogWhereTheLibraryIs() {
     StatusDisplay(LEVEL_TRACE, "Dir(Twl1394api.dll) = '{}'", found ? found->FileName : std::string());
 }
 
+// One that comes with the program: beside the executable, where an update puts it.
+std::string OwnLibrary(const char* name) {
+    std::error_code error;
+    const std::string own = platform::JoinPath(platform::ExecutableDirectory(), name);
+    return std::filesystem::exists(own, error) ? own : platform::JoinPath(platform::ProgramDirectory(), name);
+}
+
+// The library that records, before the one in this file, which has been loaded and stays so.
+void* LoadRecorder(const std::string& file) {
+    setenv(TWL1394_RECORD_VARIABLE, globals.Record.File.c_str(), 1);
+    setenv(TWL1394_RECORDED_VARIABLE, platform::ModulePath(file).c_str(), 1);
+    setenv(TWL1394_REDACT_VARIABLE, globals.Record.Redacts ? "1" : "", 1);
+    setenv(TWL1394_ABOUT_VARIABLE,
+           fmt::format("program={} {}\nbus={}\nlibrary={}\n", basApp::TITLE, basApp::VersionText(), TextOf(globals.Bus),
+                       std::filesystem::path(platform::ModulePath(file)).filename().string())
+               .c_str(),
+           1);
+    return platform::LoadLibraryA(OwnLibrary(RECORD_LIBRARY));
+}
+
 void* LoadAndBind() {
-    void* module = platform::LoadLibraryA(globals.LibraryFile.empty()
-                                              ? platform::JoinPath(platform::ProgramDirectory(), LIBRARY_NAME)
-                                              : globals.LibraryFile);
+    const std::string file = globals.LibraryFile.empty()
+                                 ? platform::JoinPath(platform::ProgramDirectory(), LIBRARY_NAME)
+                                 : globals.LibraryFile;
+    void* module = platform::LoadLibraryA(file);
+    if (module != nullptr && !globals.Record.File.empty())
+        module = LoadRecorder(file);
     std::string reason = module == nullptr ? platform::LastModuleError() : std::string();
     if (module != nullptr && !library::Bind(module, reason)) {
         platform::FreeLibrary(module);
@@ -88,14 +115,19 @@ void* LoadAndBind() {
 
 void ChooseBus(const BusChoice& choice) {
     const bool described = choice.Kind != BusKind::Library && !choice.Description.empty();
-    globals.LibraryFile = choice.Kind == BusKind::Kernel
-                              ? platform::JoinPath(platform::ExecutableDirectory(), KERNEL_LIBRARY)
+    globals.LibraryFile = choice.Kind == BusKind::Kernel    ? OwnLibrary(KERNEL_LIBRARY)
+                          : choice.Kind == BusKind::Replay  ? OwnLibrary(REPLAY_LIBRARY)
                           : choice.Kind == BusKind::Library ? choice.Description
                                                             : "";
+    globals.Bus = choice;
     if (described)
         setenv(TWL1394_BUS_VARIABLE, choice.Description.c_str(), 1);
     else
         unsetenv(TWL1394_BUS_VARIABLE);
+}
+
+void ChooseRecord(const RecordChoice& choice) {
+    globals.Record = choice;
 }
 
 void* LoadTwl1394Dll(bool withCallbacks) {

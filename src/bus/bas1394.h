@@ -69,6 +69,8 @@ struct Globals {
     std::vector<Twl1394AddressRange> AddressRanges = std::vector<Twl1394AddressRange>(1);
 
     std::string LibraryFile;           // "" for the one of the program directory
+    BusChoice Bus;                     // of ChooseBus
+    RecordChoice Record;               // of ChooseRecord
     void* LibraryModule = nullptr;     // null when the library isn't loaded
     bool CallbackWindowHooked = false; // notices and debug text are taken
     Twl1394Client Client{};            // what the library was given
@@ -109,6 +111,8 @@ inline auto LogFailure(const char* procedure) {
 // Which library is loaded, and what it is told. To be called before it is loaded; without a call it is the library of
 // the program directory with its default bus.
 void ChooseBus(const BusChoice& choice);
+// Everything that passes between the program and the library is recorded. To be called before the library is loaded.
+void ChooseRecord(const RecordChoice& choice);
 // Loads the library of the program directory and registers Client. Null when it can't be loaded.
 // `withCallbacks` false corresponds to a window handle of 0.
 [[nodiscard]] void* LoadTwl1394Dll(bool withCallbacks);

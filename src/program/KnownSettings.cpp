@@ -46,6 +46,7 @@ std::vector<KnownSetting> MakeSettings() {
                "lowest level of messages of the access library"),
         number(global, DEFAULT_TRANSACTION_TIMEOUT, basApp::DEFAULT_TRANSACTION_TIMEOUT, 0, LONGEST_TRANSACTION_TIMEOUT,
                "time-out of a transaction on the bus, ms"),
+        text(global, RECORD_FOLDER, "", "folder in which each start of a program records the bus; empty: none does"),
         text(global, HELP_HOST, "file://" + platform::ExecutableDirectory() + "/docs/help",
              "address of the help pages"),
         KnownSetting{global, BUS, "", "bus from the next start on, as --bus takes it; none: the program decides",

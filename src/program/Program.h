@@ -24,6 +24,7 @@ struct Globals {
     std::unique_ptr<clsDbManager> DbManager; // from Main to ShutdownApplication
     std::string BusOption;                   // what --bus names; "" without it
     std::string BusVariable;                 // what HOISTLINE_BUS names, with a whole path; "" without it
+    std::string RecordVariable;              // what HOISTLINE_RECORD names, likewise
     WhichBus Bus;                            // what has been decided
     bool EndReported = false;                // a message has said that a signal ends the program
 };

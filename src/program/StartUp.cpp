@@ -6,6 +6,7 @@
 #include "Handles.h"
 #include "Paths.h"
 #include "Program.h"
+#include "RecordFile.h"
 #include "SettingKeys.h"
 #include "SingleInstance.h"
 #include "WindowSystem.h"
@@ -85,10 +86,11 @@ void SetBusTimes() {
     globals.CurrentTransactionTimeout = globals.Default1394TransactionTimeout;
 }
 
-// Before the working directory changes: a path is relative to the caller's.
-void TakeBusVariable() {
+// Before the working directory changes: paths are relative to the caller's.
+void TakeVariables() {
     const char* named = std::getenv(program::BUS_VARIABLE);
     program::globals.BusVariable = program::CallersBus(named == nullptr ? "" : named);
+    program::globals.RecordVariable = program::CallersRecord();
 }
 
 void ChooseBus() {
@@ -200,16 +202,25 @@ void TakeFocus() {
 using Step = void (*)();
 
 constexpr Step UP_TO_THE_WINDOWS[] = {
-    FixTimeBase,         SetDefaults,           TakeBusVariable,       ChooseWorkingDirectory, program::CreateStore,
+    FixTimeBase,         SetDefaults,           TakeVariables,         ChooseWorkingDirectory, program::CreateStore,
     ReadDllMessageLevel, ReadDebugMessageLevel, ReadDebugLoggingLevel, ReadTransactionTimeout, ChooseBus,
     SetBusTimes,         CreateShutdownEvent,   OpenFrontEnd,          TakeCommandLine,
 };
 
 constexpr Step DOWN_TO_THE_BUS[] = {
-    AnnounceStart,          AnnounceCommandLine,     AnnounceBus,
-    AnnounceTimeout,        VerifySupportingFiles,   basBootloader::InitializeTargetList,
-    bas1394::PrepareTables, LoadLibraryAndModules,   EndRunWithoutLibrary,
-    PassLevelToLibrary,     RequestFirstEnumeration, TakeFocus,
+    AnnounceStart,
+    AnnounceCommandLine,
+    AnnounceBus,
+    AnnounceTimeout,
+    VerifySupportingFiles,
+    basBootloader::InitializeTargetList,
+    bas1394::PrepareTables,
+    program::ChooseRecordFile,
+    LoadLibraryAndModules,
+    EndRunWithoutLibrary,
+    PassLevelToLibrary,
+    RequestFirstEnumeration,
+    TakeFocus,
 };
 
 // Main's handler of failures: number 5 skips one step, any other the rest of the start-up. False for

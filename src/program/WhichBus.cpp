@@ -55,6 +55,8 @@ std::string DescriptionOf(const bas1394::BusChoice& choice) {
         return "the kernel's FireWire devices" + (choice.Description.empty() ? "" : ", card " + choice.Description);
     case bas1394::BusKind::Library:
         return "access library " + choice.Description;
+    case bas1394::BusKind::Replay:
+        return "replay of " + choice.Description;
     case bas1394::BusKind::Simulated:
         break;
     }
@@ -107,8 +109,11 @@ std::string CallersBus(const std::string& bus) {
 std::string StoredBusFault(const std::string& bus) {
     if (bus.empty())
         return {};
-    if (!bas1394::ParseBus(bus))
+    const auto choice = bas1394::ParseBus(bus);
+    if (!choice)
         return fmt::format("it isn't {}", bas1394::BUS_FORMS);
+    if (choice->Kind == bas1394::BusKind::Replay) // every start would repeat an old one
+        return fmt::format("a replay isn't for every start; name it by --bus or {}", BUS_VARIABLE);
     const std::size_t path = PathIn(bus);
     return path < bus.size() && bus[path] != '/' ? "its file needs a whole path, from / on" : "";
 }

@@ -53,7 +53,7 @@ TEST_F(WhichBusTest, TheFirstThatNamesOneDecidesAndNobodyFallsBackToASimulation)
     EXPECT_EQ(Chosen("", "", ""), "simulated description-file");
     EXPECT_EQ(Chosen("", "kernel", ""), "kernel variable");
     EXPECT_EQ(Chosen("", "Kernel", "simulated"), "\"Kernel\" (named by HOISTLINE_BUS) isn't a bus; use simulated, "
-                                                 "simulated:FILE, kernel, kernel:CARD or library:FILE.");
+                                                 "simulated:FILE, kernel, kernel:CARD, library:FILE or replay:FILE.");
 }
 
 TEST_F(WhichBusTest, AnAdapterIsAControllerANodeOrADeviceFile) {

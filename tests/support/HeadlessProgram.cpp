@@ -38,6 +38,8 @@ HeadlessProgram::HeadlessProgram(const std::string& bus, std::int32_t lowestLeve
     ResetGlobals();
     platform::UseProgramDirectory(directory.path());
     std::filesystem::create_symlink(ACCESS_LIBRARY, directory.file("Twl1394api.so"));
+    std::filesystem::create_symlink(RECORD_LIBRARY, directory.file("Twl1394record.so"));
+    std::filesystem::create_symlink(REPLAY_LIBRARY, directory.file("Twl1394replay.so"));
     if (lowestLevel < LEVEL_ERROR)
         platform::Database::Create(directory.file("db1_clean.mdb"), clsDbManager::Schema());
     else
@@ -56,6 +58,12 @@ HeadlessProgram::~HeadlessProgram() {
     platform::ChangeDirectory("/");
     ResetGlobals();
     basApp::UseFrontEnd(nullptr);
+}
+
+void HeadlessProgram::ShareClockWithRecords() {
+    const SimulatorClock calls = CallsOf(clock);
+    UseClock(RECORD_LIBRARY, "RecorderUseClock", &calls);
+    UseClock(REPLAY_LIBRARY, "ReplayUseClock", &calls);
 }
 
 void HeadlessProgram::PostToStatusWindow(std::size_t, std::string_view message, float, std::int32_t level,

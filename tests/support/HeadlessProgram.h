@@ -55,6 +55,9 @@ public:
     std::vector<std::string> WrittenTo(const std::string& address) const; // in hex, "0xffffc8021040"
     ByteArray Flash(std::uint32_t node, const char* section) const;
 
+    // What is recorded and replayed has the times of `clock`.
+    void ShareClockWithRecords();
+
     TestFolder directory;
     platform::testing::VirtualClock clock;
     platform::testing::ManualWindowSystem windowSystem;

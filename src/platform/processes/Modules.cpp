@@ -22,10 +22,14 @@ std::string ModuleFileName(const std::string& name) {
     return foreign ? name.substr(0, dot) + ".so" : name;
 }
 
+std::string ModulePath(const std::string& path) {
+    const std::string file = ResolvePath(ModuleFileName(path));
+    // Neither from the system's search path nor the program itself.
+    return file.find('/') == std::string::npos ? "./" + file : file;
+}
+
 Module LoadLibraryA(const std::string& path) {
-    std::string file = ResolvePath(ModuleFileName(path));
-    if (file.find('/') == std::string::npos)
-        file = "./" + file; // neither from the system's search path nor the program itself
+    const std::string file = ModulePath(path);
     struct stat status {};
     if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) { // opening a pipe would block
         globals.lastError = "not a regular file: " + file;

@@ -14,7 +14,9 @@
 
 void MDIForm1::ShowBus() {
     const program::WhichBus& bus = program::globals.Bus;
-    const bool simulated = bus.Fault.empty() && bus.Choice.Kind == bas1394::BusKind::Simulated;
+    const bas1394::BusKind kind = bus.Choice.Kind;
+    const bool simulated =
+        bus.Fault.empty() && (kind == bas1394::BusKind::Simulated || kind == bas1394::BusKind::Replay);
     const std::string text = bus.Fault.empty() ? program::BusText(bus) : "none.  " + bus.Fault;
     cmdBus->setLine("Bus: " + Q(simulated ? text + " - no real device is reached" : text),
                     "Click to choose another bus.");
