@@ -1,5 +1,6 @@
 // The single-shot commands: each encodes its operands, runs with its row of the table, and decodes the
 // response.
+#include "CommandNames.h"
 #include "basBootloader.h"
 #include "basUtils.h"
 
@@ -27,36 +28,36 @@ struct Command {
 };
 
 // clang-format off
-constexpr Command HALT{"HaltBootloader", 1, 0, 0, LEVEL_WARNING,
+constexpr Command HALT{NameOfCommand(1), 1, 0, 0, LEVEL_WARNING,
     "Haltbootloader failed: Transaction failed, code {code}", NOT_LOOKED_AT};
-constexpr Command RESET{"ResetDevice", 2, 1, 0, LEVEL_TRACE,
+constexpr Command RESET{NameOfCommand(2), 2, 1, 0, LEVEL_TRACE,
     "ResetDevice failed: Transaction failed, code {code}", NOT_LOOKED_AT};
-constexpr Command READ_IMAGE_CRC{"ReadImageCRC", 3, 1, 2000, LEVEL_WARNING,
+constexpr Command READ_IMAGE_CRC{NameOfCommand(3), 3, 1, 2000, LEVEL_WARNING,
     "ReadImageCRC failed: Transaction failed, code {code}",
     2, "ReadImageCRC failure: expected 2 operands, received ", true};
-constexpr Command SWITCH_TO_SHELL{"SwitchTo1394Shell", 7, 2, 0, LEVEL_TRACE,
+constexpr Command SWITCH_TO_SHELL{NameOfCommand(7), 7, 2, 0, LEVEL_TRACE,
     "SwitchTo1394Shell failed: Transaction failed, code {code}",
     0, "SwitchTo1394Shell failure: expected 0 operands, received "};
-constexpr Command PROGRAM_GUID{"ProgramGUID", 10, 2, 0, LEVEL_TRACE,
+constexpr Command PROGRAM_GUID{NameOfCommand(10), 10, 2, 0, LEVEL_TRACE,
     "ProgramGUID failed: Transaction failed, code {code}",
     0, "ProgramGUID failure: expected 0 operands, received "};
-constexpr Command PROGRAM_MAC{"ProgramMAC", 11, 2, 0, LEVEL_TRACE,
+constexpr Command PROGRAM_MAC{NameOfCommand(11), 11, 2, 0, LEVEL_TRACE,
     "ProgramMAC failed: Transaction failed, code {code}",
     0, "ProgramMAC failure: expected 0 operands, received "};
-constexpr Command INITIALIZE_PARAMS{"InitializePersistentParams", 12, 0, 10000, LEVEL_WARNING,
+constexpr Command INITIALIZE_PARAMS{NameOfCommand(12), 12, 0, 10000, LEVEL_WARNING,
     "InitializePersistentParams failed: Transaction failed, code {code}",
     0, "InitializePersistentParams warning: expected 0 operands, received "};
-constexpr Command FACTORY_DEFAULTS{"InitializeConfigToFactoryDefaults", 13, 0, 0, LEVEL_USER,
+constexpr Command FACTORY_DEFAULTS{NameOfCommand(13), 13, 0, 0, LEVEL_USER,
     "InitializeConfigToFactoryDefaults: bootloader does not respond to this command, "
     "assuming success, transaction code {code}",
     0, "InitializeConfigToFactoryDefaults warning: expected 0 operands, received ", false, false};
-constexpr Command SET_DEBUG_GUID{"SetDebugGUID", 14, 2, 0, LEVEL_ERROR,
+constexpr Command SET_DEBUG_GUID{NameOfCommand(14), 14, 2, 0, LEVEL_ERROR,
     "SetDebugGUID (node #{node}) failed: Transaction failed, code {code}",
     0, "SetDebugGUID failure: expected 0 operands, received "};
-constexpr Command GET_DEBUG_GUID{"GetDebugGUID", 15, 0, 0, LEVEL_WARNING,
+constexpr Command GET_DEBUG_GUID{NameOfCommand(15), 15, 0, 0, LEVEL_WARNING,
     "GetDebugGUID failed: Transaction failed, code {code}",
     2, "GetDebugGUID failure: expected 2 operands, received ", true};
-constexpr Command START_IMAGE{"StartImage", 17, 1, 0, LEVEL_WARNING,
+constexpr Command START_IMAGE{NameOfCommand(17), 17, 1, 0, LEVEL_WARNING,
     "StartImage failed: Transaction failed (this is probably due to the fact that the "
     "bootloader is no longer running), code {code}",
     1, "StartImage warning: expected 4 operands, received "};

@@ -4,6 +4,7 @@
 #include "Modules.h"
 #include "Paths.h"
 #include "Program.h"
+#include "RecordFile.h"
 #include "bas1394.h"
 #include "basApp.h"
 
@@ -17,12 +18,27 @@ BusSession::BusSession(Call& call) : call_(call), frontEnd_(call) {
 
 BusSession::~BusSession() {
     if (busOpen_)
+        TellOfReplay();
+    if (busOpen_)
         frontEnd_.Close();
     else
         program::ReleaseStore();
     basApp::globals.PerformUnattendedOperations = false;
     basApp::UseFrontEnd(nullptr);
     call_.frontEnd = nullptr;
+}
+
+// What happened after it isn't what the record holds.
+void BusSession::TellOfReplay() {
+    platform::DoEvents(); // what the library has said
+    if (frontEnd_.replayTrouble.empty())
+        return;
+    const std::string text =
+        "The replay left its record: " + frontEnd_.replayTrouble.substr(sizeof "replay: " - 1) + ".";
+    if (call_.report.Concluded() == Verdict::Done)
+        call_.report.Spoil(text);
+    else
+        call_.TellAnyway("hoistline: " + Printable(text));
 }
 
 void BusSession::OpenStore() {
@@ -44,8 +60,20 @@ void BusSession::StoreLogInBatches() {
     storing_->SetEnabled(true);
 }
 
+bool BusSession::ChooseRecord() {
+    const std::string& option = call_.options.Record;
+    const std::string file = option.empty() ? program::CallersRecord() : option;
+    const std::string fault = file.empty() ? "" : program::RecordFault(file);
+    if (!fault.empty())
+        return call_.End(Verdict::Refused, fmt::format("The record \"{}\" can't be created: {}.", file, fault));
+    bas1394::ChooseRecord({file, call_.options.Redacts});
+    return true;
+}
+
 bool BusSession::OpenBus() {
     program::globals.BusOption = call_.options.Bus;
+    if (!ChooseRecord())
+        return false;
     busOpen_ = true;
     basApp::StartBesideOthers();
     const program::WhichBus& bus = program::globals.Bus;
@@ -71,7 +99,9 @@ void BusSession::ReportBus(const program::WhichBus& bus) {
     call_.report.BusKind = bas1394::NameOf(bus.Choice.Kind);
     call_.report.BusDescription = bus.Choice.Description;
     call_.report.BusReason = NameOf(bus.Reason);
-    if (bus.Choice.Kind != bas1394::BusKind::Simulated || call_.options.Quiet)
+    const bool reachesDevices =
+        bus.Choice.Kind != bas1394::BusKind::Simulated && bus.Choice.Kind != bas1394::BusKind::Replay;
+    if (reachesDevices || call_.options.Quiet)
         return;
     const std::string line = Printable("Bus: " + program::BusText(bus));
     call_.answerStandsAlone ? call_.Tell(line) : call_.Print(line);

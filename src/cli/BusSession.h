@@ -28,6 +28,8 @@ private:
     void StoreLogInBatches();
     void ReportBus(const program::WhichBus& bus);
     bool EndWithoutBus();
+    bool ChooseRecord();
+    void TellOfReplay();
 
     Call& call_;
     CommandFrontEnd frontEnd_;

@@ -30,6 +30,8 @@ struct CommonOptions {
     std::optional<double> Timeout; // seconds, of the whole call
     std::string JUnit;             // a file, or empty
     std::string Bus;               // as bas1394::ParseBus takes it; "" for the default
+    std::string Record;            // a file that what happens on the bus is written to, or empty
+    bool Redacts = false;          // images, keys and GUIDs in it are replaced
     ProgressStyle Progress = ProgressStyle::Auto;
 };
 

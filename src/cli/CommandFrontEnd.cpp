@@ -10,6 +10,8 @@ namespace {
 // By --verbose. Without it the verdict says what went wrong.
 constexpr std::int32_t LOWEST_LEVELS[] = {LEVEL_FATAL, LEVEL_WARNING, LEVEL_TRACE, LEVEL_DETAIL};
 
+constexpr std::string_view REPLAY_TROUBLE = "replay: the record "; // begins what the library says of it
+
 } // namespace
 
 CommandFrontEnd::CommandFrontEnd(Call& call) : call_(call) {
@@ -37,6 +39,9 @@ void CommandFrontEnd::AppendDebugSpew(const std::string& text) {
     for (const std::string& line : bas1394::TakeDebugLines(spew_)) {
         if (!bas1394::globals.BusEnumerated)
             libraryTrouble = line;
+        if (bas1394::globals.Bus.Kind == bas1394::BusKind::Replay && replayTrouble.empty() &&
+            line.starts_with(REPLAY_TROUBLE))
+            replayTrouble = line;
         basDebug::StatusDisplay(line, LEVEL_USER, "Twl1394api.dll");
     }
     const std::size_t end = spew_.rfind("\r\n");

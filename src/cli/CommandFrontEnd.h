@@ -32,6 +32,7 @@ public:
     std::function<void()> onResetComplete;                                    // of the command; may be empty
     std::function<void(std::int32_t handle, std::int32_t count)> onShellLoss; // the same
     std::string lastTrouble;                                                  // the last ERROR; for a reason
+    std::string replayTrouble;                                                // where a replay first left its record
     std::string libraryTrouble; // what the access library said before there was a bus; explains more
 
 private:

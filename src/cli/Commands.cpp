@@ -82,12 +82,19 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option(
            "--bus", options.Bus,
            "use this bus: simulated, or simulated:FILE for the one that a file describes; kernel, or kernel:CARD, "
-           "for a real adapter; library:FILE for another access library. Without it, what the environment variable "
+           "for a real adapter; library:FILE for another access library; replay:FILE to repeat "
+           "what a record holds. Without it, what the environment variable "
            "HOISTLINE_BUS or the setting Bus names; else simulated if simulated-bus.json lies beside the program, "
            "or kernel")
         ->type_name("BUS")
         ->check(CLI::Validator(BusFault, ""))
         ->transform(Turned(program::CallersBus));
+    CLI::Option* record = AddFile(&app, "--record", options.Record,
+                                  "record everything that happens on the bus into this file, which must not exist, for "
+                                  "\"hoistline record\" and --bus replay:FILE");
+    app.add_flag("--redact", options.Redacts,
+                 "in that record replace images and keys by digests, and GUIDs by counters")
+        ->needs(record);
     AddProgress(app, options.Progress);
 }
 
@@ -256,6 +263,7 @@ std::unique_ptr<CommandSet> AllCommands() {
     AddPackage(*set);
     AddLog(*set);
     AddSettings(*set);
+    AddRecord(*set);
     AddDoctor(*set);
     AddCompletion(*set);
     AddFooters(set->app, Describe(*set));

@@ -64,6 +64,7 @@ void AddKey(CommandSet& set);
 void AddLog(CommandSet& set);
 void AddLoad(CommandSet& set);
 void AddPackage(CommandSet& set);
+void AddRecord(CommandSet& set);
 void AddReset(CommandSet& set);
 void AddRom(CommandSet& set);
 void AddShell(CommandSet& set);

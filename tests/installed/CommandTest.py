@@ -316,6 +316,47 @@ def check_station(program):
         check_junit(program.folder / f"reports/{name}.xml", "done")
 
 
+# --- Records of the bus ---
+
+def check_record(program):
+    """A load that fails does so on its record and on the bus that is made of it."""
+    load = ["load", "app.twd", "--json"]
+    first = call(program, *load, "--record", "load.twr", cwd=program.folder).record()
+    assert first["verdict"] == "damaged", first
+    call(program, "record", "redact", "load.twr", "-o", "to-send.twr", cwd=program.folder)
+    made = call(program, "record", "to-bus", "load.twr", "-o", "made.json", "--json", cwd=program.folder).record()
+    assert made["answer"]["bus"] == json.loads((program.folder / "made.json").read_text())
+    for again in ("replay:load.twr", "replay:to-send.twr", "simulated:made.json"):
+        record = call(program, *load, "--bus", again, cwd=program.folder).record()
+        assert (record["verdict"], record["reason"]) == (first["verdict"], first["reason"]), record
+    for name in ("load.twr", "to-send.twr"):
+        shown = call(program, "record", "show", name, "--json", cwd=program.folder).record()
+        assert shown["answer"]["ending"] == "whole" and shown["answer"]["entries"] > 50, shown
+
+
+def check_killed_record(program):
+    process = start(program, "load", "app.twd", "--record", "killed.twr", cwd=program.folder)
+    await_erase(program, process)
+    process.kill()
+    finish(process)
+    shown = call(program, "record", "show", "killed.twr", cwd=program.folder)
+    assert shown.code == 0 and b"DownloadStart: id" in shown.out, shown
+
+
+def check_recorded_folder(program):
+    """The setting is for every start, also of the program with windows, and makes a file for each."""
+    folder = program.base / "records"
+    folder.mkdir()
+    call(program, "settings", "set", "Global", "RecordFolder", folder)
+    call(program, "list")
+    assert "Recording the bus" in call(program, "list", "-v").error.decode()
+    subprocess.run([program.folder / "HoistlineApp", "/I"], env=program.environment(), stdout=subprocess.DEVNULL,
+                   timeout=TIME_LIMIT, check=True)
+    records = list(folder.glob("bus-*.twr"))
+    assert len(records) == 3, records
+    assert all(b"config ROM" in call(program, "record", "show", record).out for record in records)
+
+
 # --- Loads that are cut off, and two at once ---
 
 def check_kill(program):
@@ -353,6 +394,9 @@ CASES = [
     ("program", bus(), check_program),
     ("lines of JSON", bus(target()), check_lines_of_json),
     ("key", bus(), check_key),
+    ("record", bus(target()) | {"faults": [{"node": 0, "command": 6, "do": "badCrc"}]}, check_record),
+    ("killed record", SLOW, check_killed_record),
+    ("recorded folder", bus(target()), check_recorded_folder),
     ("station", bus(target(mode="application")), check_station),
     ("killed in the erase", SLOW, check_kill),
     ("beside an unattended run", SLOW, check_beside_windows),

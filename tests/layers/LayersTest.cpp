@@ -27,6 +27,9 @@ const std::map<std::string, std::vector<std::string>> BELOW{
     {"access", {}},
     {"access/simulated", {"access"}},
     {"access/kernel", {"access"}},
+    {"access/recording", {"access"}},
+    {"access/record", {"access/recording", "access/simulated/SimulatedClock.h", "access/simulated/Simulator.h"}},
+    {"access/replay", {"access/recording", "access/simulated/SimulatedClock.h", "access/simulated/Simulator.h"}},
     {"configrom/records", {"platform/text"}},
     {"bus", {"app", "access", "configrom/records"}},
     {"configrom", {"app", "configrom/records"}},
@@ -35,13 +38,14 @@ const std::map<std::string, std::vector<std::string>> BELOW{
     {"firmware/format", {"app"}},
     {"bootloader", {"bus", "configrom", "firmware/format"}},
     {"firmware", {"bootloader"}},
+    {"record", {"bootloader", "access/recording"}},
     {"automation", {"firmware"}},
     {"program", {"automation", "store", "bus/enumeration", "doctor"}},
     {"ui/logic", {"firmware", "configrom/nodes"}},
     {"ui/widgets", {"ui/logic"}},
     {"ui/windows", {"ui/widgets", "program"}},
     {"doctor", {"platform/files"}},
-    {"cli", {"program"}},
+    {"cli", {"program", "record"}},
     {"", {"ui/windows", "cli"}},
 };
 
@@ -114,7 +118,8 @@ std::string OwnClocks(const SourceTree& tree) {
     std::string faults;
     for (const auto& [path, text] : tree) {
         const bool ownClock = path.starts_with("platform/") || path.starts_with("access/simulated/SimulatedClock.") ||
-                              path == "access/kernel/KernelCalls.cpp" || path == "ui/widgets/QtWindowSystem.cpp";
+                              path == "access/kernel/KernelCalls.cpp" || path == "access/record/WallClock.cpp" ||
+                              path == "ui/widgets/QtWindowSystem.cpp";
         std::smatch match;
         if (!ownClock && std::regex_search(text, match, clocks))
             faults += fmt::format("{}: {}\n", path, match.str());
