@@ -88,7 +88,9 @@ use() { # USER VERSION
     as "$user" rm -f app.twd
     expect "" as "$user" hoistline package pack app.twd --image1 /opt/image.bin --image1-address 0x20000000 \
         --software-id 0x1234 --software-version 0x01020305 --hardware-id 17 --info "made by package-test"
-    expect "hoistline load: done" as "$user" hoistline --bus simulated load app.twd $guid
+    as "$user" rm -f load.record
+    expect "hoistline load: done" as "$user" hoistline --bus simulated --record load.record load app.twd $guid
+    expect "hoistline load: done" as "$user" hoistline --bus replay:load.record load app.twd $guid
     expect "hoistline verify: done" as "$user" hoistline --bus simulated verify --reset app.twd $guid
     status=$(data_of "$user")/script-data/1394_write_status.txt
     rm -f "$status"
