@@ -30,8 +30,9 @@ protected:
         arguments.emplace_back("-vv");
         arguments.emplace_back("--progress=none");
         const int code = Call(arguments);
-        static const std::regex varying(R"(Bus: .*|[0-9.]+ ?ms|0x[0-9A-F]{9,}|(at|dated) [-0-9]+ +[:0-9]+|handle=\d+|)"
-                                        R"(/tmp/[^/'\n]*)");
+        static const std::regex varying(
+            R"(Bus: .*|[0-9.]+ (ms|kB/sec)|[0-9.]+ms|0x[0-9A-F]{9,}|(at|dated) [-0-9]+ +[:0-9]+|handle=\d+|)"
+            R"(/tmp/[^/'\n]*)");
         return fmt::format("{}\n{}", code, std::regex_replace(error, varying, "-"));
     }
     // The record of a call in one file, kept over the next UseBus.

@@ -8,11 +8,25 @@
 
 namespace replay {
 
+bool IsReset(const recording::Entry& entry);
+
 // A notice, or a piece of debug text, at its place between the operations.
 struct Posting {
     recording::Entry entry;
-    recording::Position place;   // after it
-    std::int64_t mustFollow = 0; // offset after the last operation before it that isn't a poll
+    recording::Position place; // after it
+    std::int64_t follows = 0;  // offset after the last operation before it that isn't a poll
+    // The same, and of a reset that the client took up soon: after the last one before it did.
+    std::int64_t mustFollow = 0;
+    bool isTakenUp = false; // it is such a reset
+};
+
+// The last operation of each node, to tell polls from the others.
+class PollWatch {
+public:
+    bool IsPoll(const recording::Entry& entry);
+
+private:
+    std::array<recording::Entry, 64> last_; // without data
 };
 
 class NoticeFeed {
@@ -23,12 +37,12 @@ public:
     void Pass() { next_.reset(); }
 
 private:
-    void NoteOperation(const recording::Entry& entry);
+    void LookForReaction(Posting& reset);
 
-    recording::RecordReader reader_;
+    recording::RecordReader reader_, ahead_;
     std::optional<Posting> next_;
-    std::int64_t mustFollow_ = 0;
-    std::array<recording::Entry, 64> last_; // operation of each node, without its data
+    std::int64_t follows_ = 0;
+    PollWatch polls_;
     bool ended_ = false;
 };
 

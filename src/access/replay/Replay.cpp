@@ -14,6 +14,7 @@ using recording::Entry;
 using recording::Kind;
 
 constexpr std::int64_t MICROSECOND = 1000; // nanoseconds
+constexpr std::int64_t TICK = 25'000;      // microseconds; no less than what a client lets pass between two looks
 
 std::string Hex(std::uint64_t value, int digits) {
     char text[20];
@@ -101,6 +102,8 @@ std::optional<Answer> Replay::Find(Entry& asked) {
 
 std::optional<Entry> Replay::Carry(Entry asked, std::unique_lock<std::mutex>& lock) {
     std::optional<Answer> answer = Find(asked);
+    if (!answer || answer->isRepeated)
+        PostHeldBack(); // the client does more than in the record, where it had heard of them
     if (!answer && recording::IsTransaction(asked.kind) && resetUnread_) {
         asked.result = TWL1394_BUS_RESET; // the number may be another node's by now
         return asked;
@@ -124,16 +127,39 @@ std::optional<Entry> Replay::Carry(Entry asked, std::unique_lock<std::mutex>& lo
     lock.lock();
     if (goesFurther && frontier_ == after) {
         PostUpTo(after, entry.end);
+        const bool isReset = ResetIsDueWith(entry);
+        if (isReset)
+            PostNext();
         anchor_ = {entry.end, TheClock().Now()};
         ScheduleNext();
+        if (isReset) { // so that the client takes it up before it does anything else
+            lock.unlock();
+            TheClock().Sleep(TICK * MICROSECOND);
+            lock.lock();
+        }
     }
     return entry;
 }
 
 void Replay::PostUpTo(std::int64_t offset, std::int64_t time) {
     for (const Posting* next = notices_.Next();
-         next != nullptr && next->place.offset <= offset && next->entry.end <= time; next = notices_.Next())
+         next != nullptr && next->place.offset <= offset && next->entry.end <= time &&
+         !(next->isTakenUp && next->mustFollow >= offset);
+         next = notices_.Next())
         PostNext();
+}
+
+void Replay::PostHeldBack() {
+    for (const Posting* next = notices_.Next(); next != nullptr && next->isTakenUp && next->follows <= frontier_;
+         next = notices_.Next())
+        PostNext();
+}
+
+// A reset that the client took up after this operation, and that came before it or soon after.
+bool Replay::ResetIsDueWith(const Entry& operation) {
+    const Posting* next = notices_.Next();
+    return next != nullptr && next->isTakenUp && next->mustFollow <= frontier_ &&
+           next->entry.end - operation.end <= TICK;
 }
 
 void Replay::PostNext() {
@@ -143,7 +169,7 @@ void Replay::PostNext() {
         return;
     if (posting.entry.kind == Kind::DebugText)
         return globals.client->AppendDebugText(globals.client->Context, posting.entry.text.c_str());
-    if (posting.entry.number == TWL1394_NOTICE_BUS_RESET || posting.entry.number == TWL1394_NOTICE_BUS_RESET_VHPD) {
+    if (IsReset(posting.entry)) {
         lastReset_ = posting.place.offset;
         resetUnread_ = true;
     }

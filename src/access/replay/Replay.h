@@ -1,7 +1,8 @@
 // The record as a bus: operations get the answers that they had, notices come where and when they came.
 //
 // Order is strict for each node, time isn't: an operation takes as long as it took in the record, and a notice comes as
-// long after the operation before it as it did, at the latest with the next operation.
+// long after the operation before it as it did, at the latest with the next operation. A bus reset waits until the
+// client has done all that it did before it took the reset up.
 #pragma once
 
 #include "Channel.h"
@@ -35,8 +36,10 @@ private:
     Channel& ChannelFor(ChannelKey key);
     std::optional<Answer> Find(recording::Entry& asked);
     void Report(const recording::Entry& asked, const Channel& channel);
-    // Those that came before this place in the file and up to this time.
+    // Those that came before this place in the file, up to this time, and aren't held back.
     void PostUpTo(std::int64_t offset, std::int64_t time);
+    void PostHeldBack();
+    [[nodiscard]] bool ResetIsDueWith(const recording::Entry& operation);
     void PostNext();
     void ScheduleNext();
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 using namespace recording;
 using namespace testing_support;
@@ -124,6 +125,37 @@ TEST_F(Replay, PostsANoticeWhenItCameAndAtTheLatestAtItsPlace) {
     EXPECT_EQ(Read(OTHER), 5) << "at once";
     EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>{TWL1394_NOTICE_INCOMING_DATA});
     EXPECT_EQ(client_.TakeText(), "");
+}
+
+// Its client was in the middle of something: where its own ticks fall must not change what it does.
+TEST_F(Replay, PostsAResetOnceTheClientHasDoneWhatItDidBeforeItTookItUp) {
+    for (const bool pollsOnceMore : {false, true}) {
+        entries_.clear();
+        time_ = 0;
+        Add(Kind::Write, WRITTEN, Bytes(4, 1));
+        Poll(1);
+        Add(Kind::Notice, TWL1394_NOTICE_BUS_RESET, {});
+        Add(Kind::Write, WRITTEN, Bytes(4, 2));
+        Poll(2);
+        time_ += 200'000;
+        Add(Kind::GetVirtualDeviceList, 0, {});
+        std::filesystem::remove(folder_.file("bus.twr"));
+        Begin();
+        EXPECT_EQ(Write(1), 1);
+        EXPECT_EQ(Read(POLLED), 1);
+        if (pollsOnceMore) { // it has stopped there since it had heard of the reset
+            EXPECT_EQ(Read(POLLED), 1);
+            EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>{TWL1394_NOTICE_BUS_RESET});
+        } else {
+            clock_.Sleep(100'000'000);
+            EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>());
+            EXPECT_EQ(Write(2), 1);
+            EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>());
+            EXPECT_EQ(Read(POLLED), 2);
+            EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>{TWL1394_NOTICE_BUS_RESET});
+        }
+        library_.DeRegisterClient(client_.Get());
+    }
 }
 
 } // namespace
