@@ -33,16 +33,13 @@ bool IsHexDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
-std::string OnlyFileNames(const std::string& about) {
-    std::string text;
-    for (std::size_t at = 0; at < about.size();) {
-        const std::size_t end = std::min(about.find('\n', at), about.size());
-        std::string line = about.substr(at, end - at);
-        const std::size_t slash = line.rfind('/'), value = line.find_first_of("=:") + 1;
-        if (slash != std::string::npos && slash >= value && line.starts_with(ABOUT_BUS))
-            line.erase(line.find('/'), slash + 1 - line.find('/'));
-        text += line + "\n";
-        at = end + 1;
+// A path may have blanks: all from the first slash of a line to its last one goes.
+std::string OnlyFileNames(std::string text) {
+    for (std::size_t line = 0; line < text.size();) {
+        const std::size_t first = text.find('/', line);
+        if (first < text.find('\n', line))
+            text.erase(first, text.rfind('/', text.find('\n', line)) + 1 - first);
+        line = std::min(text.find('\n', line), text.size()) + 1;
     }
     return text;
 }
@@ -58,7 +55,7 @@ bool Redaction::Apply(Entry& entry) {
     case Kind::Description:
         return false; // it has GUIDs, keys and paths
     case Kind::DebugText:
-        entry.text = WithoutGuids(entry.text);
+        entry.text = WithoutGuids(OnlyFileNames(std::move(entry.text)));
         break;
     case Kind::Read:
     case Kind::Write:

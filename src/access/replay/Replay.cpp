@@ -15,6 +15,8 @@ using recording::Kind;
 
 constexpr std::int64_t MICROSECOND = 1000; // nanoseconds
 constexpr std::int64_t TICK = 25'000;      // microseconds; no less than what a client lets pass between two looks
+// Microseconds; a record that says more is damaged or made by hand, and would stop its client.
+constexpr std::int64_t LONGEST_OPERATION = 10'000'000, LONGEST_PAUSE = 86'400'000'000;
 
 std::string Hex(std::uint64_t value, int digits) {
     char text[20];
@@ -123,7 +125,7 @@ std::optional<Entry> Replay::Carry(Entry asked, std::unique_lock<std::mutex>& lo
         ticket_ = 0; // until this operation has ended
     }
     lock.unlock();
-    TheClock().Sleep((entry.end - entry.start) * MICROSECOND);
+    TheClock().Sleep(std::min(entry.end - entry.start, LONGEST_OPERATION) * MICROSECOND);
     lock.lock();
     if (goesFurther && frontier_ == after) {
         PostUpTo(after, entry.end);
@@ -150,9 +152,14 @@ void Replay::PostUpTo(std::int64_t offset, std::int64_t time) {
 }
 
 void Replay::PostHeldBack() {
+    bool posted = false;
     for (const Posting* next = notices_.Next(); next != nullptr && next->isTakenUp && next->follows <= frontier_;
-         next = notices_.Next())
+         next = notices_.Next()) {
         PostNext();
+        posted = true;
+    }
+    if (posted) // the ticket was for what has now been posted
+        ScheduleNext();
 }
 
 // A reset that the client took up after this operation, and that came before it or soon after.
@@ -182,8 +189,8 @@ void Replay::ScheduleNext() {
     if (next == nullptr || next->mustFollow > frontier_)
         return;
     ticket_ = ++globals.lastTicket;
-    TheClock().CallAt(anchor_.now + std::max<std::int64_t>(next->entry.end - anchor_.recorded, 0) * MICROSECOND,
-                      ticket_);
+    const std::int64_t pause = std::clamp<std::int64_t>(next->entry.end - anchor_.recorded, 0, LONGEST_PAUSE);
+    TheClock().CallAt(anchor_.now + pause * MICROSECOND, ticket_);
 }
 
 void Replay::Fire(std::uint64_t ticket) {

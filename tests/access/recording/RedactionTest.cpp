@@ -67,6 +67,9 @@ TEST(Redaction, ReplacesAGuidWhereverItIs) {
     text.text = "000F1BAB01020304 and 000F1B000000000A, not 000F1BAB010203045\r\n";
     redaction.Apply(text);
     EXPECT_EQ(text.text, "000f1b0000000001 and 000f1b0000000002, not 000F1BAB010203045\r\n");
+    text.text = "bus: /home/jane doe/bus.json: bad\r\ncan't write '/srv/000F1BAB01020304/x'\r\n";
+    redaction.Apply(text);
+    EXPECT_EQ(text.text, "bus: bus.json: bad\r\ncan't write 'x'\r\n");
 }
 
 TEST(Redaction, LeavesOnlyDigestsOfWhatCrossesTheBuffers) {

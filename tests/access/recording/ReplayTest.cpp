@@ -158,4 +158,18 @@ TEST_F(Replay, PostsAResetOnceTheClientHasDoneWhatItDidBeforeItTookItUp) {
     }
 }
 
+TEST_F(Replay, PostsNothingTwiceAfterAResetThatCameEarly) {
+    Poll(1);
+    Add(Kind::Write, WRITTEN, Bytes(4, 9));
+    time_ += 300'000;
+    Add(Kind::Notice, TWL1394_NOTICE_BUS_RESET, {});
+    Add(Kind::GetVirtualDeviceList, 0, {});
+    Begin();
+    EXPECT_EQ(Read(POLLED), 1);
+    EXPECT_EQ(Write(9), 1);
+    EXPECT_EQ(Read(POLLED), 1) << "once more, before the reset is due";
+    clock_.Sleep(400'000'000);
+    EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>{TWL1394_NOTICE_BUS_RESET});
+}
+
 } // namespace
