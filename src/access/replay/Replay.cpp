@@ -152,14 +152,11 @@ void Replay::PostUpTo(std::int64_t offset, std::int64_t time) {
 }
 
 void Replay::PostHeldBack() {
-    bool posted = false;
-    for (const Posting* next = notices_.Next(); next != nullptr && next->isTakenUp && next->follows <= frontier_;
-         next = notices_.Next()) {
+    const auto isHeldBack = [this](const Posting* posting) { // and so isn't scheduled
+        return posting != nullptr && posting->follows <= frontier_ && posting->mustFollow > frontier_;
+    };
+    while (isHeldBack(notices_.Next()))
         PostNext();
-        posted = true;
-    }
-    if (posted) // the ticket was for what has now been posted
-        ScheduleNext();
 }
 
 // A reset that the client took up after this operation, and that came before it or soon after.

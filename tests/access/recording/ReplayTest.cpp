@@ -111,12 +111,14 @@ TEST_F(Replay, PostsANoticeWhenItCameAndAtTheLatestAtItsPlace) {
     time_ += 500'000;
     Add(Kind::Notice, TWL1394_NOTICE_BUS_RESET, {});
     time_ += 500'000;
+    Add(Kind::GetVirtualDeviceList, 0, {});
     Add(Kind::Write, WRITTEN, Bytes(4, 9));
     Add(Kind::Notice, TWL1394_NOTICE_INCOMING_DATA, {});
     Add(Kind::Read, OTHER, Bytes(4, 5));
     Begin();
     EXPECT_EQ(Read(POLLED), 1);
-    clock_.Sleep(499'000'000);
+    EXPECT_EQ(Read(POLLED), 1) << "once more, which brings the reset no sooner";
+    clock_.Sleep(498'000'000);
     EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>());
     clock_.Sleep(2'000'000);
     EXPECT_EQ(client_.TakeNotices(), std::vector<std::uint32_t>{TWL1394_NOTICE_BUS_RESET});
