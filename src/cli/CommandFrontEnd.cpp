@@ -10,6 +10,7 @@ namespace {
 // By --verbose. Without it the verdict says what went wrong.
 constexpr std::int32_t LOWEST_LEVELS[] = {LEVEL_FATAL, LEVEL_WARNING, LEVEL_TRACE, LEVEL_DETAIL};
 
+constexpr std::string_view RECORD_TROUBLE = "record: ";            // begins what the recording library says itself
 constexpr std::string_view REPLAY_TROUBLE = "replay: the record "; // begins what the library says of it
 
 } // namespace
@@ -42,6 +43,9 @@ void CommandFrontEnd::AppendDebugSpew(const std::string& text) {
         if (bas1394::globals.Bus.Kind == bas1394::BusKind::Replay && replayTrouble.empty() &&
             line.starts_with(REPLAY_TROUBLE))
             replayTrouble = line;
+        if (!bas1394::globals.Record.File.empty() &&
+            line.starts_with(RECORD_TROUBLE)) // whoever asked for it relies on it
+            call_.TellAnyway("hoistline: " + Printable(line));
         basDebug::StatusDisplay(line, LEVEL_USER, "Twl1394api.dll");
     }
     const std::size_t end = spew_.rfind("\r\n");

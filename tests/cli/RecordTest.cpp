@@ -3,8 +3,10 @@
 #include "PackageBuilder.h"
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <regex>
+#include <sys/resource.h>
 
 using namespace testing_support;
 
@@ -74,6 +76,21 @@ TEST_F(RecordTest, OfALoadReplaysToTheSameVerdictAndMessagesWhateverHappened) {
         EXPECT_EQ(Outcome({"load", Path("app.twd"), "--bus", "replay:" + record}), recorded) << fault;
     }
     EXPECT_NE(error.find("Bus Reset Message"), std::string::npos) << "messages are compared";
+}
+
+TEST_F(RecordTest, OfALoadThatFillsTheDiskEndsWithItsLastWholeEntryAndIsSpokenOf) {
+    UseTarget("bootloader", "");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit limit = before;
+    limit.rlim_cur = 3000;
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const int code = Call({"load", Path("app.twd"), "--record", Path("load.twr"), "--quiet"});
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(code, 0) << error;
+    EXPECT_NE(error.find("hoistline: record: "), std::string::npos) << error;
+    EXPECT_FALSE(Shown(Path("load.twr"), "read").empty());
 }
 
 TEST_F(RecordTest, OfAFailedLoadBecomesABusOnWhichItFailsInTheSamePlace) {
