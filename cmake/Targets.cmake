@@ -26,3 +26,14 @@ function(hoistline_test name)
   gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 900 ENVIRONMENT QT_QPA_PLATFORM=offscreen)
 endfunction()
+
+# The target is an access library: bin/NAME.so, which exports what Twl1394api.map of its folder lists, and is installed.
+function(hoistline_access_library target name)
+  set_target_properties(${target} PROPERTIES
+    PREFIX "" OUTPUT_NAME ${name}
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/Twl1394api.map)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/Twl1394api.map)
+  install(TARGETS ${target} LIBRARY DESTINATION ${PROGRAM_FOLDER})
+endfunction()

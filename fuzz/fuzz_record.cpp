@@ -1,5 +1,5 @@
 // A record is arbitrary bytes once a disk or a mail program has had it. Its entries survive being written again, what
-// they mean is told, and the bus that is made of them is JSON, whatever they say.
+// they mean is decoded, and the bus that is made of them is JSON, whatever they say.
 #include "BusFromRecord.h"
 #include "Decoding.h"
 #include "RecordFormat.h"

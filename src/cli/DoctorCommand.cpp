@@ -42,7 +42,7 @@ Json ToJson(const doctor::Row& row) {
 void EndBy(Call& call, const std::vector<doctor::Row>& rows) {
     const auto bad = std::ranges::find(rows, doctor::Health::Bad, &doctor::Row::Verdict);
     if (bad != rows.end())
-        call.End(VerdictOf(bad->IfBad), bad->Found + (bad->Command.empty() ? "" : "  Mend it with: " + bad->Command));
+        call.End(VerdictOf(bad->IfBad), TextOf(*bad));
 }
 
 void Examine(Call& call) {
@@ -51,8 +51,7 @@ void Examine(Call& call) {
     std::vector<TableRow> lines = {{"CHECK", "VERDICT", "FOUND, AND WHAT MENDS IT"}};
     for (const doctor::Row& row : rows) {
         checks.push_back(ToJson(row));
-        lines.push_back({row.Name, doctor::WordOf(row.Verdict),
-                         Printable(row.Found + (row.Command.empty() ? "" : "  Mend it with: " + row.Command))});
+        lines.push_back({row.Name, doctor::WordOf(row.Verdict), Printable(TextOf(row))});
     }
     call.report.Answer = {{"checks", std::move(checks)}};
     for (const std::string& line : TableLines(lines))

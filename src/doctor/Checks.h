@@ -15,6 +15,8 @@ struct Finding {
     std::string Command = {}; // that mends it; "" if none does
 };
 
+std::string TextOf(const Finding& finding); // what was found, and the command that mends it
+
 // What fails while a check is bad.
 enum class Harm { Bus, Devices, Transfers };
 

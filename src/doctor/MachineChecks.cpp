@@ -93,6 +93,10 @@ const char* WordOf(Health health) {
     return "unknown";
 }
 
+std::string TextOf(const Finding& finding) {
+    return finding.Found + (finding.Command.empty() ? "" : "  Mend it with: " + finding.Command);
+}
+
 Finding CheckKernel(const Survey& survey) {
     for (const Bus& bus : survey.buses)
         if (bus.Local->File.Version < LEAST_VERSION)

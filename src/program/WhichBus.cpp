@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <utility>
 
@@ -42,7 +41,8 @@ std::size_t PathIn(std::string_view bus) {
 WhichBus Named(BusReason reason, const std::string& text) {
     if (const auto choice = bas1394::ParseBus(text))
         return {*choice, reason};
-    return {{}, reason, fmt::format("\"{}\" ({}) isn't a bus; use {}.", text, SourceText(reason), bas1394::BUS_FORMS)};
+    return {
+        {}, reason, fmt::format("\"{}\" ({}) isn't a bus; use {}.", text, TextsOf(reason).source, bas1394::BUS_FORMS)};
 }
 
 bool DescriptionLiesBesideProgram() {
@@ -81,12 +81,8 @@ const char* NameOf(BusReason reason) {
     return TextsOf(reason).name;
 }
 
-std::string SourceText(BusReason reason) {
-    return TextsOf(reason).source;
-}
-
 std::string BusText(const WhichBus& bus) {
-    return fmt::format("{} ({})", DescriptionOf(bus.Choice), SourceText(bus.Reason));
+    return fmt::format("{} ({})", DescriptionOf(bus.Choice), TextsOf(bus.Reason).source);
 }
 
 std::string WhyNoBus() {
@@ -94,9 +90,7 @@ std::string WhyNoBus() {
     const auto bad = std::ranges::find_if(rows, [](const doctor::Row& row) {
         return row.Verdict == doctor::Health::Bad && row.IfBad == doctor::Harm::Bus;
     });
-    if (bad == rows.end())
-        return {};
-    return bad->Found + (bad->Command.empty() ? "" : "  Mend it with: " + bad->Command);
+    return bad == rows.end() ? std::string() : doctor::TextOf(*bad);
 }
 
 std::string CallersBus(const std::string& bus) {

@@ -26,7 +26,6 @@ WhichBus DecideBus(const std::string& option, const std::string& variable, const
 
 const char* NameOf(BusReason reason);     // "description-file"
 std::string BusText(const WhichBus& bus); // "the simulated bus (named by --bus)"
-std::string SourceText(BusReason reason); // "named by --bus"
 // What keeps this machine from its real bus, and what mends it; "" if no check finds anything.
 std::string WhyNoBus();
 

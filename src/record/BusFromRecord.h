@@ -11,7 +11,7 @@ namespace record {
 // Takes all entries in their order, and keeps what a description needs of them.
 //
 // Nodes are those of the first topology map and later newcomers. A bus reset is a fault of its own unless the program
-// asked for it, or a device left with it that had been told to restart.
+// asked for it, or a device left with it that was to restart.
 class BusFromRecord {
 public:
     void Take(const recording::Entry& entry);

@@ -51,7 +51,7 @@ bool LoadLibrary();
 // Begins the record that TWL1394_RECORD_VARIABLE names, unless it has begun.
 void BeginRecord();
 std::int64_t Now(); // microseconds since the record began
-// Fills in the end of the entry and appends it. The first failure is told in the debug text.
+// Fills in the end of the entry and appends it. The first failure is reported in the debug text.
 void Note(recording::Entry entry) noexcept;
 void NoteDescription() noexcept; // of a simulated bus below
 

@@ -23,7 +23,7 @@ public:
     explicit Replay(const std::string& file);
 
     // What the record has for this operation, after the time that it took there; empty if it doesn't expect it, which
-    // is told in the debug text. `lock` is released meanwhile.
+    // is reported in the debug text. `lock` is released meanwhile.
     std::optional<recording::Entry> Carry(recording::Entry asked, std::unique_lock<std::mutex>& lock);
     // A notice has become due, unless another ticket has been given meanwhile.
     void Fire(std::uint64_t ticket);

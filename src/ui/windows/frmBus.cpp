@@ -31,6 +31,12 @@ frmBus::frmBus(QWidget* owner) : QDialog(owner) {
     lblNow->setWordWrap(true);
     column->addWidget(lblNow);
     column->addLayout(grid);
+    AddChoices(grid);
+    column->addLayout(MakeButtons());
+    setMinimumWidth(fontMetrics().averageCharWidth() * WIDTH);
+}
+
+void frmBus::AddChoices(QGridLayout* grid) {
     int row = 0;
     const auto choice = [&](const char* name, const char* text) {
         auto* option = Named(new QRadioButton(text), name);
@@ -70,6 +76,9 @@ frmBus::frmBus(QWidget* owner) : QDialog(owner) {
     txtLibrary = field(optLibrary, "txtLibrary", "file of the library");
     cmdBrowseLibrary = browse(optLibrary, txtLibrary, "cmdBrowseLibrary", "Libraries (*.so)");
     grid->setColumnStretch(1, 1);
+}
+
+QHBoxLayout* frmBus::MakeButtons() {
     auto* buttons = new QHBoxLayout;
     const auto button = [&](const char* name, const char* text) {
         auto* made = Named(new QPushButton(text), name);
@@ -81,14 +90,13 @@ frmBus::frmBus(QWidget* owner) : QDialog(owner) {
     cmdOK = button("cmdOK", "OK");
     cmdCancel = button("cmdCancel", "Cancel");
     cmdOK->setDefault(true);
-    column->addLayout(buttons);
     connect(cmdOK, &QPushButton::clicked, this, &frmBus::Store);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
     connect(cmdDoctor, &QPushButton::clicked, this, [this] {
         reject();
         windows::globals.parent->ShowDoctor();
     });
-    setMinimumWidth(fontMetrics().averageCharWidth() * WIDTH);
+    return buttons;
 }
 
 void frmBus::Form_Load() {
@@ -98,7 +106,7 @@ void frmBus::Form_Load() {
     lblNow->setText(Q(outranked ? now + "  As long as HOISTLINE_BUS is set, it has the first say." : now));
     const std::string stored = program::GlobalSetting(settingKeys::BUS, "");
     const auto choice = bas1394::ParseBus(stored);
-    if (!choice) {
+    if (!choice || !program::StoredBusFault(stored).empty()) {
         optProgram->setChecked(true);
         return;
     }

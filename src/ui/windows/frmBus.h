@@ -9,6 +9,9 @@
 
 #include <string>
 
+class QGridLayout;
+class QHBoxLayout;
+
 class frmBus : public QDialog {
     Q_OBJECT
 public:
@@ -21,6 +24,8 @@ public:
     QPushButton *cmdBrowseDescription, *cmdBrowseLibrary, *cmdDoctor, *cmdOK, *cmdCancel;
 
 private:
+    void AddChoices(QGridLayout* grid);
+    QHBoxLayout* MakeButtons();
     std::string Chosen() const; // as the setting holds it
     void Store();
 };
